@@ -1,0 +1,33 @@
+# What every target of the project is built with.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE Release)
+endif()
+
+find_program(CCACHE ccache)
+if(CCACHE)
+  set(CMAKE_C_COMPILER_LAUNCHER ${CCACHE})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+endif()
+
+set(BV_SANITIZE "" CACHE STRING "Sanitizers for all targets, such as address,undefined")
+if(BV_SANITIZE)
+  add_compile_options(-fsanitize=${BV_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${BV_SANITIZE})
+endif()
+
+# Our own code compiles without a warning; what is built from other people's sources is left alone.
+add_library(bv_warnings INTERFACE)
+target_compile_options(bv_warnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow
+  -Woverloaded-virtual -Wcast-qual -Werror)
+if(WIN32)
+  # The real headers and __uuidof use extensions; calling conventions of C callbacks are theirs.
+  target_compile_options(bv_warnings INTERFACE -Wno-pedantic -Wno-language-extension-token)
+endif()

@@ -1,0 +1,552 @@
+// BVSchema: the settings schema of a video conversion job, as an in-process component server.
+//
+// Everything a host needs: the interfaces, their ids (bv::kIid<T>), the class ids (bv::clsid::*), the records and the
+// status codes. <bvschema/platform.h> supplies the component model's own names on each platform.
+//
+// Rules that hold for every operation, unless it says otherwise:
+// - An operation gives a status (HRESULT). S_FALSE (1) is success with nothing there: no value, not found, cancelled.
+// - Texts are BSTR; a null BSTR reads as an empty text. A BSTR or VARIANT that an operation gives belongs to the caller,
+//   who frees it (SysFreeString, VariantClear). Arguments stay the caller's and are copied.
+// - An interface pointer that an operation gives comes with a reference added; a pointer passed in is not kept beyond
+//   the call unless the operation says that it holds a reference.
+// - After a failure the object and the out arguments are as they were.
+// - A refusal that a person should read leaves its text in the calling thread's error object (GetErrorInfo).
+// - A tree of nodes, with everything that hangs on it, is used by one thread at a time.
+// - Names of nodes compare without regard to case.
+#pragma once
+
+#include <bvschema/platform.h>
+
+namespace bv {
+
+namespace detail {
+consteval unsigned HexDigit(char c) {
+    if (c >= '0' && c <= '9') return unsigned(c - '0');
+    if (c >= 'A' && c <= 'F') return unsigned(c - 'A' + 10);
+    if (c >= 'a' && c <= 'f') return unsigned(c - 'a' + 10);
+    throw "a GUID is written in hexadecimal digits";
+}
+consteval unsigned long HexField(const char* text, int digits) {
+    unsigned long value = 0;
+    for (int i = 0; i < digits; ++i) value = value * 16 + HexDigit(text[i]);
+    return value;
+}
+}  // namespace detail
+
+/// A GUID from its text form without braces, "48ADEF10-6C76-40CE-8D40-34771934785D", at compile time.
+consteval GUID GuidOf(const char (&text)[37]) {
+    GUID id = {};
+    id.Data1 = static_cast<decltype(id.Data1)>(detail::HexField(text, 8));
+    id.Data2 = static_cast<decltype(id.Data2)>(detail::HexField(text + 9, 4));
+    id.Data3 = static_cast<decltype(id.Data3)>(detail::HexField(text + 14, 4));
+    for (int i = 0; i < 8; ++i)
+        id.Data4[i] = static_cast<unsigned char>(detail::HexField(text + 19 + 2 * i + (i > 1 ? 1 : 0), 2));
+    return id;
+}
+
+/// The interface id of T: bv::kIid<IProperty>.
+template <class T>
+inline constexpr IID kIid = T::no_interface_id_is_declared_for_this_type;
+
+}  // namespace bv
+
+// An interface's id, once and for all: for kIid, for __uuidof where the compiler has it, and for grep.
+#define BV_INTERFACE_ID(Type, text)                            \
+    namespace bv {                                             \
+    template <>                                                \
+    inline constexpr IID kIid<Type> = ::bv::GuidOf(text);      \
+    }                                                          \
+    BV_DECLARE_UUID(Type, text)
+#define BV_SYSTEM_INTERFACE_ID(Type, text)                     \
+    namespace bv {                                             \
+    template <>                                                \
+    inline constexpr IID kIid<Type> = ::bv::GuidOf(text);      \
+    }
+
+BV_SYSTEM_INTERFACE_ID(IUnknown, "00000000-0000-0000-C000-000000000046")
+BV_SYSTEM_INTERFACE_ID(IDispatch, "00020400-0000-0000-C000-000000000046")
+BV_SYSTEM_INTERFACE_ID(IClassFactory, "00000001-0000-0000-C000-000000000046")
+BV_SYSTEM_INTERFACE_ID(ISupportErrorInfo, "DF0B3D60-548F-101B-8E65-08002B2BD119")
+BV_SYSTEM_INTERFACE_ID(IErrorInfo, "1CF2B120-547D-101B-8E65-08002B2BD119")
+BV_SYSTEM_INTERFACE_ID(ICreateErrorInfo, "22F03340-547D-101B-8E65-08002B2BD119")
+BV_SYSTEM_INTERFACE_ID(ISequentialStream, "0C733A30-2A1C-11CE-ADE5-00AA0044773D")
+BV_SYSTEM_INTERFACE_ID(IBaseFilter, "56A86895-0AD4-11CE-B03A-0020AF0BA770")
+BV_SYSTEM_INTERFACE_ID(ICreateDevEnum, "29840822-5B84-11D0-BD3B-00A0C911CE86")
+BV_SYSTEM_INTERFACE_ID(IPropertyBag, "55272A00-42CB-11CE-8135-00AA004BB851")
+
+struct ICriticalSection;
+struct IMediaObject;
+struct IProperty;
+
+// --- Nodes ------------------------------------------------------------------------------------------------------
+
+struct IBaseObj : IDispatch {
+    /// The object's Name: what code searches for, and the element name in the settings XML. E_POINTER for a null out
+    /// pointer, E_OUTOFMEMORY when the copy fails.
+    STDMETHOD(get_Name)(BSTR* pVal) PURE;
+};
+BV_INTERFACE_ID(IBaseObj, "D27BF443-091F-4AF5-A234-851BB5CEF820")
+
+/// One node of the settings tree: a self-describing, typed, editable setting.
+/// Its children come by asking the node for IEnumProperties, its allowed values by asking for IListOfValues.
+struct IProperty : IBaseObj {
+    /// The style word for whoever presents the node. The server acts on one bit: 0x80000, the value may not be negative.
+    STDMETHOD(get_Type)(LONG* pVal) PURE;
+    /// Non-zero: not to be shown.
+    STDMETHOD(get_IsHide)(LONG* pVal) PURE;
+    /// The same as Hide.
+    STDMETHOD(put_IsHide)(LONG newVal) PURE;
+    /// Non-zero: to be shown, but not editable.
+    STDMETHOD(get_IsDisabled)(LONG* pVal) PURE;
+    /// The same as Disabled.
+    STDMETHOD(put_IsDisabled)(LONG newVal) PURE;
+    /// The help text: that of the description id if one above 0 is set (at most 511 characters), else the text that was
+    /// put. E_POINTER for a null out pointer.
+    STDMETHOD(get_Description)(BSTR* pVal) PURE;
+    /// Replaces the help text and clears the description id. Simple nodes keep the id, which goes on winning.
+    STDMETHOD(put_Description)(BSTR newVal) PURE;
+    /// The text shown beside the value.
+    STDMETHOD(get_Title)(BSTR* pVal) PURE;
+    /// A copy of the stored value, in the kind in which it was stored. S_FALSE, and *pVal untouched, for a node that has no
+    /// value (a group).
+    STDMETHOD(get_Value)(VARIANT* pVal) PURE;
+    /// Stores a copy of newVal in its own kind, with nothing converted, and runs the node's hooks, which show, hide and
+    /// enable what depends on it. E_NOTIMPL for a node that has no value; E_FAIL with "This value cannot be negative." for a
+    /// negative number on a node with the bit 0x80000; the value stays and no hook runs then. A class may check more.
+    STDMETHOD(put_Value)(VARIANT newVal) PURE;
+    /// Opens the node's editor, modal. S_OK: a value was stored. S_FALSE: cancelled, or not there. E_NOTIMPL: no editor.
+    STDMETHOD(ShowDialog)() PURE;
+    /// The node of that Name. With a media object: the active nodes below this one, then those of the whole job (IMap);
+    /// E_FAIL when the media object has no IMap. Without one: this node's descendants, active or not. S_FALSE, and *pRet
+    /// untouched, when there is none.
+    STDMETHOD(FindProperty)(BSTR Name, IProperty** pRet) PURE;
+    /// The media object of the job. S_OK and *pVal untouched when there is none.
+    STDMETHOD(get_MediaObject)(IDispatch** pVal) PURE;
+    /// Gives the node and its whole subtree, with all entries of value lists, the media object, and registers the
+    /// descendants in the object's IMap. A second call registers them again. No reference is kept: the media object must
+    /// outlive the tree, or be taken back with a null pointer.
+    STDMETHOD(put_MediaObject)(IDispatch* newVal) PURE;
+    /// The node or collection above this one. S_FALSE, and *pVal untouched, when there is none, or it is gone.
+    STDMETHOD(get_Parent)(IDispatch** pVal) PURE;
+    /// No reference is kept.
+    STDMETHOD(put_Parent)(IDispatch* newVal) PURE;
+    /// The node that qualifies this one: the unit beside a number, a converter of the shown form. E_NOTIMPL: none.
+    STDMETHOD(get_Extension)(IProperty** pVal) PURE;
+    /// Runs the hook of a node whose value decides what others show, for a tree that has just got its media object.
+    STDMETHOD(InitDefault)() PURE;
+    /// Non-zero: the node counts. A search through the media object passes over a node with 0.
+    STDMETHOD(get_Active)(LONG* pVal) PURE;
+    /// Sets the flag here, on the node that the value holds, and on all children.
+    STDMETHOD(put_Active)(LONG newVal) PURE;
+    /// Sets the hidden flag here, on the node that the value holds, and on all children.
+    STDMETHOD(Hide)(LONG newVal) PURE;
+    /// Sets the disabled flag here, on the node that the value holds, and on all children.
+    STDMETHOD(Disabled)(LONG newVal) PURE;
+    /// The shown form of the value: the value itself, or what the extension's IValueFormat makes of it.
+    STDMETHOD(get_Format)(VARIANT* pVal) PURE;
+    /// Takes the shown form: parses it where the extension can, checks it and stores it as put_Value does.
+    STDMETHOD(put_Format)(VARIANT newVal) PURE;
+    /// The opaque block that was put here: its kind, its length in bytes, and the node's own buffer, which is valid until the
+    /// next PutData or PutExData and isn't the caller's to free. S_OK with null and 0 when there is none.
+    STDMETHOD(GetData)(int* nDataType, LONG* pLength, BYTE** pData) PURE;
+    /// Keeps a copy of nLength bytes and drops the extra object. E_OUTOFMEMORY: the old block is gone all the same.
+    STDMETHOD(PutData)(int nDataType, LONG nLength, BYTE* pData) PURE;
+    /// Replaces Name. An object in pVal (VT_DISPATCH, VT_UNKNOWN) becomes the parent, with no reference.
+    STDMETHOD(SetInfo)(BSTR Name, VARIANT pVal) PURE;
+    /// To be called before the value list is opened.
+    STDMETHOD(BeforeCombo)() PURE;
+    /// The node's class id.
+    STDMETHOD(get_ClassID)(GUID* pVal) PURE;
+    /// The media object for this node, its children and its extension, with nothing registered and no hook run.
+    STDMETHOD(SetMediaObject)(IDispatch* pVal) PURE;
+    /// The VT code of the stored value; 0 (VT_EMPTY) for an empty one and for a node that has no value.
+    STDMETHOD(get_ValueType)(int* pVal) PURE;
+    /// The string-table id of the help text; above 0 it wins over a text.
+    STDMETHOD(put_DescriptionID)(int newVal) PURE;
+    /// Keeps an object for the host, with a reference, and drops the opaque block.
+    STDMETHOD(PutExData)(IDispatch* pVal) PURE;
+    /// The object that was put here. E_FAIL: none.
+    STDMETHOD(GetExData)(IDispatch** pVal) PURE;
+};
+BV_INTERFACE_ID(IProperty, "48ADEF10-6C76-40CE-8D40-34771934785D")
+
+/// How the code that creates a simple node sets it up. To be used on a new node.
+struct ISimpleInit : IUnknown {
+    STDMETHOD(SetType)(LONG type) PURE;
+    STDMETHOD(put_IsHide)(LONG newVal) PURE;
+    STDMETHOD(put_IsDisabled)(LONG newVal) PURE;
+    STDMETHOD(put_Description)(BSTR newVal) PURE;
+    STDMETHOD(SetTitle)(BSTR title) PURE;
+    /// As IProperty's, but makes the value when the node has none.
+    STDMETHOD(put_Value)(VARIANT newVal) PURE;
+    STDMETHOD(put_Parent)(IDispatch* newVal) PURE;
+    /// Gives the node an extension that holds a path.
+    STDMETHOD(SetPathExtension)(BSTR path) PURE;
+    /// The three additions of IListOfValues, on the node's own list. S_OK whatever becomes of the entry.
+    STDMETHOD(AddItem)(BSTR name, VARIANT value) PURE;
+    STDMETHOD(AddObject)(CLSID* pClsID) PURE;
+    STDMETHOD(AddObject2)(BSTR name, CLSID* pClsID) PURE;
+    /// Gives the value of the list's entry to put_Value. E_INVALIDARG when there is no such entry.
+    STDMETHOD(SelectItem)(LONG index) PURE;
+    /// Creates an object of the class as the extension; the status of the creation.
+    STDMETHOD(SetExtensionClass)(CLSID* pClsID) PURE;
+    STDMETHOD(put_DescriptionID)(int newVal) PURE;
+};
+BV_INTERFACE_ID(ISimpleInit, "B7047ECE-CCB6-41C9-AFC1-98DA6412ECC3")
+
+/// A converter between a stored and a shown value, asked of a node's extension.
+struct IValueFormat : IUnknown {
+    STDMETHOD(ParseValue)(VARIANT shown, VARIANT* stored) PURE;
+    STDMETHOD(FormatValue)(VARIANT* value) PURE;
+};
+BV_INTERFACE_ID(IValueFormat, "FE946CF5-1D77-4AB8-943D-26EA1373639C")
+
+/// What can be written as settings XML.
+struct ISettingsWriter : IUnknown {
+    /// Appends the object's element, with all below it, to the stream, in the 8-bit code page, one tag a line. S_OK, also
+    /// when the stream takes nothing: its state tells.
+    STDMETHOD(WriteXml)(ISequentialStream* stream) PURE;
+    /// Reads what lies beside the settings, once the values were restored. A node needs no argument; DVD index data takes
+    /// the XML node of its own element.
+    STDMETHOD(ReadExtraData)(IUnknown* source) PURE;
+};
+BV_INTERFACE_ID(ISettingsWriter, "F8855786-E505-4575-8855-8BCC75A8ED48")
+
+// --- Collections ------------------------------------------------------------------------------------------------
+
+struct ICollection : IBaseObj {
+    STDMETHOD(get_Count)(LONG* pVal) PURE;
+    /// The item at Index, from 0. E_INVALIDARG, and *pVal untouched, outside the list.
+    STDMETHOD(get_Item)(LONG Index, IUnknown** pVal) PURE;
+};
+BV_INTERFACE_ID(ICollection, "A7708037-EB36-4358-869B-2461C6BC6C84")
+
+/// The children of a node, in order; also their creator, and the search engine of the tree.
+struct IEnumProperties : ICollection {
+    /// AddProperty with the node that owns this collection as parent.
+    STDMETHOD(InsertProperty)(BSTR Name, GUID* pClsID, IProperty** pRet) PURE;
+    /// Creates a node of the class, names it, gives it the parent and appends it. pRet may be null. The status of the
+    /// creation; nothing is added then.
+    STDMETHOD(AddProperty)(BSTR Name, GUID* refclsid, IDispatch* pParent, IProperty** pRet) PURE;
+    /// Searches the tree below pParent, which may be null, then this collection's own items; active nodes only. S_FALSE, and
+    /// *pRet untouched, when there is none.
+    STDMETHOD(FindProperty)(BSTR Name, IProperty* pParent, IProperty** pRet) PURE;
+    /// Gives S_FALSE.
+    STDMETHOD(FindPropertyExactly)(BSTR Name, IProperty** pRet) PURE;
+    /// Gives all items the media object, and registers them in its IMap.
+    STDMETHOD(InitProperty)(IDispatch* pVal) PURE;
+    /// Removes the first item of that name, active or not. S_OK, also when there is none. pParent has no effect.
+    STDMETHOD(RemoveByName)(BSTR Name, IProperty* pParent) PURE;
+    /// The node that owns this collection; no reference is kept.
+    STDMETHOD(PutParent)(IProperty* pParent) PURE;
+    /// Appends an object that exists, with a reference; a node gets the name and the parent.
+    STDMETHOD(AddObject)(BSTR Name, IUnknown* pParent, IUnknown* pUnk) PURE;
+};
+BV_INTERFACE_ID(IEnumProperties, "203419F1-9A44-4ECB-AB2F-D9F7A5E7353D")
+
+/// The values that a node offers, each with its label. The list only offers: put_Value doesn't check against it.
+struct IListOfValues : ICollection {
+    /// The label of the first entry with that value, by kind and value; objects by identity. E_INVALIDARG: none.
+    STDMETHOD(get_Text)(VARIANT varValue, BSTR* pVal) PURE;
+    /// AddItem, with an object stored as VT_UNKNOWN.
+    STDMETHOD(AddNew)(BSTR Name, VARIANT var) PURE;
+    /// An entry with a new node of the class as value; the node's own value is the label.
+    STDMETHOD(AddObject2)(BSTR Name, GUID* pClsID) PURE;
+    /// An entry with a new object of the class as value; the label is the Title of an object that is a node.
+    STDMETHOD(AddObject)(GUID* pClsID) PURE;
+    /// Appends an entry. A node given as value is deactivated until it is selected.
+    STDMETHOD(AddItem)(BSTR Name, VARIANT var) PURE;
+    STDMETHOD(Clear)() PURE;
+    /// Removes the entry at that index. E_INVALIDARG outside the list.
+    STDMETHOD(RemoveByID)(int nID) PURE;
+};
+BV_INTERFACE_ID(IListOfValues, "E0CCC893-1D3D-4873-9579-BC5979F5A40A")
+
+/// One entry of a value list.
+struct IListItem : IBaseObj {
+    STDMETHOD(get_Title)(BSTR* pVal) PURE;
+    STDMETHOD(get_Value)(VARIANT* pVal) PURE;
+    STDMETHOD(SetInfo)(BSTR Name, VARIANT pVal) PURE;
+};
+BV_INTERFACE_ID(IListItem, "6DE6CE67-1578-4B80-9B41-B9EA98B11458")
+
+/// The flat index of a job's nodes, which the media object answers.
+struct IMap : IDispatch {
+    /// Searches below pParent, which may be null, then the whole index. S_FALSE, and *pVal untouched: no such active node.
+    STDMETHOD(get_Property)(BSTR Name, IProperty* pParent, IProperty** pVal) PURE;
+    /// The value of that node, with the status of its get_Value. E_INVALIDARG: no such active node.
+    STDMETHOD(get_PropertyVal)(BSTR Name, IProperty* pParent, VARIANT* pVal) PURE;
+    STDMETHOD(put_PropertyVal)(BSTR Name, IProperty* pParent, VARIANT newVal) PURE;
+    /// Takes one entry of that name out of the index. S_OK whatever the outcome.
+    STDMETHOD(RemoveProperties)(BSTR Name, IProperty* pParent) PURE;
+    /// InitDefault of every entry, in order.
+    STDMETHOD(InitDefault)() PURE;
+    /// Appends a node, with a reference. Nodes alone may be given.
+    STDMETHOD(InsertProperty)(IUnknown* pVal) PURE;
+};
+BV_INTERFACE_ID(IMap, "C3C055E0-E599-4DB0-BDB7-F44D0D7A56DB")
+
+/// A counted list of filter objects.
+struct IEnumObject : IDispatch {
+    STDMETHOD(Count)(LONG* pnCount) PURE;
+    STDMETHOD(Item)(LONG nID, IUnknown** ppUnk) PURE;
+    STDMETHOD(Remove)(IUnknown* ppUnk) PURE;
+    STDMETHOD(Add)(IUnknown** ppUnk) PURE;
+    STDMETHOD(SetMediaObject)(IDispatch* ppUnk) PURE;
+    STDMETHOD(AddByCLSID)(CLSID* pClsID, IUnknown** ppUnk) PURE;
+};
+BV_INTERFACE_ID(IEnumObject, "80E93B00-7E4C-419D-90FB-28EB8E498E18")
+
+// --- The job's root, actions and filters --------------------------------------------------------------------------
+
+/// The second interface of the root.
+struct IMainMediaPath : IUnknown {
+    /// Makes an input node the current one: the node "PathToMediaFile" of the media object's index. The root must have its
+    /// media object; E_FAIL without one that answers IMap.
+    STDMETHOD(SetMediaPath)(IProperty* path) PURE;
+};
+BV_INTERFACE_ID(IMainMediaPath, "83359A42-4FA7-4B21-AD15-83B804855DD0")
+
+struct IActionImplInit : IUnknown {
+    /// Creates the action object and hangs its node below this one, as "ActionRoot_" and the name.
+    STDMETHOD(Init)(BSTR name, BSTR title, BSTR description, CLSID* action) PURE;
+};
+BV_INTERFACE_ID(IActionImplInit, "0E3E26B1-21B1-4377-8C4D-45F5AB90701B")
+
+struct IFilterImplInit : IUnknown {
+    /// Creates the filter object and hangs its node below this one; this node's Name becomes "FltImplement" and the name.
+    STDMETHOD(Init)(BSTR name, CLSID* filter) PURE;
+};
+BV_INTERFACE_ID(IFilterImplInit, "A06B2128-9FB4-4874-813B-AFA5149D32A0")
+
+// --- Input sources ------------------------------------------------------------------------------------------------
+
+/// What became of the last attempt to open an input.
+struct IMediaOpenState : IUnknown {
+    STDMETHOD(get_StateSet)(LONG* pVal) PURE;
+    STDMETHOD(get_IsGood)(LONG* pVal) PURE;
+    STDMETHOD(GetState)(LONG* state, BSTR* text) PURE;
+    STDMETHOD(SetState)(LONG state, BSTR text) PURE;
+};
+BV_INTERFACE_ID(IMediaOpenState, "82B1FF6F-5DD0-4F2C-8231-88FDFF27DCF3")
+
+/// One sample of an input, kept with its node.
+struct ICachedSample : IUnknown {
+    STDMETHOD(PutSample)(BYTE* data, LONG size, AM_MEDIA_TYPE* type, LONG typeSize) PURE;
+    STDMETHOD(GetSample)(BYTE** data, LONG* size, AM_MEDIA_TYPE** type, LONG* typeSize) PURE;
+};
+BV_INTERFACE_ID(ICachedSample, "2712A0D5-BC8E-45D6-867A-EAD5C41CDD2C")
+
+/// The ordered list of a job's inputs, nodes of the class PropertyMediaPath.
+struct IMediaFiles : ICollection {
+    STDMETHOD(AddNew)() PURE;
+    STDMETHOD(Insert)(BSTR Path) PURE;
+    STDMETHOD(RemoveItem)(IProperty* pIt) PURE;
+    STDMETHOD(Move)(IProperty* ptrProp, int nDir) PURE;
+    STDMETHOD(GetTopMedia)(IProperty** pProp) PURE;
+};
+BV_INTERFACE_ID(IMediaFiles, "93AED99E-EBD6-4410-906F-D33E587E10BD")
+
+/// The cuts of one input.
+struct ITimelines : ICollection {
+    STDMETHOD(AddTimeline)(LONG nStartFrm, LONG nEndFrm, IProperty** ptrRet) PURE;
+    STDMETHOD(RemoveTimeline)(IProperty* ptrProp) PURE;
+    STDMETHOD(Save)(BSTR bstrFileName) PURE;
+    STDMETHOD(Load)(BSTR bstrFileName) PURE;
+    STDMETHOD(SetMediaObject)(IMediaObject* ptrMediaObj) PURE;
+    STDMETHOD(get_ActiveDuration)(LONGLONG* pVal) PURE;
+};
+BV_INTERFACE_ID(ITimelines, "8D6996E4-2F2E-4F29-B0A3-D4032EB2D074")
+
+/// What the user chose on a DVD, kept beside the record of the disc.
+struct IDVDIndexData : IDispatch {
+    STDMETHOD(SetDVDInfo)(BYTE* pData, int nLen) PURE;
+    STDMETHOD(SetDVDIndex)(BYTE* pData, int nLen) PURE;
+    STDMETHOD(Equal)(BYTE* pData, int nLen) PURE;
+    STDMETHOD(GetDVDInfo)(BYTE** pData, int* nLen) PURE;
+    STDMETHOD(GetDVDIndex)(BYTE** pData, int* nLen) PURE;
+};
+BV_INTERFACE_ID(IDVDIndexData, "2116D701-E7A1-4A06-B50F-6A16BC1980B7")
+
+// --- Watermark ----------------------------------------------------------------------------------------------------
+
+/// The variables of a watermark text.
+struct IDynamicText : IUnknown {
+    STDMETHOD(GetVariableCount)(LONG* count) PURE;
+    STDMETHOD(GetVariable)(LONG index, BSTR* key, BSTR* title) PURE;
+    STDMETHOD(Expand)(BSTR text, BSTR* result) PURE;
+};
+BV_INTERFACE_ID(IDynamicText, "31EA8AE3-62DF-47E7-8D82-7C65EB15A5BF")
+
+/// A font, as editors and drawing components exchange it: narrow texts, each ended by NUL. The caller owns it.
+struct FontInfo {
+    char FaceName[256];
+    char Style[32];
+    char Charset[32];
+    LONG Size;
+    LONG Underline;
+    LONG Strikeout;
+};
+static_assert(sizeof(FontInfo) == 332);
+
+struct IFontStringParser : IUnknown {
+    STDMETHOD(PutFontInfo)(FontInfo* font) PURE;
+    STDMETHOD(GetFontInfo)(FontInfo* font) PURE;
+};
+BV_INTERFACE_ID(IFontStringParser, "6BF2C055-C880-475D-9B0D-B2AC7918696C")
+
+// --- Services -----------------------------------------------------------------------------------------------------
+
+/// A registered component, as IBVMapper gives it. The mapper owns it and its texts.
+struct tagGUIDREG {
+    GUID clsGUID;
+    BSTR bstrName;
+    LONG cbCount;  // how many of pExtrData are set
+    BSTR pExtrData[10];
+};
+
+/// The components of one category of the application's registry tree.
+struct IBVMapper : IDispatch {
+    STDMETHOD(Init)(GUID* pCategory) PURE;
+    STDMETHOD(get_Count)(LONG* pVal) PURE;
+    STDMETHOD(get_Item)(LONG nID, tagGUIDREG** pRet) PURE;
+};
+BV_INTERFACE_ID(IBVMapper, "39DDB819-D74A-4E60-BEFF-216BCBC2CB48")
+
+/// The media framework's filters of one category, put in a value list.
+struct IBVFilterMapper : IDispatch {
+    STDMETHOD(Init)(GUID* pCategory, GUID* pItem, IListOfValues* pDest) PURE;
+};
+BV_INTERFACE_ID(IBVFilterMapper, "F0E6D02D-08C5-4BDC-B08E-7E334F55516C")
+
+/// A media type as an object.
+struct IAMMediaType : IDispatch {
+    STDMETHOD(SetMedia)(_AMMediaType* pValue) PURE;
+    STDMETHOD(get_Description)(BSTR* pVal) PURE;
+    STDMETHOD(GetMedia)(_AMMediaType** pRetMedia) PURE;
+};
+BV_INTERFACE_ID(IAMMediaType, "2A11ABD2-57C4-4E3D-8CD6-9349D973A726")
+
+/// The file and folder dialogs.
+struct IMediaSelecter : IDispatch {
+    STDMETHOD(Simple)() PURE;
+    STDMETHOD(get_Count)(LONG* pVal) PURE;
+    STDMETHOD(get_Path)(LONG nID, BSTR* pVal) PURE;
+    STDMETHOD(SelectFolder)(BSTR CurFolder, BSTR* pRet) PURE;
+    STDMETHOD(LoadTimelines)(BSTR* pRet) PURE;
+    STDMETHOD(SaveTimelines)(BSTR* pRet) PURE;
+};
+BV_INTERFACE_ID(IMediaSelecter, "FE7D78A5-0F63-4530-965E-15E453E16803")
+
+/// The job's two locks and its stop flag, shared by the host and the media object; made for several threads.
+struct ICriticalSection : IDispatch {
+    STDMETHOD(Enter)(LONG bWork) PURE;
+    STDMETHOD(Leave)(LONG bWork) PURE;
+    STDMETHOD(get_IsLock)(LONG bWork, LONG* pVal) PURE;
+    STDMETHOD(get_NotifyWnd)(HWND* pVal) PURE;
+    STDMETHOD(put_NotifyWnd)(HWND newVal) PURE;
+    STDMETHOD(Initialize)(LONG bWork) PURE;
+    STDMETHOD(Delete)(LONG bWork) PURE;
+    STDMETHOD(Stop)() PURE;
+    STDMETHOD(get_IsStop)(LONG* pRet) PURE;
+};
+BV_INTERFACE_ID(ICriticalSection, "8D6E6155-5C63-4588-8A77-7E2F30A38110")
+
+// --- What a host and its components implement -----------------------------------------------------------------------
+
+/// The job engine. Must also answer IMap, IProperty (the job's root), IMediaParser and IMediaFilesHost.
+struct IMediaObject : IDispatch {
+    STDMETHOD(PreOpen)(IUnknown* source) PURE;
+    STDMETHOD(get_TitleInfo)(BSTR* pVal) PURE;
+    STDMETHOD(get_CurrentFormat)(IDispatch** pVal) PURE;
+    STDMETHOD(InitDefault)() PURE;
+    STDMETHOD(Encoding)(ICriticalSection* pCritical, LONG* pnIndexStart) PURE;
+    STDMETHOD(Stop)() PURE;
+    /// The whole path of the file being written. (sic)
+    STDMETHOD(GetOuputFileName)(BSTR* pVal) PURE;
+    STDMETHOD(GetCurIndex)(int* pVal) PURE;
+};
+BV_INTERFACE_ID(IMediaObject, "B6A5A766-395F-42D5-8917-053FB13A08F4")
+
+/// The timing and the streams of the current input.
+struct IMediaParser : IDispatch {
+    /// In units of 100 ns.
+    STDMETHOD(get_Duration)(LONGLONG* pVal) PURE;
+    /// Average, in units of 100 ns.
+    STDMETHOD(get_TimePerFrame)(LONGLONG* pVal) PURE;
+    /// Non-zero: there is a stream of one kind (video in the reference host).
+    STDMETHOD(get_StreamFlagA)(int* pVal) PURE;
+    /// Non-zero: there is a stream of the other kind (audio in the reference host).
+    STDMETHOD(get_StreamFlagB)(int* pVal) PURE;
+    /// Non-zero: a still image.
+    STDMETHOD(get_IsStill)(int* pVal) PURE;
+};
+BV_INTERFACE_ID(IMediaParser, "787D0F2A-A973-4B90-8DD3-17C79E3A59F6")
+
+/// Says that the object has the job's input list: it answers IMediaFiles.
+struct IMediaFilesHost : IUnknown {};
+BV_INTERFACE_ID(IMediaFilesHost, "3B18AF50-EF8F-45F0-A479-4556626CA8F5")
+
+/// An output format. Must also answer IProperty, the root of the format's own settings.
+struct IOutputFormatInfo : IDispatch {
+    /// The name for display, and the file extension with its leading dot.
+    STDMETHOD(GetFormatInfo)(BSTR* name, BSTR* extension) PURE;
+    /// The class id that the settings XML writes for the format.
+    STDMETHOD(GetClassID)(GUID* pVal) PURE;
+    /// The node that holds the format as its value, null while the tree is built. S_OK: the format can be used.
+    STDMETHOD(SetOwner)(IProperty* owner) PURE;
+    STDMETHOD(SetMediaObject)(IDispatch* media) PURE;
+};
+BV_INTERFACE_ID(IOutputFormatInfo, "8D24E034-24CC-4573-A8C5-F34B3CD4E95A")
+
+/// A wrapper round a filter of the media framework that isn't the application's own.
+struct IFilterItem : IDispatch {
+    STDMETHOD(Init)(BSTR name, IUnknown* filter) PURE;
+    /// What the settings XML writes for the filter.
+    STDMETHOD(get_Text)(BSTR* pVal) PURE;
+};
+BV_INTERFACE_ID(IFilterItem, "3DAD75BF-751F-42A5-A8CE-C77C38C2252C")
+
+/// Says that the object is an action; it answers IProperty, the root of the action's settings.
+struct IActionObject : IUnknown {};
+BV_INTERFACE_ID(IActionObject, "E3F9EC36-21D6-4FAD-9B2D-B380A1BDA667")
+
+/// Says that the object can stand in a list of filters.
+struct IFilterEntry : IUnknown {};
+BV_INTERFACE_ID(IFilterEntry, "64E1B8D8-F282-4531-AA4A-7372DEBB03CB")
+
+// --- Identities ---------------------------------------------------------------------------------------------------
+
+namespace bv {
+
+namespace clsid {
+#define BV_CLASS(Name, text) inline constexpr CLSID Name = ::bv::GuidOf(text);
+#define BV_CLASS_ID(Name, text) BV_CLASS(Name, text)
+#include <bvschema/classes.def>
+#undef BV_CLASS_ID
+#undef BV_CLASS
+// Named by the type library, with no class behind them: creating one gives CLASS_E_CLASSNOTAVAILABLE.
+inline constexpr CLSID PropertyMpegVideoFormat = GuidOf("3F165F46-A139-4851-B608-DDA925D3D4AA");
+inline constexpr CLSID MediaInfo = GuidOf("C66CA55B-C5D8-4BDC-874F-562C72CF1CFE");
+// Filter objects that the frame and picture branches create, outside the server.
+inline constexpr CLSID FrameSizeFilter = GuidOf("B4ABD385-6C4A-40DD-B365-D7D0527F41C1");
+inline constexpr CLSID CropFilter = GuidOf("B4ABD38F-6C4A-40DD-B365-D7D0527F41C1");
+}  // namespace clsid
+
+/// Where components announce themselves: HKEY_CLASSES_ROOT, "CLSID\{root}\{category}\{class id}".
+namespace category {
+inline constexpr GUID Root = GuidOf("3C78B8E0-6C50-11D0-A0E0-000EFA951B00");
+inline constexpr GUID OutputFormats = GuidOf("3C78B8E2-6C5D-11D0-ADE1-0C0EFA951B02");
+inline constexpr GUID InputFormats = GuidOf("3C78B8E2-6C5D-11D0-ADE1-0C0EFA951B04");
+inline constexpr GUID Actions = GuidOf("3C78B8E2-6C5D-11D0-ADE1-0C0EFA951B06");
+}  // namespace category
+
+inline constexpr GUID kTypeLibrary = GuidOf("C90C47A5-DC40-4B1F-A0C7-94816B8B762B");  // BVSCHEMALib, version 1.0
+
+using ::IActionImplInit, ::IActionObject, ::IAMMediaType, ::IBaseObj, ::IBVFilterMapper, ::IBVMapper, ::ICachedSample,
+    ::ICollection, ::ICriticalSection, ::IDVDIndexData, ::IDynamicText, ::IEnumObject, ::IEnumProperties, ::IFilterEntry,
+    ::IFilterImplInit, ::IFilterItem, ::IFontStringParser, ::IListItem, ::IListOfValues, ::IMainMediaPath, ::IMap,
+    ::IMediaFiles, ::IMediaFilesHost, ::IMediaObject, ::IMediaOpenState, ::IMediaParser, ::IMediaSelecter,
+    ::IOutputFormatInfo, ::IProperty, ::ISettingsWriter, ::ISimpleInit, ::ITimelines, ::IValueFormat;
+
+}  // namespace bv
