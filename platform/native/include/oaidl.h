@@ -18,6 +18,10 @@ enum VARENUM {
     VT_LPWSTR = 31, VT_RECORD = 36, VT_ARRAY = 0x2000, VT_BYREF = 0x4000, VT_TYPEMASK = 0xFFF
 };
 
+// The nameless structs below are part of how these types are used; every compiler for this platform has them.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wpedantic"
+
 union CY {
     struct {
         ULONG Lo;
@@ -108,6 +112,8 @@ struct VARIANT {
         DECIMAL decVal;
     };
 };
+#pragma GCC diagnostic pop
+
 using VARIANTARG = VARIANT;
 using LPVARIANT = VARIANT*;
 static_assert(offsetof(VARIANT, vt) == 0 && offsetof(VARIANT, lVal) == 8 && sizeof(VARIANT) == 8 + 2 * sizeof(void*));

@@ -44,6 +44,8 @@ using PVOID = void*;
 using HRESULT = std::int32_t;
 using SCODE = std::int32_t;
 using LCID = DWORD;
+using LPDWORD = DWORD*;
+using LPCLSID = struct GUID*;
 using DISPID = LONG;
 
 using HANDLE = void*;
@@ -59,7 +61,17 @@ struct HKEY__;
 using HKEY = HKEY__*;
 using REGSAM = DWORD;
 using LSTATUS = LONG;
+using PHKEY = HKEY*;
 using FARPROC = INT_PTR (*)();
+struct SECURITY_ATTRIBUTES;
+using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;  // always null here
+
+/// 100 ns units since 1601, in two halves.
+struct FILETIME {
+    DWORD dwLowDateTime;
+    DWORD dwHighDateTime;
+};
+using PFILETIME = FILETIME*;
 
 struct GUID {
     std::uint32_t Data1;
@@ -120,6 +132,7 @@ inline constexpr CLSID CLSID_NULL = {};
 #define CO_E_DLLNOTFOUND ((HRESULT)0x800401F8u)
 #define CO_E_ERRORINDLL ((HRESULT)0x800401F9u)
 #define CO_E_OBJNOTREG ((HRESULT)0x800401FBu)
+#define RPC_E_CHANGED_MODE ((HRESULT)0x80010106u)
 #define STG_E_ACCESSDENIED ((HRESULT)0x80030005u)
 #define STG_E_MEDIUMFULL ((HRESULT)0x80030070u)
 #define DISP_E_UNKNOWNINTERFACE ((HRESULT)0x80020001u)

@@ -1,4 +1,8 @@
-// The system's main header: everything but Automation, paths and the media framework.
+// The system's main header: everything but the component model, Automation, paths and the media framework.
 #pragma once
 
 #include "windef.h"
+//
+#include "winbase.h"
+#include "winerror.h"
+#include "winreg.h"
