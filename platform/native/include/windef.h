@@ -104,7 +104,8 @@ inline constexpr CLSID CLSID_NULL = {};
 #define STDMETHOD_(type, method) virtual type STDMETHODCALLTYPE method
 #define STDMETHODIMP HRESULT STDMETHODCALLTYPE
 #define STDMETHODIMP_(type) type STDMETHODCALLTYPE
-#define STDAPI extern "C" HRESULT STDAPICALLTYPE
+// An operation that a module exports: modules hide everything else.
+#define STDAPI extern "C" __attribute__((visibility("default"))) HRESULT STDAPICALLTYPE
 #define PURE = 0
 #define DECLSPEC_NOVTABLE
 

@@ -1,0 +1,17 @@
+# Under which name and description a class is registered. All node classes share one name; it leads to the class that
+# was registered last, and nobody creates a node by name.
+function(class_names class stem description)
+  if(class MATCHES "^PropertyTimeline(PointType)?$")
+    set(name PropertyInfo)
+  elseif(class MATCHES "^Property")
+    set(name Property)
+  elseif(class STREQUAL "LiveTimeFilters")
+    set(name EnumObject)
+  elseif(class STREQUAL "DVDIndexData")
+    set(name IDVDIndexData)
+  else()
+    set(name ${class})
+  endif()
+  set(${stem} BVSchema.${name} PARENT_SCOPE)
+  set(${description} "${name} Class" PARENT_SCOPE)
+endfunction()
