@@ -19,8 +19,10 @@ endif()
 
 find_program(CCACHE ccache)
 if(CCACHE)
-  set(CMAKE_C_COMPILER_LAUNCHER ${CCACHE})
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+  # A precompiled header has times and macros of its own; ccache is to look past them.
+  set(launcher ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${CCACHE})
+  set(CMAKE_C_COMPILER_LAUNCHER ${launcher})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${launcher})
 endif()
 
 set(BV_SANITIZE "" CACHE STRING "Sanitizers for all targets, such as address,undefined")
@@ -35,5 +37,5 @@ target_compile_options(bv_warnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow
   -Woverloaded-virtual -Wcast-qual -Werror)
 if(WIN32)
   # The real headers and __uuidof use extensions; calling conventions of C callbacks are theirs.
-  target_compile_options(bv_warnings INTERFACE -Wno-pedantic -Wno-language-extension-token)
+  target_compile_options(bv_warnings INTERFACE -Wno-pedantic)
 endif()

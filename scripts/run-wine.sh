@@ -1,0 +1,43 @@
+#!/usr/bin/env bash
+# Runs a program of a Windows build under Wine: run-wine.sh PROGRAM.exe [ARG...]
+#
+# Its registry and its files are those of a prefix below the build folder, made at the first run. Paths that a program
+# gets from here are Windows paths; Wine shows the machine's root folder as drive Z:.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+program=$(realpath "$1")
+shift
+
+# bin/tree_tests.exe: the prefix lies beside bin
+export WINEPREFIX=${BV_WINEPREFIX:-$(dirname "$(dirname "$program")")/wineprefix}
+export WINEARCH=win64
+export WINEDEBUG=${WINEDEBUG:--all}
+export WINEDLLOVERRIDES="mscoree=;mshtml=;winemenubuilder.exe="
+unset DISPLAY WAYLAND_DISPLAY
+
+# Debian has the server under the name of the package's main program or in its library folder.
+for candidate in wineserver /usr/lib/wine/wineserver64 /usr/lib/wine/wineserver; do
+    if command -v "$candidate" >/dev/null; then server=$candidate; break; fi
+done
+
+mkdir -p "$(dirname "$WINEPREFIX")"
+(
+    flock 9
+    if [ ! -e "$WINEPREFIX/.ready" ]; then
+        rm -rf "$WINEPREFIX"
+        timeout 180 wine wineboot --init >/dev/null 2>&1 </dev/null
+        "${server:-true}" -w
+        touch "$WINEPREFIX/.ready"
+    fi
+) 9>"$WINEPREFIX.lock"
+
+state=$(mktemp -d "${TMPDIR:-/tmp}/bvtest.XXXXXX")
+trap 'rm -rf "$state"' EXIT
+
+windows_path() { printf 'Z:%s' "${1//\//\\}"; }
+export BV_PRIVATE_RUN=1
+export BV_TEST_DATA BV_TEST_TEMP
+BV_TEST_DATA=$(windows_path "$root/tests")
+BV_TEST_TEMP=$(windows_path "$state")
+export LC_ALL=C.UTF-8
+wine "$program" "$@" </dev/null
