@@ -6,5 +6,6 @@
 #include <dshow.h>
 #include <objbase.h>
 #include <oleauto.h>
+#include <shlwapi.h>
 
 #define BV_DECLARE_UUID(Type, text)
