@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# A module exports the four operations of a component module and nothing else, undecorated, and a Windows module imports
+# from the system's own libraries alone: exports.sh BIN_FOLDER
+set -euo pipefail
+bin=$1
+four="DllCanUnloadNow DllGetClassObject DllRegisterServer DllUnregisterServer"
+system="advapi32 comdlg32 gdi32 kernel32 msvcrt msxml6 ole32 oleaut32 shell32 shlwapi user32 strmiids"
+failed=0
+
+complain() {
+    echo "$1"
+    failed=1
+}
+
+found=0
+for module in "$bin"/BVSchema.* "$bin"/BVSamples.*; do
+    case $module in
+        *.so)
+            exports=$(nm -D --defined-only "$module" | awk '{ print $3 }')
+            ;;
+        *.dll)
+            # objdump reads x64 and x86 alike
+            dump=$(x86_64-w64-mingw32-objdump -p "$module")
+            exports=$(awk '/^\[Ordinal\/Name Pointer\]/ { names = 1; next } names && /^$/ { exit } names { print $NF }' \
+                <<<"$dump")
+            while read -r import; do
+                case " $system " in
+                    *" ${import%.dll} "*) ;;
+                    *) complain "$module imports from $import" ;;
+                esac
+            done < <(awk '/DLL Name:/ { print tolower($3) }' <<<"$dump")
+            ;;
+        *) continue ;;
+    esac
+    found=1
+    exports=$(sort <<<"$exports" | tr '\n' ' ')
+    [ "$exports" = "$four " ] || complain "$module exports: $exports"
+done
+[ $found = 1 ] || complain "there is no module in $bin"
+exit $failed
