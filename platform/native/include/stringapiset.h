@@ -33,9 +33,9 @@ BV_PLATFORM_API int MultiByteToWideChar(UINT CodePage, DWORD dwFlags, LPCCH lpMu
                                         LPWSTR lpWideCharStr, int cchWideChar);
 
 /// Wide text to narrow text, with the same rules for lengths and failures. A character that the code page
-/// hasn't got becomes lpDefaultChar (null: "?") and sets *lpUsedDefaultChar. UTF-8 has every character and
-/// takes neither argument; what is no character, such as half a surrogate pair, becomes U+FFFD there, or an
-/// error under WC_ERR_INVALID_CHARS.
+/// hasn't got becomes lpDefaultChar (null: "?") and sets *lpUsedDefaultChar; no similar one is looked for,
+/// with or without WC_NO_BEST_FIT_CHARS. UTF-8 lacks only what is no character, such as half a surrogate
+/// pair: that becomes lpDefaultChar (null: U+FFFD), or an error under WC_ERR_INVALID_CHARS.
 BV_PLATFORM_API int WideCharToMultiByte(UINT CodePage, DWORD dwFlags, LPCWCH lpWideCharStr, int cchWideChar,
                                         LPSTR lpMultiByteStr, int cbMultiByte, LPCCH lpDefaultChar,
                                         LPBOOL lpUsedDefaultChar);

@@ -1,0 +1,250 @@
+// Operations on paths as text. See shlwapi.h for the two families of paths.
+#include <algorithm>
+#include <string_view>
+
+#include "fileapi.h"
+#include "shlwapi.h"
+#include "winbase.h"
+#include "winerror.h"
+
+namespace {
+
+template <typename Char>
+using View = std::basic_string_view<Char>;
+
+template <typename Char>
+bool IsRelative(const Char* path) {
+    if (!path || !*path) return true;
+    return path[0] != '/' && path[0] != '\\' && path[1] != ':';
+}
+
+template <typename Char>
+bool IsUnc(View<Char> path) {
+    return path.size() > 1 && path[0] == '\\' && path[1] == '\\';
+}
+
+/// What a path begins with and ".." doesn't pass.
+template <typename Char>
+struct Root {
+    std::size_t length = 0;  // characters of the path
+    View<Char> text;         // as it stands in a canonical path
+    bool fixed = false;      // false for a path that counts from a current folder
+};
+
+template <typename Char>
+Root<Char> RootOf(View<Char> path) {
+    static constexpr Char kBackslash[] = {'\\'};
+    const std::size_t size = path.size();
+    const auto at = [path, size](std::size_t i) { return i < size ? path[i] : Char{}; };
+    if (at(0) == '/') {
+        const std::size_t end = path.find_first_not_of(Char{'/'});
+        return {std::min(end, size), path.substr(0, 1), true};
+    }
+    if (at(0) == '\\' && at(1) == '\\') {
+        const bool long_drive = at(2) == '?' && at(3) == '\\' && at(5) == ':' && at(6) == '\\';
+        const std::size_t length = long_drive ? 7 : 2;
+        return {length, path.substr(0, length), true};
+    }
+    if (at(0) == '\\') return {1, path.substr(0, 1), true};
+    if (size > 1 && at(1) == ':') {
+        const std::size_t length = at(2) == '\\' ? 3 : 2;
+        return {length, path.substr(0, length), length == 3 || size == 2};
+    }
+    if (size == 0) return {0, View<Char>(kBackslash, 1), true};
+    return {};
+}
+
+/// Splits a path of less than 2 * MAX_PATH characters and writes it without its "." and ".." parts. False
+/// when the result needs MAX_PATH characters or more.
+template <typename Char>
+bool WriteCanonical(View<Char> path, Char* buffer) {
+    static constexpr Char kDots[] = {'.', '.'};
+    const View<Char> here(kDots, 1), up(kDots, 2);
+    const Root<Char> root = RootOf(path);
+    const bool slash = !path.empty() && path[0] == '/';
+    const Char separator = slash ? Char{'/'} : Char{'\\'};
+    const std::size_t kept = IsUnc(path) ? 1 : 0;  // the name of the server
+
+    View<Char> parts[2 * MAX_PATH];
+    std::size_t count = 0;
+    bool to_root = false;  // a relative path that lost its only part goes on from the root
+    View<Char> rest = path.substr(root.length);
+    for (bool last = false; !last;) {
+        const std::size_t end = std::min(rest.find(separator), rest.size());
+        const View<Char> part = rest.substr(0, end);
+        last = end == rest.size();
+        rest.remove_prefix(last ? end : end + 1);
+        if (part == here || (slash && part.empty() && !last)) continue;
+        if (part == up && (root.fixed || to_root || (count > 0 && parts[count - 1] != up))) {
+            if (count > kept) --count;
+            to_root |= count == 0 && !root.fixed;
+            continue;
+        }
+        parts[count++] = part;
+    }
+
+    Char* at = buffer;
+    bool fits = true;
+    const auto put = [&](Char c) {
+        fits &= at < buffer + MAX_PATH - 1;
+        if (fits) *at++ = c;
+    };
+    for (const Char c : root.text) put(c);
+    if (to_root || (root.fixed && root.text.size() == 2 && root.text[1] == ':')) put(separator);
+    for (std::size_t i = 0; i < count; ++i) {
+        if (i > 0) put(separator);
+        for (const Char c : parts[i]) put(c);
+    }
+    if (at == buffer) put('.');
+    *at = 0;
+    return fits;
+}
+
+template <typename Char>
+BOOL Canonicalize(Char* buffer, const Char* path) {
+    if (!buffer || !path) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
+    const View<Char> text(path);
+    Char result[MAX_PATH];
+    const bool fits = text.size() < 2 * MAX_PATH && WriteCanonical(text, result);
+    if (!fits) {
+        *buffer = 0;
+        SetLastError(ERROR_INSUFFICIENT_BUFFER);
+        return FALSE;
+    }
+    View<Char>(result).copy(buffer, MAX_PATH);
+    buffer[View<Char>(result).size()] = 0;
+    return TRUE;
+}
+
+/// A path with a root of its own replaces what stands in the buffer; a separator that begins the other ones
+/// goes.
+template <typename Char>
+BOOL Append(Char* path, const Char* more) {
+    if (!path || !more) return FALSE;
+    const bool slash = path[0] == '/';
+    View<Char> rest(more);
+    const bool replaces = IsUnc(rest) || (!IsRelative(more) && more[0] != '\\');
+    while (!replaces && !rest.empty() && (rest[0] == '\\' || (slash && rest[0] == '/')))
+        rest.remove_prefix(1);
+
+    Char joined[2 * MAX_PATH];
+    std::size_t length = 0;
+    const View<Char> base = replaces ? View<Char>() : View<Char>(path);
+    if (base.size() + 1 + rest.size() >= 2 * MAX_PATH) {
+        *path = 0;
+        return FALSE;
+    }
+    for (const Char c : base) joined[length++] = c;
+    const Char separator = slash ? Char{'/'} : Char{'\\'};
+    if (length > 0 && !rest.empty() && joined[length - 1] != separator) joined[length++] = separator;
+    const bool translate = slash && !replaces;
+    for (const Char c : rest) joined[length++] = translate && c == '\\' ? separator : c;
+    joined[length] = 0;
+    return Canonicalize(path, joined);
+}
+
+template <typename Char>
+BOOL RemoveFileSpec(Char* path) {
+    if (!path) return FALSE;
+    const View<Char> text(path);
+    const bool slash = path[0] == '/';
+    const std::size_t root = text.empty() ? 0 : RootOf(text).length;
+    const std::size_t found = text.rfind(slash ? Char{'/'} : Char{'\\'});
+    std::size_t end = found == View<Char>::npos || found < root ? root : found;
+    while (slash && end > root && text[end - 1] == '/') --end;
+    if (slash && end == root) end = 1;
+    if (end >= text.size()) return FALSE;
+    path[end] = 0;
+    return TRUE;
+}
+
+template <typename Char>
+Char* AddSeparator(Char* path) {
+    if (!path) return nullptr;
+    const View<Char> text(path);
+    const Char separator = path[0] == '/' ? Char{'/'} : Char{'\\'};
+    Char* end = path + text.size();
+    if (text.empty() || text.back() == separator) return text.size() < MAX_PATH ? end : nullptr;
+    if (text.size() + 1 >= MAX_PATH) return nullptr;
+    end[0] = separator;
+    end[1] = 0;
+    return end + 1;
+}
+
+template <typename Char>
+std::size_t ExtensionOf(View<Char> path) {
+    const Char separator = !path.empty() && path[0] == '/' ? Char{'/'} : Char{'\\'};
+    std::size_t result = path.size();
+    for (std::size_t i = path.size(); i > 0; --i) {
+        const Char c = path[i - 1];
+        if (c == separator || c == ' ') break;
+        if (c != '.') continue;
+        result = i - 1;
+        break;
+    }
+    return result;
+}
+
+template <typename Char>
+BOOL AddExtension(Char* path, const Char* extension) {
+    if (!path || !extension) return FALSE;
+    const View<Char> text(path), added(extension);
+    if (ExtensionOf(text) != text.size() || text.size() + added.size() >= MAX_PATH) return FALSE;
+    added.copy(path + text.size(), added.size());
+    path[text.size() + added.size()] = 0;
+    return TRUE;
+}
+
+template <typename Char>
+void RemoveExtension(Char* path) {
+    if (path) path[ExtensionOf(View<Char>(path))] = 0;
+}
+
+template <typename Char>
+std::size_t FileNameOf(View<Char> path) {
+    const bool slash = !path.empty() && path[0] == '/';
+    const auto is_separator = [slash](Char c) { return c == '/' || (!slash && c == '\\'); };
+    std::size_t result = 0;
+    for (std::size_t i = 0; i + 1 < path.size(); ++i) {
+        const bool splits = is_separator(path[i]) || (!slash && path[i] == ':');
+        if (splits && !is_separator(path[i + 1])) result = i + 1;
+    }
+    return result;
+}
+
+// The results point into the argument, whose const these calls drop, as they have always done.
+template <typename Char>
+Char* Inside(const Char* path, std::size_t (*position)(View<Char>)) {
+    return path ? const_cast<Char*>(path) + position(View<Char>(path)) : nullptr;
+}
+
+}  // namespace
+
+BOOL PathIsRelativeA(LPCSTR pszPath) { return IsRelative(pszPath); }
+BOOL PathIsRelativeW(LPCWSTR pszPath) { return IsRelative(pszPath); }
+BOOL PathAppendA(LPSTR pszPath, LPCSTR pMore) { return Append(pszPath, pMore); }
+BOOL PathAppendW(LPWSTR pszPath, LPCWSTR pMore) { return Append(pszPath, pMore); }
+BOOL PathCanonicalizeA(LPSTR pszBuf, LPCSTR pszPath) { return Canonicalize(pszBuf, pszPath); }
+BOOL PathCanonicalizeW(LPWSTR pszBuf, LPCWSTR pszPath) { return Canonicalize(pszBuf, pszPath); }
+BOOL PathRemoveFileSpecA(LPSTR pszPath) { return RemoveFileSpec(pszPath); }
+BOOL PathRemoveFileSpecW(LPWSTR pszPath) { return RemoveFileSpec(pszPath); }
+LPSTR PathAddBackslashA(LPSTR pszPath) { return AddSeparator(pszPath); }
+LPWSTR PathAddBackslashW(LPWSTR pszPath) { return AddSeparator(pszPath); }
+LPSTR PathFindExtensionA(LPCSTR pszPath) { return Inside(pszPath, &ExtensionOf<char>); }
+LPWSTR PathFindExtensionW(LPCWSTR pszPath) { return Inside(pszPath, &ExtensionOf<wchar_t>); }
+void PathRemoveExtensionA(LPSTR pszPath) { RemoveExtension(pszPath); }
+void PathRemoveExtensionW(LPWSTR pszPath) { RemoveExtension(pszPath); }
+BOOL PathAddExtensionA(LPSTR pszPath, LPCSTR pszExt) { return AddExtension(pszPath, pszExt); }
+BOOL PathAddExtensionW(LPWSTR pszPath, LPCWSTR pszExt) { return AddExtension(pszPath, pszExt); }
+LPSTR PathFindFileNameA(LPCSTR pszPath) { return Inside(pszPath, &FileNameOf<char>); }
+LPWSTR PathFindFileNameW(LPCWSTR pszPath) { return Inside(pszPath, &FileNameOf<wchar_t>); }
+
+BOOL PathFileExistsA(LPCSTR pszPath) {
+    return pszPath && GetFileAttributesA(pszPath) != INVALID_FILE_ATTRIBUTES;
+}
+BOOL PathFileExistsW(LPCWSTR pszPath) {
+    return pszPath && GetFileAttributesW(pszPath) != INVALID_FILE_ATTRIBUTES;
+}
