@@ -49,8 +49,8 @@ build() {
         return 0
     fi
     record "$preset" fail "build"
-    echo "the build $preset failed; the end of $log:"
-    tail -n 60 "$log"
+    echo "--- the build $preset failed; from $log:"
+    { grep -m1 -A60 -E '^FAILED|CMake Error' "$log" || tail -n 60 "$log"; } | cut -c1-2000
     return 1
 }
 

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs the build, moves the prefix, and builds and runs a host against it that knows nothing but the prefix, once by
 # the CMake package and once by pkg-config: check.sh BUILD_FOLDER
-set -euo pipefail
+set -eEuo pipefail
+trap 'echo "check.sh: line $LINENO: $BASH_COMMAND gave $?"' ERR
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(cd "$here/../.." && pwd)
 build=$(cd "$1" && pwd)
@@ -25,8 +26,8 @@ while read -r file; do
     fi
 done < <(find "$prefix" -type f \( -name '*.so*' -o -path '*/bin/*' \))
 
-cmake -G Ninja -S "$here/host" -B "$work/host" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Debug >/dev/null
-cmake --build "$work/host" >/dev/null
+cmake -G Ninja -S "$here/host" -B "$work/host" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Debug
+cmake --build "$work/host"
 by_package=$("$root/scripts/run-native.sh" "$work/host/host" "$(cat "$work/host/module")")
 echo "$by_package"
 
