@@ -4,7 +4,7 @@
 set -euo pipefail
 bin=$1
 four="DllCanUnloadNow DllGetClassObject DllRegisterServer DllUnregisterServer"
-system="advapi32 comdlg32 gdi32 kernel32 msvcrt msxml6 ole32 oleaut32 shell32 shlwapi user32 strmiids"
+system="advapi32 comdlg32 gdi32 kernel32 msvcrt msxml6 ole32 oleaut32 shell32 shlwapi user32"
 failed=0
 
 complain() {
