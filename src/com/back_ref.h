@@ -1,0 +1,97 @@
+// Back references: pointers to what owns us, which we don't count. Each one is linked to its target, and a target that
+// ends clears them all, so none can be followed or handed out afterwards.
+#pragma once
+
+#include <bvschema/bvschema.h>
+
+#include "com/com_ptr.h"
+
+namespace bv {
+
+class BackRefLink {
+public:
+    BackRefLink() = default;
+    BackRefLink(const BackRefLink&) = delete;
+    BackRefLink& operator=(const BackRefLink&) = delete;
+
+protected:
+    ~BackRefLink() { Unlink(); }
+    void Link(BackRefLink** head) {
+        Unlink();
+        next_ = *head;
+        if (next_) next_->link_ = &next_;
+        link_ = head;
+        *head = this;
+    }
+    void Unlink() {
+        if (!link_) return;
+        *link_ = next_;
+        if (next_) next_->link_ = link_;
+        link_ = nullptr;
+        next_ = nullptr;
+    }
+    virtual void Forget() = 0;
+
+private:
+    friend class BackRefTarget;
+    BackRefLink** link_ = nullptr;  // the pointer that points here
+    BackRefLink* next_ = nullptr;
+};
+
+/// The private question "can you tell those who point back at you that you end?". All our parents can.
+struct IBackRefTarget : IUnknown {
+    virtual BackRefLink** Referrers() = 0;
+};
+
+/// The base of an object that others point back to.
+class BackRefTarget : public IBackRefTarget {
+public:
+    BackRefLink** Referrers() final { return &first_; }
+    /// To be called when the object's end begins.
+    void ForgetReferrers() {
+        while (BackRefLink* link = first_) {
+            link->Unlink();
+            link->Forget();
+        }
+    }
+
+protected:
+    ~BackRefTarget() { ForgetReferrers(); }
+
+private:
+    BackRefLink* first_ = nullptr;
+};
+
+/// A pointer to an object that isn't counted, and that becomes null when an object of ours ends. A foreign object must
+/// outlive it.
+template <class T>
+class BackRef final : public BackRefLink {
+public:
+    BackRef() = default;
+    T* get() const { return pointer_; }
+    T* operator->() const { return pointer_; }
+    explicit operator bool() const { return pointer_ != nullptr; }
+    void Set(T* pointer);
+    /// Points at an object of our own, which needn't be asked.
+    void Set(T* pointer, BackRefTarget& target) {
+        Link(target.Referrers());
+        pointer_ = pointer;
+    }
+
+private:
+    void Forget() override { pointer_ = nullptr; }
+    T* pointer_ = nullptr;
+};
+
+template <>
+inline constexpr IID kIid<IBackRefTarget> = GuidOf("5B0F7C7E-30A5-4D0B-9C64-6E1B7F1D9A11");
+
+template <class T>
+void BackRef<T>::Set(T* pointer) {
+    if (pointer == pointer_) return;
+    Unlink();
+    pointer_ = pointer;
+    if (auto target = Query<IBackRefTarget>(pointer)) Link(target->Referrers());
+}
+
+}  // namespace bv

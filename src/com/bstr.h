@@ -1,0 +1,122 @@
+#pragma once
+
+#include <bvschema/bvschema.h>
+
+#include <cwchar>
+#include <string_view>
+#include <utility>
+
+namespace bv {
+
+/// The characters of a BSTR, which may be null.
+inline std::wstring_view View(const wchar_t* text) {
+    BSTR counted = const_cast<BSTR>(text);
+    return counted ? std::wstring_view(counted, SysStringLen(counted)) : std::wstring_view();
+}
+
+/// An owned BSTR. Null and empty read alike; null is also what stays when there is no memory.
+class Bstr {
+public:
+    Bstr() = default;
+    explicit Bstr(const wchar_t* literal) : text_(SysAllocString(literal)) {}
+    explicit Bstr(std::wstring_view text) : text_(SysAllocStringLen(text.data(), UINT(text.size()))) {}
+    Bstr(const Bstr&) = delete;
+    Bstr(Bstr&& other) noexcept : text_(std::exchange(other.text_, nullptr)) {}
+    ~Bstr() { SysFreeString(text_); }
+    Bstr& operator=(const Bstr&) = delete;
+    Bstr& operator=(Bstr&& other) noexcept {
+        std::swap(text_, other.text_);
+        return *this;
+    }
+
+    BSTR get() const { return text_; }
+    std::wstring_view View() const { return bv::View(text_); }
+    const wchar_t* c_str() const { return text_ ? text_ : L""; }
+    bool empty() const { return SysStringLen(text_) == 0; }
+    BSTR* Put() {
+        SysFreeString(std::exchange(text_, nullptr));
+        return &text_;
+    }
+    BSTR Detach() { return std::exchange(text_, nullptr); }
+
+    /// A copy for a caller of an interface: E_POINTER for a null place, E_OUTOFMEMORY when the copy fails.
+    static HRESULT CopyTo(std::wstring_view text, BSTR* out) {
+        if (!out) return E_POINTER;
+        BSTR copy = SysAllocStringLen(text.data(), UINT(text.size()));
+        if (!copy) return E_OUTOFMEMORY;
+        *out = copy;
+        return S_OK;
+    }
+    HRESULT CopyTo(BSTR* out) const { return CopyTo(View(), out); }
+
+private:
+    BSTR text_ = nullptr;
+};
+
+/// A constant that can be passed where a BSTR goes in: its length stands before its characters.
+template <size_t N>
+struct ConstBstr {
+    consteval ConstBstr(const wchar_t (&literal)[N]) : bytes((N - 1) * sizeof(wchar_t)), text() {  // NOLINT
+        for (size_t i = 0; i < N; ++i) text[i] = literal[i];
+    }
+    BSTR get() const { return const_cast<BSTR>(text); }
+    constexpr std::wstring_view View() const { return {text, N - 1}; }
+    constexpr operator const wchar_t*() const { return text; }  // NOLINT: it is a literal with a length
+
+    alignas(8) std::uint32_t before = 0;  // so that the length ends where the characters begin, on 64 bits too
+    std::uint32_t bytes;
+    wchar_t text[N];
+};
+
+/// Whether two names are the same, without regard to case.
+inline bool SameName(std::wstring_view a, std::wstring_view b) {
+    if (a.size() != b.size()) return false;
+    for (size_t i = 0; i < a.size(); ++i) {
+        wchar_t x = a[i], y = b[i];
+        if (x == y) continue;
+        if (x > 0x7F || y > 0x7F)
+            return CompareStringOrdinal(a.data(), int(a.size()), b.data(), int(b.size()), TRUE) == CSTR_EQUAL;
+        if (x >= L'a' && x <= L'z') x = wchar_t(x - L'a' + L'A');
+        if (y >= L'a' && y <= L'z') y = wchar_t(y - L'a' + L'A');
+        if (x != y) return false;
+    }
+    return true;
+}
+
+/// A text that is a literal of ours for most of its life: copied only when somebody puts another.
+class NodeText {
+public:
+    NodeText() = default;
+    explicit NodeText(const wchar_t* literal)
+        : text_(literal), length_(literal ? unsigned(std::wcslen(literal)) : 0) {}
+    NodeText(const NodeText&) = delete;
+    NodeText& operator=(const NodeText&) = delete;
+    ~NodeText() { Free(); }
+
+    std::wstring_view View() const { return {text_ ? text_ : L"", length_}; }
+    void SetLiteral(const wchar_t* literal) {
+        Free();
+        text_ = literal;
+        length_ = literal ? unsigned(std::wcslen(literal)) : 0;
+    }
+    /// Empty when there is no memory.
+    void SetCopy(std::wstring_view text) {
+        BSTR copy = text.empty() ? nullptr : SysAllocStringLen(text.data(), UINT(text.size()));
+        Free();
+        text_ = copy;
+        length_ = copy ? unsigned(text.size()) : 0;
+        owned_ = copy != nullptr;
+    }
+    HRESULT CopyTo(BSTR* out) const { return Bstr::CopyTo(View(), out); }
+
+private:
+    void Free() {
+        if (owned_) SysFreeString(const_cast<BSTR>(text_));
+        owned_ = false;
+    }
+    const wchar_t* text_ = nullptr;
+    unsigned length_ = 0;
+    bool owned_ = false;
+};
+
+}  // namespace bv

@@ -1,0 +1,270 @@
+// How an object of ours comes to be: its base, its interface map, and its two forms, alone and aggregated.
+#pragma once
+
+#include <bvschema/bvschema.h>
+
+#include <new>
+#include <type_traits>
+
+#include "com/back_ref.h"
+#include "com/com_ptr.h"
+#include "com/module_lock.h"
+
+namespace bv {
+
+/// The base of all objects: it counts for the module's lock.
+class ObjectRoot {
+public:
+    ObjectRoot() { LockModule(); }
+    ObjectRoot(const ObjectRoot&) = delete;
+    ObjectRoot& operator=(const ObjectRoot&) = delete;
+
+    /// Runs after construction. A failure ends the creation.
+    HRESULT FinalConstruct() { return S_OK; }
+    /// Runs when the last reference is gone, while the object is still whole.
+    void FinalRelease() {}
+
+protected:
+    ~ObjectRoot() { UnlockModule(); }
+};
+
+/// Rows of an interface map: an interface that the object is ...
+template <class I>
+struct Own {
+    template <class Object>
+    static I* Cast(Object* object) {
+        return static_cast<I*>(object);
+    }
+    template <class Object>
+    static bool Answer(Object* object, REFIID iid, void** out, HRESULT& status) {
+        if (iid != kIid<I>) return false;
+        I* found = Cast(object);
+        found->AddRef();
+        *out = found;
+        status = S_OK;
+        return true;
+    }
+};
+/// ... or one whose query goes to an object that it holds, a ComPtr<I> or a BackRef<I>.
+template <auto Member>
+struct Held;
+template <class Owner, template <class> class Pointer, class I, Pointer<I> Owner::*Member>
+struct Held<Member> {
+    template <class Object>
+    static bool Answer(Object* object, REFIID iid, void** out, HRESULT& status) {
+        if (iid != kIid<I>) return false;
+        I* held = (object->*Member).get();
+        status = held ? held->QueryInterface(iid, out) : E_NOINTERFACE;
+        return true;
+    }
+};
+
+namespace detail {
+template <class Row>
+struct RowOf {
+    using type = Own<Row>;
+};
+template <auto Member>
+struct RowOf<Held<Member>> {
+    using type = Held<Member>;
+};
+}  // namespace detail
+
+/// What QueryInterface answers. The first row is an interface of the object itself: it is the object's identity.
+template <class First, class... Rest>
+struct InterfaceMap {
+    template <class... More>
+    using With = InterfaceMap<First, Rest..., More...>;
+
+    template <class Object>
+    static IUnknown* Identity(Object* object) {
+        return static_cast<First*>(object);
+    }
+    template <class Object>
+    static HRESULT Find(Object* object, REFIID iid, void** out) {
+        HRESULT status = E_NOINTERFACE;
+        if (Own<First>::Answer(object, iid, out, status) ||
+            (detail::RowOf<Rest>::type::Answer(object, iid, out, status) || ...))
+            return status;
+        return E_NOINTERFACE;
+    }
+};
+
+/// A count that may rise from 0 and fall back while the object is made or ends.
+class RefCount {
+public:
+    ULONG Add() { return ++count_; }
+    /// True: this was the last reference, and the end may begin.
+    bool Drop(ULONG* left) {
+        *left = --count_;
+        return *left == 0 && settled_;
+    }
+    void Settle() { settled_ = true; }
+    void BeginEnd() { settled_ = false; }
+    ULONG count() const { return count_; }
+
+private:
+    ULONG count_ = 0;
+    bool settled_ = false;
+};
+
+/// What both forms do at an object's end, before its memory goes.
+template <class T>
+void EndObject(T& object, RefCount& count) {
+    count.BeginEnd();
+    if constexpr (std::is_base_of_v<BackRefTarget, T>) object.ForgetReferrers();
+    object.FinalRelease();
+}
+
+/// The form without an outer object: the object and its IUnknown are one.
+template <class T>
+class Standalone final : public T {
+public:
+    STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
+        if (!out) return E_POINTER;
+        *out = nullptr;
+        if (iid == kIid<IUnknown>) {
+            AddRef();
+            *out = T::Answers::Identity(static_cast<T*>(this));
+            return S_OK;
+        }
+        return T::Answers::Find(static_cast<T*>(this), iid, out);
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return count_.Add(); }
+    STDMETHODIMP_(ULONG) Release() override {
+        ULONG left = 0;
+        if (count_.Drop(&left)) End();
+        return left;
+    }
+    HRESULT Begin() {
+        const HRESULT status = this->FinalConstruct();
+        count_.Settle();
+        return status;
+    }
+    void End() {
+        EndObject<T>(*this, count_);
+        delete this;
+    }
+
+private:
+    ~Standalone() = default;
+    RefCount count_;
+};
+
+/// The form inside an outer object: the outer one answers for it. This is the IUnknown that the outer object holds.
+template <class T>
+class Inner final : public IUnknown {
+public:
+    explicit Inner(IUnknown* outer) : object_(this, outer) {}
+
+    STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
+        if (!out) return E_POINTER;
+        *out = nullptr;
+        if (iid == kIid<IUnknown>) {
+            AddRef();
+            *out = static_cast<IUnknown*>(this);
+            return S_OK;
+        }
+        return T::Answers::Find(static_cast<T*>(&object_), iid, out);
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return count_.Add(); }
+    STDMETHODIMP_(ULONG) Release() override {
+        ULONG left = 0;
+        if (count_.Drop(&left)) End();
+        return left;
+    }
+    HRESULT Begin() {
+        const HRESULT status = object_.FinalConstruct();
+        count_.Settle();
+        return status;
+    }
+    void End() {
+        EndObject<T>(object_, count_);
+        delete this;
+    }
+
+private:
+    class Object final : public T {
+    public:
+        Object(Inner* inner, IUnknown* outer) : inner_(inner), outer_(outer) {}
+        STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
+            const HRESULT status = outer_->QueryInterface(iid, out);
+            return SUCCEEDED(status) ? status : inner_->QueryInterface(iid, out);
+        }
+        STDMETHODIMP_(ULONG) AddRef() override { return outer_->AddRef(); }
+        STDMETHODIMP_(ULONG) Release() override { return outer_->Release(); }
+
+    private:
+        Inner* inner_;
+        IUnknown* outer_;
+    };
+
+    ~Inner() = default;
+    Object object_;
+    RefCount count_;
+};
+
+/// Creates a T, alone or inside an outer object, and asks it for an interface. The status of its final construction or
+/// of that query; nothing remains after a failure.
+template <class T>
+HRESULT CreateObject(IUnknown* outer, REFIID iid, void** out) {
+    const auto finish = [&](auto* object) -> HRESULT {
+        if (!object) return E_OUTOFMEMORY;
+        HRESULT status = object->Begin();
+        if (SUCCEEDED(status)) status = object->QueryInterface(iid, out);
+        if (FAILED(status)) object->End();
+        return status;
+    };
+    return outer ? finish(new (std::nothrow) Inner<T>(outer)) : finish(new (std::nothrow) Standalone<T>);
+}
+
+/// ISupportErrorInfo for one interface.
+template <class I>
+class SupportsErrors : public ISupportErrorInfo {
+public:
+    STDMETHODIMP InterfaceSupportsErrorInfo(REFIID iid) override { return iid == kIid<I> ? S_OK : S_FALSE; }
+};
+
+/// The type-information side of a dual interface, from the registered type library.
+HRESULT GetTypeInfoOf(REFIID iid, UINT index, LCID locale, ITypeInfo** out);
+HRESULT GetIdsOfNamesOf(REFIID iid, LPOLESTR* names, UINT count, LCID locale, DISPID* ids);
+HRESULT InvokeOn(IDispatch* object, REFIID iid, DISPID id, LCID locale, WORD flags, DISPPARAMS* parameters,
+                 VARIANT* result, EXCEPINFO* exception, UINT* bad_argument);
+
+template <class I>
+class Dispatch : public I {
+public:
+    STDMETHODIMP GetTypeInfoCount(UINT* count) override {
+        if (!count) return E_POINTER;
+        *count = 1;
+        return S_OK;
+    }
+    STDMETHODIMP GetTypeInfo(UINT index, LCID locale, ITypeInfo** out) override {
+        return GetTypeInfoOf(kIid<I>, index, locale, out);
+    }
+    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID locale, DISPID* ids) override {
+        return GetIdsOfNamesOf(kIid<I>, names, count, locale, ids);
+    }
+    STDMETHODIMP Invoke(DISPID id, REFIID, LCID locale, WORD flags, DISPPARAMS* parameters, VARIANT* result,
+                        EXCEPINFO* exception, UINT* bad_argument) override {
+        return InvokeOn(this, kIid<I>, id, locale, flags, parameters, result, exception, bad_argument);
+    }
+};
+
+/// Creates an in-process object by class id, through the component model. Null and the status when it can't be made.
+template <class I>
+ComPtr<I> Create(REFCLSID cls, HRESULT* status = nullptr, DWORD context = 0x17) {
+    ComPtr<I> object;
+    const HRESULT result = CoCreateInstance(cls, nullptr, context, kIid<I>, object.PutVoid());
+    if (status) *status = result;
+    if (FAILED(result)) return nullptr;
+    return object;
+}
+
+}  // namespace bv
+
+/// What a class's file gives: the creator that the class table calls.
+#define BV_CREATOR(Class)                                                        \
+    HRESULT Create##Class(IUnknown* outer, REFIID iid, void** out) {             \
+        return CreateObject<Class>(outer, iid, out);                             \
+    }

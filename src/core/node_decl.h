@@ -1,0 +1,47 @@
+// What a node is, as constant data.
+#pragma once
+
+#include <bvschema/bvschema.h>
+
+#include "com/variant.h"
+
+namespace bv {
+
+/// A constant array, or none.
+template <class T>
+struct Rows {
+    constexpr Rows() = default;
+    template <size_t N>
+    constexpr Rows(const T (&rows)[N]) : first(rows), count(N) {}  // NOLINT: an array is rows
+    constexpr const T* begin() const { return first; }
+    constexpr const T* end() const { return first + count; }
+
+    const T* first = nullptr;
+    size_t count = 0;
+};
+
+/// One entry of a value list. NodeOf(class) as value: an entry that brings its own settings.
+struct Choice {
+    const wchar_t* label;
+    Literal value;
+};
+
+/// What a node holds when its creation call returns. Constant data: texts are literals, arrays are static.
+struct NodeDecl {
+    const wchar_t* name = nullptr;     // identifier for search and XML
+    CLSID cls = clsid::PropertySimple; // own class; in `children`, the class to create
+    const wchar_t* title = nullptr;    // shown beside the value
+    LONG type = 0;                     // style word, for the host
+    int description = 0;               // string-table id, 0: none
+    const wchar_t* help = nullptr;     // description as a text of its own
+    Literal value = {};                // I4(1), Text(L""), Empty(); {}: no store, a group
+    Rows<Choice> choices = {};         // value list, in the order shown
+    Rows<NodeDecl> children = {};      // in tree order
+    const NodeDecl* extension = nullptr;  // unit or converter beside the value
+    bool hidden = false;
+    bool disabled = false;
+};
+
+inline constexpr LONG kNotNegative = 0x80000;  // the one bit of a style word that the server acts on
+
+}  // namespace bv

@@ -1,0 +1,418 @@
+#include "core/property_base.h"
+
+#include "core/child_list.h"
+#include "server/messages.h"
+
+namespace bv {
+namespace {
+
+ComPtr<IProperty> NodeOfValue(const std::optional<Variant>& value) {
+    return value ? Query<IProperty>(ObjectOf(*value)) : nullptr;
+}
+
+/// The parent in a SetInfo value. An IUnknown is asked what it is; a node has no IDispatch of its own to be asked for.
+ComPtr<IDispatch> ParentOf(const VARIANT& value) {
+    if (value.vt == VT_DISPATCH) return value.pdispVal;
+    if (auto node = Query<IProperty>(value.punkVal)) return node.get();
+    if (auto object = Query<IBaseObj>(value.punkVal)) return object.get();
+    return Query<IDispatch>(value.punkVal);
+}
+
+}  // namespace
+
+PropertyBase::PropertyBase(const NodeDecl& decl)
+    : class_id_(&decl.cls),
+      name_(decl.name),
+      type_(decl.type),
+      title_(decl.title),
+      description_(decl.help),
+      description_id_(decl.description),
+      decl_(&decl) {}
+
+HRESULT PropertyBase::FinalConstruct() {
+    HRESULT status = S_OK;
+    values_ = Create<IListOfValues>(clsid::ListOfValues, &status, CLSCTX_INPROC_SERVER);
+    if (!values_) return FAILED(status) ? status : E_FAIL;
+    children_ = Create<IEnumProperties>(clsid::EnumProperties, &status, CLSCTX_INPROC_SERVER);
+    if (!children_) return FAILED(status) ? status : E_FAIL;
+    if (auto own = children_.As<IChildList>()) own_children_ = &own->List();
+    std::ignore = children_->PutParent(this);
+    BuildChildren();
+    return S_OK;
+}
+
+void PropertyBase::FinalRelease() {
+    value_.reset();
+    OnFinalRelease();
+    extension_.Reset();
+    data_.Free();
+    ex_data_.Reset();
+    values_.Reset();
+    own_children_ = nullptr;
+    children_.Reset();
+}
+
+// --- Name, title, description, flags ---
+
+STDMETHODIMP PropertyBase::get_Name(BSTR* pVal) { return name_.CopyTo(pVal); }
+
+STDMETHODIMP PropertyBase::get_Title(BSTR* pVal) { return title_.CopyTo(pVal); }
+
+STDMETHODIMP PropertyBase::get_Description(BSTR* pVal) {
+    if (description_id_ <= 0) return description_.CopyTo(pVal);
+    wchar_t text[kTextLimit];
+    const int length = LoadMessageW(ModuleInstance(), description_id_, text);
+    return Bstr::CopyTo({text, size_t(length)}, pVal);
+}
+
+STDMETHODIMP PropertyBase::put_Description(BSTR newVal) {
+    description_id_ = 0;
+    description_.SetCopy(View(newVal));
+    return S_OK;
+}
+
+STDMETHODIMP PropertyBase::put_DescriptionID(int newVal) {
+    description_id_ = newVal;
+    return S_OK;
+}
+
+STDMETHODIMP PropertyBase::get_Type(LONG* pVal) {
+    if (!pVal) return E_POINTER;
+    *pVal = type_;
+    return S_OK;
+}
+
+STDMETHODIMP PropertyBase::get_IsHide(LONG* pVal) {
+    if (!pVal) return E_POINTER;
+    *pVal = hidden_;
+    return S_OK;
+}
+
+STDMETHODIMP PropertyBase::put_IsHide(LONG newVal) { return Hide(newVal); }
+
+STDMETHODIMP PropertyBase::get_IsDisabled(LONG* pVal) {
+    if (!pVal) return E_POINTER;
+    *pVal = disabled_;
+    return S_OK;
+}
+
+STDMETHODIMP PropertyBase::put_IsDisabled(LONG newVal) { return Disabled(newVal); }
+
+STDMETHODIMP PropertyBase::get_Active(LONG* pVal) {
+    if (!pVal) return E_POINTER;
+    *pVal = active_;
+    return S_OK;
+}
+
+STDMETHODIMP PropertyBase::Hide(LONG newVal) {
+    hidden_ = newVal;
+    if (auto held = NodeOfValue(value_)) std::ignore = held->Hide(newVal);
+    ForEachChild([newVal](IProperty* child) { std::ignore = child->Hide(newVal); });
+    return S_OK;
+}
+
+STDMETHODIMP PropertyBase::Disabled(LONG newVal) {
+    disabled_ = newVal;
+    if (auto held = NodeOfValue(value_)) std::ignore = held->Disabled(newVal);
+    ForEachChild([newVal](IProperty* child) { std::ignore = child->Disabled(newVal); });
+    return S_OK;
+}
+
+STDMETHODIMP PropertyBase::put_Active(LONG newVal) {
+    active_ = newVal;
+    if (auto held = NodeOfValue(value_)) std::ignore = held->put_Active(newVal);
+    ForEachChild([newVal](IProperty* child) { std::ignore = child->put_Active(newVal); });
+    return newVal ? OnActivate() : OnDeactivate();
+}
+
+STDMETHODIMP PropertyBase::InitDefault() { return S_OK; }
+STDMETHODIMP PropertyBase::ShowDialog() { return OnShowDialog(); }
+STDMETHODIMP PropertyBase::BeforeCombo() { return OnBeforeCombo(); }
+
+STDMETHODIMP PropertyBase::get_ClassID(GUID* pVal) {
+    if (!pVal) return E_POINTER;
+    *pVal = *class_id_;
+    return S_OK;
+}
+
+// --- Value ---
+
+const VARIANT& PropertyBase::Stored() const {
+    static constexpr VARIANT kEmpty = {};
+    return value_ ? static_cast<const VARIANT&>(*value_) : kEmpty;
+}
+
+bool PropertyBase::IsOn() const {
+    Variant flag;
+    return value_ && SUCCEEDED(flag.ChangeFrom(*value_, VT_I2)) && flag.iVal != 0;
+}
+
+STDMETHODIMP PropertyBase::get_Value(VARIANT* pVal) {
+    if (!pVal) return E_POINTER;
+    if (!value_) return S_FALSE;
+    return value_->CopyTo(pVal);
+}
+
+STDMETHODIMP PropertyBase::get_ValueType(int* pVal) {
+    if (!pVal) return E_POINTER;
+    *pVal = Stored().vt;
+    return S_OK;
+}
+
+STDMETHODIMP PropertyBase::put_Value(VARIANT newVal) { return value_ ? StoreChecked(newVal) : E_NOTIMPL; }
+
+HRESULT PropertyBase::StoreChecked(const VARIANT& value) {
+    if (type_ & kNotNegative) {
+        Variant number;
+        if (SUCCEEDED(number.ChangeFrom(value, VT_I4)) && number.lVal < 0)
+            return RaiseMessage(ClassId(), msg::kNegativeValue);
+    }
+    OnValueChanging();
+    std::ignore = StoreQuietly(value);
+    OnValueChanged();
+    return S_OK;
+}
+
+HRESULT PropertyBase::StoreQuietly(const VARIANT& value) {
+    Variant copy;
+    copy.CopyFrom(value);
+    if (value_)
+        *value_ = std::move(copy);  // the old value goes when the new one is in place
+    else
+        value_.emplace(std::move(copy));
+    return S_OK;
+}
+
+HRESULT PropertyBase::StoreQuietly(std::wstring_view text) { return StoreQuietly(Variant(text)); }
+
+void PropertyBase::OnValueChanging() {
+    if (auto held = NodeOfValue(value_)) {
+        std::ignore = held->put_Active(0);
+        std::ignore = held->Hide(1);
+    }
+}
+
+void PropertyBase::OnValueChanged() {
+    if (auto held = NodeOfValue(value_)) {
+        std::ignore = held->put_Active(1);
+        std::ignore = held->Hide(0);
+    }
+}
+
+STDMETHODIMP PropertyBase::get_Format(VARIANT* pVal) {
+    if (!pVal) return E_POINTER;
+    std::ignore = get_Value(pVal);
+    const auto converter = Query<IValueFormat>(extension_.get());
+    return converter ? converter->FormatValue(pVal) : S_OK;
+}
+
+STDMETHODIMP PropertyBase::put_Format(VARIANT newVal) {
+    const auto converter = Query<IValueFormat>(extension_.get());
+    if (!converter) {
+        RETURN_IF_FAILED(OnFormatChanged(newVal));
+        return put_Value(newVal);
+    }
+    Variant stored;
+    RETURN_IF_FAILED(converter->ParseValue(newVal, stored.Put()));
+    RETURN_IF_FAILED(OnFormatChanged(stored));
+    return put_Value(stored);
+}
+
+// --- What is kept for the host ---
+
+STDMETHODIMP PropertyBase::GetData(int* nDataType, LONG* pLength, BYTE** pData) {
+    if (!nDataType || !pLength || !pData) return E_POINTER;
+    *nDataType = data_kind_;
+    *pLength = LONG(data_.size());
+    *pData = data_.data();
+    return S_OK;
+}
+
+STDMETHODIMP PropertyBase::PutData(int nDataType, LONG nLength, BYTE* pData) {
+    if (nLength < 0) return E_INVALIDARG;
+    if (nLength > 0 && !pData) return E_POINTER;
+    ByteBlock old;
+    old.Swap(data_);  // the new bytes may be a part of the old ones
+    ex_data_.Reset();
+    if (!data_.Assign(pData, size_t(nLength))) return E_OUTOFMEMORY;
+    data_kind_ = nDataType;
+    return S_OK;
+}
+
+STDMETHODIMP PropertyBase::PutExData(IDispatch* pVal) {
+    data_.Free();
+    ex_data_ = pVal;
+    return S_OK;
+}
+
+STDMETHODIMP PropertyBase::GetExData(IDispatch** pVal) {
+    if (!pVal) return E_POINTER;
+    return ex_data_ ? ex_data_.CopyTo(pVal) : E_FAIL;
+}
+
+STDMETHODIMP PropertyBase::ReadExtraData(IUnknown*) {
+    ReadExtra();
+    return S_OK;
+}
+
+HRESULT PropertyBase::Error(const char* text) { return RaiseError(ClassId(), text, kIid<IProperty>, E_FAIL); }
+
+// --- Other nodes ---
+
+STDMETHODIMP PropertyBase::get_Parent(IDispatch** pVal) {
+    if (!pVal) return E_POINTER;
+    if (!parent_) return S_FALSE;
+    return ComPtr<IDispatch>(parent_.get()).CopyTo(pVal);
+}
+
+STDMETHODIMP PropertyBase::put_Parent(IDispatch* newVal) {
+    parent_.Set(newVal);
+    return S_OK;
+}
+
+STDMETHODIMP PropertyBase::SetInfo(BSTR Name, VARIANT pVal) {
+    name_.SetCopy(View(Name));
+    if (pVal.vt == VT_DISPATCH || pVal.vt == VT_UNKNOWN) parent_.Set(ParentOf(pVal).get());
+    return S_OK;
+}
+
+void PropertyBase::Rename(std::wstring_view name, const wchar_t* literal, PropertyBase& parent) {
+    if (literal)
+        name_.SetLiteral(literal);
+    else
+        name_.SetCopy(name);
+    parent_.Set(&parent, parent);
+}
+
+STDMETHODIMP PropertyBase::get_Extension(IProperty** pVal) {
+    if (!pVal) return E_POINTER;
+    return extension_ ? extension_.CopyTo(pVal) : E_NOTIMPL;
+}
+
+STDMETHODIMP PropertyBase::get_MediaObject(IDispatch** pVal) {
+    if (!pVal) return E_POINTER;
+    return media_ ? ComPtr<IDispatch>(media_.get()).CopyTo(pVal) : S_OK;
+}
+
+STDMETHODIMP PropertyBase::put_MediaObject(IDispatch* newVal) {
+    media_.Set(newVal);
+    std::ignore = children_->InitProperty(newVal);
+    OnMediaObjectChanged(newVal);
+    LONG count = 0;
+    std::ignore = values_->get_Count(&count);
+    for (LONG i = 0; i < count; ++i) {
+        ComPtr<IUnknown> entry;
+        if (FAILED(values_->get_Item(i, entry.Put()))) break;
+        const auto item = entry.As<IListItem>();
+        Variant value;
+        if (!item || FAILED(item->get_Value(value.Put()))) continue;
+        if (auto node = Query<IProperty>(ObjectOf(value))) std::ignore = node->put_MediaObject(newVal);
+        if (auto format = Query<IOutputFormatInfo>(ObjectOf(value))) std::ignore = format->SetMediaObject(newVal);
+    }
+    return S_OK;
+}
+
+STDMETHODIMP PropertyBase::SetMediaObject(IDispatch* pVal) {
+    media_.Set(pVal);
+    ForEachChild([pVal](IProperty* child) { std::ignore = child->SetMediaObject(pVal); });
+    if (extension_) std::ignore = extension_->SetMediaObject(pVal);
+    return S_OK;
+}
+
+HRESULT PropertyBase::Search(std::wstring_view name, BSTR name_text, IProperty** result) {
+    if (media_) {
+        const auto map = Query<IMap>(media_.get());
+        return map ? map->get_Property(name_text, this, result) : E_FAIL;
+    }
+    bool end = false;
+    for (LONG i = 0; !end; ++i) {
+        auto child = NodeAt(children_.get(), own_children_, i, &end);
+        if (!child) continue;
+        HRESULT below = S_FALSE;
+        if (PropertyBase* node = own_children_ ? own_children_->Items()[size_t(i)].node : nullptr) {
+            if (SameName(node->NameView(), name)) return child.CopyTo(result);
+            below = node->Search(name, name_text, result);
+        } else {
+            Bstr own;
+            if (SUCCEEDED(child->get_Name(own.Put())) && SameName(own.View(), name)) return child.CopyTo(result);
+            below = child->FindProperty(name_text, result);
+        }
+        if (below == S_OK) return S_OK;
+    }
+    return S_FALSE;
+}
+
+STDMETHODIMP PropertyBase::FindProperty(BSTR Name, IProperty** pRet) {
+    if (!pRet) return E_POINTER;
+    return Search(View(Name), Name, pRet);
+}
+
+ComPtr<IProperty> PropertyBase::Find(IProperty* from, Name name) {
+    ComPtr<IProperty> node;
+    return from->FindProperty(name.bstr(), node.Put()) == S_OK ? node : nullptr;
+}
+
+void PropertyBase::Show(bool shown, std::initializer_list<Name> nodes) {
+    for (const Name& name : nodes)
+        if (auto node = Find(name)) std::ignore = node->Hide(shown ? 0 : 1);
+}
+
+void PropertyBase::Enable(bool enabled, std::initializer_list<Name> nodes) {
+    for (const Name& name : nodes)
+        if (auto node = Find(name)) std::ignore = node->Disabled(enabled ? 0 : 1);
+}
+
+// --- Building ---
+
+void PropertyBase::BuildChildren() { Build(*decl_); }
+
+void PropertyBase::AddChoice(const Choice& choice) {
+    const Bstr label(choice.label);
+    if (choice.value.node) {
+        CLSID cls = *choice.value.node;
+        std::ignore = values_->AddObject2(label.get(), &cls);
+    } else {
+        std::ignore = values_->AddItem(label.get(), Variant(choice.value));
+    }
+}
+
+void PropertyBase::Build(const NodeDecl& decl) {
+    if (!decl.value.IsNone()) value_.emplace(decl.value);
+    for (const Choice& choice : decl.choices) AddChoice(choice);
+    if (decl.extension) {
+        const NodeDecl& unit = *decl.extension;
+        if (auto extension = Create<IProperty>(unit.cls)) {
+            if (unit.name) std::ignore = extension->SetInfo(Bstr(unit.name).get(), Variant());
+            if (PropertyBase* node = NodeBehind(extension.get())) node->Adopt(unit);
+            extension_ = std::move(extension);
+        }
+    }
+    for (const NodeDecl& child : decl.children) AddDeclared(child, true);
+}
+
+void PropertyBase::Adopt(const NodeDecl& decl) {
+    if (decl.title) title_.SetLiteral(decl.title);
+    if (decl.type) type_ = decl.type;
+    if (decl.help) description_.SetLiteral(decl.help);
+    if (decl.description) description_id_ = decl.description;
+    Build(decl);
+}
+
+ComPtr<IProperty> PropertyBase::AddDeclared(const NodeDecl& decl, bool literal_name) {
+    if (!own_children_) {
+        ComPtr<IProperty> child;
+        CLSID cls = decl.cls;
+        if (FAILED(children_->AddProperty(Bstr(decl.name).get(), &cls, this, child.Put()))) return nullptr;
+        return child;
+    }
+    auto child = own_children_->AddNode(decl.name ? decl.name : L"", literal_name ? decl.name : nullptr, decl.cls, *this);
+    if (!child) return nullptr;
+    if (PropertyBase* node = NodeBehind(child.get())) node->Adopt(decl);
+    if (decl.hidden) std::ignore = child->put_IsHide(1);
+    if (decl.disabled) std::ignore = child->put_IsDisabled(1);
+    return child;
+}
+
+ComPtr<IProperty> PropertyBase::AddChild(const NodeDecl& decl) { return AddDeclared(decl, false); }
+
+}  // namespace bv

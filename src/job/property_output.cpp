@@ -1,0 +1,39 @@
+#include "core/property_base.h"
+
+namespace bv {
+namespace {
+
+constexpr NodeDecl kChildren[] = {
+    {.name = names::kMode, .cls = clsid::PropertyOutputMode},
+    {.name = names::kOutputMediaName, .cls = clsid::PropertyOutputMediaName},
+    {.name = names::kDestinationPath, .cls = clsid::PropertyFolder, .hidden = true},
+    {.name = names::kFileNamePattern,
+     .title = L"File Name Pattern",
+     .type = 1,
+     .description = 1116,
+     .value = Text(L"{SOURCE_FILE_NAME}"),
+     .hidden = true},
+    {.name = names::kIsSplit, .cls = clsid::PropertySplit, .hidden = true},
+    {.name = L"Overwrite", .title = L"Owerwrite" /* sic */, .type = 0x20, .description = 1201, .value = I4(1)},
+};
+constexpr NodeDecl kOutput = {.name = L"Output",
+                              .cls = clsid::PropertyOutput,
+                              .title = L"Output",
+                              .type = 0xC0,
+                              .description = 94,
+                              .children = kChildren};
+
+class PropertyOutput : public PropertyBase {
+public:
+    PropertyOutput() : PropertyBase(kOutput) {}
+
+protected:
+    void BuildChildren() override {
+        Build(kOutput);
+        std::ignore = put_Active(1);
+    }
+};
+
+}  // namespace
+BV_CREATOR(PropertyOutput)
+}  // namespace bv

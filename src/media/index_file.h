@@ -1,0 +1,33 @@
+// The .idx cache: a host's index of a source, kept in a file of its own beside the module.
+#pragma once
+
+#include <bvschema/platform.h>
+
+#include <string_view>
+
+#include "com/byte_block.h"
+
+namespace bv {
+
+/// What ties an index to its source: the size of a file, as its high or its low half; for a folder the sum of its entries;
+/// 0 when there is nothing there.
+ULONGLONG Fingerprint(const wchar_t* source);
+
+/// The file that an IDX value names. A name with a separator, a colon or ".." names none.
+class IndexFile {
+public:
+    explicit IndexFile(std::wstring_view name);
+    explicit operator bool() const { return path_[0] != 0; }
+
+    /// False: it couldn't be written, and isn't there.
+    bool Write(ULONGLONG fingerprint, int kind, const ByteBlock& index) const;
+    enum class Reading { kMissing, kGood, kStale };
+    /// kStale: of another source, or damaged. The block is empty unless kGood.
+    Reading Read(ULONGLONG fingerprint, int& kind, ByteBlock& index) const;
+    void Delete() const;
+
+private:
+    wchar_t path_[MAX_PATH] = {};
+};
+
+}  // namespace bv

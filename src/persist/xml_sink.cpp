@@ -1,0 +1,142 @@
+#include "persist/xml_sink.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <new>
+
+#include "com/variant.h"
+#include "server/messages.h"
+
+namespace bv {
+namespace {
+
+std::string_view Entity(wchar_t c) {
+    switch (c) {
+        case L'&':
+            return "&amp;";
+        case L'<':
+            return "&lt;";
+        case L'>':
+            return "&gt;";
+        case L'\'':
+            return "&apos;";
+        default:
+            return {};
+    }
+}
+
+}  // namespace
+
+ComPtr<XmlSink> XmlSink::For(ISequentialStream* stream) {
+    if (auto sink = Query<XmlSink>(stream)) return sink;
+    return new (std::nothrow) XmlSink(stream);
+}
+
+STDMETHODIMP XmlSink::QueryInterface(REFIID iid, void** out) {
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    if (iid != kIid<XmlSink> && iid != kIid<ISequentialStream> && iid != kIid<IUnknown>) return E_NOINTERFACE;
+    AddRef();
+    *out = this;
+    return S_OK;
+}
+
+STDMETHODIMP_(ULONG) XmlSink::Release() {
+    const ULONG left = --references_;
+    if (left == 0) delete this;
+    return left;
+}
+
+STDMETHODIMP XmlSink::Read(void*, ULONG, ULONG* read) {
+    if (read) *read = 0;
+    return S_FALSE;
+}
+
+STDMETHODIMP XmlSink::Write(const void* bytes, ULONG count, ULONG* written) {
+    if (!bytes && count) return E_POINTER;
+    Append({static_cast<const char*>(bytes), count});
+    if (written) *written = count;
+    return S_OK;
+}
+
+void XmlSink::Flush() {
+    if (used_ && target_) std::ignore = target_->Write(buffer_, ULONG(used_), nullptr);
+    used_ = 0;
+}
+
+void XmlSink::Close() {
+    Flush();
+    target_ = nullptr;
+}
+
+char* XmlSink::Room(size_t bytes) {
+    if (kCapacity - used_ < bytes) Flush();
+    return buffer_ + used_;
+}
+
+void XmlSink::Append(std::string_view text) {
+    while (text.size() > kCapacity - used_) {
+        const size_t part = kCapacity - used_;
+        std::memcpy(buffer_ + used_, text.data(), part);
+        used_ += part;
+        text.remove_prefix(part);
+        Flush();
+    }
+    std::memcpy(buffer_ + used_, text.data(), text.size());
+    used_ += text.size();
+}
+
+void XmlSink::AppendName(std::wstring_view text) {
+    const int length = ToNarrowBytes(Room(kTextLimit), text, int(kTextLimit));
+    if (length > 0) used_ += size_t(length);
+}
+
+void XmlSink::AppendSafe(std::wstring_view text) {
+    if (text.size() > kTextLimit) return;  // a character takes a byte or more
+    char* out = Room(kTextLimit);
+    size_t bytes = 0;
+    size_t added = 0;  // characters that the replacements add
+    bool replaced = false;
+    size_t done = 0;
+    while (done < text.size()) {
+        // Runs between special characters are converted as one: a character may take several units.
+        const size_t special = std::min(text.find_first_of(L"&<>'", done), text.size());
+        const int run = ToNarrowBytes(out + bytes, text.substr(done, special - done), int(kTextLimit - bytes));
+        if (run < 0) return;
+        bytes += size_t(run);
+        done = special;
+        if (done == text.size()) break;
+        const std::string_view entity = Entity(text[done++]);
+        if (entity.size() > kTextLimit - bytes) return;
+        std::memcpy(out + bytes, entity.data(), entity.size());
+        bytes += entity.size();
+        added += entity.size() - 1;
+        replaced = true;
+    }
+    if (replaced && text.size() + added > kSafeLimit) return;
+    used_ += bytes;
+}
+
+void XmlSink::AppendNumber(LONGLONG number) {
+    char* out = Room(24);
+    used_ += size_t(std::to_chars(out, out + 24, number).ptr - out);
+}
+
+void XmlSink::AppendValue(const VARIANT& value) {
+    switch (value.vt) {
+        case VT_I4:
+            return AppendNumber(value.lVal);
+        case VT_I2:
+        case VT_BOOL:
+            return AppendNumber(value.iVal);
+        case VT_UI1:
+            return AppendNumber(value.bVal);
+        case VT_BSTR:
+            return AppendSafe(View(value.bstrVal));
+        default:
+            if (Variant text; SUCCEEDED(text.ChangeFrom(value, VT_BSTR))) AppendName(TextOf(text));
+    }
+}
+
+}  // namespace bv
