@@ -1,0 +1,279 @@
+// What the tests of the tree share: a host's view of a node, a media object, a stream, doubles.
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <functional>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <bvschema/bvschema.h>
+
+namespace bv::test {
+
+/// A counted reference, as a host would write one.
+template <class T>
+class Ref {
+public:
+    Ref() = default;
+    Ref(T* pointer) : pointer_(pointer) {  // NOLINT
+        if (pointer_) pointer_->AddRef();
+    }
+    Ref(const Ref& other) : Ref(other.pointer_) {}
+    Ref(Ref&& other) noexcept : pointer_(std::exchange(other.pointer_, nullptr)) {}
+    ~Ref() {
+        if (pointer_) pointer_->Release();
+    }
+    Ref& operator=(Ref other) noexcept {
+        std::swap(pointer_, other.pointer_);
+        return *this;
+    }
+    T* get() const { return pointer_; }
+    T* operator->() const { return pointer_; }
+    explicit operator bool() const { return pointer_ != nullptr; }
+    T** Put() {
+        *this = Ref();
+        return &pointer_;
+    }
+    void** PutVoid() { return reinterpret_cast<void**>(Put()); }
+    template <class I>
+    Ref<I> As() const {
+        Ref<I> result;
+        if (pointer_ && FAILED(pointer_->QueryInterface(kIid<I>, result.PutVoid()))) return {};
+        return result;
+    }
+
+private:
+    T* pointer_ = nullptr;
+};
+
+/// A VARIANT of a test, freed at its end. Literals say their kind: I4(1), I2(1), Str(L"x"), R8(1.5), Obj(node).
+class Value {
+public:
+    Value() { VariantInit(&variant_); }
+    Value(const Value& other) : Value() { VariantCopy(&variant_, const_cast<VARIANT*>(&other.variant_)); }
+    ~Value() { VariantClear(&variant_); }
+    Value& operator=(Value other) {
+        std::swap(variant_, other.variant_);
+        return *this;
+    }
+    VARIANT* Put() {
+        VariantClear(&variant_);
+        return &variant_;
+    }
+    const VARIANT& get() const { return variant_; }
+    VARIANT& get() { return variant_; }
+    VARTYPE kind() const { return variant_.vt; }
+    std::wstring text() const { return kind() == VT_BSTR ? std::wstring(variant_.bstrVal, SysStringLen(variant_.bstrVal)) : L""; }
+    IUnknown* object() const { return kind() == VT_DISPATCH || kind() == VT_UNKNOWN ? variant_.punkVal : nullptr; }
+    /// By kind and value; objects by pointer.
+    friend bool operator==(const Value& a, const Value& b);
+    friend void PrintTo(const Value& value, std::ostream* out);
+
+private:
+    VARIANT variant_;
+};
+Value Nothing();
+Value I4(LONG number);
+Value I2(SHORT number);
+Value UI1(BYTE number);
+Value R8(double number);
+Value Bool(bool flag);
+Value Str(const std::wstring& text);
+Value Obj(IDispatch* object);
+Value Unk(IUnknown* object);
+
+/// A BSTR argument.
+class Text {
+public:
+    Text(const wchar_t* text) : bstr_(SysAllocString(text)) {}                                       // NOLINT
+    Text(const std::wstring& text) : bstr_(SysAllocStringLen(text.data(), UINT(text.size()))) {}     // NOLINT
+    Text(const Text&) = delete;
+    ~Text() { SysFreeString(bstr_); }
+    operator BSTR() const { return bstr_; }  // NOLINT
+
+private:
+    BSTR bstr_;
+};
+/// Takes a BSTR result.
+std::wstring Take(BSTR text);
+std::string Narrow(const std::wstring& text);
+
+/// A sequential stream that keeps what it gets. fail_after: bytes that it takes.
+class MemoryStream final : public ISequentialStream {
+public:
+    std::string text;
+    size_t fail_after = size_t(-1);
+
+    STDMETHODIMP QueryInterface(REFIID iid, void** out) override;
+    STDMETHODIMP_(ULONG) AddRef() override { return 2; }
+    STDMETHODIMP_(ULONG) Release() override { return 1; }
+    STDMETHODIMP Read(void*, ULONG, ULONG*) override { return E_NOTIMPL; }
+    STDMETHODIMP Write(const void* bytes, ULONG count, ULONG* written) override;
+};
+
+/// A node as its host sees it.
+class Node {
+public:
+    Node() = default;
+    explicit Node(Ref<IProperty> node) : node_(std::move(node)) {}
+
+    IProperty* get() const { return node_.get(); }
+    IProperty* operator->() const { return node_.get(); }
+    explicit operator bool() const { return bool(node_); }
+    template <class I>
+    Ref<I> As() const {
+        return node_.As<I>();
+    }
+
+    std::wstring Name() const;
+    std::wstring Title() const;
+    std::wstring Description() const;
+    LONG Type() const;
+    bool Shown() const;
+    bool Enabled() const;
+    bool Active() const;
+    int ValueType() const;
+    /// The value; VT_EMPTY for a node that has none.
+    bv::test::Value Value() const;
+    bv::test::Value Format() const;
+    HRESULT Put(const bv::test::Value& value) const { return node_->put_Value(value.get()); }
+    HRESULT PutFormat(const bv::test::Value& value) const { return node_->put_Format(value.get()); }
+    Node Find(const std::wstring& name) const;
+    Node Extension() const;
+    Node Parent() const;
+    std::vector<Node> Children() const;
+    Node Child(size_t index) const { return Children().at(index); }
+    std::vector<std::pair<std::wstring, bv::test::Value>> Choices() const;
+    std::string Xml() const;
+    void Give(IDispatch* media) const { node_->put_MediaObject(media); }
+    void Release() { node_ = {}; }
+
+private:
+    Ref<IProperty> node_;
+};
+/// A new object of a class; fails the test when it can't be created.
+template <class I>
+Ref<I> New(REFCLSID cls) {
+    Ref<I> object;
+    EXPECT_EQ(CoCreateInstance(cls, nullptr, CLSCTX_INPROC_SERVER, kIid<I>, object.PutVoid()), S_OK);
+    return object;
+}
+inline Node CreateNode(REFCLSID cls) { return Node(New<IProperty>(cls)); }
+
+/// Name, class, title, type, value, choices, description, extension and flags of a node and all below it, a line each, as
+/// tests/golden has them.
+std::string Dump(const Node& node, bool hidden_too = true);
+/// The text of tests/golden/<name>.
+std::string Golden(const std::string& name);
+
+/// The thread's error object, taken.
+struct Refusal {
+    std::wstring text;
+    std::wstring source;
+    GUID iid = {};
+};
+Refusal TakeRefusal();
+
+/// Checks that putting a value is refused whole: status, text and source of the error object, and that the value stays.
+void ExpectRefused(const Node& node, const Value& value, const std::wstring& text, HRESULT status = E_FAIL,
+                   const std::wstring& source = L"BVSchema.Property.1");
+
+/// How many locks the loaded module has is its own affair; whether it could go is told.
+bool ModuleCanGo();
+
+/// Fails the test at its end if an object of the module is alive that wasn't at its begin.
+class NothingLeft {
+public:
+    ~NothingLeft() { EXPECT_TRUE(ModuleCanGo()) << "an object outlives the test"; }
+};
+
+/// A media object that aggregates a Map, and stands for the job whose root it was given.
+class FakeMedia final : public IMediaParser, public IMediaFilesHost, public IMediaObject {
+public:
+    FakeMedia();
+    ~FakeMedia();
+    FakeMedia(const FakeMedia&) = delete;
+
+    LONGLONG duration = 100000000;       // 10 s
+    LONGLONG time_per_frame = 400000;    // 25 frames a second
+    int flag_a = 1, flag_b = 1, still = 0;
+    std::wstring output_name = L"out.avi";
+    int index = 3;
+    IProperty* root = nullptr;           // what it answers IProperty with
+    IUnknown* files = nullptr;           // what it answers IMediaFiles with
+    bool has_map = true, has_parser = true, has_media_object = true;
+
+    IDispatch* dispatch() { return static_cast<IMediaParser*>(this); }
+    Ref<IMap> map();
+    ULONG references() const { return references_; }
+
+    STDMETHODIMP QueryInterface(REFIID iid, void** out) override;
+    STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
+    STDMETHODIMP_(ULONG) Release() override { return --references_; }
+    STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+    STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
+    STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) override {
+        return E_NOTIMPL;
+    }
+    STDMETHODIMP get_Duration(LONGLONG* pVal) override { return Give(pVal, duration); }
+    STDMETHODIMP get_TimePerFrame(LONGLONG* pVal) override { return Give(pVal, time_per_frame); }
+    STDMETHODIMP get_StreamFlagA(int* pVal) override { return Give(pVal, flag_a); }
+    STDMETHODIMP get_StreamFlagB(int* pVal) override { return Give(pVal, flag_b); }
+    STDMETHODIMP get_IsStill(int* pVal) override { return Give(pVal, still); }
+    STDMETHODIMP PreOpen(IUnknown*) override { return E_NOTIMPL; }
+    STDMETHODIMP get_TitleInfo(BSTR*) override { return E_NOTIMPL; }
+    STDMETHODIMP get_CurrentFormat(IDispatch**) override { return E_NOTIMPL; }
+    STDMETHODIMP InitDefault() override { return S_OK; }
+    STDMETHODIMP Encoding(ICriticalSection*, LONG*) override { return E_NOTIMPL; }
+    STDMETHODIMP Stop() override { return S_OK; }
+    STDMETHODIMP GetOuputFileName(BSTR* pVal) override { return Give(pVal, SysAllocString(output_name.c_str())); }
+    STDMETHODIMP GetCurIndex(int* pVal) override { return Give(pVal, index); }
+
+private:
+    template <class T>
+    static HRESULT Give(T* out, T value) {
+        *out = value;
+        return S_OK;
+    }
+    ULONG references_ = 1;
+    IUnknown* map_ = nullptr;  // the inner object of the aggregated Map
+};
+
+/// A job as a host makes it: root created by class id, media object given. Fails if an object outlives the test.
+class JobTest : public testing::Test {
+protected:
+    JobTest() : root(CreateNode(clsid::PropertyMain)) {
+        media.root = root.get();
+        root.Give(media.dispatch());
+    }
+    Node operator[](const wchar_t* name) const { return root.Find(name); }
+
+    NothingLeft no_leaks;  // first, so that it is checked last
+    FakeMedia media;
+    Node root;
+};
+
+/// A class object registered for a class id while it lives: for doubles, and for classes that refuse.
+class ClassDouble final : public IClassFactory {
+public:
+    using Maker = std::function<HRESULT(IUnknown* outer, REFIID iid, void** out)>;
+    ClassDouble(REFCLSID cls, Maker maker);
+    ~ClassDouble();
+    ClassDouble(const ClassDouble&) = delete;
+    STDMETHODIMP QueryInterface(REFIID iid, void** out) override;
+    STDMETHODIMP_(ULONG) AddRef() override { return 2; }
+    STDMETHODIMP_(ULONG) Release() override { return 1; }
+    STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, void** out) override { return maker_(outer, iid, out); }
+    STDMETHODIMP LockServer(BOOL) override { return S_OK; }
+
+private:
+    Maker maker_;
+    DWORD cookie_ = 0;
+};
+
+}  // namespace bv::test
