@@ -43,8 +43,10 @@ BV_PLATFORM_API HRESULT CoRegisterClassObject(REFCLSID class_id, LPUNKNOWN class
                                               DWORD flags, LPDWORD cookie);
 /// CO_E_OBJNOTREG for an unknown cookie.
 BV_PLATFORM_API HRESULT CoRevokeClassObject(DWORD cookie);
-/// Unloads the modules behind classes that say that they can go.
+/// Unloads the modules behind classes that say that they can go. Ex: both arguments are 0; here the first makes no
+/// difference, since no module is kept for a while.
 BV_PLATFORM_API void CoFreeUnusedLibraries();
+BV_PLATFORM_API void CoFreeUnusedLibrariesEx(DWORD delay, DWORD reserved);
 
 /// The program's name for the class, from the registry. REGDB_E_CLASSNOTREG: there is none. The caller frees
 /// it with CoTaskMemFree.

@@ -356,4 +356,6 @@ void CoFreeUnusedLibraries() {
     for (const auto& server : going)
         FreeLibrary(server->module);  // not under the lock: a module's end runs here
 }
+
+void CoFreeUnusedLibrariesEx(DWORD, DWORD) { CoFreeUnusedLibraries(); }
 }

@@ -1,0 +1,112 @@
+// Modules: loading, their operations, resources and texts.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <fstream>
+
+#include "platform/probe.h"
+
+namespace bv::test {
+namespace {
+
+/// The probe, loaded.
+class Modules : public testing::Test {
+protected:
+    void SetUp() override { ASSERT_NE(module, nullptr) << GetLastError(); }
+    void TearDown() override { FreeLibrary(module); }
+
+    HMODULE module = LoadLibraryW(ProbePath().wstring().c_str());
+};
+
+TEST_F(Modules, EachLoadIsGivenBack) {
+    EXPECT_EQ(LoadLibraryExW(ProbePath().wstring().c_str(), nullptr, 0), module);
+    EXPECT_EQ(GetModuleHandleW(ProbePath().filename().wstring().c_str()), module);
+    EXPECT_TRUE(FreeLibrary(module));
+    EXPECT_EQ(GetModuleHandleW(ProbePath().wstring().c_str()), module);
+    EXPECT_TRUE(FreeLibrary(module));
+    EXPECT_EQ(GetModuleHandleW(ProbePath().wstring().c_str()), nullptr);
+    module = LoadLibraryW(ProbePath().filename().wstring().c_str());  // beside the program
+    EXPECT_EQ(GetModuleHandleW(ProbePath().wstring().c_str()), module);
+}
+
+TEST_F(Modules, WhatCannotBeLoadedSaysWhy) {
+    const std::filesystem::path text = TempFolder() / "text.bin";
+    std::ofstream(text) << "no module, but long enough to be looked at, which takes sixty-four bytes or so";
+    const struct {
+        std::wstring name;
+        DWORD error;
+    } cases[] = {
+        {(TempFolder() / "nothing.bin").wstring(), ERROR_MOD_NOT_FOUND},
+        {L"bv-there-is-no-such-module.dll", ERROR_MOD_NOT_FOUND},
+        {text.wstring(), ERROR_BAD_EXE_FORMAT},
+    };
+    for (const auto& c : cases) {
+        SetLastError(0);
+        EXPECT_EQ(LoadLibraryW(c.name.c_str()), nullptr);
+        EXPECT_EQ(GetLastError(), c.error) << std::filesystem::path(c.name);
+    }
+}
+
+TEST_F(Modules, OperationsAndPath) {
+    const auto operation = GetProcAddress(module, "DllRegisterServer");
+    ASSERT_NE(operation, nullptr);
+    EXPECT_EQ(reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(reinterpret_cast<void*>(operation))(), S_OK)
+        << "DllMain has run";
+    EXPECT_EQ(GetProcAddress(module, "DllNothing"), nullptr);
+    EXPECT_EQ(GetLastError(), DWORD(ERROR_PROC_NOT_FOUND));
+
+    wchar_t path[4096] = {};
+    const DWORD length = GetModuleFileNameW(module, path, 4096);
+    EXPECT_TRUE(std::filesystem::equivalent(path, ProbePath()));
+    EXPECT_EQ(length, std::wcslen(path));
+    char narrow[8] = "xxxxxxx";
+    EXPECT_EQ(GetModuleFileNameA(module, narrow, 4), 4u);
+    EXPECT_EQ(GetLastError(), DWORD(ERROR_INSUFFICIENT_BUFFER));
+    EXPECT_EQ(narrow[4], 'x');
+    EXPECT_GT(GetModuleFileNameA(nullptr, narrow, 8), 0u);
+}
+
+TEST_F(Modules, ResourcesByNumberAndName) {
+    const HRSRC script = FindResourceA(module, MAKEINTRESOURCEA(101), "REGISTRY");
+    ASSERT_NE(script, nullptr);
+    EXPECT_EQ(FindResourceA(module, "#101", "registry"), script);
+    EXPECT_EQ(SizeofResource(module, script), 10u);
+    const void* data = LockResource(LoadResource(module, script));
+    ASSERT_NE(data, nullptr);
+    EXPECT_EQ(std::memcmp(data, "HKCR { }\r\n", 10), 0);
+
+    EXPECT_EQ(FindResourceA(module, MAKEINTRESOURCEA(102), "REGISTRY"), nullptr);
+    EXPECT_EQ(GetLastError(), DWORD(ERROR_RESOURCE_NAME_NOT_FOUND));
+    EXPECT_EQ(FindResourceA(module, MAKEINTRESOURCEA(101), "NOTHING"), nullptr);
+    EXPECT_EQ(GetLastError(), DWORD(ERROR_RESOURCE_TYPE_NOT_FOUND));
+}
+
+TEST_F(Modules, TextsAreCutToTheBuffer) {
+    char narrow[64] = {};
+    wchar_t wide[64] = {};
+    EXPECT_EQ(LoadStringA(module, 1, narrow, 64), 5);
+    EXPECT_STREQ(narrow, "first");
+    EXPECT_EQ(LoadStringW(module, 1258, wide, 64), 4);
+    EXPECT_STREQ(wide, L"last");
+    EXPECT_EQ(LoadStringA(module, 16, narrow, 7), 6);
+    EXPECT_STREQ(narrow, "a text");
+    EXPECT_EQ(LoadStringW(module, 16, wide, 7), 6);
+    EXPECT_STREQ(wide, L"a text");
+    EXPECT_EQ(LoadStringA(module, 2, narrow, 64), 0);
+    EXPECT_EQ(LoadStringA(module, 5000, narrow, 64), 0);
+
+    for (const int block : {1, 2, 79}) {  // of the ids 0 to 15, 16 to 31, 1248 to 1263
+        const HRSRC found = FindResourceA(module, MAKEINTRESOURCEA(block), RT_STRING);
+        ASSERT_NE(found, nullptr) << block;
+        EXPECT_GE(SizeofResource(module, found), 32u);
+    }
+    EXPECT_EQ(FindResourceA(module, MAKEINTRESOURCEA(3), RT_STRING), nullptr);
+    const auto* units = static_cast<const unsigned char*>(
+        LockResource(LoadResource(module, FindResourceA(module, MAKEINTRESOURCEA(1), RT_STRING))));
+    EXPECT_EQ(units[0] + units[1], 0);  // id 0: no text
+    EXPECT_EQ(units[2], 5);             // id 1: five units
+    EXPECT_EQ(units[4], 'f');
+}
+
+}  // namespace
+}  // namespace bv::test
