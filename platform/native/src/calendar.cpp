@@ -131,7 +131,7 @@ private:
         if (half == 'P' && hour < 12) hour += 12;
         if (half == 'A' && hour == 12) hour = 0;
         has_time_ = true;
-        time_ = ((hour * 60 + minute) * 60 + second) / double{kDaySeconds};
+        time_ = hour / 24.0 + minute / 1440.0 + second / double{kDaySeconds};
         return true;
     }
 

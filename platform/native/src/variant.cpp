@@ -278,8 +278,13 @@ HRESULT StoreCurrency(const Number& number, VARIANT* result) {
     const double rounded = std::nearbyint(units);
     const double rest = units - rounded;
     LONGLONG value = static_cast<LONGLONG>(rounded);
-    if (rest == 0.5 && lost > 0) ++value;
-    if (rest == -0.5 && lost < 0) --value;
+    if (std::fabs(units) >= 0x1p53) {  // whole ones were lost
+        value += static_cast<LONGLONG>(std::nearbyint(lost));
+    } else if (rest == 0.5 && lost > 0) {
+        ++value;
+    } else if (rest == -0.5 && lost < 0) {
+        --value;
+    }
     result->cyVal.int64 = value;
     return S_OK;
 }
@@ -310,6 +315,11 @@ HRESULT StoreNumberText(const Number& number, VARIANT* result) {
     return StoreText(ToText(*ToExact(number)), result);
 }
 
+/// A decimal number that no double can hold.
+bool TooLarge(const Number& number) {
+    return number.form == Number::kExact && std::isinf(ToDouble(number.exact));
+}
+
 HRESULT Store(const Number& number, VARTYPE kind, VARIANT* result) {
     switch (kind) {
         case VT_I1:
@@ -332,7 +342,7 @@ HRESULT Store(const Number& number, VARTYPE kind, VARIANT* result) {
             return StoreInteger(number, 8, false, result);
         case VT_BOOL:
             result->boolVal = ToReal(number) != 0 ? VARIANT_TRUE : VARIANT_FALSE;
-            return S_OK;
+            return TooLarge(number) ? DISP_E_OVERFLOW : S_OK;
         case VT_CY:
             return StoreCurrency(number, result);
         case VT_BSTR:
@@ -345,7 +355,7 @@ HRESULT Store(const Number& number, VARTYPE kind, VARIANT* result) {
         }
         case VT_R8:
             result->dblVal = ToReal(number);
-            return std::isinf(result->dblVal) && number.form == Number::kExact ? DISP_E_OVERFLOW : S_OK;
+            return TooLarge(number) ? DISP_E_OVERFLOW : S_OK;
         case VT_DATE:
             result->date = ToReal(number);
             return IsDate(result->date) ? S_OK : DISP_E_OVERFLOW;

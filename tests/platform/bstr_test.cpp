@@ -1,0 +1,70 @@
+// BSTR: a text that carries its length.
+#include <windows.h>
+//
+#include <gtest/gtest.h>
+#include <oleauto.h>
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+
+namespace {
+
+std::wstring TextOf(BSTR text) { return std::wstring(text, SysStringLen(text)); }
+
+TEST(Bstr, CarriesItsLengthInBytesBeforeTheFirstCharacter) {
+    const std::wstring source(L"ab\0cd", 5);
+    BSTR text = SysAllocStringLen(source.data(), 5);
+    ASSERT_NE(text, nullptr);
+    std::uint32_t bytes = 0;
+    std::memcpy(&bytes, reinterpret_cast<const char*>(text) - 4, 4);
+    EXPECT_EQ(bytes, 5 * sizeof(OLECHAR));
+    EXPECT_EQ(SysStringByteLen(text), bytes);
+    EXPECT_EQ(TextOf(text), source);
+    EXPECT_EQ(text[5], L'\0');
+    SysFreeString(text);
+
+    text = SysAllocString(source.data());
+    EXPECT_EQ(TextOf(text), L"ab");
+    SysFreeString(text);
+}
+
+TEST(Bstr, MayHoldAnOddNumberOfBytes) {
+    BSTR bytes = SysAllocStringByteLen("a\0b", 3);
+    ASSERT_NE(bytes, nullptr);
+    EXPECT_EQ(SysStringByteLen(bytes), 3u);
+    EXPECT_EQ(SysStringLen(bytes), 3 / sizeof(OLECHAR));
+    EXPECT_EQ(std::memcmp(bytes, "a\0b\0", 4), 0);
+    SysFreeString(bytes);
+}
+
+TEST(Bstr, NullIsAnEmptyText) {
+    EXPECT_EQ(SysStringLen(nullptr), 0u);
+    EXPECT_EQ(SysStringByteLen(nullptr), 0u);
+    SysFreeString(nullptr);
+    EXPECT_EQ(SysAllocString(nullptr), nullptr);
+    BSTR unset = SysAllocStringLen(nullptr, 3);
+    EXPECT_EQ(SysStringLen(unset), 3u);
+    EXPECT_EQ(unset[3], L'\0');
+    SysFreeString(unset);
+    EXPECT_EQ(SysAllocStringLen(nullptr, 0xFFFFFFFF), nullptr);
+}
+
+TEST(Bstr, IsReplacedByATextThatMayLieInIt) {
+    BSTR text = SysAllocString(L"hello");
+    ASSERT_TRUE(SysReAllocString(&text, text + 2));
+    EXPECT_EQ(TextOf(text), L"llo");
+    ASSERT_TRUE(SysReAllocStringLen(&text, text + 1, 2));
+    EXPECT_EQ(TextOf(text), L"lo");
+    ASSERT_TRUE(SysReAllocStringLen(&text, nullptr, 4));
+    EXPECT_EQ(SysStringLen(text), 4u);
+    EXPECT_EQ(std::wstring(text, 2), L"lo");
+    SysFreeString(text);
+
+    text = nullptr;
+    ASSERT_TRUE(SysReAllocString(&text, L"new"));
+    EXPECT_EQ(TextOf(text), L"new");
+    SysFreeString(text);
+}
+
+}  // namespace
