@@ -25,7 +25,7 @@ TEST_F(Modules, EachLoadIsGivenBack) {
     EXPECT_EQ(GetModuleHandleW(ProbePath().wstring().c_str()), module);
     EXPECT_TRUE(FreeLibrary(module));
     EXPECT_EQ(GetModuleHandleW(ProbePath().wstring().c_str()), nullptr);
-    module = LoadLibraryW(ProbePath().filename().wstring().c_str());  // beside the program
+    module = LoadLibraryA("BVProbe.dll");  // beside the program; natively that means BVProbe.so
     EXPECT_EQ(GetModuleHandleW(ProbePath().wstring().c_str()), module);
 }
 
@@ -64,6 +64,14 @@ TEST_F(Modules, OperationsAndPath) {
     EXPECT_EQ(GetLastError(), DWORD(ERROR_INSUFFICIENT_BUFFER));
     EXPECT_EQ(narrow[4], 'x');
     EXPECT_GT(GetModuleFileNameA(nullptr, narrow, 8), 0u);
+}
+
+TEST_F(Modules, SystemLibrariesAreFoundByName) {
+    const HMODULE system = LoadLibraryA("oleaut32.dll");
+    ASSERT_NE(system, nullptr);
+    EXPECT_NE(GetProcAddress(system, "SysAllocString"), nullptr);
+    EXPECT_EQ(GetModuleHandleA("oleaut32.dll"), system);
+    EXPECT_TRUE(FreeLibrary(system));
 }
 
 TEST_F(Modules, ResourcesByNumberAndName) {

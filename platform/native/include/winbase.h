@@ -77,7 +77,6 @@ BV_PLATFORM_API LPVOID LockResource(HGLOBAL data);
 /// A text of the string table, cut to the buffer and ended by a NUL. Gives its length without the NUL in
 /// characters of the buffer; 0 when there is no such text.
 BV_PLATFORM_API int LoadStringA(HINSTANCE module, UINT id, LPSTR buffer, int size);
-/// The same. With size 0 *(LPCWSTR*)buffer becomes the text itself, read-only and without a NUL.
 BV_PLATFORM_API int LoadStringW(HINSTANCE module, UINT id, LPWSTR buffer, int size);
 }
 
