@@ -155,6 +155,7 @@ if build native; then
     run_programs native run-native.sh
     check native exports tests/checks/exports.sh build/native/bin
     check native install tests/install/check.sh build/native
+    check native environment tests/checks/environment.sh scripts/run-native.sh build/native/bin/platform_tests
 fi
 
 if [ $quick = 0 ]; then
@@ -168,6 +169,8 @@ if [ $quick = 0 ]; then
     if build windows-x64; then
         run_programs windows-x64 run-wine.sh
         check windows-x64 exports tests/checks/exports.sh build/windows-x64/bin
+        check windows-x64 environment tests/checks/environment.sh scripts/run-wine.sh \
+            build/windows-x64/bin/platform_tests.exe
     fi
     if build windows-x86 product; then
         check windows-x86 exports tests/checks/exports.sh build/windows-x86/bin

@@ -39,5 +39,5 @@ export BV_PRIVATE_RUN=1
 export BV_TEST_DATA BV_TEST_TEMP
 BV_TEST_DATA=$(windows_path "$root/tests")
 BV_TEST_TEMP=$(windows_path "$state")
-export LC_ALL=C.UTF-8
+export LC_ALL=${BV_TEST_LOCALE:-C.UTF-8}
 wine "$program" "$@" </dev/null

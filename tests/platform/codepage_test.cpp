@@ -4,8 +4,8 @@
 //
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
-#include <vector>
 
 namespace {
 
@@ -132,8 +132,12 @@ TEST(CodePage, LengthsAndFailures) {
 }
 
 TEST(CodePage, TheNarrowPageIsTheOneThatItsNumberNames) {
-    const std::wstring text = L"\xE9";
-    EXPECT_EQ(Narrow(CP_ACP, text, nullptr, 0), Narrow(GetACP(), text, nullptr, 0));
+    const char* page = std::getenv("BV_CODEPAGE");
+    EXPECT_EQ(std::to_string(GetACP()), page ? page : std::to_string(GetACP()));
+    const std::wstring text = L"\x416\xE9";
+    bool used = false;
+    EXPECT_EQ(Narrow(CP_ACP, text, &used), Narrow(GetACP(), text, &used));
+    EXPECT_EQ(Wide(CP_ACP, "\xC6"), Wide(GetACP(), "\xC6"));
 }
 
 TEST(Comparison, GoesCharacterByCharacter) {

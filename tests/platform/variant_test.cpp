@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <limits>
 #include <string>
 #include <vector>
@@ -633,6 +634,16 @@ TEST(VariantConversion, TextsAsPeopleWriteDates) {
         Value text = Text(c.text);
         EXPECT_EQ(Converted(text, VT_DATE), c.date) << text.Shown();
     }
+}
+
+TEST(VariantConversion, NumbersHaveTheSeparatorOfTheEnvironment) {
+    const char* decimal = std::getenv("BV_TEST_DECIMAL");  // what its locale has, when it isn't "."
+    const bool comma = decimal && *decimal == ',';
+    auto rows = Table(Row{R8(2.5), {{VT_BSTR, comma ? "2,5" : "2.5"}}},
+                      Row{Value(VT_CY, -12345), {{VT_BSTR, comma ? "-1,2345" : "-1.2345"}}},
+                      Row{Text(L"2,5"), {{VT_R8, comma ? "2.5" : "25"}}},
+                      Row{Text(L"1.000,5"), {{VT_DECIMAL, comma ? "10005e-1" : "10005e-4"}}});
+    Check(rows);
 }
 
 }  // namespace

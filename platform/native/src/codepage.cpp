@@ -5,6 +5,7 @@
 #include <clocale>
 #include <cstdlib>
 #include <cwctype>
+#include <new>
 #include <string>
 
 #include "stringapiset.h"
@@ -288,5 +289,9 @@ int lstrcmpiA(LPCSTR lpString1, LPCSTR lpString2) {
         MultiByteToWideChar(CP_ACP, 0, text, -1, result.data(), static_cast<int>(result.size()));
         return result;
     };
-    return lstrcmpiW(wide(lpString1).c_str(), wide(lpString2).c_str());
+    try {
+        return lstrcmpiW(wide(lpString1).c_str(), wide(lpString2).c_str());
+    } catch (const std::bad_alloc&) {
+        return std::strcmp(lpString1, lpString2);
+    }
 }
