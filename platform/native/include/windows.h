@@ -10,3 +10,4 @@
 #include "winbase.h"
 #include "winerror.h"
 #include "winreg.h"
+#include "winuser.h"
