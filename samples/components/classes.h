@@ -1,0 +1,18 @@
+// The classes of this module.
+#pragma once
+
+#include <bvschema/bvschema.h>
+
+namespace sample {
+
+inline constexpr CLSID kAviFormat = bv::GuidOf("277745C1-2834-4485-B12A-52CBF127694F");
+inline constexpr CLSID kMp4Format = bv::GuidOf("8228FED1-E905-4B78-86B1-AE1DAFBD0EED");
+inline constexpr CLSID kThumbnailAction = bv::GuidOf("8830AE16-25B5-49DF-94E1-1D2EAA8BE6EE");
+
+HRESULT CreateAviFormat(REFIID iid, void** out);
+HRESULT CreateMp4Format(REFIID iid, void** out);
+HRESULT CreateThumbnailAction(REFIID iid, void** out);
+HRESULT CreateFrameSizeFilter(REFIID iid, void** out);
+HRESULT CreateCropFilter(REFIID iid, void** out);
+
+}  // namespace sample

@@ -1,0 +1,130 @@
+// The module: what it offers, its class objects, its registration.
+#include <string>
+
+#include "classes.h"
+#include "component.h"
+#include "registration.h"
+
+namespace sample {
+namespace {
+
+HINSTANCE instance = nullptr;
+
+struct OfferedClass {
+    CLSID id;
+    const wchar_t* name;
+    HRESULT (*create)(REFIID iid, void** out);
+};
+constexpr OfferedClass kClasses[] = {
+    {kAviFormat, L"AVI output format", CreateAviFormat},
+    {kMp4Format, L"MP4 output format", CreateMp4Format},
+    {kThumbnailAction, L"Thumbnail action", CreateThumbnailAction},
+    {bv::clsid::FrameSizeFilter, L"Frame size filter", CreateFrameSizeFilter},
+    {bv::clsid::CropFilter, L"Crop filter", CreateCropFilter},
+};
+
+// An input format needs no class: who looks for one reads its mask, its name and its kind.
+constexpr Announcement kAnnounced[] = {
+    {bv::category::OutputFormats, kAviFormat, L"AVI", {}},
+    {bv::category::OutputFormats, kMp4Format, L"MP4", {}},
+    {bv::category::InputFormats, bv::GuidOf("85D38282-1E3D-4F3B-90C2-61C2382CCB12"), L"AVI input",
+     {L"*.avi", L"AVI video", L"Video"}},
+    {bv::category::InputFormats, bv::GuidOf("93EABF7B-7A45-4A80-B1F4-4DF265C819B9"), L"MP4 input",
+     {L"*.mp4;*.m4v;*.mov", L"MP4 video", L"Video"}},
+    {bv::category::InputFormats, bv::GuidOf("C997AC4F-F407-4E4F-9E44-D96C7F18C486"), L"Image input",
+     {L"*.bmp;*.png;*.jpg", L"Images", L"Image"}},
+    {bv::category::Actions, kThumbnailAction, L"Thumbnail",
+     {L"Make thumbnails", L"Makes a small picture of each output file."}},
+};
+
+class ClassObject final : public IClassFactory {
+public:
+    explicit ClassObject(const OfferedClass& offered) : offered_(offered) { ++locks; }
+    ClassObject(const ClassObject&) = delete;
+    virtual ~ClassObject() { --locks; }
+
+    STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
+        if (!out) return E_POINTER;
+        *out = nullptr;
+        if (iid != bv::kIid<IUnknown> && iid != bv::kIid<IClassFactory>) return E_NOINTERFACE;
+        *out = static_cast<IClassFactory*>(this);
+        AddRef();
+        return S_OK;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
+    STDMETHODIMP_(ULONG) Release() override {
+        const ULONG left = --references_;
+        if (left == 0) delete this;
+        return left;
+    }
+    STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, void** out) override {
+        if (!out) return E_POINTER;
+        *out = nullptr;
+        return outer ? CLASS_E_NOAGGREGATION : offered_.create(iid, out);
+    }
+    STDMETHODIMP LockServer(BOOL lock) override {
+        locks += lock ? 1 : -1;
+        return S_OK;
+    }
+
+private:
+    const OfferedClass& offered_;
+    std::atomic<ULONG> references_ = 0;
+};
+
+HRESULT ModulePath(std::wstring* path) {
+    path->resize(1024);
+    const DWORD length = GetModuleFileNameW(instance, path->data(), DWORD(path->size()));
+    if (length == 0 || length >= path->size()) return E_FAIL;
+    path->resize(length);
+    return S_OK;
+}
+
+HRESULT Register() {
+    std::wstring module;
+    HRESULT status = ModulePath(&module);
+    for (const OfferedClass& offered : kClasses)
+        if (SUCCEEDED(status)) status = RegisterClass(offered.id, offered.name, module.c_str());
+    for (const Announcement& component : kAnnounced)
+        if (SUCCEEDED(status)) status = Announce(component);
+    return status;
+}
+
+}  // namespace
+}  // namespace sample
+
+STDAPI DllGetClassObject(REFCLSID cls, REFIID iid, void** out) {
+    using namespace sample;
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    for (const OfferedClass& offered : kClasses) {
+        if (offered.id != cls) continue;
+        auto* object = new (std::nothrow) ClassObject(offered);
+        if (!object) return E_OUTOFMEMORY;
+        object->AddRef();
+        const HRESULT status = object->QueryInterface(iid, out);
+        object->Release();
+        return status;
+    }
+    return CLASS_E_CLASSNOTAVAILABLE;
+}
+
+STDAPI DllCanUnloadNow() { return sample::locks == 0 ? S_OK : S_FALSE; }
+
+STDAPI DllRegisterServer() try { return sample::Register(); } catch (const std::bad_alloc&) { return E_OUTOFMEMORY; }
+
+STDAPI DllUnregisterServer() try {
+    for (const auto& component : sample::kAnnounced) sample::Withdraw(component);
+    for (const auto& offered : sample::kClasses) sample::UnregisterClass(offered.id);
+    return S_OK;
+} catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+}
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
+    if (reason == DLL_PROCESS_ATTACH) {
+        sample::instance = module;
+        DisableThreadLibraryCalls(module);
+    }
+    return TRUE;
+}

@@ -1,0 +1,47 @@
+// Settings as tables: what a component shows of itself, built from the server's simple nodes.
+#pragma once
+
+#include "component.h"
+
+namespace sample {
+
+enum Style : LONG {
+    kEdit = 1,
+    kList = 4,
+    kCheckBox = 0x20,
+    kGroup = 0xC0,
+    kUnit = 0x20000,
+    kNotNegative = 0x80000,
+};
+
+struct Choice {
+    const wchar_t* label;
+    LONG value;
+};
+
+template <class T>
+struct Rows {
+    constexpr Rows() = default;
+    template <size_t N>
+    constexpr Rows(const T (&rows)[N]) : first(rows), last(rows + N) {}
+    const T* begin() const { return first; }
+    const T* end() const { return last; }
+    const T* first = nullptr;
+    const T* last = nullptr;
+};
+
+struct Setting {
+    const wchar_t* name;
+    const wchar_t* title;
+    LONG style;
+    LONG value = 0;  // a group has none
+    Rows<Choice> choices = {};
+    const wchar_t* unit = nullptr;
+    const wchar_t* description = nullptr;
+    Rows<Setting> children = {};
+};
+
+/// Gives a new simple node its name, its title and all below it.
+HRESULT SetUp(IUnknown* node, const Setting& setting);
+
+}  // namespace sample
