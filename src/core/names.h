@@ -39,6 +39,7 @@ inline constexpr ConstBstr kPathToMediaFile = L"PathToMediaFile";
 inline constexpr ConstBstr kSplitLength = L"SplitLength";
 inline constexpr ConstBstr kStartFrm = L"StartFrm";
 inline constexpr ConstBstr kTimelines = L"Timelines";
+inline constexpr ConstBstr kTimeline = L"Timeline";
 inline constexpr ConstBstr kTimelineDestinationPath = L"TimelineDestinationPath";
 inline constexpr ConstBstr kTimelineFileNamePattern = L"TimelineFileNamePattern";
 inline constexpr ConstBstr kTimelineOutputMediaName = L"TimelineOutputMediaName";

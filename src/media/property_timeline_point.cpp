@@ -1,0 +1,84 @@
+// The two points of a cut: frame numbers of the source, the second not before the first.
+#include "core/property_base.h"
+#include "media/frame_time.h"
+#include "server/messages.h"
+
+namespace bv {
+namespace {
+
+constexpr NodeDecl kUnit = {.cls = clsid::PropertyTimelinePointType};
+constexpr NodeDecl kStart = {.name = names::kStartFrm,
+                             .cls = clsid::PropertyTimelineStartPoint,
+                             .title = L"Start point",
+                             .type = 0x100001,
+                             .description = 1166,
+                             .value = I4(0),
+                             .extension = &kUnit};
+constexpr NodeDecl kEnd = {.name = names::kEndFrm,
+                           .cls = clsid::PropertyTimelineEndPoint,
+                           .title = L"End point",
+                           .type = 0x100001,
+                           .description = 1167,
+                           .value = I4(0),
+                           .extension = &kUnit};
+
+/// The frame number that a point holds; 0 for a point that isn't there or holds no number.
+LONG FrameOf(IProperty* point) {
+    Variant value, frame;
+    if (!point || point->get_Value(value.Put()) != S_OK || FAILED(frame.ChangeFrom(value, VT_I4))) return 0;
+    return frame.lVal;
+}
+
+class Point : public PropertyBase {
+public:
+    Point(const NodeDecl& decl, Name other, bool is_start) : PropertyBase(decl), other_(other), is_start_(is_start) {}
+
+protected:
+    HRESULT OnFormatChanged(const VARIANT& value) override {
+        const auto points = Query<IProperty>(Parent());
+        const auto other = points ? Find(points.get(), other_) : nullptr;
+        if (!other) return S_OK;
+        Variant stored, limit, frame;
+        std::ignore = other->get_Value(stored.Put());
+        if (const HRESULT status = limit.ChangeFrom(stored, VT_I4); FAILED(status)) return Refuse(msg::kBadType, status);
+        if (const HRESULT status = frame.ChangeFrom(value, VT_I4); FAILED(status)) return Refuse(msg::kBadType, status);
+        if (frame.lVal < 0) return Refuse(msg::kNegativeValue, E_FAIL);
+        const bool crossed = is_start_ ? frame.lVal > limit.lVal : frame.lVal < limit.lVal;
+        return crossed ? Refuse(msg::kStartAfterEnd, E_FAIL) : S_OK;
+    }
+    /// Keeps the length text of the cut, which is the description of the node above.
+    void OnValueChanged() override {
+        const auto points = Query<IProperty>(Parent());
+        if (!points) return;
+        const auto other = Find(points.get(), other_);
+        const LONG own_frame = FrameOf(this), other_frame = FrameOf(other.get());
+        double rate = 0;  // stays so without a source: frames can be counted all the same
+        std::ignore = GetFrameRate(Media(), ClassId(), rate);
+        const LONG start = is_start_ ? own_frame : other_frame, end = is_start_ ? other_frame : own_frame;
+        std::ignore = points->put_Description(LengthText(start, end, rate).get());
+    }
+
+private:
+    HRESULT Refuse(int message, HRESULT status) {
+        std::ignore = RaiseMessage(ClassId(), message);
+        return status;
+    }
+
+    const Name other_;
+    const bool is_start_;
+};
+
+class PropertyTimelineStartPoint : public Point {
+public:
+    PropertyTimelineStartPoint() : Point(kStart, names::kEndFrm, true) {}
+};
+
+class PropertyTimelineEndPoint : public Point {
+public:
+    PropertyTimelineEndPoint() : Point(kEnd, names::kStartFrm, false) {}
+};
+
+}  // namespace
+BV_CREATOR(PropertyTimelineStartPoint)
+BV_CREATOR(PropertyTimelineEndPoint)
+}  // namespace bv
