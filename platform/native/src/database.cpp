@@ -183,7 +183,7 @@ sqlite3_stmt* Database::Prepared(const char* sql) {
 }
 
 Database::Transaction::Transaction(Database& database, Kind kind) : database_(database) {
-    database_.Run(kind == kWrite ? "BEGIN IMMEDIATE" : "BEGIN");
+    Query(database_, kind == kWrite ? "BEGIN IMMEDIATE" : "BEGIN").Next();
 }
 
 Database::Transaction::~Transaction() {
@@ -193,7 +193,7 @@ Database::Transaction::~Transaction() {
 }
 
 void Database::Transaction::Commit() {
-    database_.Run("COMMIT");
+    Query(database_, "COMMIT").Next();
     open_ = false;
 }
 
