@@ -1,0 +1,407 @@
+#include "job.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <tuple>
+
+#include "server.h"
+
+namespace host {
+namespace {
+
+std::string Quoted(const std::wstring& name) { return '"' + OneLine(Utf8(name)) + '"'; }
+
+/// A stream that keeps what it gets.
+class TextStream final : public ISequentialStream {
+public:
+    std::string text;
+
+    STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
+        if (!out) return E_POINTER;
+        const bool known = iid == bv::kIid<IUnknown> || iid == bv::kIid<ISequentialStream>;
+        *out = known ? this : nullptr;
+        return known ? S_OK : E_NOINTERFACE;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return 2; }
+    STDMETHODIMP_(ULONG) Release() override { return 1; }
+    STDMETHODIMP Read(void*, ULONG, ULONG*) override { return E_NOTIMPL; }
+    STDMETHODIMP Write(const void* bytes, ULONG count, ULONG* written) override try {
+        text.append(static_cast<const char*>(bytes), count);
+        if (written) *written = count;
+        return S_OK;
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
+};
+
+// --- Flags before and after a change
+
+struct Flags {
+    std::wstring name;
+    bool shown, enabled;
+};
+
+/// What counts as the same node in two looks: the object. Nodes of another choice are others.
+void CollectFlags(const NodeView& view, std::vector<std::pair<IProperty*, Flags>>* flags) {
+    flags->push_back({view.node.get(), {view.name, !view.hidden, !view.disabled}});
+    if (view.held) CollectFlags(*view.held, flags);
+    for (const NodeView& child : view.children) CollectFlags(child, flags);
+}
+
+Effects Compare(const NodeView& before, const NodeView& after) {
+    std::vector<std::pair<IProperty*, Flags>> old_flags, new_flags;
+    CollectFlags(before, &old_flags);
+    CollectFlags(after, &new_flags);
+    const std::map<IProperty*, Flags> was(old_flags.begin(), old_flags.end());
+    const std::map<IProperty*, Flags> is(new_flags.begin(), new_flags.end());
+    Effects effects;
+    for (const auto& [node, now] : new_flags) {
+        const auto old = was.find(node);
+        const bool was_shown = old != was.end() && old->second.shown;
+        if (now.shown && !was_shown) effects.shown.push_back(now.name);
+        if (!now.shown && was_shown) effects.hidden.push_back(now.name);
+        if (old == was.end()) continue;
+        if (now.enabled && !old->second.enabled) effects.enabled.push_back(now.name);
+        if (!now.enabled && old->second.enabled) effects.disabled.push_back(now.name);
+    }
+    for (const auto& [node, old] : old_flags)
+        if (old.shown && !is.contains(node)) effects.hidden.push_back(old.name);  // went with the choice that held it
+    return effects;
+}
+
+// --- What a typed text means for a node
+
+std::optional<Value> LabelledValue(const NodeView& node, const std::wstring& text) {
+    for (const auto& choice : node.choices)
+        if (SameName(choice.label, text)) return choice.value;
+    return {};
+}
+
+std::optional<Value> TypedValue(const NodeView& node, const std::wstring& text) {
+    if (auto value = LabelledValue(node, text)) return value;
+    if (node.value.object()) return {};
+    std::wstring typed = text;
+    if (node.style & kCheckBox) {
+        for (const wchar_t* yes : {L"on", L"yes", L"true"})
+            if (SameName(text, yes)) typed = L"1";
+        for (const wchar_t* no : {L"off", L"no", L"false"})
+            if (SameName(text, no)) typed = L"0";
+    }
+    const Value value = Value::Of(typed);
+    if (node.value.kind() == VT_EMPTY || node.value.kind() == VT_BSTR) return value;
+    Value converted;
+    if (FAILED(value.ChangeTo(node.value.kind(), &converted))) return {};
+    return converted;
+}
+
+void PutValue(const NodeView& node, const Value& value, const std::string& what) {
+    ForgetErrors();
+    // Where the shown and the stored form differ, the node converts; a choice is stored as it is.
+    const bool shown_form = node.unit && node.unit->node.As<IValueFormat>() && value.kind() == VT_BSTR;
+    const HRESULT status = shown_form ? node.node->put_Format(value.get()) : node.node->put_Value(value.get());
+    if (status == E_NOTIMPL && !node.has_value) throw Problem(what + ": this is a group, it has no value");
+    if (FAILED(status)) throw Problem(what + ": " + Reason(status));
+}
+
+/// The child, held or further node below a node that an element of this name is about.
+Ref<IProperty> NodeFor(IProperty* parent, const std::wstring& name) {
+    Value value;
+    if (parent->get_Value(value.Put()) == S_OK) {
+        const auto held = Ask<IProperty>(value.object());
+        TextResult held_name;
+        if (held && SUCCEEDED(held->get_Name(held_name.Put())) && SameName(held_name.Get(), name)) return held;
+    }
+    if (const auto children = Ask<IEnumProperties>(parent)) {
+        LONG count = 0;
+        children->get_Count(&count);
+        for (LONG i = 0; i < count; ++i) {
+            Ref<IUnknown> item;
+            TextResult child_name;
+            if (FAILED(children->get_Item(i, item.Put()))) continue;
+            const auto child = item.As<IProperty>();
+            if (child && SUCCEEDED(child->get_Name(child_name.Put())) && SameName(child_name.Get(), name)) return child;
+        }
+    }
+    return Find(parent, name);
+}
+
+std::optional<CLSID> ClassOf(IUnknown* object) {
+    CLSID cls = {};
+    if (const auto format = Ask<IOutputFormatInfo>(object); format && format->GetClassID(&cls) == S_OK) return cls;
+    if (const auto filter = Ask<IBaseFilter>(object); filter && filter->GetClassID(&cls) == S_OK) return cls;
+    return {};
+}
+
+}  // namespace
+
+// --- The job
+
+Job::Job(std::optional<MediaInfo> given) : media_(given) {
+    root_ = Create<IProperty>(bv::clsid::PropertyMain, "PropertyMain");
+    media_.SetRoot(root_.get());
+    root_->put_MediaObject(media_.Dispatch());
+}
+
+Job::~Job() {
+    // Nodes keep no reference on the media object, so it is taken from them before it goes.
+    root_->put_MediaObject(nullptr);
+    for (const Input& input : inputs_) input.node->SetMediaObject(nullptr);
+    inputs_.clear();
+    media_.Close();
+}
+
+Input& Job::NewInput(const std::wstring& path) {
+    ForgetErrors();
+    const HRESULT status = media_.Files()->Insert(Text(path));
+    if (FAILED(status)) throw Problem(Utf8(path) + ": " + Reason(status));
+    LONG count = 0;
+    Ref<IUnknown> item;
+    media_.Files()->get_Count(&count);
+    media_.Files()->get_Item(count - 1, item.Put());
+    Input input;
+    input.node = item.As<IProperty>();
+    input.path = path;
+    if (!input.node) throw Problem(Utf8(path) + ": the list of inputs doesn't take it");
+    input.node->SetMediaObject(media_.Dispatch());
+    inputs_.push_back(std::move(input));
+    return inputs_.back();
+}
+
+void Job::Open(Input* input) {
+    if (SUCCEEDED(media_.PreOpen(input->node.get()))) {
+        input->info = media_.Info();
+        return;
+    }
+    LONG state = 0;
+    TextResult text;
+    const auto open_state = input->node.As<IMediaOpenState>();
+    if (open_state) open_state->GetState(&state, text.Put());
+    input->problem = OneLine(Utf8(text.Get()));
+}
+
+// An index that came from the cache is taken; else one is made, and written with the settings.
+void Job::TakeIndex(Input* input) {
+    int kind = 0;
+    LONG size = 0;
+    BYTE* bytes = nullptr;
+    if (SUCCEEDED(input->node->GetData(&kind, &size, &bytes)) && kind == MediaIndex::kKind && size > 0) {
+        if (const auto cached = MediaIndex::Unpack(bytes, size_t(size))) {
+            input->index = Input::kFromCache;
+            input->key_frames = cached->entries.size();
+            return;
+        }
+    }
+    if (!input->problem.empty() || input->info.still) return;
+    try {
+        const auto index = ReadIndex(input->path);
+        if (!index) return;
+        std::vector<BYTE> packed = index->Pack();
+        if (FAILED(input->node->PutData(MediaIndex::kKind, LONG(packed.size()), packed.data()))) return;
+        input->index = Input::kMade;
+        input->key_frames = index->entries.size();
+    } catch (const Problem& problem) {
+        warnings_.push_back(OneLine(Utf8(input->path)) + ": no index: " + problem.what());
+    }
+}
+
+void Job::AddInput(const std::wstring& path) {
+    const std::wstring whole = Absolute(path).wstring();
+    std::error_code ignored;
+    if (!std::filesystem::exists(whole, ignored)) throw Problem("there is no file " + OneLine(Utf8(path)));
+    Input& input = NewInput(whole);
+    Open(&input);
+    TakeIndex(&input);
+}
+
+void Job::SelectFirstInput() {
+    if (inputs_.empty()) return;
+    media_.SetInfo(inputs_.front().info);
+    const auto main = root_.As<IMainMediaPath>();
+    if (main) main->SetMediaPath(inputs_.front().node.get());
+}
+
+NodeView Job::Node(const std::wstring& name) const {
+    const NodeView root = View();
+    if (const NodeView* found = Pick(root, name)) return Look(found->node.get());
+    if (const auto found = Find(root_.get(), name)) return Look(found.get());
+    std::vector<std::wstring> names;
+    CollectNames(root, &names);
+    if (!inputs_.empty()) CollectNames(Look(inputs_.front().node.get()), &names);
+    throw Problem("there is no setting " + Quoted(name) + Suggestion(name, names));
+}
+
+Effects Job::Set(const std::wstring& name, const std::wstring& text) {
+    const NodeView before = View();
+    const NodeView node = Node(name);
+    const std::string what = OneLine(Utf8(name + L"=" + text));
+    node.node->BeforeCombo();
+    std::optional<Value> value = TypedValue(node, text);
+    std::optional<Value> unit;
+    const size_t blank = text.rfind(L' ');
+    if (!value && node.unit && blank != text.npos) {
+        unit = LabelledValue(*node.unit, text.substr(blank + 1));
+        if (unit) value = TypedValue(node, text.substr(0, blank));
+    }
+    if (!value) {
+        std::vector<std::wstring> labels;
+        for (const auto& choice : node.choices) labels.push_back(choice.label);
+        if (!labels.empty()) {
+            std::string all;
+            for (const auto& label : labels) all += (all.empty() ? "" : ", ") + Quoted(label);
+            throw Problem(what + ": the choices are " + all + Suggestion(text, labels));
+        }
+        throw Problem(what + ": this setting holds a " + KindName(node.value.kind()));
+    }
+    PutValue(node, *value, what);
+    if (unit) PutValue(*node.unit, *unit, what);
+    return Compare(before, View());
+}
+
+// --- Writing
+
+std::string Job::Write() {
+    losses_.clear();
+    const auto writer = root_.As<ISettingsWriter>();
+    TextStream stream;
+    if (!writer || FAILED(writer->WriteXml(&stream))) throw Problem("the job can't be written");
+    CheckWritten(stream.text);
+    return stream.text;
+}
+
+namespace {
+
+void CollectTexts(const NodeView& view, std::set<std::wstring>* texts) {
+    // The shown form is the one that is stored: a folder's value is its place, worked out.
+    if (view.value.kind() == VT_BSTR && !view.shown.empty()) texts->insert(view.name);
+    if (view.held) CollectTexts(*view.held, texts);
+    for (const NodeView& child : view.children) CollectTexts(child, texts);
+}
+
+/// Names whose text is written empty, although the tree has one.
+void FindLost(const Element& element, const std::set<std::wstring>& texts, std::vector<std::wstring>* lost) {
+    const bool empty = element.value && element.value->kind == VT_BSTR && element.value->text.empty();
+    if (empty && texts.contains(element.name)) lost->push_back(element.name);
+    for (const Element& child : element.children) FindLost(child, texts, lost);
+}
+
+}  // namespace
+
+// The file has limits of its own: a text beyond them is left out, and an index is kept only where its file can be.
+void Job::CheckWritten(const std::string& xml) try {
+    const Element written = ParseSettings(xml);
+    std::vector<std::wstring> lost;
+    std::set<std::wstring> texts;
+    CollectTexts(View(), &texts);
+    for (const Element& part : written.children)
+        if (part.name != L"FILES") FindLost(part, texts, &lost);
+    for (const std::wstring& name : lost)
+        losses_.push_back(OneLine(Utf8(name)) + ": the text is too long for a settings file and is left out");
+    for (const Input& input : inputs_) {
+        texts.clear();
+        lost.clear();
+        CollectTexts(Look(input.node.get()), &texts);
+        for (const Element& part : written.children)
+            for (const Element& file : part.children)
+                if (part.name == L"FILES" && size_t(&file - part.children.data()) == size_t(&input - inputs_.data()))
+                    FindLost(file, texts, &lost);
+        if (!lost.empty())
+            losses_.push_back("input " + std::to_string(&input - inputs_.data() + 1) +
+                              ": the path is too long for a settings file and is left out");
+    }
+
+    const auto folder = ModuleFolderOf(bv::clsid::PropertyMediaPath);
+    for (const Input& input : inputs_) {
+        if (input.index == Input::kNone) continue;
+        const auto name_node = NodeFor(input.node.get(), L"IDX");
+        const std::wstring name = name_node ? PathOf(name_node.get()) : std::wstring();
+        std::error_code ignored;
+        if (!name.empty() && std::filesystem::exists(folder / (name + L".idx"), ignored)) continue;
+        losses_.push_back("there is no cache for indexes: " + OneLine(Utf8(folder.wstring())) + " can't be written");
+        break;
+    }
+} catch (const Problem& problem) {
+    losses_.push_back(std::string("the settings written can't be read again: ") + problem.what());
+}
+
+// --- Restoring
+
+std::vector<std::string> Job::Restore(const Element& root) {
+    if (!SameName(root.name, L"Main")) throw Problem("these are settings of " + Quoted(root.name) + ", not of a job");
+    warnings_.clear();
+    for (const Element& part : root.children) {
+        if (!SameName(part.name, L"FILES")) continue;
+        for (const Element& file : part.children) RestoreInput(file);
+    }
+    SelectFirstInput();
+    RestoreNode(root, root_.get());
+    return std::exchange(warnings_, {});
+}
+
+void Job::RestoreInput(const Element& element) {
+    if (!element.value) return;
+    Input& input = NewInput(element.value->text);
+    Open(&input);
+    if (!input.problem.empty()) warnings_.push_back(OneLine(Utf8(input.path)) + ": " + input.problem);
+    RestoreBelow(element, input.node.get());
+    if (const auto writer = input.node.As<ISettingsWriter>()) writer->ReadExtraData(nullptr);
+    TakeIndex(&input);
+}
+
+// By the rule of the file: the text in the kind that was stored, then the unit's; flags follow from the values.
+void Job::RestoreNode(const Element& element, IProperty* node) {
+    const std::string where = "line " + std::to_string(element.line) + ": " + OneLine(Utf8(element.name)) + ": ";
+    if (element.value && element.value->kind == kObjectKind) {
+        RestoreObject(element, node);
+    } else if (element.value) {
+        const auto value = Restored(*element.value);
+        ForgetErrors();
+        const HRESULT status = value ? node->put_Value(value->get()) : E_INVALIDARG;
+        if (!value)
+            warnings_.push_back(where + "the value doesn't fit its type " + std::to_string(element.value->kind));
+        else if (FAILED(status))
+            warnings_.push_back(where + Reason(status));
+    }
+    if (element.unit) {
+        Ref<IProperty> unit;
+        const auto value = Restored(*element.unit);
+        if (!value || node->get_Extension(unit.Put()) != S_OK || FAILED(unit->put_Value(value->get())))
+            warnings_.push_back(where + "the unit isn't restored");
+    }
+    RestoreBelow(element, node);
+    if (const auto writer = Ask<ISettingsWriter>(node)) writer->ReadExtraData(nullptr);
+}
+
+void Job::RestoreBelow(const Element& element, IProperty* node) {
+    for (const Element& child : element.children) {
+        if (SameName(child.name, L"FILES") && node == root_.get()) continue;
+        const auto cuts = SameName(child.name, L"timeline") ? Ask<ITimelines>(node) : Ref<ITimelines>();
+        Ref<IProperty> below;
+        if (cuts)
+            std::ignore = cuts->AddTimeline(0, 0, below.Put());
+        else
+            below = NodeFor(node, child.name);
+        if (below)
+            RestoreNode(child, below.get());
+        else
+            warnings_.push_back("line " + std::to_string(child.line) + ": there is no setting " + Quoted(child.name) +
+                                " here; it is skipped with all inside");
+    }
+}
+
+// An object was written as its class id or as the label of its choice.
+void Job::RestoreObject(const Element& element, IProperty* node) {
+    const std::wstring& text = element.value->text;
+    CLSID cls = {};
+    const bool by_class = SUCCEEDED(CLSIDFromString(text.c_str(), &cls));
+    for (const auto& choice : Look(node).choices) {
+        if (!choice.value.object()) continue;
+        const auto choice_class = ClassOf(choice.value.object());
+        if (by_class ? choice_class != cls : choice.label != text) continue;
+        if (SUCCEEDED(node->put_Value(choice.value.get()))) return;
+    }
+    warnings_.push_back("line " + std::to_string(element.line) + ": " + OneLine(Utf8(element.name)) + ": the object " +
+                        Quoted(text) + " isn't restored");
+}
+
+}  // namespace host

@@ -1,0 +1,77 @@
+// A job: the settings tree, its media object and its inputs.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "com.h"
+#include "media_object.h"
+#include "node_view.h"
+#include "settings_file.h"
+
+namespace host {
+
+/// What became of an input.
+struct Input {
+    enum Index { kNone, kMade, kFromCache };
+    Ref<IProperty> node;
+    std::wstring path;
+    std::string problem;  // why it can't be opened; empty when it could
+    MediaInfo info;
+    Index index = kNone;
+    size_t key_frames = 0;
+};
+
+/// What one change did to the rest of the tree: names of nodes.
+struct Effects {
+    std::vector<std::wstring> shown, hidden, enabled, disabled;
+};
+
+class Job {
+public:
+    explicit Job(std::optional<MediaInfo> given);
+    Job(const Job&) = delete;
+    Job& operator=(const Job&) = delete;
+    ~Job();
+
+    /// Throws Problem when there is no such file.
+    void AddInput(const std::wstring& path);
+    /// Makes the first input the current one.
+    void SelectFirstInput();
+    const std::vector<Input>& Inputs() const { return inputs_; }
+
+    IProperty* Root() const { return root_.get(); }
+    NodeView View() const { return Look(root_.get()); }
+    /// A node by its name, among the settings and in the current input. Throws Problem, with a suggestion.
+    NodeView Node(const std::wstring& name) const;
+
+    /// text: a label of the value list, "on" or "off" for a check box, or a value, which may be followed by the label of
+    /// a unit. Throws Problem when the value is refused.
+    Effects Set(const std::wstring& name, const std::wstring& text);
+
+    /// The settings as XML; inputs get their index files.
+    std::string Write();
+    /// Restores what was written, inputs first. What can't be restored is told in a line each.
+    std::vector<std::string> Restore(const Element& root);
+
+    /// What the last Write left out or couldn't keep, a line each.
+    const std::vector<std::string>& Losses() const { return losses_; }
+
+private:
+    Input& NewInput(const std::wstring& path);
+    void Open(Input* input);
+    void TakeIndex(Input* input);
+    void RestoreInput(const Element& element);
+    void RestoreNode(const Element& element, IProperty* node);
+    void RestoreBelow(const Element& element, IProperty* node);
+    void RestoreObject(const Element& element, IProperty* node);
+    void CheckWritten(const std::string& xml);
+
+    MediaObject media_;
+    Ref<IProperty> root_;
+    std::vector<Input> inputs_;
+    std::vector<std::string> warnings_, losses_;
+};
+
+}  // namespace host

@@ -1,0 +1,126 @@
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
+#include "commands.h"
+#include "presentation.h"
+#include "server.h"
+#include "settings_file.h"
+#include "terminal.h"
+#include "text.h"
+
+namespace host {
+namespace {
+
+/// Remarks on the way; they stay out of standard output when the settings go there.
+class Report {
+public:
+    explicit Report(bool quiet) : quiet_(quiet) {}
+    void Say(const char* what, const std::string& text) const {
+        const std::string line = Padded(what, 9) + text + '\n';
+        if (!quiet_) Print(line);
+    }
+
+private:
+    bool quiet_;
+};
+
+void SayNames(const Report& report, const char* what, const std::vector<std::wstring>& names) {
+    std::string text;
+    for (const std::wstring& name : names) text += (text.empty() ? "" : ", ") + OneLine(Utf8(name));
+    for (const std::string& line : Wrapped(text, 80)) {
+        report.Say("", "  " + Padded(what, 10) + line);
+        what = "";
+    }
+}
+
+void SayEffects(const Report& report, const Effects& effects) {
+    SayNames(report, "shows", effects.shown);
+    SayNames(report, "hides", effects.hidden);
+    SayNames(report, "enables", effects.enabled);
+    SayNames(report, "disables", effects.disabled);
+}
+
+std::pair<std::wstring, std::wstring> Split(const std::wstring& setting) {
+    const size_t equals = setting.find(L'=');
+    if (equals == setting.npos || equals == 0)
+        throw Problem("--set takes NAME=VALUE, not \"" + OneLine(Utf8(setting)) + "\"");
+    return {setting.substr(0, equals), setting.substr(equals + 1)};
+}
+
+// The old file stays until the new one is whole.
+void WriteWhole(const std::filesystem::path& file, const std::string& bytes) {
+    std::filesystem::path draft = file;
+    draft += ".part";
+    std::error_code error;
+    bool written = false;
+    {
+        std::ofstream stream(draft, std::ios::binary | std::ios::trunc);
+        stream.write(bytes.data(), std::streamsize(bytes.size()));
+        stream.close();
+        written = bool(stream);
+    }
+    if (written) std::filesystem::rename(draft, file, error);
+    if (!written || error) {
+        std::error_code ignored;
+        std::filesystem::remove(draft, ignored);
+        throw Problem(OneLine(Utf8(file.wstring())) + " can't be written");
+    }
+}
+
+}  // namespace
+
+int EditJob(const JobArguments& arguments) {
+    const Report report(arguments.output == L"-");
+    Job job(arguments.given);
+    if (!arguments.from.empty()) {
+        const std::string name = OneLine(Utf8(arguments.from));
+        try {
+            const Element saved = ParseSettings(ReadWhole(std::filesystem::path(arguments.from)));
+            const auto warnings = job.Restore(saved);
+            report.Say("Job", name);
+            for (const std::string& warning : warnings) PrintError("warning: " + name + ": " + warning);
+        } catch (const Problem& problem) {
+            throw Problem(name + ": " + problem.what());
+        }
+    }
+    for (const std::wstring& input : arguments.inputs) job.AddInput(input);
+    job.SelectFirstInput();
+    for (const Input& input : job.Inputs()) {
+        const char* what = "Input";
+        for (const std::string& line : InputText(input)) report.Say(std::exchange(what, ""), line);
+    }
+
+    size_t refused = 0;
+    for (const std::wstring& setting : arguments.settings) {
+        try {
+            const auto [name, value] = Split(setting);
+            const Effects effects = job.Set(name, value);
+            const NodeView node = job.Node(name);
+            const std::string unit = OneLine(Utf8(UnitOf(node)));
+            report.Say("Set", OneLine(Utf8(node.name + L" = " + node.shown)) + (unit.empty() ? "" : ' ' + unit));
+            SayEffects(report, effects);
+        } catch (const Problem& problem) {
+            PrintError(problem.what());
+            ++refused;
+        }
+    }
+    if (refused > 0) {
+        if (!arguments.output.empty()) PrintError("nothing was written, since a setting was refused");
+        return 1;
+    }
+
+    if (arguments.output.empty()) return 0;
+    const std::string xml = job.Write();
+    for (const std::string& loss : job.Losses()) PrintError("warning: " + loss);
+    if (arguments.output == L"-") {
+        PrintBytes(xml);
+    } else {
+        WriteWhole(std::filesystem::path(arguments.output), xml);
+        report.Say("Wrote", OneLine(Utf8(arguments.output)) + ", " + std::to_string(std::count(xml.begin(), xml.end(), '\n')) +
+                               " lines");
+    }
+    return 0;
+}
+
+}  // namespace host

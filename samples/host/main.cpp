@@ -1,0 +1,142 @@
+// bvhost: the reference host of BVSchema, a command-line program.
+//
+// It shows what a host does with the server: registers the modules, creates a job's tree by class id, gives it a media
+// object, walks it, changes it, writes it and reads it again.
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "commands.h"
+#include "server.h"
+#include "terminal.h"
+#include "text.h"
+
+namespace {
+
+using namespace host;
+
+constexpr int kFailed = 1;
+constexpr int kBadUsage = 2;
+
+/// The options that describe an input in place of its file.
+struct DescribedInput {
+    double duration = 0, frame_time = 0;  // in seconds
+    std::string streams = "video,audio";
+    bool still = false;
+    std::vector<CLI::Option*> options;
+
+    void AddTo(CLI::App* command) {
+        const auto seconds = CLI::Range(0.0, 1e6);
+        const std::string group = "Instead of reading the inputs";
+        options = {
+            command->add_option("--duration", duration, "Length of each input")->type_name("SECONDS")->check(seconds),
+            command->add_option("--frame-time", frame_time, "Time of a frame, 0.04 by default")
+                ->type_name("SECONDS")->check(seconds),
+            command->add_option("--streams", streams, "video, audio, \"video,audio\" or none")->type_name("LIST"),
+            command->add_flag("--still", still, "The inputs are still images"),
+        };
+        for (CLI::Option* option : options) option->group(group);
+    }
+
+    std::optional<MediaInfo> Get() const {
+        const bool given = std::any_of(options.begin(), options.end(), [](auto* option) { return option->count() > 0; });
+        if (!given) return {};
+        constexpr double kUnits = 1e7, kUsualFrame = 0.04;
+        MediaInfo info;
+        std::string list = streams == "none" ? "" : streams;
+        while (!list.empty()) {
+            const size_t comma = std::min(list.find(','), list.size());
+            const std::string stream = list.substr(0, comma);
+            list.erase(0, comma + 1);
+            if (stream != "video" && stream != "audio") throw Problem("--streams knows video, audio and none");
+            (stream == "video" ? info.video : info.audio) = true;
+        }
+        info.still = still;
+        info.duration = still ? 0 : std::llround(duration * kUnits);
+        const bool has_frame_time = options[1]->count() > 0;
+        if (info.video && !still) info.frame_time = std::llround((has_frame_time ? frame_time : kUsualFrame) * kUnits);
+        return info;
+    }
+};
+
+std::vector<std::wstring> Wide(const std::vector<std::string>& texts) {
+    std::vector<std::wstring> result;
+    for (const std::string& text : texts) result.push_back(host::Wide(text));
+    return result;
+}
+
+int Run(int argc, char** argv) {
+    CLI::App app("The settings of a video conversion job: shown, changed, written, read again.", "bvhost");
+    app.require_subcommand(1);
+    app.get_formatter()->column_width(34);
+
+    std::vector<std::string> inputs, settings, modules;
+    std::string name, from, output;
+    TreeArguments tree_arguments;
+    DescribedInput tree_input, show_input, job_input;
+
+    CLI::App* tree = app.add_subcommand("tree", "Shows the settings tree of a new job");
+    tree->add_option("--input", inputs, "A media file of the job; may stand several times")->type_name("FILE")
+        ->allow_extra_args(false);
+    tree->add_flag("--all", tree_arguments.all, "Hidden settings too");
+    tree->add_flag("--json", tree_arguments.json, "For programs");
+    tree_input.AddTo(tree);
+
+    CLI::App* show = app.add_subcommand("show", "Shows one setting with all that it says of itself");
+    show->add_option("NAME", name, "The setting, such as Mode or Output/Mode")->required();
+    show->add_option("--input", inputs, "A media file of the job")->type_name("FILE")->allow_extra_args(false);
+    show_input.AddTo(show);
+
+    CLI::App* job = app.add_subcommand("job", "Makes a job, or opens a saved one, changes it and writes it");
+    job->add_option("--from", from, "A saved job to start from")->type_name("FILE");
+    job->add_option("--input", inputs, "A media file to add; may stand several times")->type_name("FILE")
+        ->allow_extra_args(false);
+    job->add_option("--set", settings, "A setting: its name, and a label of its list or a value; \"on\" and \"off\" for "
+                                       "check boxes, a unit behind a number. May stand several times")
+        ->type_name("NAME=VALUE")->allow_extra_args(false);
+    job->add_option("--output", output, "Where the settings are written; \"-\" is standard output")->type_name("FILE");
+    job_input.AddTo(job);
+
+    CLI::App* registering = app.add_subcommand("register", "Registers component modules");
+    registering->add_option("MODULE", modules, "Module files; by default BVSchema and BVSamples of this installation");
+    CLI::App* unregistering = app.add_subcommand("unregister", "Takes component modules out of the registry");
+    unregistering->add_option("MODULE", modules, "Module files; by default those of this installation");
+    CLI::App* registry = app.add_subcommand("registry", "Shows what the modules wrote to the registry");
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : kBadUsage;
+    }
+
+    if (registering->parsed()) return Register(Wide(modules));
+    if (unregistering->parsed()) return Unregister(Wide(modules));
+    if (registry->parsed()) return ShowRegistry();
+    if (job->parsed())
+        return EditJob({.from = host::Wide(from), .inputs = Wide(inputs), .settings = Wide(settings),
+                        .given = job_input.Get(), .output = host::Wide(output)});
+    tree_arguments.inputs = Wide(inputs);
+    tree_arguments.given = tree->parsed() ? tree_input.Get() : show_input.Get();
+    tree_arguments.name = host::Wide(name);
+    return tree->parsed() ? ShowTree(tree_arguments) : ShowNode(tree_arguments);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    StartTerminal();
+    const HRESULT started = CoInitialize(nullptr);
+    int result = kFailed;
+    try {
+        if (FAILED(started)) throw Problem("the component model doesn't start: " + Reason(started));
+        result = Run(argc, argv);
+    } catch (const std::bad_alloc&) {
+        PrintError("out of memory");
+    } catch (const std::exception& error) {
+        PrintError(error.what());
+    }
+    if (SUCCEEDED(started)) CoUninitialize();
+    return result;
+}

@@ -1,0 +1,132 @@
+#include "media_object.h"
+
+#include <filesystem>
+
+#include "server.h"
+
+namespace host {
+namespace {
+
+template <class T>
+HRESULT Give(T* out, T value) {
+    if (!out) return E_POINTER;
+    *out = value;
+    return S_OK;
+}
+
+HRESULT Give(BSTR* out, const std::wstring& text) {
+    if (!out) return E_POINTER;
+    *out = SysAllocStringLen(text.data(), UINT(text.size()));
+    return *out ? S_OK : E_OUTOFMEMORY;
+}
+
+std::wstring TextOf(IProperty* root, const wchar_t* name) {
+    const Ref<IProperty> node = root ? Find(root, name) : Ref<IProperty>();
+    Value value;
+    return node && node->get_Value(value.Put()) == S_OK ? value.AsText() : std::wstring();
+}
+
+}  // namespace
+
+std::wstring PathOf(IProperty* input) {
+    Value path;
+    return input && input->get_Value(path.Put()) == S_OK ? path.AsText() : std::wstring();
+}
+
+Ref<IProperty> Find(IProperty* from, const std::wstring& name) {
+    Ref<IProperty> found;
+    if (from->FindProperty(Text(name), found.Put()) != S_OK) return {};
+    return found;
+}
+
+MediaObject::MediaObject(std::optional<MediaInfo> given) : given_(given) {
+    map_ = Create<IUnknown>(bv::clsid::Map, "Map", static_cast<IUnknown*>(Dispatch()));
+    files_ = Create<IMediaFiles>(bv::clsid::MediaFiles, "MediaFiles");
+}
+
+MediaObject::~MediaObject() { Close(); }
+
+void MediaObject::Close() {
+    root_ = nullptr;
+    files_ = {};
+    map_ = {};
+}
+
+STDMETHODIMP MediaObject::QueryInterface(REFIID iid, void** out) {
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    if (iid == bv::kIid<IProperty>) return root_ ? root_->QueryInterface(iid, out) : E_NOINTERFACE;
+    if (iid == bv::kIid<IMediaFiles>) return files_ ? files_->QueryInterface(iid, out) : E_NOINTERFACE;
+    if (iid == bv::kIid<IUnknown> || iid == bv::kIid<IDispatch> || iid == bv::kIid<IMediaObject>)
+        *out = static_cast<IMediaObject*>(this);
+    else if (iid == bv::kIid<IMediaParser>)
+        *out = static_cast<IMediaParser*>(this);
+    else if (iid == bv::kIid<IMediaFilesHost>)
+        *out = static_cast<IMediaFilesHost*>(this);
+    else
+        return map_ ? map_->QueryInterface(iid, out) : E_NOINTERFACE;
+    AddRef();
+    return S_OK;
+}
+
+STDMETHODIMP MediaObject::GetTypeInfoCount(UINT* count) { return Give(count, UINT(0)); }
+
+// What goes wrong here is told by the node's state: no exception leaves an operation.
+STDMETHODIMP MediaObject::PreOpen(IUnknown* source) try {
+    const Ref<IProperty> node = Ask<IProperty>(source);
+    const Ref<IMediaOpenState> state = Ask<IMediaOpenState>(source);
+    if (!node || !state) return E_INVALIDARG;
+    const std::wstring path = PathOf(node.get());
+    try {
+        std::error_code ignored;
+        if (!std::filesystem::exists(path, ignored)) throw Problem("there is no such file");
+        info_ = given_ ? *given_ : ReadMedia(path);
+        state->SetState(1, Text(L""));
+        return S_OK;
+    } catch (const Problem& problem) {
+        info_ = {};
+        ForgetErrors();
+        state->SetState(0, Text(Wide(problem.what())));
+        return E_FAIL;
+    }
+} catch (const std::exception&) {
+    return E_OUTOFMEMORY;
+}
+
+STDMETHODIMP MediaObject::get_TitleInfo(BSTR* pVal) try {
+    return Give(pVal, std::filesystem::path(TextOf(root_, L"PathToMediaFile")).filename().wstring());
+} catch (const std::exception&) {
+    return E_OUTOFMEMORY;
+}
+
+STDMETHODIMP MediaObject::get_CurrentFormat(IDispatch** pVal) {
+    if (!pVal) return E_POINTER;
+    const Ref<IProperty> node = root_ ? Find(root_, L"OutputFileFormat") : Ref<IProperty>();
+    Value value;
+    if (!node || node->get_Value(value.Put()) != S_OK) return S_FALSE;
+    Ref<IDispatch> format = Ask<IDispatch>(value.object());
+    if (!format) return S_FALSE;
+    format->AddRef();
+    *pVal = format.get();
+    return S_OK;
+}
+
+STDMETHODIMP MediaObject::InitDefault() {
+    const Ref<IMap> map = Ask<IMap>(map_.get());
+    return map ? map->InitDefault() : E_FAIL;
+}
+
+STDMETHODIMP MediaObject::GetOuputFileName(BSTR* pVal) try {
+    return Give(pVal, TextOf(root_, L"OutputMediaName"));
+} catch (const std::exception&) {
+    return E_OUTOFMEMORY;
+}
+
+STDMETHODIMP MediaObject::GetCurIndex(int* pVal) { return Give(pVal, 0); }
+STDMETHODIMP MediaObject::get_Duration(LONGLONG* pVal) { return Give(pVal, info_.duration); }
+STDMETHODIMP MediaObject::get_TimePerFrame(LONGLONG* pVal) { return Give(pVal, info_.frame_time); }
+STDMETHODIMP MediaObject::get_StreamFlagA(int* pVal) { return Give(pVal, int(info_.video)); }
+STDMETHODIMP MediaObject::get_StreamFlagB(int* pVal) { return Give(pVal, int(info_.audio)); }
+STDMETHODIMP MediaObject::get_IsStill(int* pVal) { return Give(pVal, int(info_.still)); }
+
+}  // namespace host

@@ -1,0 +1,170 @@
+#include "settings_file.h"
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+
+#include "text.h"
+
+namespace host {
+namespace {
+
+constexpr size_t kDeepest = 64;
+constexpr size_t kMostBytes = 16 * 1024 * 1024;
+
+class Reader {
+public:
+    explicit Reader(std::string_view bytes) : rest_(bytes) {}
+
+    Element Document() {
+        SkipBlanks();
+        Element root = ReadElement(1);
+        SkipBlanks();
+        if (!rest_.empty()) Fail("text after the last element");
+        return root;
+    }
+
+private:
+    [[noreturn]] void Fail(const std::string& what) const {
+        throw Problem("line " + std::to_string(line_) + ": " + OneLine(what));
+    }
+
+    static bool IsNameByte(char c) { return !IsBlank(c) && !std::strchr("<>='\"/&", c); }  // nor NUL
+    static bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
+    void Skip(size_t count) {
+        line_ += size_t(std::count(rest_.begin(), rest_.begin() + std::ptrdiff_t(count), '\n'));
+        rest_.remove_prefix(count);
+    }
+    void SkipBlanks() {
+        size_t count = 0;
+        while (count < rest_.size() && IsBlank(rest_[count])) ++count;
+        Skip(count);
+    }
+    bool SkipIf(std::string_view text) {
+        if (!rest_.starts_with(text)) return false;
+        Skip(text.size());
+        return true;
+    }
+
+    std::string ReadName(const char* what) {
+        size_t length = 0;
+        while (length < rest_.size() && IsNameByte(rest_[length]))
+            ++length;
+        if (length == 0) Fail(std::string("here should stand the name of ") + what);
+        const std::string name(rest_.substr(0, length));
+        Skip(length);
+        return name;
+    }
+
+    std::wstring ReadText() {
+        const char quote = rest_.empty() ? '\0' : rest_[0];
+        if (quote != '\'' && quote != '"') Fail("a value stands in quotes");
+        const size_t end = rest_.find(quote, 1);
+        if (end == rest_.npos) Fail("a value without its closing quote");
+        const std::string_view raw = rest_.substr(1, end - 1);
+        std::string text;
+        for (size_t i = 0; i < raw.size(); ++i) {
+            if (raw[i] == '<') Fail("\"<\" inside a value");
+            text += raw[i] == '&' ? ReadEntity(raw, &i) : raw[i];
+        }
+        Skip(end + 1);
+        return Wide(text);
+    }
+
+    char ReadEntity(std::string_view raw, size_t* at) const {
+        struct Entity {
+            std::string_view text;
+            char character;
+        };
+        constexpr Entity kEntities[] = {{"&amp;", '&'}, {"&lt;", '<'}, {"&gt;", '>'}, {"&apos;", '\''}, {"&quot;", '"'}};
+        for (const Entity& entity : kEntities) {
+            if (!raw.substr(*at).starts_with(entity.text)) continue;
+            *at += entity.text.size() - 1;
+            return entity.character;
+        }
+        Fail("an unknown \"&...;\" in a value");
+    }
+
+    VARTYPE ReadKind() {
+        const std::wstring text = ReadText();
+        VARTYPE kind = 0;
+        if (text.empty() || text.size() > 4) Fail("a type is a number");
+        for (const wchar_t c : text) {
+            if (c < L'0' || c > L'9') Fail("a type is a number");
+            kind = VARTYPE(kind * 10 + (c - L'0'));
+        }
+        return kind;
+    }
+
+    Element ReadElement(size_t depth) {
+        if (depth > kDeepest) Fail("elements lie more than 64 deep");
+        if (!SkipIf("<")) Fail("here should stand an element");
+        Element element;
+        element.line = line_;
+        const std::string name = ReadName("an element");
+        element.name = Wide(name);
+
+        std::optional<std::wstring> value, unit;
+        std::optional<VARTYPE> value_kind, unit_kind;
+        for (SkipBlanks(); !SkipIf(">"); SkipBlanks()) {
+            const std::string attribute = ReadName("an attribute");
+            if (!SkipIf("=")) Fail("an attribute without a value");
+            if (attribute == "value" && !value)
+                value = ReadText();
+            else if (attribute == "type" && !value_kind)
+                value_kind = ReadKind();
+            else if (attribute == "ext" && !unit)
+                unit = ReadText();
+            else if (attribute == "extType" && !unit_kind)
+                unit_kind = ReadKind();
+            else
+                Fail("the attribute " + attribute + " is unknown or stands here twice");
+        }
+        if (!value != !value_kind || !unit != !unit_kind) Fail("a value stands with its type, or not at all");
+        if (value) element.value = {*value, *value_kind};
+        if (unit) element.unit = {*unit, *unit_kind};
+
+        for (SkipBlanks(); !SkipIf("</"); SkipBlanks()) {
+            if (rest_.empty()) Fail("the file ends inside of " + name);
+            element.children.push_back(ReadElement(depth + 1));
+        }
+        if (ReadName("the element that ends here") != name) Fail("here should end " + name);
+        SkipBlanks();
+        if (!SkipIf(">")) Fail("the end of " + name + " isn't closed");
+        return element;
+    }
+
+    std::string_view rest_;
+    size_t line_ = 1;
+};
+
+}  // namespace
+
+Element ParseSettings(std::string_view bytes) { return Reader(bytes).Document(); }
+
+std::string ReadWhole(const std::filesystem::path& file) {
+    std::error_code error;
+    if (!std::filesystem::exists(file, error)) throw Problem("there is no such file");
+    if (!std::filesystem::is_regular_file(file, error)) throw Problem("this is no file");
+    if (std::filesystem::file_size(file, error) > kMostBytes) throw Problem("settings have at most 16 MB");
+    std::ifstream stream(file, std::ios::binary);
+    std::string bytes(std::istreambuf_iterator<char>(stream), {});
+    if (!stream.is_open() || stream.bad()) throw Problem("it can't be read");
+    return bytes;
+}
+
+std::optional<Value> Restored(const Element::Stored& stored) {
+    switch (stored.kind) {
+        case VT_I1: case VT_I2: case VT_I4: case VT_I8: case VT_INT:
+        case VT_UI1: case VT_UI2: case VT_UI4: case VT_UI8: case VT_UINT:
+        case VT_R4: case VT_R8: case VT_BOOL: case VT_BSTR: case VT_CY: case VT_DATE: case VT_DECIMAL: {
+            Value value;
+            if (FAILED(Value::Of(stored.text).ChangeTo(stored.kind, &value))) return {};
+            return value;
+        }
+        default: return {};  // objects, references, kinds that have no text
+    }
+}
+
+}  // namespace host

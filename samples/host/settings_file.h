@@ -1,0 +1,38 @@
+// The settings file: elements, each with the value of one node.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "com.h"
+
+namespace host {
+
+/// <name value='text' type='kind' ext='text' extType='kind'>, with what stands inside.
+struct Element {
+    struct Stored {
+        std::wstring text;
+        VARTYPE kind;
+    };
+    std::wstring name;
+    std::optional<Stored> value;
+    std::optional<Stored> unit;
+    std::vector<Element> children;
+    size_t line = 0;
+};
+
+/// The kind of an object value, whose text is a class id or a label.
+inline constexpr VARTYPE kObjectKind = 72;
+
+/// Reads settings in the system's code page. Throws Problem, with the line, for anything else than such elements.
+Element ParseSettings(std::string_view bytes);
+/// The same for a file. At most 16 MB.
+std::string ReadWhole(const std::filesystem::path& file);
+
+/// The value that was stored; no value when the text doesn't fit its kind or the kind can't be restored from text.
+std::optional<Value> Restored(const Element::Stored& stored);
+
+}  // namespace host

@@ -1,0 +1,21 @@
+// Where the output goes.
+#pragma once
+
+#include <string>
+
+namespace host {
+
+/// To be called first: makes a console show UTF-8, and asks whether one is there.
+void StartTerminal();
+/// Whether colours are wanted: standard output is a terminal and NO_COLOR isn't set.
+bool HasColours();
+/// Columns to fill.
+size_t TerminalWidth();
+
+/// UTF-8 to standard output, and a line "bvhost: ..." to standard error.
+void Print(const std::string& text);
+void PrintError(const std::string& text);
+/// The bytes as they are, line ends too.
+void PrintBytes(const std::string& bytes);
+
+}  // namespace host

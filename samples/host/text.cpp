@@ -1,0 +1,125 @@
+#include "text.h"
+
+#include <algorithm>
+#include <cwctype>
+#include <utility>
+
+#include <bvschema/platform.h>
+
+namespace host {
+
+std::string Utf8(std::wstring_view text) {
+    std::string result;
+    for (size_t i = 0; i < text.size(); ++i) {
+        char32_t c = sizeof(wchar_t) == 2 ? char16_t(text[i]) : char32_t(text[i]);
+        const bool high = c >= 0xD800 && c < 0xDC00;
+        if (high && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] < 0xE000)
+            c = 0x10000 + ((c - 0xD800) << 10) + (char32_t(text[++i]) - 0xDC00);
+        else if ((c >= 0xD800 && c < 0xE000) || c > 0x10FFFF)
+            c = 0xFFFD;
+        if (c < 0x80) {
+            result += char(c);
+        } else if (c < 0x800) {
+            result += {char(0xC0 | c >> 6), char(0x80 | (c & 0x3F))};
+        } else if (c < 0x10000) {
+            result += {char(0xE0 | c >> 12), char(0x80 | (c >> 6 & 0x3F)), char(0x80 | (c & 0x3F))};
+        } else {
+            result += {char(0xF0 | c >> 18), char(0x80 | (c >> 12 & 0x3F)), char(0x80 | (c >> 6 & 0x3F)),
+                       char(0x80 | (c & 0x3F))};
+        }
+    }
+    return result;
+}
+
+std::wstring Wide(std::string_view text) {
+    if (text.empty()) return {};
+    const int size = MultiByteToWideChar(CP_ACP, 0, text.data(), int(text.size()), nullptr, 0);
+    std::wstring result(size_t(std::max(size, 0)), L'\0');
+    if (size > 0) MultiByteToWideChar(CP_ACP, 0, text.data(), int(text.size()), result.data(), size);
+    return result;
+}
+
+size_t Columns(std::string_view utf8) {
+    return size_t(std::count_if(utf8.begin(), utf8.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+}
+
+std::string Padded(std::string_view utf8, size_t columns) {
+    const size_t used = Columns(utf8);
+    return std::string(utf8) + std::string(used < columns ? columns - used : 0, ' ');
+}
+
+std::string OneLine(std::string_view utf8) {
+    std::string result;
+    for (const char c : utf8) {
+        const bool control = static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+        if (!control)
+            result += c;
+        else if (!result.empty() && result.back() != ' ')
+            result += ' ';
+    }
+    while (!result.empty() && result.back() == ' ') result.pop_back();
+    return result;
+}
+
+std::vector<std::string> Wrapped(std::string_view utf8, size_t columns) {
+    std::vector<std::string> lines;
+    while (!utf8.empty()) {
+        const size_t end = utf8.find('\n');
+        std::string_view paragraph = utf8.substr(0, end);
+        utf8 = end == utf8.npos ? std::string_view() : utf8.substr(end + 1);
+        std::string line;
+        while (!paragraph.empty()) {
+            const size_t blank = paragraph.find(' ');
+            const std::string word = OneLine(paragraph.substr(0, blank));
+            paragraph = blank == paragraph.npos ? std::string_view() : paragraph.substr(blank + 1);
+            if (word.empty()) continue;
+            if (!line.empty() && Columns(line) + 1 + Columns(word) > columns) lines.push_back(std::exchange(line, {}));
+            if (!line.empty()) line += ' ';
+            line += word;
+        }
+        lines.push_back(line);
+    }
+    while (!lines.empty() && lines.back().empty()) lines.pop_back();
+    return lines;
+}
+
+namespace {
+
+wchar_t Lower(wchar_t c) { return wchar_t(std::towlower(wint_t(c))); }
+
+size_t EditDistance(std::wstring_view a, std::wstring_view b) {
+    std::vector<size_t> row(b.size() + 1);
+    for (size_t j = 0; j <= b.size(); ++j) row[j] = j;
+    for (size_t i = 1; i <= a.size(); ++i) {
+        size_t diagonal = std::exchange(row[0], i);
+        for (size_t j = 1; j <= b.size(); ++j) {
+            const size_t change = diagonal + (Lower(a[i - 1]) != Lower(b[j - 1]));
+            diagonal = std::exchange(row[j], std::min({row[j] + 1, row[j - 1] + 1, change}));
+        }
+    }
+    return row[b.size()];
+}
+
+}  // namespace
+
+bool SameName(std::wstring_view a, std::wstring_view b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](wchar_t x, wchar_t y) { return Lower(x) == Lower(y); });
+}
+
+std::string Suggestion(std::wstring_view typed, const std::vector<std::wstring>& candidates) {
+    constexpr size_t kLongest = 256;  // nobody types more and means something
+    if (typed.size() > kLongest) return {};
+    const std::wstring* best = nullptr;
+    size_t least = std::max<size_t>(2, typed.size() / 3) + 1;
+    for (const std::wstring& candidate : candidates) {
+        if (candidate.empty() || candidate.size() > kLongest) continue;
+        const size_t distance = EditDistance(typed, candidate);
+        if (distance < least) {
+            least = distance;
+            best = &candidate;
+        }
+    }
+    return best ? ", did you mean \"" + OneLine(Utf8(*best)) + "\"?" : std::string();
+}
+
+}  // namespace host

@@ -1,0 +1,33 @@
+// Texts: the tree's are wide, the terminal's are UTF-8, arguments and settings files are in the system's code page.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace host {
+
+/// What went wrong, in one line for the user.
+class Problem : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+std::string Utf8(std::wstring_view text);
+/// From the code page of arguments and settings files.
+std::wstring Wide(std::string_view text);
+
+/// How many columns a terminal gives a text.
+size_t Columns(std::string_view utf8);
+std::string Padded(std::string_view utf8, size_t columns);
+/// A text without line ends or other control characters, for a line of its own.
+std::string OneLine(std::string_view utf8);
+/// Lines of at most so many columns, broken at blanks; the text's own line ends stay.
+std::vector<std::string> Wrapped(std::string_view utf8, size_t columns);
+
+bool SameName(std::wstring_view a, std::wstring_view b);
+/// ", did you mean X?" for the candidate that is nearest to what was typed, or nothing when none is near.
+std::string Suggestion(std::wstring_view typed, const std::vector<std::wstring>& candidates);
+
+}  // namespace host
