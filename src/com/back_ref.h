@@ -88,8 +88,7 @@ inline constexpr IID kIid<IBackRefTarget> = GuidOf("5B0F7C7E-30A5-4D0B-9C64-6E1B
 
 template <class T>
 void BackRef<T>::Set(T* pointer) {
-    if (pointer == pointer_) return;
-    Unlink();
+    Unlink();  // also when it is the same: a foreign object may have gone, and one of ours stand in its place
     pointer_ = pointer;
     if (auto target = Query<IBackRefTarget>(pointer)) Link(target->Referrers());
 }

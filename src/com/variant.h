@@ -61,10 +61,11 @@ public:
         VariantClear(this);
         return this;
     }
-    /// Becomes a copy. When it can't, it holds the status as VT_ERROR.
+    /// Becomes a copy; of a reference, which is the caller's, a copy of what it points to. When it can't, it holds the status
+    /// as VT_ERROR.
     void CopyFrom(const VARIANT& source) {
         Variant copy;
-        if (const HRESULT status = VariantCopy(&copy, const_cast<VARIANT*>(&source)); FAILED(status)) {
+        if (const HRESULT status = VariantCopyInd(&copy, const_cast<VARIANT*>(&source)); FAILED(status)) {
             copy.vt = VT_ERROR;
             copy.scode = status;
         }

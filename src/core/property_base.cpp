@@ -399,13 +399,14 @@ void PropertyBase::Adopt(const NodeDecl& decl) {
 }
 
 ComPtr<IProperty> PropertyBase::AddDeclared(const NodeDecl& decl, bool literal_name) {
-    if (!own_children_) {
-        ComPtr<IProperty> child;
+    ComPtr<IProperty> child;
+    if (own_children_) {
+        const wchar_t* const name = decl.name ? decl.name : L"";
+        child = own_children_->AddNode(name, literal_name ? name : nullptr, decl.cls, *this);
+    } else {
         CLSID cls = decl.cls;
-        if (FAILED(children_->AddProperty(Bstr(decl.name).get(), &cls, this, child.Put()))) return nullptr;
-        return child;
+        std::ignore = children_->AddProperty(Bstr(decl.name).get(), &cls, this, child.Put());
     }
-    auto child = own_children_->AddNode(decl.name ? decl.name : L"", literal_name ? decl.name : nullptr, decl.cls, *this);
     if (!child) return nullptr;
     if (PropertyBase* node = NodeBehind(child.get())) node->Adopt(decl);
     if (decl.hidden) std::ignore = child->put_IsHide(1);

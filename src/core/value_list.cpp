@@ -30,9 +30,13 @@ private:
     Variant value_;
 };
 
-/// An object held as VT_DISPATCH becomes VT_UNKNOWN, whose pointer is the object's identity.
-void ToUnknown(Variant& value) {
-    if (value.vt == VT_DISPATCH) std::ignore = value.ChangeFrom(value, VT_UNKNOWN);
+/// An object becomes VT_UNKNOWN with the pointer that is its identity, whichever interface it arrived through.
+void ToIdentity(Variant& value) {
+    if (value.vt != VT_DISPATCH && value.vt != VT_UNKNOWN) return;
+    auto identity = Query<IUnknown>(ObjectOf(value));
+    value.Clear();
+    value.vt = VT_UNKNOWN;
+    value.punkVal = identity.Detach();
 }
 
 class ListOfValues : public Dispatch<IListOfValues>, public SupportsErrors<IListOfValues>, public ObjectRoot {
@@ -71,11 +75,11 @@ STDMETHODIMP ListOfValues::get_Text(VARIANT varValue, BSTR* pVal) {
     if (!pVal) return E_POINTER;
     Variant wanted;
     wanted.CopyFrom(varValue);
-    ToUnknown(wanted);
+    ToIdentity(wanted);
     for (const auto& item : items_) {
         Variant value;
         if (FAILED(item->get_Value(value.Put()))) continue;
-        ToUnknown(value);
+        ToIdentity(value);
         if (SameValue(value, wanted)) return item->get_Name(pVal);
     }
     return E_INVALIDARG;
@@ -84,7 +88,7 @@ STDMETHODIMP ListOfValues::get_Text(VARIANT varValue, BSTR* pVal) {
 STDMETHODIMP ListOfValues::AddNew(BSTR Name, VARIANT var) {
     Variant value;
     value.CopyFrom(var);
-    ToUnknown(value);
+    if (value.vt == VT_DISPATCH) ToIdentity(value);
     return AddItem(Name, value);
 }
 
