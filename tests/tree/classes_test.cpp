@@ -1,0 +1,196 @@
+// Every class of the module: created, aggregated, asked, released.
+#include "support/doubles.h"
+
+namespace bv::test {
+namespace {
+
+struct ClassCase {
+    const char* name;
+    CLSID cls;
+    bool exists;
+};
+const ClassCase kClasses[] = {
+#define BV_CLASS(Name, text) {#Name, clsid::Name, true},
+#define BV_CLASS_ID(Name, text) {#Name, clsid::Name, false},
+#include <bvschema/classes.def>
+#undef BV_CLASS
+#undef BV_CLASS_ID
+};
+
+HRESULT Make(REFCLSID cls, IUnknown* outer, REFIID iid, void** out) {
+    return CoCreateInstance(cls, outer, CLSCTX_INPROC_SERVER, iid, out);
+}
+
+TEST(ClassesTest, EachIsCreatedAggregatedAndReleased) {
+    EXPECT_EQ(std::size(kClasses), 59u);
+    for (const ClassCase& c : kClasses) {
+        SCOPED_TRACE(c.name);
+        NothingLeft no_leaks;
+        Ref<IUnknown> object;
+        if (!c.exists) {
+            EXPECT_TRUE(FAILED(Make(c.cls, nullptr, kIid<IUnknown>, object.PutVoid())));
+            EXPECT_FALSE(object);
+            continue;
+        }
+        ASSERT_EQ(Make(c.cls, nullptr, kIid<IUnknown>, object.PutVoid()), S_OK);
+        EXPECT_FALSE(ModuleCanGo());
+        EXPECT_EQ(object.As<IUnknown>().get(), object.get());
+        if (Node node{object.As<IProperty>()}) {
+            CLSID own = {};
+            EXPECT_EQ(node->get_ClassID(&own), S_OK);
+            EXPECT_EQ(own, c.cls);
+            EXPECT_TRUE(node.Active());
+            EXPECT_TRUE(node.Shown());
+            EXPECT_TRUE(node.Enabled());
+            Ref<IDispatch> none;
+            EXPECT_EQ(object->QueryInterface(kIid<IDispatch>, none.PutVoid()), E_NOINTERFACE);
+        }
+
+        void* refused = &object;
+        EXPECT_EQ(Make(c.cls, nullptr, kIid<IErrorInfo>, &refused), E_NOINTERFACE);
+        EXPECT_EQ(refused, nullptr);
+        Fake<IUnknown> outer;
+        EXPECT_EQ(Make(c.cls, outer.unknown(), kIid<IProperty>, &refused), CLASS_E_NOAGGREGATION);
+        Ref<IUnknown> inner;
+        EXPECT_EQ(Make(c.cls, outer.unknown(), kIid<IUnknown>, inner.PutVoid()), S_OK);
+        EXPECT_NE(inner.get(), outer.unknown());
+    }
+}
+
+TEST(ClassesTest, EachAnswersItsInterfacesAndNoOther) {
+    const std::pair<const char*, IID> interfaces[] = {
+        {"IBaseObj", kIid<IBaseObj>},
+        {"IProperty", kIid<IProperty>},
+        {"ISimpleInit", kIid<ISimpleInit>},
+        {"ISettingsWriter", kIid<ISettingsWriter>},
+        {"ICollection", kIid<ICollection>},
+        {"IEnumProperties", kIid<IEnumProperties>},
+        {"IListOfValues", kIid<IListOfValues>},
+        {"IListItem", kIid<IListItem>},
+        {"IMap", kIid<IMap>},
+        {"IMainMediaPath", kIid<IMainMediaPath>},
+        {"IActionImplInit", kIid<IActionImplInit>},
+        {"IActionObject", kIid<IActionObject>},
+        {"IMediaOpenState", kIid<IMediaOpenState>},
+        {"ICachedSample", kIid<ICachedSample>},
+        {"IMediaFiles", kIid<IMediaFiles>},
+        {"IBVMapper", kIid<IBVMapper>},
+        {"IBVFilterMapper", kIid<IBVFilterMapper>},
+        {"IAMMediaType", kIid<IAMMediaType>},
+        {"IDispatch", kIid<IDispatch>},
+        {"ISupportErrorInfo", kIid<ISupportErrorInfo>},
+        {"IMediaParser", kIid<IMediaParser>},
+    };
+    const std::string node = "IBaseObj IProperty ISettingsWriter IEnumProperties IListOfValues ISupportErrorInfo ";
+    const std::map<std::string, std::string> cases = {
+        {"PropertyOutput", node},
+        {"PropertySimple", "IBaseObj IProperty ISimpleInit ISettingsWriter IEnumProperties IListOfValues ISupportErrorInfo "},
+        {"PropertyMain", "IBaseObj IProperty ISettingsWriter IEnumProperties IListOfValues IMainMediaPath ISupportErrorInfo "},
+        {"PropertyActionImpl",
+         "IBaseObj IProperty ISettingsWriter IEnumProperties IListOfValues IActionImplInit ISupportErrorInfo "},
+        {"PropertyMediaPath", "IBaseObj IProperty ISettingsWriter IEnumProperties IListOfValues IMediaOpenState "
+                              "ICachedSample ISupportErrorInfo "},
+        {"EnumProperties", "ICollection IEnumProperties ISupportErrorInfo "},
+        {"ListOfValues", "ICollection IListOfValues ISupportErrorInfo "},
+        {"ListItem", "IBaseObj IListItem IDispatch ISupportErrorInfo "},
+        {"Map", "IEnumProperties IMap IDispatch ISupportErrorInfo "},
+        {"MediaFiles", "IBaseObj ICollection IMediaFiles IDispatch "},
+        {"BVMapper", "IBVMapper IDispatch "},
+        {"BVFilterMapper", "IBVFilterMapper IDispatch "},
+        {"AMMediaType", "IAMMediaType IDispatch "},
+    };
+    for (const ClassCase& c : kClasses) {
+        const auto expected = cases.find(c.name);
+        if (expected == cases.end()) continue;
+        SCOPED_TRACE(c.name);
+        const auto object = New<IUnknown>(c.cls);
+        std::string answered;
+        for (const auto& [name, iid] : interfaces) {
+            Ref<IUnknown> found;
+            if (object->QueryInterface(iid, found.PutVoid()) == S_OK) answered += name + std::string(" ");
+        }
+        auto sorted = [](std::string words) {
+            std::istringstream in(words);
+            std::vector<std::string> list{std::istream_iterator<std::string>(in), {}};
+            std::sort(list.begin(), list.end());
+            return list;
+        };
+        EXPECT_EQ(sorted(answered), sorted(expected->second));
+    }
+}
+
+TEST(ClassesTest, ANodeWithoutItsCollectionsIsNotMade) {
+    NothingLeft no_leaks;
+    for (const CLSID& needed : {clsid::ListOfValues, clsid::EnumProperties}) {
+        const ClassDouble refusing(needed, [](IUnknown*, REFIID, void**) { return E_ABORT; });
+        void* none = nullptr;
+        EXPECT_EQ(Make(clsid::PropertySimple, nullptr, kIid<IProperty>, &none), E_ABORT);
+        EXPECT_EQ(none, nullptr);
+    }
+    // The index makes its own, and doesn't ask.
+    const ClassDouble refusing(clsid::EnumProperties, [](IUnknown*, REFIID, void**) { return E_ABORT; });
+    EXPECT_TRUE(New<IMap>(clsid::Map));
+}
+
+TEST(ClassesTest, AParentStandsWithoutAChildThatCantBeMade) {
+    NothingLeft no_leaks;
+    const ClassDouble no_folder(clsid::PropertyFolder, [](IUnknown*, REFIID, void**) { return E_ABORT; });
+    const ClassDouble no_unit(clsid::PropertyLenExt, [](IUnknown*, REFIID, void**) { return E_ABORT; });
+    FakeMedia media;
+    const Node root = CreateNode(clsid::PropertyMain);
+    root.Give(media.dispatch());
+    EXPECT_FALSE(root.Find(L"DestinationPath"));
+    EXPECT_EQ(root.Find(L"Mode").Put(I4(2)), S_OK);
+    EXPECT_TRUE(root.Find(L"FileNamePattern").Shown()) << "the hook skips what isn't there";
+    EXPECT_FALSE(root.Find(L"SplitLength").Extension());
+    EXPECT_NE(root.Xml().find("<SplitLength value='10' type='3'>"), std::string::npos);
+}
+
+TEST(ClassesTest, AChildAndACollectionMayBeSomebodyElses) {
+    NothingLeft no_leaks;
+    ForeignNode folder(L"");
+    {
+        const ClassDouble other(clsid::PropertyFolder, folder.Maker());
+        const Node output = CreateNode(clsid::PropertyOutput);
+        EXPECT_EQ(folder.name, L"DestinationPath");
+        EXPECT_EQ(folder.hidden, 1);
+        EXPECT_EQ(folder.parent, static_cast<IDispatch*>(output.get()));
+    }
+    // A collection that stands before one of ours.
+    class Collection : public Fake<IEnumProperties> {
+    public:
+        Ref<IEnumProperties> real = New<IEnumProperties>(clsid::EnumProperties);
+        STDMETHODIMP get_Name(BSTR* out) override { return real->get_Name(out); }
+        STDMETHODIMP get_Count(LONG* out) override { return real->get_Count(out); }
+        STDMETHODIMP get_Item(LONG index, IUnknown** out) override { return real->get_Item(index, out); }
+        STDMETHODIMP InsertProperty(BSTR n, GUID* c, IProperty** out) override { return real->InsertProperty(n, c, out); }
+        STDMETHODIMP AddProperty(BSTR n, GUID* c, IDispatch* p, IProperty** out) override {
+            return real->AddProperty(n, c, p, out);
+        }
+        STDMETHODIMP FindProperty(BSTR n, IProperty* p, IProperty** out) override { return real->FindProperty(n, p, out); }
+        STDMETHODIMP FindPropertyExactly(BSTR, IProperty**) override { return S_FALSE; }
+        STDMETHODIMP InitProperty(IDispatch* media) override { return real->InitProperty(media); }
+        STDMETHODIMP RemoveByName(BSTR n, IProperty* p) override { return real->RemoveByName(n, p); }
+        STDMETHODIMP PutParent(IProperty* p) override { return real->PutParent(p); }
+        STDMETHODIMP AddObject(BSTR n, IUnknown* p, IUnknown* o) override { return real->AddObject(n, p, o); }
+    };
+    Collection collection;
+    Node split;
+    {
+        const ClassDouble other(clsid::EnumProperties, [&, first = true](IUnknown*, REFIID iid, void** out) mutable {
+            if (std::exchange(first, false)) return collection.QueryInterface(iid, out);
+            return New<IUnknown>(clsid::Map).As<IEnumProperties>()->QueryInterface(iid, out);
+        });
+        split = CreateNode(clsid::PropertySplit);
+    }
+    EXPECT_EQ(Dump(split), Dump(CreateNode(clsid::PropertySplit)));
+    EXPECT_TRUE(split.Find(L"Exactly"));
+    ASSERT_EQ(split.Put(I4(1)), S_OK);
+    EXPECT_TRUE(split.Find(L"Exactly").Enabled());
+    EXPECT_EQ(split.Xml(), CreateNode(clsid::PropertySplit).Xml().replace(16, 1, "1"));
+    split.Release();
+    collection.real = {};
+}
+
+}  // namespace
+}  // namespace bv::test
