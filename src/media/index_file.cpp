@@ -1,8 +1,8 @@
 #include "media/index_file.h"
 
 #include <climits>
-#include <tuple>
 #include <cstring>
+#include <tuple>
 
 #include "server/messages.h"
 
@@ -54,8 +54,20 @@ private:
 
 ULONGLONG HighOrLow(DWORD high, DWORD low) { return high | low; }
 
+/// A name that some systems take for a device in every folder, whatever its extension.
+bool IsDeviceName(std::wstring_view name) {
+    name = name.substr(0, name.find_first_of(L". "));
+    if (name.size() == 4 && name[3] >= L'0' && name[3] <= L'9') {
+        name.remove_suffix(1);
+        return SameName(name, L"COM") || SameName(name, L"LPT");
+    }
+    for (const wchar_t* device : {L"CON", L"PRN", L"AUX", L"NUL", L"CONIN$", L"CONOUT$"})
+        if (SameName(name, device)) return true;
+    return false;
+}
+
 bool IsSafeName(std::wstring_view name) {
-    if (name.empty() || name.find(L"..") != name.npos) return false;
+    if (name.empty() || name.find(L"..") != name.npos || IsDeviceName(name)) return false;
     for (const wchar_t c : name)
         if (c < L' ' || std::wcschr(L"/\\:*?\"<>|", c)) return false;
     return true;
