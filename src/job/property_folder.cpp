@@ -1,9 +1,11 @@
 #include "core/property_base.h"
 #include "server/messages.h"
+#include "services/dialogs.h"
 
 namespace bv {
 namespace {
 
+constexpr size_t kMaxChosen = 255;  // characters of a folder taken from the dialog
 constexpr NodeDecl kFolder = {.name = names::kDestinationPath,
                               .cls = clsid::PropertyFolder,
                               .title = L"Destination Folder",
@@ -54,7 +56,15 @@ public:
     STDMETHODIMP put_Format(VARIANT newVal) override { return put_Value(newVal); }
 
 protected:
-    HRESULT OnShowDialog() override { return S_FALSE; }
+    HRESULT OnShowDialog() override try {
+        Variant start;
+        std::ignore = get_Value(start.Put());
+        std::string folder = NarrowPath(start);
+        if (BrowseFolder(folder) != S_OK) return S_FALSE;
+        return StoreQuietly(ToBstr(folder).View().substr(0, kMaxChosen));
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
 
 private:
     HRESULT Unresolved(VARIANT* pVal) {

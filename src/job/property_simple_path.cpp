@@ -1,4 +1,4 @@
-#include "core/property_base.h"
+#include "services/path_node.h"
 
 namespace bv {
 namespace {
@@ -6,12 +6,12 @@ namespace {
 constexpr NodeDecl kPath = {
     .name = L"Path", .cls = clsid::PropertySimplePath, .title = L"Path", .type = 0x8009, .value = Text(L"")};
 
-class PropertySimplePath : public PropertyBase {
+class PropertySimplePath : public PathNode {
 public:
-    PropertySimplePath() : PropertyBase(kPath) {}
+    PropertySimplePath() : PathNode(kPath) {}
 
 protected:
-    HRESULT OnShowDialog() override { return S_FALSE; }
+    HRESULT OnShowDialog() override { return PickFile(nullptr); }
 };
 
 }  // namespace
