@@ -11,7 +11,7 @@ namespace bv {
 namespace {
 
 constexpr size_t kMaxPath = 512;   // bytes of a path that a node takes
-constexpr int kJoinedMask = 32;    // bytes of a mask among the joined ones, with its terminator
+constexpr int kJoinedMask = 32;    // bytes of a mask among the joined ones
 constexpr size_t kMaxFilter = 1 << 16;
 
 /// The label and mask list of a dialog: the text with NUL for each bar.
@@ -36,10 +36,10 @@ std::string Cut(std::string text, size_t size) {
     if (text.size() <= size) return text;
     // The longest beginning that stands for whole characters: it comes back as it was.
     for (size_t length = size; length > 0; --length) {
-        wchar_t wide[kJoinedMask];
-        char back[kJoinedMask];
+        wchar_t wide[kJoinedMask + 1];
+        char back[kJoinedMask + 1];
         const std::string head = text.substr(0, length);
-        if (ToWide(head.c_str(), wide, kJoinedMask) && ToNarrow(back, wide, kJoinedMask) && head == back) return head;
+        if (ToWide(head.c_str(), wide, kJoinedMask + 1) && ToNarrow(back, wide, kJoinedMask + 1) && head == back) return head;
     }
     return {};
 }
@@ -141,7 +141,7 @@ std::string InputFilter(const wchar_t* restriction) {
         if (restriction && !SameName(View(format->pExtrData[2]), restriction)) continue;
         const std::string mask = Narrow(format->pExtrData[0]);
         if (masks.size() + entries.size() > kMaxFilter) break;
-        masks += Cut(mask, kJoinedMask - 1);
+        masks += Cut(mask, kJoinedMask);
         if (i + 1 < count) masks += ';';
         entries += Format("%s (%s)|%s|", {Narrow(format->pExtrData[1]), mask, mask});
     }

@@ -1,0 +1,313 @@
+// What nodes and MediaSelecter do with what a person answers, with the answers put in place of the dialogs.
+#include <fstream>
+
+#include "services/dialogs.h"
+#include "support/environment.h"
+#include "support/node.h"
+
+namespace bv {
+HRESULT CreateMediaSelecter(IUnknown* outer, REFIID iid, void** out);
+HRESULT CreatePropertyFolder(IUnknown* outer, REFIID iid, void** out);
+HRESULT CreatePropertyMediaPath(IUnknown* outer, REFIID iid, void** out);
+HRESULT CreatePropertyOutputMediaName(IUnknown* outer, REFIID iid, void** out);
+HRESULT CreatePropertySimplePath(IUnknown* outer, REFIID iid, void** out);
+}  // namespace bv
+
+namespace bv::test {
+namespace {
+
+/// What the dialogs were asked, and what they answer. An empty answer: cancelled.
+struct Person {
+    std::string answer;  // names of several files are parted by '|'
+    std::string filter;  // NUL shown as '|'
+    std::string start;
+    int asked = 0;
+};
+Person person;
+
+template <size_t N>
+bool Answer(char (&buffer)[N], const char* filter) {
+    ++person.asked;
+    person.start = buffer;
+    person.filter.clear();
+    for (const char* at = filter; at && *at; at += std::strlen(at) + 1) person.filter += std::string(at) + '|';
+    if (person.answer.empty()) return false;
+    EXPECT_LE(person.answer.size() + 2, N);
+    std::string names = person.answer + '|';
+    for (char& c : names)
+        if (c == '|') c = 0;
+    std::memcpy(buffer, names.c_str(), names.size() + 1);
+    return true;
+}
+template <size_t N>
+bool AnswerFile(char (&buffer)[N], const char* filter) {
+    return Answer(buffer, filter);
+}
+bool AnswerSeveral(char (&names)[kSeveralNames], const char* filter, const char* start) {
+    const bool answered = Answer(names, filter);
+    person.start = start ? start : "";
+    return answered;
+}
+HRESULT AnswerFolder(char (&folder)[kFolderName]) { return Answer(folder, nullptr) ? S_OK : S_FALSE; }
+
+constexpr DialogCalls kPerson = {AnswerFile<kOpenName>, AnswerFile<kSaveName>, AnswerSeveral, AnswerFolder, nullptr,
+                                 nullptr};
+
+class DialogTest : public testing::Test {
+protected:
+    DialogTest() {
+        person = {};
+        SetDialogs(&kPerson);
+        RegDeleteTreeA(HKEY_CURRENT_USER, "Software\\Brenvaltide");
+        RegDeleteTreeA(HKEY_CLASSES_ROOT, kFormats);
+    }
+    ~DialogTest() override {
+        SetDialogs(nullptr);
+        RegDeleteTreeA(HKEY_CURRENT_USER, "Software\\Brenvaltide");
+        RegDeleteTreeA(HKEY_CLASSES_ROOT, kFormats);
+    }
+
+    static constexpr char kFormats[] =
+        "CLSID\\{3C78B8E0-6C50-11D0-A0E0-000EFA951B00}\\{3C78B8E2-6C5D-11D0-ADE1-0C0EFA951B04}";
+
+    static void AddFormat(int number, std::vector<std::string> extra) {
+        char path[300];
+        std::snprintf(path, sizeof path, "%s\\{00000000-0000-0000-0000-0000000000%02d}", kFormats, number);
+        for (size_t i = 0; i < extra.size(); ++i) {
+            HKEY key = nullptr;
+            const std::string name = std::string(path) + "\\" + std::to_string(i);
+            ASSERT_EQ(RegCreateKeyExA(HKEY_CLASSES_ROOT, name.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key,
+                                      nullptr),
+                      ERROR_SUCCESS);
+            RegSetValueExA(key, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(extra[i].c_str()),
+                           DWORD(extra[i].size() + 1));
+            RegCloseKey(key);
+        }
+    }
+    /// An object of the code under test, which asks the dialogs above.
+    template <class I>
+    static Ref<I> Make(HRESULT (*create)(IUnknown*, REFIID, void**)) {
+        Ref<I> object;
+        EXPECT_EQ(create(nullptr, kIid<I>, object.PutVoid()), S_OK);
+        return object;
+    }
+    static Node MakeNode(HRESULT (*create)(IUnknown*, REFIID, void**)) { return Node(Make<IProperty>(create)); }
+    /// A folder with a separator at its end, and files in it.
+    static std::string Folder() { return (TempFolder() / "").string(); }
+    static std::string NewFile(const char* name) {
+        const auto path = TempFolder() / name;
+        std::ofstream(path) << "x";
+        return path.string();
+    }
+    static std::string Remembered() {
+        char text[256] = {};
+        DWORD size = sizeof text - 1;
+        HKEY key = nullptr;
+        if (RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\Brenvaltide\\Brenvaltide2\\Options", 0, KEY_READ, &key)) return "none";
+        const LSTATUS status = RegQueryValueExA(key, "sel", nullptr, nullptr, reinterpret_cast<BYTE*>(text), &size);
+        RegCloseKey(key);
+        return status == ERROR_SUCCESS ? std::string(text) : "none";
+    }
+    static std::vector<std::string> Paths(IMediaSelecter* selecter) {
+        std::vector<std::string> paths;
+        LONG count = 0;
+        EXPECT_EQ(selecter->get_Count(&count), S_OK);
+        for (LONG i = 0; i < count; ++i) {
+            BSTR path = nullptr;
+            EXPECT_EQ(selecter->get_Path(i, &path), S_OK);
+            paths.push_back(Narrow(Take(path)));
+        }
+        return paths;
+    }
+};
+
+TEST_F(DialogTest, FilterOffersTheRegisteredFormats) {
+    AddFormat(1, {"*.avi", "AVI files", "Video"});
+    AddFormat(2, {"*.one", "no kind"});
+    AddFormat(3, {"*.lonely"});
+    AddFormat(4, {"*.bmp;*.png;*.jpeg;*.tiff;*.webp;*.gif", "Pictures", "image"});
+    EXPECT_EQ(InputFilter(nullptr),
+              "All supported formats|*.avi;*.one;*.bmp;*.png;*.jpeg;*.tiff;*.webp|AVI files (*.avi)|*.avi|"
+              "no kind (*.one)|*.one|Pictures (*.bmp;*.png;*.jpeg;*.tiff;*.webp;*.gif)|"
+              "*.bmp;*.png;*.jpeg;*.tiff;*.webp;*.gif|All files(*.*)|*.*||");
+    EXPECT_EQ(InputFilter(L"Image").substr(0, 60), "All supported formats|*.bmp;*.png;*.jpeg;*.tiff;*.webp|Pictu");
+    // The one that a restriction leaves out at the end leaves its separator.
+    EXPECT_EQ(InputFilter(L"Video"), "All supported formats|*.avi;|AVI files (*.avi)|*.avi|All files(*.*)|*.*||");
+    RegDeleteTreeA(HKEY_CLASSES_ROOT, kFormats);
+    EXPECT_EQ(InputFilter(nullptr), "All supported formats||All files(*.*)|*.*||");
+}
+
+TEST_F(DialogTest, SimpleTakesTheNamesInOrderButFirstAndLast) {
+    const std::string folder = Folder();
+    const std::string bare = folder.substr(0, folder.size() - 1);
+    struct Case {
+        std::string answer;
+        std::vector<std::string> paths;
+    };
+    const Case cases[] = {
+        {"", {}},
+        {folder + "one.avi", {folder + "one.avi"}},
+        {bare + "|c|a|b", {folder + "b", folder + "a", folder + "c"}},
+        {folder + "|x.avi|y.avi", {folder + "y.avi", folder + "x.avi"}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.answer);
+        person.answer = c.answer;
+        const auto selecter = Make<IMediaSelecter>(CreateMediaSelecter);
+        EXPECT_EQ(selecter->Simple(), S_OK);
+        EXPECT_EQ(Paths(selecter.get()), c.paths);
+    }
+    EXPECT_EQ(Remembered(), bare);
+    const auto selecter = Make<IMediaSelecter>(CreateMediaSelecter);
+    person.answer.clear();
+    EXPECT_EQ(selecter->Simple(), S_OK);
+    EXPECT_EQ(person.start, bare) << "the next dialog starts in the remembered folder";
+    BSTR path = nullptr;
+    EXPECT_EQ(selecter->get_Path(0, &path), E_INVALIDARG);
+}
+
+TEST_F(DialogTest, TimelineFilesGetTheirExtension) {
+    struct Case {
+        const char* typed;
+        const char* name;
+    };
+    const Case cases[] = {{"cuts", "cuts.tlc"}, {"cuts.", "cuts.tlc"}, {"cuts.xml", "cuts.xml"}, {"a.b.tlc", "a.b.tlc"}};
+    const auto selecter = Make<IMediaSelecter>(CreateMediaSelecter);
+    for (const auto pick : {&IMediaSelecter::LoadTimelines, &IMediaSelecter::SaveTimelines}) {
+        for (const Case& c : cases) {
+            person.answer = Folder() + c.typed;
+            BSTR path = nullptr;
+            ASSERT_EQ((selecter.get()->*pick)(&path), S_OK);
+            EXPECT_EQ(Narrow(Take(path)), Folder() + c.name);
+            EXPECT_EQ(person.filter, "Timelines config(*.tlc)|*.tlc;|All files(*.*)|*.*|");
+        }
+        person.answer.clear();
+        BSTR path = nullptr;
+        EXPECT_EQ((selecter.get()->*pick)(&path), S_FALSE);
+        EXPECT_EQ(path, nullptr);
+    }
+}
+
+TEST_F(DialogTest, FoldersAreBrowsedAndCancelled) {
+    const auto selecter = Make<IMediaSelecter>(CreateMediaSelecter);
+    BSTR path = nullptr;
+    EXPECT_EQ(selecter->SelectFolder(Text(L"start"), &path), S_FALSE);
+    EXPECT_EQ(path, nullptr);
+    EXPECT_EQ(person.start, "start");
+    person.answer = Folder();
+    EXPECT_EQ(selecter->SelectFolder(nullptr, &path), S_OK);
+    EXPECT_EQ(Narrow(Take(path)), Folder());
+
+    const Node folder = MakeNode(CreatePropertyFolder);
+    EXPECT_EQ(folder->ShowDialog(), S_OK);
+    EXPECT_EQ(Narrow(folder.Format().text()), Folder());
+    person.answer.clear();
+    EXPECT_EQ(folder->ShowDialog(), S_FALSE);
+    EXPECT_EQ(Narrow(folder.Format().text()), Folder());
+    EXPECT_EQ(person.start, Folder()) << "it starts from its value";
+}
+
+TEST_F(DialogTest, AnOpenDialogStartsFromAFileThatIsThere) {
+    const std::string file = NewFile("there.avi");
+    const Node path = MakeNode(CreatePropertySimplePath);
+    ASSERT_EQ(path.Put(Str(L"missing.avi")), S_OK);
+    EXPECT_EQ(path->ShowDialog(), S_FALSE);
+    EXPECT_EQ(person.start, "");
+    EXPECT_EQ(path.Value(), Str(L"missing.avi"));
+    person.answer = file;
+    EXPECT_EQ(path->ShowDialog(), S_OK);
+    EXPECT_EQ(Narrow(path.Value().text()), file);
+    EXPECT_EQ(path->ShowDialog(), S_OK);
+    EXPECT_EQ(person.start, file);
+}
+
+/// A format, as the job's root shows it to the output file's dialog.
+class Format final : public IOutputFormatInfo {
+public:
+    STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
+        *out = nullptr;
+        if (iid != kIid<IUnknown> && iid != kIid<IDispatch> && iid != kIid<IOutputFormatInfo>) return E_NOINTERFACE;
+        *out = this;
+        return S_OK;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return 2; }
+    STDMETHODIMP_(ULONG) Release() override { return 1; }
+    STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+    STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
+    STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) override {
+        return E_NOTIMPL;
+    }
+    STDMETHODIMP GetFormatInfo(BSTR* name, BSTR* extension) override {
+        *name = SysAllocString(L"Video N");
+        *extension = SysAllocString(L".vid");
+        return S_OK;
+    }
+    STDMETHODIMP GetClassID(GUID*) override { return E_FAIL; }
+    STDMETHODIMP SetOwner(IProperty*) override { return S_OK; }
+    STDMETHODIMP SetMediaObject(IDispatch*) override { return S_OK; }
+};
+
+TEST_F(DialogTest, TheOutputFileBearsTheFormatsExtension) {
+    FakeMedia media;
+    Format format;
+    const Node root = CreateNode(clsid::PropertySimple);  // a job's root, as far as the dialog asks
+    const auto children = root.As<IEnumProperties>();
+    GUID simple = clsid::PropertySimple;
+    Ref<IProperty> formats;
+    ASSERT_EQ(children->InsertProperty(Text(L"OutputFileFormat"), &simple, formats.Put()), S_OK);
+    ASSERT_EQ(formats->put_Value(Obj(&format).get()), S_OK);
+    media.root = root.get();
+    const Node name = MakeNode(CreatePropertyOutputMediaName);
+
+    person.answer = Folder() + "result";
+    EXPECT_EQ(name->ShowDialog(), S_OK) << "no job in reach: no filter, and the name as typed";
+    EXPECT_EQ(Narrow(name.Value().text()), Folder() + "result");
+    EXPECT_EQ(person.filter, "");
+
+    name->SetMediaObject(media.dispatch());
+    struct Case {
+        const char* typed;
+        const char* stored;
+    };
+    const Case cases[] = {{"film", "film.vid"}, {"film.avi", "film.vid"}, {"film.VID", "film.VID"}, {"a.b.vid", "a.b.vid"}};
+    for (const Case& c : cases) {
+        person.answer = Folder() + c.typed;
+        EXPECT_EQ(name->ShowDialog(), S_OK);
+        EXPECT_EQ(Narrow(name.Value().text()), Folder() + c.stored);
+        EXPECT_EQ(person.filter, "Video N(*.vid)|*.vid|");
+    }
+    person.answer.clear();
+    EXPECT_EQ(name->ShowDialog(), S_FALSE);
+    EXPECT_EQ(Narrow(name.Value().text()), Folder() + "a.b.vid");
+    name->SetMediaObject(nullptr);
+}
+
+TEST_F(DialogTest, SeveralInputsFillTheListBehindTheFirst) {
+    const ClassDouble selecter(clsid::MediaSelecter, CreateMediaSelecter);
+    FakeMedia media;
+    const auto files = New<IMediaFiles>(clsid::MediaFiles);
+    media.files = files.get();
+    const Node path = MakeNode(CreatePropertyMediaPath);
+    path->SetMediaObject(media.dispatch());
+    EXPECT_EQ(path->ShowDialog(), S_OK) << "cancelled";
+    EXPECT_EQ(path.Value(), Str(L""));
+    person.answer = Folder() + "one.avi";
+    EXPECT_EQ(path->ShowDialog(), S_OK);
+    EXPECT_EQ(Narrow(path.Value().text()), Folder() + "one.avi");
+    person.answer = Folder() + "|c|a|b";
+    EXPECT_EQ(path->ShowDialog(), S_FALSE) << "more than one";
+    EXPECT_EQ(Narrow(path.Value().text()), Folder() + "b");
+    LONG count = 0;
+    EXPECT_EQ(files->get_Count(&count), S_OK);
+    EXPECT_EQ(count, 2);
+
+    person.answer = Folder() + "d";
+    EXPECT_EQ(files->AddNew(), S_OK);
+    EXPECT_EQ(files->get_Count(&count), S_OK);
+    EXPECT_EQ(count, 3);
+    path->SetMediaObject(nullptr);
+}
+
+}  // namespace
+}  // namespace bv::test
