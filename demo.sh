@@ -26,21 +26,42 @@ if ! { cmake --preset native && cmake --build build/native --target product --pa
     exit 1
 fi
 
+# An installation of its own, so that a registry and index files of this machine stay as they are.
+cmake --install build/native --prefix "$work" >>"$log"
 export BV_REGISTRY=$work/registry.db
-PATH=$PWD/build/native/bin:$PATH
+PATH=$work/bin:$PATH
 
-# Shows a command and runs it.
+# title TEXT: what comes next.
+if [ -t 1 ]; then bold=$(printf '\033[1m') plain=$(printf '\033[0m'); else bold= plain=; fi
+title() { printf '\n%s%s%s\n' "$bold" "$*" "$plain"; }
+
+# Shows a command as one would type it in the folder of the demo, and runs it.
 run() {
-    printf '\n$ %s\n' "$*"
-    "$@"
+    local word shown=
+    for word in "$@"; do
+        case $word in *[!A-Za-z0-9_./=+-]*) word="'$word'" ;; esac
+        shown+=" $word"
+    done
+    printf '$%s\n' "$shown"
+    (cd "$work" && "$@")
 }
 
-# The index of the file's packets is kept beside the modules; the demo's modules are copies, so it goes with them.
-cp build/native/bin/BVSchema.so build/native/bin/BVSamples.so "$work/"
-run bvhost register "$work/BVSchema.so" "$work/BVSamples.so"
-run bvhost job --input "$input" --set "Mode=Single" --set "Overwrite=0" --output "$work/job.xml"
-run bvhost tree --input "$input"
-printf '\n$ cat job.xml\n'
-cat "$work/job.xml"
-echo
-run bvhost unregister "$work/BVSchema.so" "$work/BVSamples.so"
+title "1. The modules announce their classes, formats and actions"
+run bvhost register
+
+title "2. A job for the file: each setting shows and hides what depends on it"
+run bvhost job --input "$input" --set Mode=Multiply --set OutputFileFormat=MP4 --set IsSplit=on \
+    --set "SplitLength=250 frm" --output job.xml
+
+title "3. The saved job opens again, with its index from the cache"
+run bvhost job --from job.xml --output again.xml
+cmp "$work/job.xml" "$work/again.xml" && echo "(the same settings, byte for byte)"
+
+title "4. A value that makes no sense is refused"
+run bvhost job --set SplitLength=-5 || true
+
+title "5. The job's tree"
+run bvhost tree --from job.xml
+
+title "6. The job's settings XML"
+run cat job.xml

@@ -5,26 +5,33 @@
 #include <string>
 #include <vector>
 
+#include "job.h"
 #include "media_source.h"
 
 namespace host {
 
+/// Where a job comes from.
+struct JobSource {
+    std::wstring from;                  // a settings file; empty: a new job
+    std::vector<std::wstring> inputs;   // media files to add
+    std::optional<MediaInfo> given;     // what is told of the inputs in place of reading them
+};
+/// Restores and adds, and warns of what can't be restored.
+void Fill(Job* job, const JobSource& source);
+
 struct TreeArguments {
-    std::vector<std::wstring> inputs;
-    std::optional<MediaInfo> given;
-    bool all = false;
+    JobSource source;
+    bool all = false;   // hidden settings too
     bool json = false;
-    std::wstring name;  // of the one node to show; empty: the whole tree
 };
 int ShowTree(const TreeArguments& arguments);
-int ShowNode(const TreeArguments& arguments);
+
+int ShowNode(const JobSource& source, const std::wstring& name);
 
 struct JobArguments {
-    std::wstring from;
-    std::vector<std::wstring> inputs;
+    JobSource source;
     std::vector<std::wstring> settings;  // NAME=VALUE
-    std::optional<MediaInfo> given;
-    std::wstring output;  // "-": standard output; empty: nowhere
+    std::wstring output;                 // "-": standard output; empty: nowhere
 };
 int EditJob(const JobArguments& arguments);
 

@@ -251,7 +251,7 @@ Effects Job::Set(const std::wstring& name, const std::wstring& text) {
             for (const auto& label : labels) all += (all.empty() ? "" : ", ") + Quoted(label);
             throw Problem(what + ": the choices are " + all + Suggestion(text, labels));
         }
-        throw Problem(what + ": this setting holds a " + KindName(node.value.kind()));
+        throw Problem(what + ": this setting takes a " + KindName(node.value.kind()));
     }
     PutValue(node, *value, what);
     if (unit) PutValue(*node.unit, *unit, what);

@@ -70,22 +70,25 @@ void WriteWhole(const std::filesystem::path& file, const std::string& bytes) {
 
 }  // namespace
 
-int EditJob(const JobArguments& arguments) {
-    const Report report(arguments.output == L"-");
-    Job job(arguments.given);
-    if (!arguments.from.empty()) {
-        const std::string name = OneLine(Utf8(arguments.from));
+void Fill(Job* job, const JobSource& source) {
+    if (!source.from.empty()) {
+        const std::string name = OneLine(Utf8(source.from));
         try {
-            const Element saved = ParseSettings(ReadWhole(std::filesystem::path(arguments.from)));
-            const auto warnings = job.Restore(saved);
-            report.Say("Job", name);
-            for (const std::string& warning : warnings) PrintError("warning: " + name + ": " + warning);
+            for (const std::string& warning : job->Restore(ParseSettings(ReadWhole(source.from))))
+                PrintError("warning: " + name + ": " + warning);
         } catch (const Problem& problem) {
             throw Problem(name + ": " + problem.what());
         }
     }
-    for (const std::wstring& input : arguments.inputs) job.AddInput(input);
-    job.SelectFirstInput();
+    for (const std::wstring& input : source.inputs) job->AddInput(input);
+    job->SelectFirstInput();
+}
+
+int EditJob(const JobArguments& arguments) {
+    const Report report(arguments.output == L"-");
+    Job job(arguments.source.given);
+    Fill(&job, arguments.source);
+    if (!arguments.source.from.empty()) report.Say("Job", OneLine(Utf8(arguments.source.from)));
     for (const Input& input : job.Inputs()) {
         const char* what = "Input";
         for (const std::string& line : InputText(input)) report.Say(std::exchange(what, ""), line);

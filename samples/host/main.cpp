@@ -28,7 +28,7 @@ struct DescribedInput {
     std::vector<CLI::Option*> options;
 
     void AddTo(CLI::App* command) {
-        const auto seconds = CLI::Range(0.0, 1e6);
+        const auto seconds = CLI::Range(0.0, 1e6, std::string());
         const std::string group = "Instead of reading the inputs";
         options = {
             command->add_option("--duration", duration, "Length of each input")->type_name("SECONDS")->check(seconds),
@@ -77,22 +77,25 @@ int Run(int argc, char** argv) {
     TreeArguments tree_arguments;
     DescribedInput tree_input, show_input, job_input;
 
-    CLI::App* tree = app.add_subcommand("tree", "Shows the settings tree of a new job");
-    tree->add_option("--input", inputs, "A media file of the job; may stand several times")->type_name("FILE")
-        ->allow_extra_args(false);
+    const auto add_source = [&](CLI::App* command) {
+        command->add_option("--from", from, "A saved job to start from")->type_name("FILE");
+        command->add_option("--input", inputs, "A media file of the job; may stand several times")->type_name("FILE")
+            ->allow_extra_args(false);
+    };
+
+    CLI::App* tree = app.add_subcommand("tree", "Shows the settings tree of a job");
+    add_source(tree);
     tree->add_flag("--all", tree_arguments.all, "Hidden settings too");
     tree->add_flag("--json", tree_arguments.json, "For programs");
     tree_input.AddTo(tree);
 
     CLI::App* show = app.add_subcommand("show", "Shows one setting with all that it says of itself");
     show->add_option("NAME", name, "The setting, such as Mode or Output/Mode")->required();
-    show->add_option("--input", inputs, "A media file of the job")->type_name("FILE")->allow_extra_args(false);
+    add_source(show);
     show_input.AddTo(show);
 
     CLI::App* job = app.add_subcommand("job", "Makes a job, or opens a saved one, changes it and writes it");
-    job->add_option("--from", from, "A saved job to start from")->type_name("FILE");
-    job->add_option("--input", inputs, "A media file to add; may stand several times")->type_name("FILE")
-        ->allow_extra_args(false);
+    add_source(job);
     job->add_option("--set", settings, "A setting: its name, and a label of its list or a value; \"on\" and \"off\" for "
                                        "check boxes, a unit behind a number. May stand several times")
         ->type_name("NAME=VALUE")->allow_extra_args(false);
@@ -114,13 +117,12 @@ int Run(int argc, char** argv) {
     if (registering->parsed()) return Register(Wide(modules));
     if (unregistering->parsed()) return Unregister(Wide(modules));
     if (registry->parsed()) return ShowRegistry();
-    if (job->parsed())
-        return EditJob({.from = host::Wide(from), .inputs = Wide(inputs), .settings = Wide(settings),
-                        .given = job_input.Get(), .output = host::Wide(output)});
-    tree_arguments.inputs = Wide(inputs);
-    tree_arguments.given = tree->parsed() ? tree_input.Get() : show_input.Get();
-    tree_arguments.name = host::Wide(name);
-    return tree->parsed() ? ShowTree(tree_arguments) : ShowNode(tree_arguments);
+    JobSource source = {.from = host::Wide(from), .inputs = Wide(inputs), .given = {}};
+    source.given = job->parsed() ? job_input.Get() : tree->parsed() ? tree_input.Get() : show_input.Get();
+    if (job->parsed()) return EditJob({source, Wide(settings), host::Wide(output)});
+    if (show->parsed()) return ShowNode(source, host::Wide(name));
+    tree_arguments.source = source;
+    return ShowTree(tree_arguments);
 }
 
 }  // namespace

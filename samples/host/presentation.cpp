@@ -80,7 +80,8 @@ std::string LastColumn(const NodeView& node, const TreeStyle& style, size_t colu
     std::string text;
     size_t used = 0;
     for (size_t i = 0; i < pieces.size(); ++i) {
-        if (i > 0 && used + Columns(pieces[i].text) + 6 > columns)
+        const size_t more = i + 1 < pieces.size() ? 4 : 0;  // for how many are left out
+        if (i > 0 && used + 2 + Columns(pieces[i].text) + more > columns)
             return text + Coloured("  +" + std::to_string(pieces.size() - i), kDim, style);
         text += (i ? "  " : "") + Coloured(pieces[i].text, pieces[i].colour, style);
         used += Columns(pieces[i].text) + 2;
@@ -113,14 +114,15 @@ std::string Cut(const std::string& text, size_t columns) {
 }  // namespace
 
 std::string TreeText(const std::vector<const NodeView*>& roots, const TreeStyle& style) {
-    constexpr size_t kWidestTitle = 48, kWidestName = 32, kWidestValue = 30;
+    constexpr size_t kWidestTitle = 48, kWidestName = 32;
+    const size_t widest_value = style.width < 120 ? 20 : 30;
     std::vector<Row> rows;
     for (const NodeView* root : roots) AddRows(*root, "", "", style, &rows);
     size_t title = 5, name = 4, value = 5;
     for (const Row& row : rows) {
         title = std::max(title, std::min(kWidestTitle, Columns(row.title)));
         name = std::max(name, std::min(kWidestName, Columns(row.name)));
-        value = std::max(value, std::min(kWidestValue, Columns(row.value)));
+        value = std::max(value, std::min(widest_value, Columns(row.value)));
     }
     const size_t before = title + name + value + 6;
     const size_t rest = style.width > before + 20 ? style.width - before : 20;

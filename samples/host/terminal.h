@@ -1,6 +1,7 @@
 // Where the output goes.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 namespace host {
@@ -9,7 +10,8 @@ namespace host {
 void StartTerminal();
 /// Whether colours are wanted: standard output is a terminal and NO_COLOR isn't set.
 bool HasColours();
-/// Columns to fill.
+/// Columns to fill; a file or a pipe has many.
+inline constexpr size_t kNoTerminal = 160;
 size_t TerminalWidth();
 
 /// UTF-8 to standard output, and a line "bvhost: ..." to standard error.

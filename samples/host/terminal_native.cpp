@@ -17,7 +17,7 @@ bool HasColours() {
 
 size_t TerminalWidth() {
     winsize size = {};
-    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col >= 40 ? size.ws_col : 120;
+    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col >= 40 ? size.ws_col : kNoTerminal;
 }
 
 void PrintBytes(const std::string& bytes) { Print(bytes); }

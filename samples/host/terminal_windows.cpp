@@ -28,8 +28,8 @@ bool HasColours() { return is_console && !std::getenv("NO_COLOR"); }
 
 size_t TerminalWidth() {
     CONSOLE_SCREEN_BUFFER_INFO info = {};
-    if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &info)) return 120;
-    return info.dwSize.X >= 40 ? size_t(info.dwSize.X) : 120;
+    if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &info)) return kNoTerminal;
+    return info.dwSize.X >= 40 ? size_t(info.dwSize.X) : kNoTerminal;
 }
 
 void PrintBytes(const std::string& bytes) {

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <utility>
 
 #include "commands.h"
 #include "presentation.h"
@@ -8,45 +9,40 @@
 namespace host {
 namespace {
 
-TreeStyle StyleFor(const TreeArguments& arguments) {
-    return {.all = arguments.all, .colours = HasColours(), .width = TerminalWidth()};
-}
+TreeStyle Style() { return {.colours = HasColours(), .width = TerminalWidth()}; }
 
 }  // namespace
 
 int ShowTree(const TreeArguments& arguments) {
-    Job job(arguments.given);
-    for (const std::wstring& input : arguments.inputs) job.AddInput(input);
-    job.SelectFirstInput();
+    Job job(arguments.source.given);
+    Fill(&job, arguments.source);
     const NodeView root = job.View();
     if (arguments.json) {
         Print(TreeJson(root, job.Inputs(), arguments.all));
         return 0;
     }
-    for (const Input& input : job.Inputs()) {
-        bool first = true;
-        for (const std::string& line : InputText(input)) {
-            Print((first ? "Input  " : "       ") + line + '\n');
-            first = false;
-        }
-    }
-    if (!job.Inputs().empty()) Print("\n");
     std::vector<NodeView> inputs;
-    for (const Input& input : job.Inputs()) inputs.push_back(Look(input.node.get()));
+    for (const Input& input : job.Inputs()) {
+        const char* what = "Input  ";
+        for (const std::string& line : InputText(input)) Print(std::exchange(what, "       ") + line + '\n');
+        inputs.push_back(Look(input.node.get()));
+    }
+    if (!inputs.empty()) Print("\n");
     std::vector<const NodeView*> roots;
     for (const NodeView& input : inputs) roots.push_back(&input);
     roots.push_back(&root);
-    Print(TreeText(roots, StyleFor(arguments)));
+    TreeStyle style = Style();
+    style.all = arguments.all;
+    Print(TreeText(roots, style));
     return 0;
 }
 
-int ShowNode(const TreeArguments& arguments) {
-    Job job(arguments.given);
-    for (const std::wstring& input : arguments.inputs) job.AddInput(input);
-    job.SelectFirstInput();
-    const NodeView node = job.Node(arguments.name);
+int ShowNode(const JobSource& source, const std::wstring& name) {
+    Job job(source.given);
+    Fill(&job, source);
+    const NodeView node = job.Node(name);
     node.node->BeforeCombo();  // its list may be filled as late as this
-    TreeStyle style = StyleFor(arguments);
+    TreeStyle style = Style();
     style.width = std::min<size_t>(style.width, 100);
     Print(NodeText(Look(node.node.get()), style));
     return 0;
