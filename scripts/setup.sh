@@ -10,11 +10,11 @@ packages_for() {
         build) echo "$build" ;;
         demo) echo "$build $samples" ;;
         test)
-            echo "$build $samples googletest locales sqlite3 libxml2-utils git"
+            echo "$build $samples googletest libpugixml-dev locales sqlite3 libxml2-utils git"
             echo "g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix wine wine64"
             ;;
         bench) echo "$build libbenchmark-dev" ;;
-        fuzz) echo "$build clang libclang-rt-14-dev llvm" ;;
+        fuzz) echo "$build clang libclang-rt-14-dev llvm libpugixml-dev" ;;
         lint) echo "clang-format clang-tidy shellcheck" ;;
         *) echo "setup.sh: no such purpose: $1" >&2; return 1 ;;
     esac

@@ -1,4 +1,5 @@
 // What nodes and MediaSelecter do with what a person answers, with the answers put in place of the dialogs.
+#include <cstring>
 #include <fstream>
 
 #include "services/dialogs.h"
