@@ -4,14 +4,14 @@
 set -euo pipefail
 
 packages_for() {
-    local build="cmake ninja-build g++ pkg-config libsqlite3-dev libpugixml-dev"
+    local build="cmake ninja-build g++ pkg-config libsqlite3-dev libpugixml-dev libffi-dev"
     local samples="libcli11-dev libavformat-dev libavcodec-dev libavutil-dev"
     case $1 in
         build) echo "$build" ;;
         demo) echo "$build $samples" ;;
         test)
             echo "$build $samples googletest libpugixml-dev locales sqlite3 libxml2-utils git"
-            echo "g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix wine wine64"
+            echo "g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools wine wine64 libwine-dev"
             ;;
         bench) echo "$build libbenchmark-dev" ;;
         fuzz) echo "$build clang libclang-rt-14-dev llvm libpugixml-dev" ;;

@@ -1,6 +1,7 @@
 // Automation: BSTR, VARIANT, IDispatch and the error object's interfaces.
 #pragma once
 
+#include "typeinfo.h"
 #include "unknwn.h"
 
 using BSTR = wchar_t*;
@@ -135,8 +136,6 @@ struct EXCEPINFO {
     HRESULT (*pfnDeferredFillIn)(EXCEPINFO*);
     SCODE scode;
 };
-
-struct ITypeInfo;
 
 struct IDispatch : IUnknown {
     STDMETHOD(GetTypeInfoCount)(UINT* pctinfo) PURE;
