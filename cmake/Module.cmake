@@ -23,6 +23,34 @@ function(bv_add_module name)
   endif()
 endfunction()
 
+# bv_compile_typelib(<variable> <file.idl>)
+#
+# Compiles the source of a type library; the variable becomes the path of the result, for bv_add_resources. The source is
+# the same everywhere: widl compiles it for Windows, our own compiler for the native layer.
+function(bv_compile_typelib variable source)
+  cmake_path(GET source STEM name)
+  cmake_path(ABSOLUTE_PATH source)
+  set(output ${CMAKE_CURRENT_BINARY_DIR}/${name}.tlb)
+  if(WIN32)
+    string(REGEX REPLACE "-gcc.*$" "-widl" widl ${CMAKE_C_COMPILER})
+    find_program(BV_WIDL ${widl} NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+    # The standard definitions and the standard library, which holds nothing that depends on the processor.
+    find_path(BV_IDL_INCLUDE oaidl.idl PATHS /usr/include/wine/wine/windows /usr/include/wine/windows
+      NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+    file(GLOB standard /usr/lib/*/wine/*-windows/stdole2.tlb /usr/lib/wine/*-windows/stdole2.tlb)
+    list(TRANSFORM standard REPLACE "/stdole2.tlb$" "" OUTPUT_VARIABLE standard_folders)
+    find_path(BV_IDL_LIBRARY stdole2.tlb HINTS ${standard_folders} NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+    set(command ${BV_WIDL} -I ${BV_IDL_INCLUDE} -L ${BV_IDL_LIBRARY} -t -o ${output} ${source})
+    set(compiler ${BV_WIDL})
+  else()
+    set(command bvtlc ${source} ${output})
+    set(compiler bvtlc)
+  endif()
+  add_custom_command(OUTPUT ${output} COMMAND ${command} DEPENDS ${source} ${compiler}
+    COMMENT "Compiling the type library ${name}" VERBATIM)
+  set(${variable} ${output} PARENT_SCOPE)
+endfunction()
+
 # bv_add_resources(<target> [STRINGS <file>] [SCRIPT <number> <file>]... [TYPELIB <file>]
 #                  [CLASSES <classes.def> CLASS_NAMES <file> CLASS_TEMPLATE <file>])
 #

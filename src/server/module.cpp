@@ -5,6 +5,7 @@
 #include "server/class_table.h"
 #include "server/messages.h"
 #include "server/registrar.h"
+#include "server/type_info.h"
 
 STDAPI DllGetClassObject(REFCLSID cls, REFIID iid, void** out) { return bv::GetClassObject(cls, iid, out); }
 
@@ -14,12 +15,15 @@ STDAPI DllRegisterServer() { return bv::RegisterServer(); }
 
 STDAPI DllUnregisterServer() { return bv::UnregisterServer(); }
 
-extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
+extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID process_ends) {
     if (reason == DLL_PROCESS_ATTACH) {
         bv::SetModuleInstance(instance);
         bv::StartClassTable();
+        bv::StartTypeInfo();
         DisableThreadLibraryCalls(instance);
     } else if (reason == DLL_PROCESS_DETACH) {
+        // At the end of the process the system's libraries may have gone before: their objects are left to it.
+        if (!process_ends) bv::StopTypeInfo();
         bv::StopClassTable();
     }
     return TRUE;

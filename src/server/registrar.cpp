@@ -75,6 +75,57 @@ HRESULT Prepare(DataModule& module, std::string& path) {
     return module.Load();
 }
 
+// --- The type library
+
+std::wstring Wide(const std::string& text) {
+    const Bstr wide = ToBstr(text);
+    return std::wstring(wide.View());
+}
+
+/// The module's own library; where it can't be loaded from there, the ".tlb" file beside it. path: what was loaded.
+HRESULT LoadOwnTypeLib(std::string& path, ComPtr<ITypeLib>& library) {
+    char buffer[kPathCapacity];
+    const DWORD length = GetModuleFileNameA(ModuleInstance(), buffer, kPathCapacity);
+    if (length == 0 || length >= kPathCapacity) return LastError();
+    path = buffer;
+    HRESULT status = LoadTypeLib(Wide(path).c_str(), library.Put());
+    if (FAILED(status)) {
+        const size_t name = path.find_last_of("\\/:") + 1;
+        const size_t point = path.rfind('.');
+        if (point != std::string::npos && point >= name) path.resize(point);
+        path += ".tlb";
+        status = LoadTypeLib(Wide(path).c_str(), library.Put());
+    }
+    return status;
+}
+
+HRESULT RegisterOwnTypeLib() {
+    std::string path;
+    ComPtr<ITypeLib> library;
+    RETURN_IF_FAILED(LoadOwnTypeLib(path, library));
+    std::wstring whole = Wide(path);
+    std::wstring folder = Wide(path.substr(0, path.find_last_of("\\/:") + 1));
+    return RegisterTypeLib(library.get(), whole.data(), folder.data());
+}
+
+/// Not every system has the operation that takes a library out: it is looked for when it is needed.
+void UnregisterOwnTypeLib() {
+    std::string path;
+    ComPtr<ITypeLib> library;
+    TLIBATTR* attributes = nullptr;
+    if (FAILED(LoadOwnTypeLib(path, library)) || FAILED(library->GetLibAttr(&attributes))) return;
+    if (HMODULE const automation = LoadLibraryA("oleaut32.dll")) {
+        using Operation = HRESULT(STDAPICALLTYPE*)(REFGUID, WORD, WORD, LCID, SYSKIND);
+        const auto unregister =
+            reinterpret_cast<Operation>(reinterpret_cast<void*>(GetProcAddress(automation, "UnRegisterTypeLib")));
+        if (unregister)
+            std::ignore = unregister(attributes->guid, attributes->wMajorVerNum, attributes->wMinorVerNum,
+                                     attributes->lcid, attributes->syskind);
+        FreeLibrary(automation);
+    }
+    library->ReleaseTLibAttr(attributes);
+}
+
 }  // namespace
 
 HRESULT RegisterServer() try {
@@ -83,7 +134,7 @@ HRESULT RegisterServer() try {
     RETURN_IF_FAILED(Prepare(module, path));
     for (const ClassEntry& entry : ClassTable())
         RETURN_IF_FAILED(RunClassScript(module, path, entry.script, true));
-    return S_OK;
+    return RegisterOwnTypeLib();
 } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
 }
@@ -94,6 +145,7 @@ HRESULT UnregisterServer() try {
     if (SUCCEEDED(Prepare(module, path)))
         for (const ClassEntry& entry : ClassTable())
             std::ignore = RunClassScript(module, path, entry.script, false);
+    UnregisterOwnTypeLib();
     return S_OK;
 } catch (const std::bad_alloc&) {
     return S_OK;
