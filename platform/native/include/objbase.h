@@ -29,9 +29,10 @@ BV_PLATFORM_API HRESULT CoInitialize(LPVOID reserved);
 BV_PLATFORM_API HRESULT CoInitializeEx(LPVOID reserved, DWORD flags);
 BV_PLATFORM_API void CoUninitialize();
 
-/// A new object. *result becomes null on failure. CO_E_NOTINITIALIZED when no thread has called CoInitialize,
-/// REGDB_E_CLASSNOTREG when the class isn't registered, the system error as a status when its module can't be
-/// loaded, CO_E_ERRORINDLL when the module makes no class objects; else what the class object says.
+/// A new object. *result becomes null on failure. CO_E_NOTINITIALIZED when neither this thread has been
+/// initialised nor any for COINIT_MULTITHREADED, REGDB_E_CLASSNOTREG when the class isn't registered, the
+/// system error as a status when its module can't be loaded, CO_E_ERRORINDLL when the module makes no class
+/// objects; else what the class object says.
 BV_PLATFORM_API HRESULT CoCreateInstance(REFCLSID class_id, LPUNKNOWN outer, DWORD context, REFIID iid,
                                          LPVOID* result);
 /// The class object; statuses as above. server: null.
@@ -43,8 +44,8 @@ BV_PLATFORM_API HRESULT CoRegisterClassObject(REFCLSID class_id, LPUNKNOWN class
                                               DWORD flags, LPDWORD cookie);
 /// CO_E_OBJNOTREG for an unknown cookie.
 BV_PLATFORM_API HRESULT CoRevokeClassObject(DWORD cookie);
-/// Unloads the modules behind classes that say that they can go. Ex: both arguments are 0; here the first makes no
-/// difference, since no module is kept for a while.
+/// Unloads the modules behind classes that say that they can go. Ex: both arguments are 0; here the first
+/// makes no difference, since no module is kept for a while.
 BV_PLATFORM_API void CoFreeUnusedLibraries();
 BV_PLATFORM_API void CoFreeUnusedLibrariesEx(DWORD delay, DWORD reserved);
 

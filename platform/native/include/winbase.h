@@ -16,8 +16,7 @@ BV_PLATFORM_API DWORD GetCurrentProcessId();
 BV_PLATFORM_API void Sleep(DWORD milliseconds);
 }
 
-// --- Modules
-// ----------------------------------------------------------------------------------------------------
+// --- Modules ------------------------------------------------------------------------------------------
 
 #define DLL_PROCESS_DETACH 0
 #define DLL_PROCESS_ATTACH 1
@@ -55,8 +54,7 @@ BV_PLATFORM_API BOOL DisableThreadLibraryCalls(HMODULE module);
 BV_PLATFORM_API DWORD GetShortPathNameA(LPCSTR path, LPSTR buffer, DWORD size);
 }
 
-// --- Resources
-// --------------------------------------------------------------------------------------------------
+// --- Resources ----------------------------------------------------------------------------------------
 
 #define MAKEINTRESOURCEA(number) ((LPSTR)(ULONG_PTR)(WORD)(number))
 #define IS_INTRESOURCE(name) ((ULONG_PTR)(name) >> 16 == 0)
@@ -80,8 +78,7 @@ BV_PLATFORM_API int LoadStringA(HINSTANCE module, UINT id, LPSTR buffer, int siz
 BV_PLATFORM_API int LoadStringW(HINSTANCE module, UINT id, LPWSTR buffer, int size);
 }
 
-// --- Critical sections
-// ------------------------------------------------------------------------------------------
+// --- Critical sections --------------------------------------------------------------------------------
 
 /// A lock that its owner may take again.
 struct CRITICAL_SECTION {
@@ -99,8 +96,7 @@ BV_PLATFORM_API BOOL TryEnterCriticalSection(LPCRITICAL_SECTION section);
 BV_PLATFORM_API void LeaveCriticalSection(LPCRITICAL_SECTION section);
 }
 
-// --- Interlocked operations: each is a full barrier
-// ---------------------------------------------------------------
+// --- Interlocked operations: each is a full barrier ---------------------------------------------------
 
 /// These two give the new value.
 inline LONG InterlockedIncrement(LONG volatile* value) {

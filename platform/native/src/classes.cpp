@@ -20,8 +20,7 @@ using namespace bv::platform;
 
 namespace {
 
-// --- Which thread may create
-// ----------------------------------------------------------------------------------------
+// --- Which thread may create --------------------------------------------------------------------------
 
 struct ThreadState {
     LONG initialised = 0;  // CoInitialize without CoUninitialize
@@ -35,8 +34,7 @@ bool MayCreate() {
     return this_thread.initialised > 0 || free_threaded_count.load(std::memory_order_relaxed) > 0;
 }
 
-// --- Where classes are
-// ----------------------------------------------------------------------------------------------
+// --- Where classes are --------------------------------------------------------------------------------
 
 using GetClassObjectCall = HRESULT (*)(REFCLSID, REFIID, LPVOID*);
 using CanUnloadCall = HRESULT (*)();
@@ -118,8 +116,7 @@ private:
     void* pointer_ = nullptr;
 };
 
-// --- The layer's own classes
-// ----------------------------------------------------------------------------------------
+// --- The layer's own classes --------------------------------------------------------------------------
 
 using CreateCall = HRESULT (*)(IUnknown* outer, REFIID iid, void** result);
 
@@ -159,8 +156,7 @@ Classes::Classes() {
     for (const Builtin& builtin : kBuiltins) cache.emplace(builtin.id, &own);
 }
 
-// --- Finding a class
-// ------------------------------------------------------------------------------------------------
+// --- Finding a class ----------------------------------------------------------------------------------
 
 /// The path of the class's module as the registry names it; empty when it names none.
 std::string ModuleOf(REFCLSID class_id) {

@@ -119,8 +119,7 @@ T Failed(DWORD error, T result) {
     return result;
 }
 
-// --- Loading
-// --------------------------------------------------------------------------------------------------------
+// --- Loading ------------------------------------------------------------------------------------------
 
 bool EndsWithoutCase(std::string_view text, std::string_view end) {
     return text.size() >= end.size() && Fold(text.substr(text.size() - end.size())) == Fold(end);
@@ -326,8 +325,7 @@ DWORD GetShortPathNameA(LPCSTR path, LPSTR buffer, DWORD size) {
     return static_cast<DWORD>(length);
 }
 
-// --- Resources
-// ------------------------------------------------------------------------------------------------------
+// --- Resources ----------------------------------------------------------------------------------------
 
 }  // extern "C"
 

@@ -81,8 +81,7 @@ HKEY NewHandle(Registry& registry, KeyId key) {
     return reinterpret_cast<HKEY>(registry.last_handle);
 }
 
-// --- Forms of text
-// --------------------------------------------------------------------------------------------------
+// --- Forms of text ------------------------------------------------------------------------------------
 
 /// Everything that depends on whether a call is narrow or wide.
 template <class Char>
@@ -147,8 +146,7 @@ void CopyName(std::string_view name, Char* buffer, LPDWORD length) {
     *length = static_cast<DWORD>(text.size());
 }
 
-// --- Paths of keys
-// --------------------------------------------------------------------------------------------------
+// --- Paths of keys ------------------------------------------------------------------------------------
 
 /// The names in a path; a backslash too many counts for nothing.
 std::vector<std::string> NamesIn(std::string_view path) {
@@ -177,8 +175,7 @@ KeyId Existing(Registry& registry, HKEY handle, const std::string& path) {
     return *key;
 }
 
-// --- The calls, for either form
-// -------------------------------------------------------------------------------------
+// --- The calls, for either form -----------------------------------------------------------------------
 
 template <class Char>
 LONG Open(HKEY handle, const Char* path, PHKEY result) {

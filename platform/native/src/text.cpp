@@ -17,7 +17,9 @@ struct Decoded {
 };
 
 Decoded Decode(std::string_view text) {
-    const auto byte = [&](size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u; };
+    const auto byte = [&](size_t i) {
+        return i < text.size() ? unsigned{static_cast<unsigned char>(text[i])} : 0u;
+    };
     const unsigned first = byte(0);
     if (first < 0x80) return {static_cast<wchar_t>(first), text.empty() ? 0u : 1u};
     const size_t length = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
