@@ -3,6 +3,7 @@
 
 #include <bvschema/bvschema.h>
 
+#include <atomic>
 #include <new>
 #include <type_traits>
 
@@ -12,9 +13,31 @@
 
 namespace bv {
 
+/// A count that may rise from 0 and fall back while the object is made or ends.
+template <class Number>
+class BasicRefCount {
+public:
+    ULONG Add() { return ++count_; }
+    /// True: this was the last reference, and the end may begin.
+    bool Drop(ULONG* left) {
+        *left = --count_;
+        return *left == 0 && settled_;
+    }
+    void Settle() { settled_ = true; }
+    void BeginEnd() { settled_ = false; }
+
+private:
+    Number count_{0};
+    bool settled_ = false;
+};
+
+using RefCount = BasicRefCount<ULONG>;                     // of an object that one thread uses at a time
+using SharedRefCount = BasicRefCount<std::atomic<ULONG>>;  // of one made for several threads
+
 /// The base of all objects: it counts for the module's lock.
 class ObjectRoot {
 public:
+    using References = RefCount;
     ObjectRoot() { LockModule(); }
     ObjectRoot(const ObjectRoot&) = delete;
     ObjectRoot& operator=(const ObjectRoot&) = delete;
@@ -90,27 +113,9 @@ struct InterfaceMap {
     }
 };
 
-/// A count that may rise from 0 and fall back while the object is made or ends.
-class RefCount {
-public:
-    ULONG Add() { return ++count_; }
-    /// True: this was the last reference, and the end may begin.
-    bool Drop(ULONG* left) {
-        *left = --count_;
-        return *left == 0 && settled_;
-    }
-    void Settle() { settled_ = true; }
-    void BeginEnd() { settled_ = false; }
-    ULONG count() const { return count_; }
-
-private:
-    ULONG count_ = 0;
-    bool settled_ = false;
-};
-
 /// What both forms do at an object's end, before its memory goes.
 template <class T>
-void EndObject(T& object, RefCount& count) {
+void EndObject(T& object, typename T::References& count) {
     count.BeginEnd();
     if constexpr (std::is_base_of_v<BackRefTarget, T>) object.ForgetReferrers();
     object.FinalRelease();
@@ -148,7 +153,7 @@ public:
 
 private:
     ~Standalone() = default;
-    RefCount count_;
+    typename T::References count_;
 };
 
 /// The form inside an outer object: the outer one answers for it. This is the IUnknown that the outer object holds.
@@ -201,7 +206,7 @@ private:
 
     ~Inner() = default;
     Object object_;
-    RefCount count_;
+    typename T::References count_;
 };
 
 /// Creates a T, alone or inside an outer object, and asks it for an interface. The status of its final construction or
