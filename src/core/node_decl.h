@@ -26,6 +26,12 @@ struct Choice {
     Literal value;
 };
 
+/// The filter object, outside the server, that a node of the class PropertyFilterImpl stands for.
+struct FilterDecl {
+    const wchar_t* name;  // of the filter's own node
+    const CLSID& cls;
+};
+
 /// What a node holds when its creation call returns. Constant data: texts are literals, arrays are static.
 struct NodeDecl {
     const wchar_t* name = nullptr;     // identifier for search and XML
@@ -38,6 +44,7 @@ struct NodeDecl {
     Rows<Choice> choices = {};         // value list, in the order shown
     Rows<NodeDecl> children = {};      // in tree order
     const NodeDecl* extension = nullptr;  // unit or converter beside the value
+    const FilterDecl* filter = nullptr;   // to be created once the node is in the tree
     bool hidden = false;
     bool disabled = false;
 };

@@ -185,6 +185,14 @@ HRESULT PropertyBase::StoreQuietly(const VARIANT& value) {
 
 HRESULT PropertyBase::StoreQuietly(std::wstring_view text) { return StoreQuietly(Variant(text)); }
 
+HRESULT PropertyBase::StoreInRange(const VARIANT& value, SHORT lowest, SHORT highest, int refusal) {
+    if (!HasStore()) return E_NOTIMPL;
+    Variant number;
+    RETURN_IF_FAILED(number.ChangeFrom(value, VT_I2));
+    if (number.iVal < lowest || number.iVal > highest) return RaiseMessage(ClassId(), refusal);
+    return StoreQuietly(value);
+}
+
 void PropertyBase::OnValueChanging() {
     if (auto held = NodeOfValue(value_)) {
         std::ignore = held->put_Active(0);
@@ -409,6 +417,11 @@ ComPtr<IProperty> PropertyBase::AddDeclared(const NodeDecl& decl, bool literal_n
     }
     if (!child) return nullptr;
     if (PropertyBase* node = NodeBehind(child.get())) node->Adopt(decl);
+    if (decl.filter) {
+        CLSID cls = decl.filter->cls;
+        // Without its filter the node stands as it was declared.
+        if (auto init = child.As<IFilterImplInit>()) std::ignore = init->Init(Bstr(decl.filter->name).get(), &cls);
+    }
     if (decl.hidden) std::ignore = child->put_IsHide(1);
     if (decl.disabled) std::ignore = child->put_IsDisabled(1);
     return child;

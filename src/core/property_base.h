@@ -131,6 +131,8 @@ protected:
     IListOfValues* Values() const { return values_.get(); }
     IProperty* Extension() const { return extension_.get(); }
     IDispatch* Media() const { return media_.get(); }
+    /// The media object for this node alone.
+    void KeepMedia(IDispatch* media) { media_.Set(media); }
     IDispatch* Parent() const { return parent_.get(); }
 
     // Values.
@@ -145,6 +147,9 @@ protected:
     /// Stores a copy as it was given, making the store when there is none; no hook runs.
     HRESULT StoreQuietly(const VARIANT& value);
     HRESULT StoreQuietly(std::wstring_view text);
+    /// Stores a number of any kind as it was given, when its value is within both ends; no hook runs. E_NOTIMPL for a node
+    /// without a store, the conversion's status for what is no number, the message of that id outside the range.
+    HRESULT StoreInRange(const VARIANT& value, SHORT lowest, SHORT highest, int refusal);
     /// put_Value: the check of the non-negative bit, the hooks round the store.
     HRESULT StoreChecked(const VARIANT& value);
 

@@ -4,7 +4,7 @@
 namespace bv {
 namespace {
 
-constexpr LONG kFullTurn = 360;  // degrees, either way
+constexpr SHORT kFullTurn = 360;  // degrees, either way
 constexpr NodeDecl kUnit = {.type = 0x20000, .value = Text(L"degree")};
 constexpr NodeDecl kOrientation = {.cls = clsid::PropertyTextOrientation,
                                    .title = L"Orientation",
@@ -17,11 +17,7 @@ public:
     PropertyTextOrientation() : PropertyBase(kOrientation) {}
 
     STDMETHODIMP put_Value(VARIANT newVal) override {
-        if (!HasStore()) return E_NOTIMPL;
-        Variant degrees;
-        RETURN_IF_FAILED(degrees.ChangeFrom(newVal, VT_I2));
-        if (degrees.iVal < -kFullTurn || degrees.iVal > kFullTurn) return RaiseMessage(ClassId(), msg::kBadAngle);
-        return StoreQuietly(newVal);  // as given, no hooks
+        return StoreInRange(newVal, -kFullTurn, kFullTurn, msg::kBadAngle);
     }
 };
 
