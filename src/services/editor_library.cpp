@@ -1,0 +1,33 @@
+#include "services/editor_library.h"
+
+#include "server/messages.h"
+#include "services/dialogs.h"
+
+namespace bv {
+namespace {
+
+void ShowError(int id) {
+    char text[kTextLimit];
+    LoadMessage(ModuleInstance(), id, text);
+    Dialogs().error_box(text);
+}
+
+}  // namespace
+
+HRESULT RunEditor(const char* editor, IProperty* node) {
+    const HMODULE library = LoadLibraryA("dlgs.dll");
+    if (!library) {
+        ShowError(msg::kNoEditors);
+        return S_FALSE;
+    }
+    using Editor = void(STDAPICALLTYPE*)(IProperty*);
+    const auto run = reinterpret_cast<Editor>(reinterpret_cast<void*>(GetProcAddress(library, editor)));
+    if (run)
+        run(node);
+    else
+        ShowError(msg::kNoEditor);
+    FreeLibrary(library);
+    return run ? S_OK : S_FALSE;
+}
+
+}  // namespace bv
