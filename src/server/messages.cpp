@@ -44,6 +44,17 @@ int ToNarrowBytes(char* buffer, std::wstring_view text, int capacity) {
     return rest > 0 ? int(plain) + rest : -1;
 }
 
+int ToNarrowCut(char* buffer, std::wstring_view text, int capacity) {
+    text = text.substr(0, size_t(capacity));  // a character has a byte at least
+    for (;;) {
+        if (const int length = ToNarrowBytes(buffer, text, capacity); length >= 0) return length;
+        const wchar_t last = text.back();
+        text.remove_suffix(1);
+        // Of a pair of surrogates both go.
+        if (last >= 0xDC00 && last <= 0xDFFF && !text.empty()) text.remove_suffix(1);
+    }
+}
+
 int ToNarrow(char* buffer, const wchar_t* text, int capacity) {
     if (capacity <= 0) return 0;
     int length = ToNarrowBytes(buffer, text ? std::wstring_view(text) : std::wstring_view(), capacity - 1);

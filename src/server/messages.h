@@ -46,6 +46,8 @@ int LoadMessageW(HINSTANCE instance, int id, wchar_t (&buffer)[kTextLimit]);
 int ToNarrow(char* buffer, const wchar_t* text, int capacity);
 /// The same for counted text, without a terminator: -1 when it doesn't fit.
 int ToNarrowBytes(char* buffer, std::wstring_view text, int capacity);
+/// The same, but of a text that doesn't fit it takes as many whole characters as do, and gives their length in bytes.
+int ToNarrowCut(char* buffer, std::wstring_view text, int capacity);
 /// From the 8-bit code page, with a terminator. capacity: characters, with the terminator.
 int ToWide(const char* text, wchar_t* buffer, int capacity);
 /// A narrow text of any length as BSTR.

@@ -1,0 +1,11 @@
+// The filter objects that stand among the settings of a frame.
+#pragma once
+
+#include "core/node_decl.h"
+
+namespace bv {
+
+inline constexpr FilterDecl kSizeFilter = {L"Size", clsid::FrameSizeFilter};
+inline constexpr FilterDecl kCropFilter = {L"Crop", clsid::CropFilter};
+
+}  // namespace bv

@@ -1,0 +1,106 @@
+#include <algorithm>
+#include <vector>
+
+#include "com/byte_block.h"
+#include "com/object.h"
+#include "persist/xml_sink.h"
+
+namespace bv {
+namespace {
+
+/// The list of filter objects behind PropertyFilters.
+class LiveTimeFilters : public Dispatch<IEnumObject>,
+                        public SupportsErrors<IEnumObject>,
+                        public ISettingsWriter,
+                        public ObjectRoot {
+public:
+    using Answers = InterfaceMap<IEnumObject, IDispatch, ISupportErrorInfo, ISettingsWriter>;
+
+    STDMETHODIMP Count(LONG* pnCount) override;
+    STDMETHODIMP Item(LONG nID, IUnknown** ppUnk) override;
+    STDMETHODIMP Remove(IUnknown* ppUnk) override;
+    STDMETHODIMP Add(IUnknown** ppUnk) override;
+    STDMETHODIMP SetMediaObject(IDispatch* ppUnk) override;
+    STDMETHODIMP AddByCLSID(CLSID* pClsID, IUnknown** ppUnk) override;
+    STDMETHODIMP WriteXml(ISequentialStream* stream) override;
+    STDMETHODIMP ReadExtraData(IUnknown*) override { return S_OK; }
+
+    void FinalRelease() {
+        const auto gone = std::move(objects_);  // an object's end sees an empty list
+        objects_.clear();
+    }
+
+private:
+    HRESULT Append(IUnknown* object);
+
+    std::vector<ComPtr<IUnknown>> objects_;
+    BackRef<IDispatch> media_;
+};
+
+STDMETHODIMP LiveTimeFilters::Count(LONG* pnCount) {
+    if (!pnCount) return E_POINTER;
+    *pnCount = LONG(objects_.size());
+    return S_OK;
+}
+
+STDMETHODIMP LiveTimeFilters::Item(LONG nID, IUnknown** ppUnk) {
+    if (!ppUnk) return E_POINTER;
+    if (nID < 0 || size_t(nID) >= objects_.size()) return E_INVALIDARG;
+    return objects_[size_t(nID)].CopyTo(ppUnk);
+}
+
+STDMETHODIMP LiveTimeFilters::Remove(IUnknown* ppUnk) {
+    const auto place = std::find_if(objects_.begin(), objects_.end(), [&](auto& o) { return o.get() == ppUnk; });
+    if (place == objects_.end()) return S_FALSE;
+    const auto gone = std::move(*place);  // its end comes when the list is whole again
+    objects_.erase(place);
+    return S_OK;
+}
+
+HRESULT LiveTimeFilters::Append(IUnknown* object) {
+    if (!TryAppend(objects_, ComPtr<IUnknown>(object))) return E_OUTOFMEMORY;
+    if (!media_) return S_OK;
+    if (const auto node = Query<IProperty>(object)) std::ignore = node->put_MediaObject(media_.get());
+    return S_OK;
+}
+
+STDMETHODIMP LiveTimeFilters::Add(IUnknown** ppUnk) {
+    if (!ppUnk) return E_POINTER;
+    return *ppUnk ? Append(*ppUnk) : S_OK;
+}
+
+STDMETHODIMP LiveTimeFilters::AddByCLSID(CLSID* pClsID, IUnknown** ppUnk) {
+    if (!pClsID || !ppUnk) return E_POINTER;
+    HRESULT status = S_OK;
+    auto entry = Create<IFilterEntry>(*pClsID, &status, CLSCTX_INPROC_SERVER);
+    if (!entry) return FAILED(status) ? status : E_FAIL;
+    RETURN_IF_FAILED(Append(entry.get()));
+    *ppUnk = entry.Detach();
+    return S_OK;
+}
+
+STDMETHODIMP LiveTimeFilters::SetMediaObject(IDispatch* ppUnk) {
+    media_.Set(ppUnk);
+    for (size_t i = 0; i < objects_.size(); ++i)  // by index: a node that learns of the job may change the list
+        if (const auto node = objects_[i].As<IProperty>()) std::ignore = node->put_MediaObject(ppUnk);
+    return S_OK;
+}
+
+STDMETHODIMP LiveTimeFilters::WriteXml(ISequentialStream* stream) {
+    if (!stream) return E_POINTER;
+    const auto sink = XmlSink::For(stream);
+    if (!sink) return E_OUTOFMEMORY;
+    sink->Append("<EnumFilters>\n");
+    for (size_t i = 0; i < objects_.size(); ++i) {
+        auto writer = objects_[i].As<ISettingsWriter>();
+        if (!writer) writer = Query<ISettingsWriter>(objects_[i].As<IProperty>().get());
+        if (writer) std::ignore = writer->WriteXml(sink.get());
+    }
+    sink->Append("</EnumFilters>\n");
+    if (static_cast<ISequentialStream*>(sink.get()) != stream) sink->Close();
+    return S_OK;
+}
+
+}  // namespace
+BV_CREATOR(LiveTimeFilters)
+}  // namespace bv

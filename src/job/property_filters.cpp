@@ -1,0 +1,42 @@
+#include "core/property_base.h"
+#include "persist/xml_sink.h"
+#include "services/editor_library.h"
+
+namespace bv {
+namespace {
+
+constexpr NodeDecl kFilters = {
+    .cls = clsid::PropertyFilters, .title = L"Filters", .type = 0x28, .description = 1226, .value = I4(0)};
+
+/// The further filters that the user chose: a switch, with the list beside it.
+class PropertyFilters : public PropertyBase {
+    ComPtr<IEnumObject> filters_;
+
+public:
+    using Answers = PropertyBase::Answers::With<Held<&PropertyFilters::filters_>>;
+    PropertyFilters() : PropertyBase(kFilters) {}
+
+    STDMETHODIMP put_MediaObject(IDispatch* newVal) override {
+        std::ignore = SetMediaObject(newVal);
+        KeepMedia(newVal);
+        return S_OK;
+    }
+    STDMETHODIMP SetMediaObject(IDispatch* pVal) override {
+        if (filters_) std::ignore = filters_->SetMediaObject(pVal);
+        return S_OK;
+    }
+
+protected:
+    void BuildChildren() override {
+        Build(kFilters);
+        filters_ = Create<IEnumObject>(clsid::LiveTimeFilters);
+    }
+    HRESULT OnShowDialog() override { return RunEditor("Filters", this); }
+    void WriteChildrenExtra(XmlSink& sink) override {
+        if (const auto writer = filters_.As<ISettingsWriter>()) std::ignore = writer->WriteXml(&sink);
+    }
+};
+
+}  // namespace
+BV_CREATOR(PropertyFilters)
+}  // namespace bv

@@ -1,0 +1,26 @@
+#include "core/property_base.h"
+#include "job/frame_filters.h"
+
+namespace bv {
+namespace {
+
+constexpr NodeDecl kChildren[] = {
+    {.name = L"Frame Size", .cls = clsid::PropertyFilterImpl, .filter = &kSizeFilter},
+    {.name = L"ColorDepth", .cls = clsid::PropertyColorDepth},
+    {.name = L"Crop", .cls = clsid::PropertyFilterImpl, .filter = &kCropFilter},
+    {.name = L"WaterMark", .cls = clsid::PropertyWatermark},
+};
+constexpr NodeDecl kFrameGroup = {.cls = clsid::PropertyLifeTimeFilters,
+                                  .title = L"Frame",
+                                  .type = 0xC0,
+                                  .description = 1156,
+                                  .children = kChildren};
+
+class PropertyLifeTimeFilters : public PropertyBase {
+public:
+    PropertyLifeTimeFilters() : PropertyBase(kFrameGroup) {}
+};
+
+}  // namespace
+BV_CREATOR(PropertyLifeTimeFilters)
+}  // namespace bv

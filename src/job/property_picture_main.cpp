@@ -1,0 +1,29 @@
+#include "core/property_base.h"
+#include "job/frame_filters.h"
+
+namespace bv {
+namespace {
+
+constexpr NodeDecl kImage[] = {
+    {.name = L"FilterResize", .cls = clsid::PropertyFilterImpl, .filter = &kSizeFilter},
+    {.name = L"ColorDepth", .cls = clsid::PropertyColorDepth},
+    {.name = L"Crop", .cls = clsid::PropertyFilterImpl, .filter = &kCropFilter},
+    {.name = L"WaterMark", .cls = clsid::PropertyWatermark},
+};
+constexpr NodeDecl kChildren[] = {
+    {.name = L"PictureMain", .title = L"Image", .type = 0xC0, .description = 1160, .children = kImage},
+};
+constexpr NodeDecl kPicture = {.name = L"Main",
+                               .cls = clsid::PropertyPictureMain,
+                               .title = L"Picture",
+                               .type = 0x10,
+                               .children = kChildren};
+
+class PropertyPictureMain : public PropertyBase {
+public:
+    PropertyPictureMain() : PropertyBase(kPicture) {}
+};
+
+}  // namespace
+BV_CREATOR(PropertyPictureMain)
+}  // namespace bv

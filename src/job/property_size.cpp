@@ -1,0 +1,30 @@
+#include "core/property_base.h"
+#include "services/editor_library.h"
+
+namespace bv {
+namespace {
+
+// Read by the editor and by the frame-size filter, which know the modes by these numbers.
+constexpr NodeDecl kChildren[] = {
+    {.name = L"SizeMode", .type = 0x10, .value = I4(0)},
+    {.name = L"OriginalRatio", .type = 0x10, .value = I4(1)},
+    {.name = L"ResizeType", .type = 0x10, .value = I4(0)},
+};
+constexpr NodeDecl kSize = {.cls = clsid::PropertySize,
+                            .title = L"Resolution",
+                            .type = 0x30008,
+                            .description = 97,
+                            .value = Text(L"<source>"),
+                            .children = kChildren};
+
+class PropertySize : public PropertyBase {
+public:
+    PropertySize() : PropertyBase(kSize) {}
+
+protected:
+    HRESULT OnShowDialog() override { return RunEditor("ResizeEditor", this); }
+};
+
+}  // namespace
+BV_CREATOR(PropertySize)
+}  // namespace bv

@@ -1,0 +1,33 @@
+#include "core/property_base.h"
+#include "services/editor_library.h"
+
+namespace bv {
+namespace {
+
+constexpr NodeDecl kPages[] = {
+    {.name = L"WaterMarkSource", .cls = clsid::PropertyWatermarkRoot},
+    {.name = L"WaterMarkArea", .cls = clsid::PropertyWatermarkPlacement},
+    {.name = L"WaterMarkFilters", .cls = clsid::PropertyWatermarkFilters},
+};
+constexpr NodeDecl kChildren[] = {
+    {.name = L"Watermark_root", .title = L"Inputaa" /* sic */, .type = 0x40010, .children = kPages},
+};
+constexpr NodeDecl kWatermark = {.name = L"WaterMark",
+                                 .cls = clsid::PropertyWatermark,
+                                 .title = L"Watermark",
+                                 .type = 0x28,
+                                 .description = 1225,
+                                 .value = I4(0),
+                                 .children = kChildren};
+
+class PropertyWatermark : public PropertyBase {
+public:
+    PropertyWatermark() : PropertyBase(kWatermark) {}
+
+protected:
+    HRESULT OnShowDialog() override { return RunEditor("WaterMarkEditor", this); }
+};
+
+}  // namespace
+BV_CREATOR(PropertyWatermark)
+}  // namespace bv

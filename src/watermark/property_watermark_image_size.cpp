@@ -1,0 +1,22 @@
+#include "core/property_base.h"
+#include "services/editor_library.h"
+
+namespace bv {
+namespace {
+
+constexpr NodeDecl kImageSize = {.cls = clsid::PropertyWatermarkImageSize,
+                                 .title = L"Size",
+                                 .type = 0x30008,
+                                 .value = Text(L"<source>")};
+
+class PropertyWatermarkImageSize : public PropertyBase {
+public:
+    PropertyWatermarkImageSize() : PropertyBase(kImageSize) {}
+
+protected:
+    HRESULT OnShowDialog() override { return RunEditor("ImageSize", this); }
+};
+
+}  // namespace
+BV_CREATOR(PropertyWatermarkImageSize)
+}  // namespace bv

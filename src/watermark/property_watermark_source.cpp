@@ -1,0 +1,39 @@
+#include "core/property_base.h"
+
+namespace bv {
+namespace {
+
+enum Source : LONG { kImage = 1, kText = 2 };
+constexpr Choice kSources[] = {{L"Text", I4(kText)}, {L"Image", I4(kImage)}};
+constexpr NodeDecl kChildren[] = {
+    {.name = names::kWaterMarkSrcText, .cls = clsid::PropertyWatermarkSrcText},
+    {.name = names::kWaterMarkSrcImage, .cls = clsid::PropertyWatermarkSrcImage},
+};
+constexpr NodeDecl kSource = {.cls = clsid::PropertyWatermarkSource,
+                              .title = L"Source Type",
+                              .type = 0x404,
+                              .description = 1228,
+                              .value = I4(kText),
+                              .choices = kSources,
+                              .children = kChildren};
+
+class PropertyWatermarkSource : public PropertyBase {
+public:
+    PropertyWatermarkSource() : PropertyBase(kSource) {}
+
+protected:
+    void BuildChildren() override {
+        Build(kSource);
+        OnValueChanged();
+    }
+    // Exactly one branch is shown: whatever isn't text, by kind and value, is an image.
+    void OnValueChanged() override {
+        const bool text = Is(I4(kText));
+        Show(text, {names::kWaterMarkSrcText});
+        Show(!text, {names::kWaterMarkSrcImage});
+    }
+};
+
+}  // namespace
+BV_CREATOR(PropertyWatermarkSource)
+}  // namespace bv
