@@ -1,5 +1,6 @@
 // Creation by class id: registered class objects, modules from the registry, and the cache of where each
 // class is.
+#include <msxml.h>
 #include <objbase.h>
 #include <strmif.h>
 #include <windows.h>
@@ -126,6 +127,7 @@ struct Builtin {
 };
 constexpr Builtin kBuiltins[] = {
     {CLSID_SystemDeviceEnum, CreateDeviceEnumerator},
+    {CLSID_DOMDocument, CreateXmlDocument},
 };
 
 class BuiltinFactory final : public Object<IClassFactory, IID_IClassFactory> {

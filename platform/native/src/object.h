@@ -14,6 +14,8 @@ namespace bv::platform {
 template <class Interface, const IID&... Ids>
 class Object : public Interface {
 public:
+    using Interface::Interface;
+
     STDMETHODIMP QueryInterface(REFIID iid, void** result) override {
         if (!result) return E_POINTER;
         const bool answered = iid == IID_IUnknown || ((iid == Ids) || ...);
