@@ -1,6 +1,7 @@
 // The two points of a cut: frame numbers of the source, the second not before the first.
 #include "core/property_base.h"
 #include "media/frame_time.h"
+#include "media/timeline_point.h"
 #include "server/messages.h"
 
 namespace bv {
@@ -22,16 +23,22 @@ constexpr NodeDecl kEnd = {.name = names::kEndFrm,
                            .value = I4(0),
                            .extension = &kUnit};
 
-/// The frame number that a point holds; 0 for a point that isn't there or holds no number.
-LONG FrameOf(IProperty* point) {
-    Variant value, frame;
-    if (!point || point->get_Value(value.Put()) != S_OK || FAILED(frame.ChangeFrom(value, VT_I4))) return 0;
-    return frame.lVal;
-}
-
-class Point : public PropertyBase {
+class Point : public PropertyBase, public ITimelinePoint {
 public:
+    using Answers = PropertyBase::Answers::With<ITimelinePoint>;
     Point(const NodeDecl& decl, Name other, bool is_start) : PropertyBase(decl), other_(other), is_start_(is_start) {}
+    void SetFrame(LONG frame) override { std::ignore = StoreQuietly(Variant(I4(frame))); }
+    /// The text is the description of the node above.
+    void TellLength(bool quietly) override {
+        const auto points = Query<IProperty>(Parent());
+        if (!points) return;
+        const auto other = Find(points.get(), other_);
+        const LONG own_frame = FrameOf(this), other_frame = FrameOf(other.get());
+        double rate = 0;  // stays so without a source: frames can be counted all the same
+        if (!quietly || Media()) std::ignore = GetFrameRate(Media(), ClassId(), rate);
+        const LONG start = is_start_ ? own_frame : other_frame, end = is_start_ ? other_frame : own_frame;
+        std::ignore = points->put_Description(LengthText(start, end, rate).get());
+    }
 
 protected:
     HRESULT OnFormatChanged(const VARIANT& value) override {
@@ -46,17 +53,7 @@ protected:
         const bool crossed = is_start_ ? frame.lVal > limit.lVal : frame.lVal < limit.lVal;
         return crossed ? Refuse(msg::kStartAfterEnd, E_FAIL) : S_OK;
     }
-    /// Keeps the length text of the cut, which is the description of the node above.
-    void OnValueChanged() override {
-        const auto points = Query<IProperty>(Parent());
-        if (!points) return;
-        const auto other = Find(points.get(), other_);
-        const LONG own_frame = FrameOf(this), other_frame = FrameOf(other.get());
-        double rate = 0;  // stays so without a source: frames can be counted all the same
-        std::ignore = GetFrameRate(Media(), ClassId(), rate);
-        const LONG start = is_start_ ? own_frame : other_frame, end = is_start_ ? other_frame : own_frame;
-        std::ignore = points->put_Description(LengthText(start, end, rate).get());
-    }
+    void OnValueChanged() override { TellLength(false); }
 
 private:
     HRESULT Refuse(int message, HRESULT status) {
@@ -79,6 +76,13 @@ public:
 };
 
 }  // namespace
+
+LONG FrameOf(IProperty* point) {
+    Variant value, frame;
+    if (!point || point->get_Value(value.Put()) != S_OK || FAILED(frame.ChangeFrom(value, VT_I4))) return 0;
+    return frame.lVal;
+}
+
 BV_CREATOR(PropertyTimelineStartPoint)
 BV_CREATOR(PropertyTimelineEndPoint)
 }  // namespace bv

@@ -5,6 +5,9 @@
 #include "com/byte_block.h"
 #include "core/property_base.h"
 #include "media/frame_time.h"
+#include "media/timeline_file.h"
+#include "media/timeline_point.h"
+#include "persist/xml_sink.h"
 #include "server/messages.h"
 
 namespace bv {
@@ -12,7 +15,11 @@ namespace {
 
 constexpr LONGLONG kStillDuration = 40000;  // 4 ms
 
-class Timelines : public Dispatch<ITimelines>, public BackRefTarget, public ObjectRoot {
+// The encoding is a fixed text; what is written is in the narrow code page.
+constexpr std::string_view kFileBegin = "<?xml version=\"1.0\" encoding=\"Windows-1251\" ?><Timelines>";
+constexpr std::string_view kFileEnd = "</Timelines>";
+
+class Timelines : public Dispatch<ITimelines>, public BackRefTarget, public ObjectRoot, private LoadedCuts {
     BackRef<IMediaObject> media_;
 
 public:
@@ -38,25 +45,18 @@ private:
     };
 
     void Clear();
+    ComPtr<IProperty> Make(LONG first, LONG last, bool loading, HRESULT& status);
+    ComPtr<IProperty> AddLoaded() override;
+    HRESULT Append(const ComPtr<IProperty>& timeline);
     LONGLONG Sum(IMediaParser& parser) const;
 
     // Cuts are often removed from the front, one by one.
     std::deque<Item> items_;
 };
 
-void PutFrame(IProperty* timeline, Name name, LONG frame) {
+ComPtr<IProperty> PointOf(IProperty* timeline, Name name) {
     ComPtr<IProperty> point;
-    if (timeline->FindProperty(name.bstr(), point.Put()) == S_OK) std::ignore = point->put_Value(Variant(I4(frame)));
-}
-
-/// 0 for a point that isn't there or holds no number.
-LONG FrameOf(IProperty* timeline, Name name) {
-    ComPtr<IProperty> point;
-    Variant value, frame;
-    if (timeline->FindProperty(name.bstr(), point.Put()) != S_OK || point->get_Value(value.Put()) != S_OK ||
-        FAILED(frame.ChangeFrom(value, VT_I4)))
-        return 0;
-    return frame.lVal;
+    return timeline->FindProperty(name.bstr(), point.Put()) == S_OK ? point : nullptr;
 }
 
 STDMETHODIMP Timelines::get_Count(LONG* pVal) {
@@ -78,13 +78,40 @@ void Timelines::Clear() {
     while (!going.empty()) going.pop_front();
 }
 
+/// A cut that isn't in the list yet. Without a source its length can't be told in seconds, and that is raised; but not
+/// while a file is loaded, where the source is known by the time that the file's own points are set.
+ComPtr<IProperty> Timelines::Make(LONG first, LONG last, bool loading, HRESULT& status) {
+    auto timeline = Create<IProperty>(clsid::PropertyTimeline, &status);
+    if (!timeline) return nullptr;
+    std::ignore = timeline->put_Parent(static_cast<ITimelines*>(this));
+    const auto start = PointOf(timeline.get(), names::kStartFrm), end = PointOf(timeline.get(), names::kEndFrm);
+    const auto own_start = start.As<ITimelinePoint>(), own_end = end.As<ITimelinePoint>();
+    if (own_start && own_end) {
+        own_start->SetFrame(first);  // the second point tells the length of both
+        own_end->SetFrame(last);
+        own_end->TellLength(loading);
+    } else {
+        if (start) std::ignore = start->put_Value(Variant(I4(first)));
+        if (end) std::ignore = end->put_Value(Variant(I4(last)));
+    }
+    return timeline;
+}
+
 STDMETHODIMP Timelines::AddTimeline(LONG nStartFrm, LONG nEndFrm, IProperty** ptrRet) {
     HRESULT status = S_OK;
-    const auto timeline = Create<IProperty>(clsid::PropertyTimeline, &status);
+    const auto timeline = Make(nStartFrm, nEndFrm, false, status);
     if (!timeline) return FAILED(status) ? status : E_FAIL;
-    std::ignore = timeline->put_Parent(static_cast<ITimelines*>(this));
-    PutFrame(timeline.get(), names::kStartFrm, nStartFrm);
-    PutFrame(timeline.get(), names::kEndFrm, nEndFrm);
+    RETURN_IF_FAILED(Append(timeline));
+    return ptrRet ? timeline.CopyTo(ptrRet) : S_OK;
+}
+
+ComPtr<IProperty> Timelines::AddLoaded() {
+    HRESULT status = S_OK;
+    auto timeline = Make(0, 0, true, status);
+    return timeline && SUCCEEDED(Append(timeline)) ? std::move(timeline) : nullptr;
+}
+
+HRESULT Timelines::Append(const ComPtr<IProperty>& timeline) {
     std::ignore = timeline->SetMediaObject(media_.get());
     if (ComPtr<IProperty> extension; timeline->get_Extension(extension.Put()) == S_OK && extension)
         std::ignore = extension->SetMediaObject(media_.get());
@@ -93,7 +120,7 @@ STDMETHODIMP Timelines::AddTimeline(LONG nStartFrm, LONG nEndFrm, IProperty** pt
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
     }
-    return ptrRet ? timeline.CopyTo(ptrRet) : S_OK;
+    return S_OK;
 }
 
 STDMETHODIMP Timelines::RemoveTimeline(IProperty* ptrProp) {
@@ -114,8 +141,46 @@ STDMETHODIMP Timelines::SetMediaObject(IMediaObject* ptrMediaObj) {
     return S_OK;
 }
 
-STDMETHODIMP Timelines::Save(BSTR) { return E_NOTIMPL; }
-STDMETHODIMP Timelines::Load(BSTR) { return E_NOTIMPL; }
+STDMETHODIMP Timelines::Save(BSTR bstrFileName) {
+    char name[kTextLimit];
+    ToNarrow(name, bstrFileName, kTextLimit);
+    TextFile file(name);
+    if (!file) return RaiseMessage(clsid::Timelines, msg::kNoFile);
+    const auto sink = XmlSink::For(&file);
+    if (!sink) return E_OUTOFMEMORY;
+    HRESULT status = S_OK;
+    sink->Append(kFileBegin);
+    for (size_t i = 0; i < items_.size() && status == S_OK; ++i) {
+        const ComPtr<IUnknown> item = items_[i].object;
+        const auto writer = item.As<ISettingsWriter>();
+        if (!item.As<IProperty>())
+            status = RaiseMessage(clsid::Timelines, msg::kNoProperty);
+        else if (!writer)
+            status = RaiseMessage(clsid::Timelines, msg::kNoInterface);
+        else
+            std::ignore = writer->WriteXml(sink.get());
+    }
+    if (status == S_OK) sink->Append(kFileEnd);
+    sink->Close();
+    // A file that the disk had no room for wasn't created.
+    if (!file.Close() && status == S_OK) status = RaiseMessage(clsid::Timelines, msg::kNoFile);
+    return status;
+}
+
+STDMETHODIMP Timelines::Load(BSTR bstrFileName) {
+    Clear();
+    const auto document = Create<IXMLDOMDocument>(kXmlDocument);
+    if (!document) return RaiseMessage(clsid::Timelines, msg::kNoDocument);
+    std::ignore = document->put_async(VARIANT_FALSE);
+    // A file of cuts is alone: nothing that it names is fetched.
+    std::ignore = document->put_validateOnParse(VARIANT_FALSE);
+    std::ignore = document->put_resolveExternals(VARIANT_FALSE);
+    VARIANT_BOOL loaded = VARIANT_FALSE;
+    if (document->load(Lend(bstrFileName), &loaded) != S_OK || !loaded)
+        return RaiseMessage(clsid::Timelines, msg::kBadConfig);
+    TimelineReader(*this).ReadChildren(document.get(), nullptr);
+    return S_OK;
+}
 
 /// What is encoded of the source: each cut up to the source's end, overlaps as often as they occur.
 LONGLONG Timelines::Sum(IMediaParser& parser) const {
@@ -124,8 +189,8 @@ LONGLONG Timelines::Sum(IMediaParser& parser) const {
     std::ignore = parser.get_Duration(&duration);
     for (size_t i = 0; i < items_.size(); ++i) {
         const auto node = items_[i].node;
-        const LONGLONG start = TimeOf(FrameOf(node.get(), names::kStartFrm), time_per_frame);
-        const LONGLONG end = TimeOf(FrameOf(node.get(), names::kEndFrm), time_per_frame);
+        const LONGLONG start = TimeOf(FrameOf(PointOf(node.get(), names::kStartFrm).get()), time_per_frame);
+        const LONGLONG end = TimeOf(FrameOf(PointOf(node.get(), names::kEndFrm).get()), time_per_frame);
         if (start < duration) sum = AddSpan(sum, start, std::min(end, duration));
     }
     return sum;

@@ -97,7 +97,7 @@ TEST_F(TimelinesTest, NothingFollowsAParentThatIsGone) {
     media.map()->RemoveProperties(Text(L"IDX"), nullptr);
     media.map()->RemoveProperties(Text(L"PathToMediaFile"), nullptr);
     timelines.Release();
-    path.Release();
+    input.Release();
     EXPECT_EQ(Count(), 2);
     EXPECT_EQ(cut->get_Parent(parent.Put()), S_OK);
     parent = {};
@@ -114,9 +114,9 @@ TEST_F(TimelinesTest, NothingFollowsAParentThatIsGone) {
 TEST_F(TimelinesTest, AnEmptyPathHasNoCuts) {
     Add(0, 10);
     Add(20, 30);
-    EXPECT_EQ(path.Put(Str(L"b.avi")), S_OK);
+    EXPECT_EQ(input.Put(Str(L"b.avi")), S_OK);
     EXPECT_EQ(Count(), 2);
-    EXPECT_EQ(path.Put(Str(L"")), S_OK);
+    EXPECT_EQ(input.Put(Str(L"")), S_OK);
     EXPECT_EQ(Count(), 0);
 }
 

@@ -8,10 +8,10 @@ namespace bv::test {
 /// A job with one input, which is cut: 10 seconds, 25 frames a second.
 class CutsTest : public JobTest {
 protected:
-    CutsTest() : path(CreateNode(clsid::PropertyMediaPath)) {
-        EXPECT_EQ(path.Put(Str(L"a.avi")), S_OK);
-        EXPECT_EQ(root.As<IMainMediaPath>()->SetMediaPath(path.get()), S_OK);
-        timelines = path.Find(L"Timelines");
+    CutsTest() : input(CreateNode(clsid::PropertyMediaPath)) {
+        EXPECT_EQ(input.Put(Str(L"a.avi")), S_OK);
+        EXPECT_EQ(root.As<IMainMediaPath>()->SetMediaPath(input.get()), S_OK);
+        timelines = input.Find(L"Timelines");
         cuts = timelines.As<ITimelines>();
     }
 
@@ -36,7 +36,7 @@ protected:
         return duration;
     }
 
-    Node path;
+    Node input;
     Node timelines;  // the node
     Ref<ITimelines> cuts;
 };

@@ -1,0 +1,244 @@
+// .tlc files: what is written, what comes back, and what a file from outside can do.
+#include <climits>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "support/cuts.h"
+#include "support/environment.h"
+
+namespace bv::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr wchar_t kBadConfig[] = L"Couldn't load config.";
+constexpr bool kIsWindows = fs::path::preferred_separator == '\\';
+constexpr char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"Windows-1251\" ?>";
+
+std::string Read(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+void Write(const fs::path& path, const std::string& bytes) {
+    std::ofstream(path, std::ios::binary).write(bytes.data(), std::streamsize(bytes.size()));
+}
+/// A document with this between its tags.
+std::string File(const std::string& inside) {
+    return std::string(kDeclaration) + "<Timelines>" + inside + "</Timelines>";
+}
+
+class FilesTest : public CutsTest {
+protected:
+    HRESULT Save(const fs::path& path) { return cuts->Save(Text(path.wstring())); }
+    HRESULT Load(const fs::path& path) { return cuts->Load(Text(path.wstring())); }
+    HRESULT LoadBytes(const std::string& bytes) {
+        Write(file, bytes);
+        return Load(file);
+    }
+    void ExpectNotLoaded(const std::string& bytes) {
+        Add(1, 2);
+        SetErrorInfo(0, nullptr);
+        EXPECT_EQ(LoadBytes(bytes), E_FAIL) << bytes.substr(0, 80);
+        const Refusal refusal = TakeRefusal();
+        EXPECT_EQ(refusal.text, kBadConfig);
+        EXPECT_EQ(refusal.source, L"BVSchema.Timelines.1");
+        EXPECT_EQ(Count(), 0);
+    }
+    /// All that a file keeps of a list.
+    std::string Kept() const {
+        std::string all;
+        for (LONG i = 0; i < Count(); ++i) all += At(i).Xml();
+        return all;
+    }
+    /// Two cuts with all that can be set.
+    void AddTwo(const std::wstring& name) {
+        const Node first = Add(10, 250), second = Add(300, 20);
+        EXPECT_EQ(first.Find(L"StartFrm").Extension().Put(I4(2)), S_OK);
+        EXPECT_EQ(first.Find(L"TimelineOutputMode").Put(I4(2)), S_OK);
+        EXPECT_EQ(second.Find(L"TimelineOutputMode").Put(I4(1)), S_OK);
+        EXPECT_EQ(second.Find(L"TimelineOutputMediaName").Put(Str(name)), S_OK);
+        EXPECT_EQ(second.Find(L"EndFrmAsRelation").Put(I4(-7)), S_OK);
+    }
+
+    const fs::path file = TempFolder() / "cuts.tlc";
+};
+
+TEST_F(FilesTest, AnEmptyListIsOneLine) {
+    ASSERT_EQ(Save(file), S_OK);
+    EXPECT_EQ(Read(file), File(""));
+    Add(1, 2);
+    ASSERT_EQ(Load(file), S_OK);
+    EXPECT_EQ(Count(), 0);
+}
+
+TEST_F(FilesTest, FilesOfBothPlatformsAreAlike) {
+    AddTwo(L"D:\\cut 1 & <more>.avi");
+    ASSERT_EQ(Save(file), S_OK);
+    EXPECT_EQ(Read(file), Golden(kIsWindows ? "cuts_windows.tlc" : "cuts_linux.tlc"));
+    const std::string kept = Kept();
+    for (const char* other : {"cuts_windows.tlc", "cuts_linux.tlc"}) {
+        ASSERT_EQ(Load(DataFolder() / "golden" / other), S_OK);
+        EXPECT_EQ(Count(), 2);
+        EXPECT_EQ(Kept(), kept) << other;
+    }
+    // What was loaded is shown as if it had been chosen.
+    EXPECT_EQ(At(0).Find(L"points").Description(), L"Length: 9 c (240 frm)");
+    EXPECT_EQ(At(0).Find(L"StartFrm").Format(), Str(L"00:00:00.400"));
+    EXPECT_TRUE(At(0).Find(L"TimelineFileNamePattern").Shown());
+    EXPECT_FALSE(At(0).Find(L"TimelineOutputMediaName").Shown());
+    EXPECT_TRUE(At(1).Find(L"TimelineOutputMediaName").Shown());
+}
+
+TEST_F(FilesTest, NamesOfTheNarrowPageComeBack) {
+    struct Case { const wchar_t* name; bool cyrillic, any; };
+    const Case cases[] = {{L"plain.avi", true, true},
+                          {L"\x416\x430\x431\x430 & \x43A\x43E.avi", true, true},
+                          {L"\xE9\xDF\x153.avi", false, true},
+                          {L"\x4E2D\x6587.avi", false, true},
+                          {L"\U0001F600\U0001F3AC.avi", false, true}};
+    for (const Case& c : cases) {
+        // On Windows the document says Windows-1251 whatever the code page: ASCII survives everywhere, Cyrillic there.
+        const bool plain = c.name == cases[0].name;
+        if (kIsWindows && !plain && !(c.cyrillic && GetACP() == 1251)) continue;
+        if (GetACP() == 1251 && !c.cyrillic) continue;
+        ASSERT_EQ(LoadBytes(File("")), S_OK);
+        AddTwo(c.name);
+        const std::string kept = Kept();
+        ASSERT_EQ(Save(file), S_OK);
+        ASSERT_EQ(Load(file), S_OK);
+        EXPECT_EQ(Kept(), kept);
+        EXPECT_EQ(At(1).Find(L"TimelineOutputMediaName").Value(), Str(c.name));
+        if (kIsWindows && c.cyrillic && !plain) {
+            EXPECT_EQ(Read(file), Golden("cuts_windows_1251.tlc"));
+        }
+    }
+    // A Windows file in 1251 is read everywhere.
+    ASSERT_EQ(Load(DataFolder() / "golden" / "cuts_windows_1251.tlc"), S_OK);
+    EXPECT_EQ(At(1).Find(L"TimelineOutputMediaName").Value(), Str(cases[1].name));
+}
+
+TEST_F(FilesTest, ElementsAreTakenByName) {
+    const std::string cut = "<points><EndFrm type='3' VALUE='9' other='1'/><STARTFRM Value='4' TYPE='3' EXT='2' EXTTYPE='3'/></points>";
+    ASSERT_EQ(LoadBytes("<x><y><TIMELINE>" + cut + "</TIMELINE></y><timeline>text" + cut +
+                        "<none><StartFrm value='1' type='3'/></none></timeline><Timeline/></x>"),
+              S_OK);
+    ASSERT_EQ(Count(), 3);
+    for (LONG i : {0, 1}) {
+        EXPECT_EQ(At(i).Find(L"StartFrm").Value(), I4(4));
+        EXPECT_EQ(At(i).Find(L"StartFrm").Extension().Value(), I4(2));
+        EXPECT_EQ(At(i).Find(L"EndFrm").Value(), I4(9));
+    }
+    EXPECT_EQ(At(2).Find(L"EndFrm").Value(), I4(0));
+
+    // What doesn't set a value, and where the search for a name begins.
+    ASSERT_EQ(LoadBytes("<Timeline><StartFrm value='5'/><EndFrm type='3'/><EndFrmAsRelation value='5' type='72'/>"
+                        "<none value='1' type='3'><TimelineOutputMode value='1' type='3'><points><StartFrm value='6' type='3'"
+                        " ext='2'/></points></TimelineOutputMode></none><StartFrm value='1' type='3'/><Timeline/></Timeline>"),
+              S_OK);
+    ASSERT_EQ(Count(), 2);
+    EXPECT_EQ(At(0).Find(L"StartFrm").Value(), I4(1));
+    EXPECT_EQ(At(0).Find(L"StartFrm").Extension().Value(), I4(0));
+    EXPECT_EQ(At(0).Find(L"EndFrm").Value(), I4(0));
+    EXPECT_EQ(At(0).Find(L"EndFrmAsRelation").Value(), I4(0));
+    EXPECT_EQ(At(0).Find(L"TimelineOutputMode").Value(), I4(1));
+}
+
+TEST_F(FilesTest, EveryKindIsTakenOrLeavesNothing) {
+    constexpr int kStep = 4096;
+    for (int first = 0; first < 0x10000; first += kStep) {
+        std::string inside;
+        for (int kind = first; kind < first + kStep; ++kind) {
+            const std::string k = std::to_string(kind);
+            inside += "<Timeline><StartFrm value='12' type='" + k + "' ext='2' extType='" + k + "'/></Timeline>\n";
+        }
+        ASSERT_EQ(LoadBytes(File(inside)), S_OK);
+        ASSERT_EQ(Count(), kStep);
+        for (int i = 0; i < kStep; ++i) {
+            const int kind = first + i;
+            if (kind == VT_DATE) continue;  // a number alone may or may not be a day
+            const Node start = At(i).Find(L"StartFrm");
+            const int stored = start.ValueType(), unit = start.Extension().ValueType();
+            const bool plain = (kind >= VT_I2 && kind <= VT_BSTR) || kind == VT_BOOL || kind == VT_DECIMAL ||
+                               (kind >= VT_I1 && kind <= VT_UINT);
+            EXPECT_EQ(stored, kind == 72 ? VT_I4 : plain ? kind : VT_EMPTY) << kind;
+            EXPECT_EQ(unit, kind == 72 ? VT_I4 : plain ? kind : VT_EMPTY) << kind;
+        }
+    }
+    for (const char* kind : {"", "x", "-3", "65539", "4294967299", "3 ", "0x3"}) {
+        ASSERT_EQ(LoadBytes("<Timeline><StartFrm value='5' type='" + std::string(kind) + "'/></Timeline>"), S_OK);
+        EXPECT_EQ(At(0).Find(L"StartFrm").Value(), Nothing()) << kind;
+    }
+    for (const char* value : {"", "abc", "99999999999", "1e400"}) {
+        ASSERT_EQ(LoadBytes("<Timeline><StartFrm value='" + std::string(value) + "' type='3'/></Timeline>"), S_OK);
+        EXPECT_EQ(At(0).Find(L"StartFrm").Value(), Nothing()) << value;
+    }
+    ASSERT_EQ(LoadBytes("<Timeline><StartFrm value='-2147483648' type='3'/><EndFrm value='2147483647' type='3'/></Timeline>"),
+              S_OK);
+    EXPECT_EQ(At(0).Find(L"points").Description(), L"Length: 171798691 c (4294967295 frm)");
+}
+
+TEST_F(FilesTest, WhatIsNoFileOfCutsLeavesAnEmptyList) {
+    AddTwo(L"a.avi");
+    ASSERT_EQ(Save(file), S_OK);
+    const std::string whole = Read(file);
+    for (size_t length = 0; length < whole.size(); ++length) ExpectNotLoaded(whole.substr(0, length));
+    std::string deep;
+    for (int i = 0; i < 100000; ++i) deep += "<Timeline>";
+    for (int i = 0; i < 100000; ++i) deep += "</Timeline>";
+    for (const std::string& bytes :
+         {whole + whole, whole + "text", whole + "<Timelines/>", std::string("<a b='1' b='2'/>"), deep,
+          std::string("<?xml version='1.0' encoding='none-such'?><Timelines v='\xC6'/>"), std::string(5000, '\0')})
+        ExpectNotLoaded(bytes);
+    for (const fs::path& path : {TempFolder(), TempFolder() / "missing.tlc", fs::path(), fs::path("/dev/null")}) {
+        Add(1, 2);
+        EXPECT_EQ(Load(path), E_FAIL);
+        EXPECT_EQ(TakeRefusal().text, kBadConfig);
+        EXPECT_EQ(Count(), 0);
+    }
+    EXPECT_EQ(cuts->Load(nullptr), E_FAIL);
+    // A file that claims much and holds nothing.
+    Write(file, "<Timelines>");
+    fs::resize_file(file, 1u << 30);
+    EXPECT_EQ(Load(file), E_FAIL);
+    EXPECT_EQ(Count(), 0);
+    fs::resize_file(file, 0);
+
+    ASSERT_EQ(LoadBytes(File("text<Timeline>text<!-- c --><?p?>&amp;</Timeline>text")), S_OK);
+    EXPECT_EQ(Count(), 1);
+    const ClassDouble none(GuidOf("2933BF90-7B36-11D2-B20E-00C04F983E60"),
+                           [](IUnknown*, REFIID, void**) { return E_ACCESSDENIED; });
+    EXPECT_EQ(Load(file), E_FAIL);
+    EXPECT_EQ(TakeRefusal().text, L"Couldn't create MSXml DomDocument.");
+    EXPECT_EQ(Count(), 0);
+}
+
+TEST_F(FilesTest, AFileThatCantBeMadeIsTold) {
+    Add(1, 2);
+    const std::wstring too_long = (TempFolder() / std::wstring(600, L'a')).wstring();
+    for (const std::wstring& path : {TempFolder().wstring(), (TempFolder() / "none" / "a.tlc").wstring(), std::wstring(),
+                                     too_long}) {
+        SetErrorInfo(0, nullptr);
+        EXPECT_EQ(cuts->Save(Text(path)), E_FAIL);
+        const Refusal refusal = TakeRefusal();
+        EXPECT_EQ(refusal.text, L"Couldn't create file.");
+        EXPECT_EQ(refusal.source, L"BVSchema.Timelines.1");
+    }
+    EXPECT_EQ(cuts->Save(nullptr), E_FAIL);
+    EXPECT_EQ(Count(), 1);
+}
+
+TEST_F(FilesTest, ALongListKeepsItsOrder) {
+    for (LONG i = 0; i < 3000; ++i) Add(i * 3, i * 3 + 2);
+    ASSERT_EQ(Save(file), S_OK);
+    ASSERT_EQ(Load(file), S_OK);
+    ASSERT_EQ(Count(), 3000);
+    for (LONG i = 0; i < 3000; i += 77) EXPECT_EQ(At(i).Find(L"EndFrm").Value(), I4(i * 3 + 2));
+    while (Count() > 0) ASSERT_EQ(cuts->RemoveTimeline(At(0).get()), S_OK);
+}
+
+}  // namespace
+}  // namespace bv::test
