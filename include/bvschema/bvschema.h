@@ -17,6 +17,8 @@
 
 #include <bvschema/platform.h>
 
+#include <cstddef>
+
 namespace bv {
 
 namespace detail {
@@ -358,12 +360,62 @@ struct ITimelines : ICollection {
 };
 BV_INTERFACE_ID(ITimelines, "8D6996E4-2F2E-4F29-B0A3-D4032EB2D074")
 
-/// What the user chose on a DVD, kept beside the record of the disc.
+// A scanned DVD, as hosts and their scanners hand it over. On 32 bits these are exact layouts; on 64 bits the same fields
+// with natural alignment. Arrays are blocks of their own; a count of 0 needs none.
+
+/// A piece of a VOB.
+struct DVDVobRecord {
+    DWORD Words[4];  // the host's; 0xFFFFFFFF in the third: a piece that isn't saved
+    LONG Exclude;    // non-zero: left out
+};
+/// The menu or the title part of a file.
+struct DVDSection {
+    LONG VobCount;
+    LONG HostValue;
+    LONG Exclude;
+    DVDVobRecord* Vobs;
+    BYTE HostByte;
+    BYTE AudioId;  // the audio track
+    BYTE HostBytes[82];
+};
+/// A file of the disc.
+struct DVDFileRecord {
+    char FileName[260];  // ended by NUL
+    LONG Exclude;
+    DVDSection Menu;
+    DVDSection Title;
+};
+/// The disc.
+struct DVDInfo {
+    char DiscId[32];  // ended by NUL
+    LONG FileCount;
+    DVDFileRecord* Files;
+};
+static_assert(sizeof(DVDVobRecord) == 20 && offsetof(DVDVobRecord, Exclude) == 16);
+static_assert(sizeof(void*) != 4 ||
+              (sizeof(DVDSection) == 100 && offsetof(DVDSection, Exclude) == 8 && offsetof(DVDSection, Vobs) == 12 &&
+               offsetof(DVDSection, AudioId) == 17 && offsetof(DVDSection, HostBytes) == 18));
+static_assert(sizeof(void*) != 4 ||
+              (sizeof(DVDFileRecord) == 464 && offsetof(DVDFileRecord, Exclude) == 260 &&
+               offsetof(DVDFileRecord, Menu) == 264 && offsetof(DVDFileRecord, Title) == 364));
+static_assert(sizeof(void*) != 4 ||
+              (sizeof(DVDInfo) == 40 && offsetof(DVDInfo, FileCount) == 32 && offsetof(DVDInfo, Files) == 36));
+
+/// The record of a DVD, and what the user chose on it: files, parts and pieces to leave out, audio tracks. Put into a node
+/// with PutExData, it is written with the settings, the choices alone; read back through ISettingsWriter, they wait for
+/// the record of the fresh scan. No length argument but that of SetDVDIndex is looked at.
 struct IDVDIndexData : IDispatch {
+    /// Takes a copy of a DVDInfo, and lays the choices that were read over it if they fit its counts; they are gone then.
+    /// E_INVALIDARG, and nothing changes, for counts that no disc has.
     STDMETHOD(SetDVDInfo)(BYTE* pData, int nLen) PURE;
+    /// Keeps a copy of an opaque block, which isn't written.
     STDMETHOD(SetDVDIndex)(BYTE* pData, int nLen) PURE;
+    /// Whether a DVDInfo is of the same disc: S_OK or S_FALSE. Choices don't count, and of a title only the number of
+    /// pieces.
     STDMETHOD(Equal)(BYTE* pData, int nLen) PURE;
+    /// The object's own record, which may be edited but not resized, and what it would take on 32 bits. S_FALSE: none.
     STDMETHOD(GetDVDInfo)(BYTE** pData, int* nLen) PURE;
+    /// The object's own block. S_FALSE: none.
     STDMETHOD(GetDVDIndex)(BYTE** pData, int* nLen) PURE;
 };
 BV_INTERFACE_ID(IDVDIndexData, "2116D701-E7A1-4A06-B50F-6A16BC1980B7")
