@@ -1,0 +1,273 @@
+// Lists of cuts, written as settings and loaded from .tlc files: write_cuts/N and load_cuts/N for N cuts of 12 nodes.
+//
+//   scripts/run-native.sh build/native-bench/bin/cuts_bench            times, and bytes for each node
+//   ... valgrind --tool=callgrind --collect-atstart=no build/native-bench/bin/cuts_bench count ITEM N ROUNDS
+#include <benchmark/benchmark.h>
+#include <bvschema/bvschema.h>
+#include <malloc.h>
+#if __has_include(<valgrind/callgrind.h>)
+#include <valgrind/callgrind.h>
+#else
+#define CALLGRIND_TOGGLE_COLLECT
+#endif
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <string>
+
+namespace {
+
+constexpr double kNodes = 12;  // of a cut: ten elements and two units
+
+/// A host's media object, as far as cuts need it: the index of the job, and 25 frames a second.
+class Media final : public IMediaParser, public IMediaObject {
+public:
+    Media() {
+        CoCreateInstance(bv::clsid::Map, static_cast<IMediaParser*>(this), CLSCTX_INPROC_SERVER, bv::kIid<IUnknown>,
+                         reinterpret_cast<void**>(&map_));
+    }
+    ~Media() {
+        if (map_) map_->Release();
+    }
+    STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
+        *out = nullptr;
+        if (iid == bv::kIid<IMap>) return map_->QueryInterface(iid, out);
+        if (iid == bv::kIid<IMediaParser> || iid == bv::kIid<IUnknown> || iid == bv::kIid<IDispatch>)
+            *out = static_cast<IMediaParser*>(this);
+        else if (iid == bv::kIid<IMediaObject>)
+            *out = static_cast<IMediaObject*>(this);
+        else
+            return E_NOINTERFACE;
+        AddRef();
+        return S_OK;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
+    STDMETHODIMP_(ULONG) Release() override { return --references_; }
+    STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+    STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
+    STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) override {
+        return E_NOTIMPL;
+    }
+    STDMETHODIMP get_Duration(LONGLONG* pVal) override { return Give(pVal, 1LL << 60); }
+    STDMETHODIMP get_TimePerFrame(LONGLONG* pVal) override { return Give(pVal, 400000LL); }
+    STDMETHODIMP get_StreamFlagA(int* pVal) override { return Give(pVal, 1); }
+    STDMETHODIMP get_StreamFlagB(int* pVal) override { return Give(pVal, 1); }
+    STDMETHODIMP get_IsStill(int* pVal) override { return Give(pVal, 0); }
+    STDMETHODIMP PreOpen(IUnknown*) override { return E_NOTIMPL; }
+    STDMETHODIMP get_TitleInfo(BSTR*) override { return E_NOTIMPL; }
+    STDMETHODIMP get_CurrentFormat(IDispatch**) override { return E_NOTIMPL; }
+    STDMETHODIMP InitDefault() override { return S_OK; }
+    STDMETHODIMP Encoding(ICriticalSection*, LONG*) override { return E_NOTIMPL; }
+    STDMETHODIMP Stop() override { return S_OK; }
+    STDMETHODIMP GetOuputFileName(BSTR*) override { return E_NOTIMPL; }
+    STDMETHODIMP GetCurIndex(int*) override { return E_NOTIMPL; }
+
+private:
+    template <class T>
+    static HRESULT Give(T* out, T value) {
+        *out = value;
+        return S_OK;
+    }
+    ULONG references_ = 1;
+    IUnknown* map_ = nullptr;
+};
+
+/// Takes the text into fresh memory.
+class Memory final : public ISequentialStream {
+public:
+    std::string text;
+    STDMETHODIMP QueryInterface(REFIID, void** out) override {
+        *out = nullptr;
+        return E_NOINTERFACE;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return 2; }
+    STDMETHODIMP_(ULONG) Release() override { return 1; }
+    STDMETHODIMP Read(void*, ULONG, ULONG*) override { return E_NOTIMPL; }
+    STDMETHODIMP Write(const void* bytes, ULONG count, ULONG*) override {
+        text.append(static_cast<const char*>(bytes), count);
+        return S_OK;
+    }
+};
+
+void Put(IProperty* from, const wchar_t* name, LONG number, bool unit = false) {
+    BSTR text = SysAllocString(name);
+    IProperty* node = nullptr;
+    if (from->FindProperty(text, &node) != S_OK) std::abort();
+    SysFreeString(text);
+    if (IProperty* extension = nullptr; unit && node->get_Extension(&extension) == S_OK) {
+        node->Release();
+        node = extension;
+    }
+    VARIANT value;
+    VariantInit(&value);
+    value.vt = VT_I4;
+    value.lVal = number;
+    node->put_Value(value);
+    node->Release();
+}
+
+/// An input's node with its list.
+class Cuts {
+public:
+    Cuts() {
+        CoCreateInstance(bv::clsid::PropertyTimelines, nullptr, CLSCTX_INPROC_SERVER, bv::kIid<IProperty>,
+                         reinterpret_cast<void**>(&node_));
+        node_->QueryInterface(bv::kIid<ITimelines>, reinterpret_cast<void**>(&list_));
+        node_->QueryInterface(bv::kIid<ISettingsWriter>, reinterpret_cast<void**>(&writer_));
+        node_->put_MediaObject(static_cast<IMediaParser*>(&media_));
+    }
+    Cuts(const Cuts&) = delete;
+    ~Cuts() {
+        writer_->Release();
+        list_->Release();
+        node_->Release();
+    }
+    void Add(int count) {
+        for (int i = 0; i < count; ++i) {
+            IProperty* cut = nullptr;
+            list_->AddTimeline(10 + 300 * i, 250 + 300 * i, &cut);
+            Put(cut, L"StartFrm", 2, true);
+            Put(cut, L"TimelineOutputMode", i % 3);
+            cut->Release();
+        }
+    }
+    void RemoveFromFront() {
+        for (IUnknown* first = nullptr; list_->get_Item(0, &first) == S_OK;) {
+            IProperty* node = nullptr;
+            first->QueryInterface(bv::kIid<IProperty>, reinterpret_cast<void**>(&node));
+            list_->RemoveTimeline(node);
+            node->Release();
+            first->Release();
+        }
+    }
+    size_t Write() {
+        Memory memory;
+        writer_->WriteXml(&memory);
+        benchmark::DoNotOptimize(memory.text.data());
+        return memory.text.size();
+    }
+    void Walk() {
+        LONG count = 0;
+        list_->get_Count(&count);
+        for (LONG i = 0; i < count; ++i) {
+            IUnknown* item = nullptr;
+            list_->get_Item(i, &item);
+            item->Release();
+        }
+    }
+    void Save(const std::wstring& path) { Call(&ITimelines::Save, path); }
+    void Load(const std::wstring& path) { Call(&ITimelines::Load, path); }
+
+private:
+    void Call(HRESULT (STDMETHODCALLTYPE ITimelines::*operation)(BSTR), const std::wstring& path) {
+        BSTR text = SysAllocString(path.c_str());
+        if ((list_->*operation)(text) != S_OK) std::abort();
+        SysFreeString(text);
+    }
+    Media media_;
+    IProperty* node_ = nullptr;
+    ITimelines* list_ = nullptr;
+    ISettingsWriter* writer_ = nullptr;
+};
+
+std::wstring FileOf(int count) {
+    const char* folder = std::getenv("BV_TEST_TEMP");
+    return (std::filesystem::path(folder ? folder : ".") / ("cuts" + std::to_string(count) + ".tlc")).wstring();
+}
+
+/// Heap that is in use, with the allocator's own share.
+double Used() {
+    const auto info = mallinfo2();
+    return double(info.uordblks + info.hblkhd);
+}
+
+void WriteCuts(benchmark::State& state) {
+    Cuts cuts;
+    const double before = Used();
+    cuts.Add(int(state.range(0)));
+    const double bytes = Used() - before;
+    size_t size = 0;
+    for (auto _ : state) size = cuts.Write();
+    state.counters["bytes"] = double(size);
+    state.counters["bytes_per_node"] = bytes / (kNodes * double(state.range(0)));
+    state.counters["ns_per_node"] = benchmark::Counter(
+        1e-9 * kNodes * double(state.range(0)),
+        benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
+void LoadCuts(benchmark::State& state) {
+    const auto path = FileOf(int(state.range(0)));
+    Cuts cuts;
+    cuts.Add(int(state.range(0)));
+    cuts.Save(path);
+    for (auto _ : state) cuts.Load(path);  // with the end of what was there before
+    state.counters["ns_per_node"] = benchmark::Counter(
+        1e-9 * kNodes * double(state.range(0)),
+        benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
+void ClearCuts(benchmark::State& state) {
+    Cuts cuts;
+    for (auto _ : state) {
+        state.PauseTiming();
+        cuts.Add(int(state.range(0)));
+        state.ResumeTiming();
+        cuts.Walk();
+        cuts.RemoveFromFront();
+    }
+}
+
+/// Instructions of some rounds after a first one that isn't counted.
+int Count(const std::string& item, int count, int rounds) {
+    Cuts cuts;
+    const auto path = FileOf(count);
+    if (item != "add" && item != "clear") cuts.Add(count);
+    cuts.Save(path);
+    for (int i = 0; i <= rounds; ++i) {
+        if (item == "clear") cuts.Add(count);
+        if (i == 1 || (i > 1 && item == "clear")) CALLGRIND_TOGGLE_COLLECT;
+        if (item == "write_cuts") cuts.Write();
+        if (item == "load_cuts") cuts.Load(path);
+        if (item == "add") cuts.Add(count);
+        if (item == "walk") cuts.Walk();
+        if (item == "clear") cuts.RemoveFromFront();
+        if (i > 0 && item == "clear") CALLGRIND_TOGGLE_COLLECT;
+    }
+    if (item != "clear") CALLGRIND_TOGGLE_COLLECT;
+    return 0;
+}
+
+void CallModule(const char* operation) {
+    wchar_t program[4096];
+    const DWORD length = GetModuleFileNameW(nullptr, program, DWORD(std::size(program)));
+    const auto module = std::filesystem::path(std::wstring(program, length)).parent_path() / "BVSchema.so";
+    const HMODULE loaded = LoadLibraryW(module.wstring().c_str());
+    using Operation = HRESULT (*)();
+    const auto call = reinterpret_cast<Operation>(reinterpret_cast<void (*)()>(GetProcAddress(loaded, operation)));
+    if (!call || call() != S_OK) std::abort();
+    FreeLibrary(loaded);
+}
+
+}  // namespace
+
+BENCHMARK(WriteCuts)->Name("write_cuts")->Arg(1)->Arg(100)->Arg(10000)->Arg(100000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(LoadCuts)->Name("load_cuts")->Arg(1)->Arg(100)->Arg(10000)->Arg(100000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(ClearCuts)->Name("clear_cuts")->Arg(100)->Arg(10000)->Arg(100000)->Unit(benchmark::kMicrosecond)->Iterations(1);
+
+int main(int argc, char** argv) {
+    CoInitialize(nullptr);
+    CallModule("DllRegisterServer");
+    int result = 0;
+    if (argc == 5 && std::strcmp(argv[1], "count") == 0) {
+        result = Count(argv[2], std::atoi(argv[3]), std::atoi(argv[4]));
+    } else {
+        benchmark::Initialize(&argc, argv);
+        benchmark::RunSpecifiedBenchmarks();
+    }
+    CallModule("DllUnregisterServer");
+    CoUninitialize();
+    return result;
+}
