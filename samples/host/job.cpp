@@ -316,7 +316,7 @@ void Job::CheckWritten(const std::string& xml) try {
         const auto name_node = NodeFor(input.node.get(), L"IDX");
         const std::wstring name = name_node ? PathOf(name_node.get()) : std::wstring();
         std::error_code ignored;
-        if (!name.empty() && std::filesystem::exists(folder / (name + L".idx"), ignored)) continue;
+        if (!name.empty() && std::filesystem::is_regular_file(folder / (name + L".idx"), ignored)) continue;
         losses_.push_back("there is no cache for indexes: " + OneLine(Utf8(folder.wstring())) + " can't be written");
         break;
     }

@@ -1,0 +1,187 @@
+// bvhost as a process: what it prints, what it writes, how it ends.
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+#include "support/environment.h"
+#include "support/node.h"
+
+namespace bv::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+using testing::Not;
+
+std::string ReadAll(const fs::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+void WriteAll(const fs::path& file, const std::string& text) { std::ofstream(file, std::ios::binary) << text; }
+
+struct Outcome {
+    int exit_code;
+    std::string text;  // standard output and errors
+};
+
+class BvhostTest : public testing::Test {
+protected:
+    static void SetUpTestSuite() { ASSERT_EQ(CallModule(kSamplesFile, "DllRegisterServer"), S_OK); }
+    static void TearDownTestSuite() { EXPECT_EQ(CallModule(kSamplesFile, "DllUnregisterServer"), S_OK); }
+
+    /// arguments: as for the shell, quoted by double quotes.
+    static Outcome Run(const std::string& arguments) {
+        const fs::path output = TempFolder() / "output.txt";
+        std::string command = '"' + (BinFolder() / "bvhost").string() + "\" " + arguments + " >\"" + output.string() + "\" 2>&1";
+        // The Windows shell takes one pair of quotes off the whole line.
+        constexpr bool kWindows = fs::path::preferred_separator == '\\';
+        const int status = std::system((kWindows ? '"' + command + '"' : command).c_str());
+        std::string text = ReadAll(output);
+        std::erase(text, '\r');
+        return {kWindows ? status : status >> 8, text};
+    }
+    static std::string File(const char* name) { return '"' + (TempFolder() / name).string() + '"'; }
+    static std::string Clip() { return '"' + (DataFolder().parent_path() / "samples/media/clip.mp4").make_preferred().string() + '"'; }
+};
+
+TEST_F(BvhostTest, WritesReadsAndWritesTheSameBytes) {
+    const Outcome made = Run("job --input " + Clip() + " --duration 3 --set Mode=multiply --set OutputFileFormat=MP4 "
+                             "--set \"SplitLength=250 frm\" --set IsSplit=on --set \"OutputMediaName=Tom's & Co <1>.mp4\" "
+                             "--set Common/Output/Overwrite=off --output " + File("first.xml"));
+    ASSERT_EQ(made.exit_code, 0) << made.text;
+    EXPECT_THAT(made.text, HasSubstr("shows     DestinationPath, FileNamePattern, IsSplit, SplitLength, Exactly\n"));
+    EXPECT_THAT(made.text, HasSubstr("hides     OutputMediaName\n"));
+    EXPECT_THAT(made.text, HasSubstr("enables   SplitLength, Exactly\n"));
+    const std::string first = ReadAll(TempFolder() / "first.xml");
+    EXPECT_THAT(first, HasSubstr("<Mode value='2' type='3'>\n"));
+    EXPECT_THAT(first, HasSubstr("<SplitLength value='250' type='3' ext='3' extType='3'>\n"));
+    EXPECT_THAT(first, HasSubstr("value='Tom&apos;s &amp; Co &lt;1&gt;.mp4'"));
+    EXPECT_THAT(first, HasSubstr("<MP4>\n"));
+
+    const Outcome again = Run("job --from " + File("first.xml") + " --duration 3 --output " + File("second.xml"));
+    EXPECT_EQ(again.exit_code, 0);
+    EXPECT_THAT(again.text, Not(HasSubstr("warning")));
+    EXPECT_EQ(ReadAll(TempFolder() / "second.xml"), first);
+}
+
+TEST_F(BvhostTest, SaysWhatIsWrongInOneLine) {
+    std::string deep, wide(600, 'x');
+    for (int i = 0; i < 100; ++i) deep += "<a>";
+    WriteAll(TempFolder() / "cut.xml", "<Main>\n<Common>\n");
+    WriteAll(TempFolder() / "twice.xml", "<Main>\n<Mode value='1' type='3' value='2'>\n</Mode>\n</Main>\n");
+    WriteAll(TempFolder() / "entity.xml", "<Main>\n<Mode value='&bomb;' type='8'>\n</Mode>\n</Main>\n");
+    WriteAll(TempFolder() / "deep.xml", deep);
+    WriteAll(TempFolder() / "other.xml", "<Timeline>\n</Timeline>\n");
+    struct Case {
+        std::string arguments;
+        int exit_code;
+        const char* text;
+    };
+    const Case cases[] = {
+        {"job --set SplitLength=-5 --output " + File("none.xml"), 1, "bvhost: SplitLength=-5: This value cannot be negative.\n"},
+        {"job --set Mod=Single", 1, "bvhost: there is no setting \"Mod\", did you mean \"Mode\"?\n"},
+        {"job --set Mode=Singel", 1, "the choices are \"Single\", \"Multiply\", did you mean \"Single\"?\n"},
+        {"job --set OutputFileFormat=AVJ", 1, "did you mean \"AVI\"?\n"},
+        {"job --set SplitLength=many", 1, "this setting takes a 32-bit number\n"},
+        {"job --set Output=1", 1, "this is a group, it has no value\n"},
+        {"job --set Mode", 1, "--set takes NAME=VALUE"},
+        {"show " + wide, 1, "bvhost: there is no setting \"xxx"},
+        {"job --input " + File("gone.mp4"), 1, "bvhost: there is no file "},
+        {"job --from " + File("gone.xml"), 1, ": there is no such file\n"},
+        {"job --from " + File("cut.xml"), 1, ": line 3: the file ends inside of Common\n"},
+        {"job --from " + File("twice.xml"), 1, ": line 2: the attribute value is unknown or stands here twice\n"},
+        {"job --from " + File("entity.xml"), 1, ": line 2: an unknown "},
+        {"job --from " + File("deep.xml"), 1, "elements lie more than 64 deep\n"},
+        {"job --from " + File("other.xml"), 1, "these are settings of \"Timeline\", not of a job\n"},
+        {"register " + File("cut.xml"), 1, "cut.xml: "},
+        {"tree --nonsense", 2, "--nonsense"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.arguments);
+        const Outcome outcome = Run(c.arguments);
+        EXPECT_EQ(outcome.exit_code, c.exit_code);
+        EXPECT_THAT(outcome.text, HasSubstr(c.text));
+    }
+    EXPECT_FALSE(fs::exists(TempFolder() / "none.xml"));
+}
+
+TEST_F(BvhostTest, RestoresTheRestOfADamagedJob) {
+    WriteAll(TempFolder() / "odd.xml",
+             "<Main>\n<FILES>\n<PathToMediaFile value='/no/such/file.avi' type='8'>\n"
+             "<IDX value='../../etc/x' type='8'>\n</IDX>\n</PathToMediaFile>\n</FILES>\n"
+             "<OutputFileFormat value='{00000000-0000-0000-0000-000000000001}' type='72'>\n<Gone>\n</Gone>\n</OutputFileFormat>\n"
+             "<Common>\n<Output>\n<Mode value='2' type='3'>\n</Mode>\n<SplitLength value='many' type='3'>\n</SplitLength>\n"
+             "<Exactly value='1' type='9'>\n</Exactly>\n</Output>\n</Common>\n</Main>\n");
+    const Outcome outcome = Run("job --from " + File("odd.xml") + " --output " + File("mended.xml"));
+    EXPECT_EQ(outcome.exit_code, 0);
+    for (const char* warning : {"file.avi: there is no such file\n",
+                                "line 8: OutputFileFormat: the object \"{00000000-0000-0000-0000-000000000001}\" isn't restored\n",
+                                "line 9: there is no setting \"Gone\" here; it is skipped with all inside\n",
+                                "line 16: SplitLength: the value doesn't fit its type 3\n",
+                                "line 18: Exactly: the value doesn't fit its type 9\n"})
+        EXPECT_THAT(outcome.text, HasSubstr(warning));
+    const std::string mended = ReadAll(TempFolder() / "mended.xml");
+    EXPECT_THAT(mended, HasSubstr("<Mode value='2' type='3'>\n"));
+    EXPECT_THAT(mended, HasSubstr("<SplitLength value='10' type='3' ext='1' extType='3'>\n"));
+}
+
+TEST_F(BvhostTest, ShowsHiddenNodesOnlyWhenAsked) {
+    const std::string tree = Run("tree").text;
+    EXPECT_THAT(tree, HasSubstr("[Single]  Multiply\n"));
+    EXPECT_THAT(tree, Not(HasSubstr("SplitLength")));
+    EXPECT_THAT(tree, Not(HasSubstr("\033")));
+    EXPECT_THAT(Run("tree --all").text, HasSubstr("10 s   "));
+    const std::string json = Run("tree --json --all").text;
+    EXPECT_THAT(json, HasSubstr("{\"label\": \"Multiply\", \"value\": 2, \"selected\": false}"));
+    EXPECT_THAT(Run("show Mode").text, HasSubstr("* Single    = 1\n"));
+    for (const char* command : {"", "tree ", "show ", "job ", "register ", "unregister ", "registry "})
+        EXPECT_THAT(Run(command + std::string("--help")).text, HasSubstr("Usage: bvhost")) << command;
+}
+
+TEST_F(BvhostTest, TellsOfLongPathsThatTheFileCantHold) {
+    const std::string path = std::string(600, 'p') + ".avi";
+    const Outcome outcome = Run("job --set OutputMediaName=" + path + " --output " + File("long.xml"));
+    EXPECT_EQ(outcome.exit_code, 0);
+    EXPECT_THAT(outcome.text, HasSubstr("warning: OutputMediaName: the text is too long for a settings file"));
+    EXPECT_THAT(ReadAll(TempFolder() / "long.xml"), HasSubstr("<OutputMediaName value='' type='8'>"));
+}
+
+TEST_F(BvhostTest, SaysHowToRegisterWhatIsNotRegistered) {
+    ASSERT_EQ(Run("unregister").exit_code, 0);
+    EXPECT_THAT(Run("registry").text, HasSubstr("Nothing is registered"));
+    const Outcome tree = Run("tree");
+    EXPECT_EQ(tree.exit_code, 1);
+    EXPECT_THAT(tree.text, HasSubstr("the class isn't registered; \"bvhost register\" registers it\n"));
+    ASSERT_EQ(Run("register").exit_code, 0);
+    EXPECT_EQ(Run("tree").exit_code, 0);
+    EXPECT_THAT(Run("registry").text, HasSubstr("BVSchema.Map"));
+}
+
+TEST_F(BvhostTest, KeepsTheIndexOfARealFile) {
+    const Outcome made = Run("job --input " + Clip() + " --output " + File("indexed.xml"));
+    ASSERT_EQ(made.exit_code, 0) << made.text;
+    if (made.text.find("reads no media files") != made.text.npos) GTEST_SKIP() << "this bvhost has no media library";
+    EXPECT_THAT(made.text, HasSubstr("index: made, 1 key frame\n"));
+    EXPECT_THAT(made.text, HasSubstr("3.00 s, 25 frames a second, video, audio\n"));
+
+    const std::string xml = ReadAll(TempFolder() / "indexed.xml");
+    const size_t begin = xml.find("<IDX value='") + 12;
+    const std::string name = xml.substr(begin, xml.find('\'', begin) - begin);
+    const fs::path cache = BinFolder() / (name + ".idx");
+    ASSERT_EQ(name.size(), 38u);
+    EXPECT_TRUE(fs::is_regular_file(cache));
+    EXPECT_THAT(Run("job --from " + File("indexed.xml")).text, HasSubstr("index: from cache, 1 key frame\n"));
+
+    // A cache that can't be read is made again; one that can't be written is told once.
+    fs::remove(cache);
+    fs::create_directory(cache);
+    const Outcome barred = Run("job --from " + File("indexed.xml") + " --output " + File("barred.xml"));
+    EXPECT_EQ(barred.exit_code, 0);
+    EXPECT_THAT(barred.text, HasSubstr("index: made, 1 key frame\n"));
+    EXPECT_THAT(barred.text, HasSubstr("warning: there is no cache for indexes: "));
+    fs::remove(cache);
+}
+
+}  // namespace
+}  // namespace bv::test
