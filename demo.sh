@@ -32,7 +32,7 @@ export BV_REGISTRY=$work/registry.db
 PATH=$work/bin:$PATH
 
 # title TEXT: what comes next.
-if [ -t 1 ]; then bold=$(printf '\033[1m') plain=$(printf '\033[0m'); else bold= plain=; fi
+if [ -t 1 ]; then bold=$(printf '\033[1m') plain=$(printf '\033[0m'); else bold='' plain=''; fi
 title() { printf '\n%s%s%s\n' "$bold" "$*" "$plain"; }
 
 # Shows a command as one would type it in the folder of the demo, and runs it.

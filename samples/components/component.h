@@ -1,8 +1,8 @@
-// How a component joins a host's process: a class that the component model creates, which adds one interface of its own
-// to a node that the server implements.
+// How a component joins a host's process: a class that the component model creates, which adds one interface
+// of its own to a node that the server implements.
 //
-// The node is aggregated: it keeps its children, values and flags, and both objects look like one. Whoever asks either of
-// them for an interface asks the component, which answers its own and passes all others on.
+// The node is aggregated: it keeps its children, values and flags, and both objects look like one. Whoever
+// asks either of them for an interface asks the component, which answers its own and passes all others on.
 #pragma once
 
 #include <atomic>

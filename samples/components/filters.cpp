@@ -1,5 +1,6 @@
-// The two filters that every video job has: frame size and crop. The settings are the server's own nodes; the filter is
-// what a graph would be built with. It says what it is, and takes no part in a graph: this sample shows settings.
+// The two filters that every video job has: frame size and crop. The settings are the server's own nodes; the
+// filter is what a graph would be built with. It says what it is, and takes no part in a graph: this sample
+// shows settings.
 #include "classes.h"
 #include "component.h"
 
@@ -45,6 +46,8 @@ protected:
 HRESULT CreateFrameSizeFilter(REFIID iid, void** out) {
     return Component<IBaseFilter>::Create<Filter<kFrameSize>>(iid, out);
 }
-HRESULT CreateCropFilter(REFIID iid, void** out) { return Component<IBaseFilter>::Create<Filter<kCrop>>(iid, out); }
+HRESULT CreateCropFilter(REFIID iid, void** out) {
+    return Component<IBaseFilter>::Create<Filter<kCrop>>(iid, out);
+}
 
 }  // namespace sample

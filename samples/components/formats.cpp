@@ -1,5 +1,5 @@
-// Two output formats. A format is a node, the root of its own settings, that says its file extension and takes part in
-// the job once the node "OutputFileFormat" holds it.
+// Two output formats. A format is a node, the root of its own settings, that says its file extension and
+// takes part in the job once the node "OutputFileFormat" holds it.
 #include "classes.h"
 #include "settings.h"
 
@@ -10,18 +10,30 @@ constexpr Choice kAviVideoCodecs[] = {{L"MPEG-4 Part 2", 1}, {L"Motion JPEG", 2}
 constexpr Choice kMp4VideoCodecs[] = {{L"H.264", 1}, {L"HEVC", 2}};
 constexpr Choice kAviAudioCodecs[] = {{L"MP3", 1}, {L"PCM", 2}};
 constexpr Choice kMp4AudioCodecs[] = {{L"AAC", 1}, {L"MP3", 2}};
-constexpr Choice kAudioBitrates[] = {{L"96 kbit/s", 96}, {L"128 kbit/s", 128}, {L"192 kbit/s", 192}, {L"256 kbit/s", 256}};
+constexpr Choice kAudioBitrates[] = {
+    {L"96 kbit/s", 96}, {L"128 kbit/s", 128}, {L"192 kbit/s", 192}, {L"256 kbit/s", 256}};
 
 constexpr Setting kAviVideo[] = {
     {.name = L"VideoCodec", .title = L"Codec", .style = kList, .value = 1, .choices = kAviVideoCodecs},
-    {.name = L"VideoBitrate", .title = L"Bitrate", .style = kEdit | kNotNegative, .value = 4000, .unit = L"kbit/s",
+    {.name = L"VideoBitrate",
+     .title = L"Bitrate",
+     .style = kEdit | kNotNegative,
+     .value = 4000,
+     .unit = L"kbit/s",
      .description = L"Average of the whole file. Uncompressed video takes what it needs."},
 };
 constexpr Setting kMp4Video[] = {
     {.name = L"VideoCodec", .title = L"Codec", .style = kList, .value = 1, .choices = kMp4VideoCodecs},
-    {.name = L"VideoBitrate", .title = L"Bitrate", .style = kEdit | kNotNegative, .value = 2500, .unit = L"kbit/s",
+    {.name = L"VideoBitrate",
+     .title = L"Bitrate",
+     .style = kEdit | kNotNegative,
+     .value = 2500,
+     .unit = L"kbit/s",
      .description = L"Average of the whole file."},
-    {.name = L"FastStart", .title = L"Playable while it loads", .style = kCheckBox, .value = 1,
+    {.name = L"FastStart",
+     .title = L"Playable while it loads",
+     .style = kCheckBox,
+     .value = 1,
      .description = L"Puts the index in front of the pictures."},
 };
 constexpr Setting kAviAudio[] = {
@@ -91,7 +103,11 @@ protected:
 
 }  // namespace
 
-HRESULT CreateAviFormat(REFIID iid, void** out) { return Component<IOutputFormatInfo>::Create<Format<kAvi>>(iid, out); }
-HRESULT CreateMp4Format(REFIID iid, void** out) { return Component<IOutputFormatInfo>::Create<Format<kMp4>>(iid, out); }
+HRESULT CreateAviFormat(REFIID iid, void** out) {
+    return Component<IOutputFormatInfo>::Create<Format<kAvi>>(iid, out);
+}
+HRESULT CreateMp4Format(REFIID iid, void** out) {
+    return Component<IOutputFormatInfo>::Create<Format<kMp4>>(iid, out);
+}
 
 }  // namespace sample

@@ -27,13 +27,21 @@ constexpr OfferedClass kClasses[] = {
 constexpr Announcement kAnnounced[] = {
     {bv::category::OutputFormats, kAviFormat, L"AVI", {}},
     {bv::category::OutputFormats, kMp4Format, L"MP4", {}},
-    {bv::category::InputFormats, bv::GuidOf("85D38282-1E3D-4F3B-90C2-61C2382CCB12"), L"AVI input",
+    {bv::category::InputFormats,
+     bv::GuidOf("85D38282-1E3D-4F3B-90C2-61C2382CCB12"),
+     L"AVI input",
      {L"*.avi", L"AVI video", L"Video"}},
-    {bv::category::InputFormats, bv::GuidOf("93EABF7B-7A45-4A80-B1F4-4DF265C819B9"), L"MP4 input",
+    {bv::category::InputFormats,
+     bv::GuidOf("93EABF7B-7A45-4A80-B1F4-4DF265C819B9"),
+     L"MP4 input",
      {L"*.mp4;*.m4v;*.mov", L"MP4 video", L"Video"}},
-    {bv::category::InputFormats, bv::GuidOf("C997AC4F-F407-4E4F-9E44-D96C7F18C486"), L"Image input",
+    {bv::category::InputFormats,
+     bv::GuidOf("C997AC4F-F407-4E4F-9E44-D96C7F18C486"),
+     L"Image input",
      {L"*.bmp;*.png;*.jpg", L"Images", L"Image"}},
-    {bv::category::Actions, kThumbnailAction, L"Thumbnail",
+    {bv::category::Actions,
+     kThumbnailAction,
+     L"Thumbnail",
      {L"Make thumbnails", L"Makes a small picture of each output file."}},
 };
 
@@ -111,7 +119,9 @@ STDAPI DllGetClassObject(REFCLSID cls, REFIID iid, void** out) {
 
 STDAPI DllCanUnloadNow() { return sample::locks == 0 ? S_OK : S_FALSE; }
 
-STDAPI DllRegisterServer() try { return sample::Register(); } catch (const std::bad_alloc&) { return E_OUTOFMEMORY; }
+STDAPI DllRegisterServer() try { return sample::Register(); } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+}
 
 STDAPI DllUnregisterServer() try {
     for (const auto& component : sample::kAnnounced) sample::Withdraw(component);

@@ -20,8 +20,8 @@ std::wstring Below(const std::wstring& key, REFGUID id) {
 /// Writes a text below HKEY_CLASSES_ROOT; a null name is the key's default value.
 HRESULT Write(const std::wstring& path, const wchar_t* name, const std::wstring& text) {
     HKEY key = nullptr;
-    LONG error = RegCreateKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_WRITE, nullptr,
-                                 &key, nullptr);
+    LONG error = RegCreateKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
+                                 KEY_WRITE, nullptr, &key, nullptr);
     if (error == ERROR_SUCCESS) {
         error = RegSetValueExW(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
                                DWORD((text.size() + 1) * sizeof(wchar_t)));
@@ -34,8 +34,8 @@ void DeleteIfEmpty(const std::wstring& path) {
     HKEY key = nullptr;
     if (RegOpenKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return;
     DWORD subkeys = 1;
-    RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, &subkeys, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                     nullptr);
+    RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, &subkeys, nullptr, nullptr, nullptr, nullptr, nullptr,
+                     nullptr, nullptr);
     RegCloseKey(key);
     if (subkeys == 0) RegDeleteKeyW(HKEY_CLASSES_ROOT, path.c_str());
 }

@@ -16,7 +16,8 @@ void SetUnit(IProperty* node, ISimpleInit* init, const wchar_t* unit) {
     if (FAILED(init->SetExtensionClass(&simple))) return;
     Ref<IProperty> extension;
     Ref<ISimpleInit> extension_init;
-    if (FAILED(node->get_Extension(extension.Put())) || !extension_init.AskedOf(extension.operator->())) return;
+    if (FAILED(node->get_Extension(extension.Put())) || !extension_init.AskedOf(extension.operator->()))
+        return;
     const Text text(unit);
     VARIANT value;
     VariantInit(&value);

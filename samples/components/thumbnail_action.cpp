@@ -1,4 +1,5 @@
-// An action: a further job for each file that was written. Its settings hang in the job's tree below its check box.
+// An action: a further job for each file that was written. Its settings hang in the job's tree below its
+// check box.
 #include "classes.h"
 #include "settings.h"
 
@@ -7,14 +8,27 @@ namespace {
 
 constexpr Choice kFrames[] = {{L"First frame", 1}, {L"Middle of the file", 2}, {L"At a fixed time", 3}};
 constexpr Setting kSettings[] = {
-    {.name = L"ThumbnailFrame", .title = L"Frame", .style = kList, .value = 1, .choices = kFrames,
+    {.name = L"ThumbnailFrame",
+     .title = L"Frame",
+     .style = kList,
+     .value = 1,
+     .choices = kFrames,
      .description = L"Which frame becomes the picture."},
-    {.name = L"ThumbnailTime", .title = L"Time", .style = kEdit | kNotNegative, .value = 10, .unit = L"s",
+    {.name = L"ThumbnailTime",
+     .title = L"Time",
+     .style = kEdit | kNotNegative,
+     .value = 10,
+     .unit = L"s",
      .description = L"Where the frame is taken when the time is fixed."},
-    {.name = L"ThumbnailWidth", .title = L"Width", .style = kEdit | kNotNegative, .value = 320, .unit = L"pixels",
+    {.name = L"ThumbnailWidth",
+     .title = L"Width",
+     .style = kEdit | kNotNegative,
+     .value = 320,
+     .unit = L"pixels",
      .description = L"The height follows from the shape of the frame."},
 };
-constexpr Setting kRoot = {.name = L"Thumbnail", .title = L"Thumbnail", .style = kGroup, .children = kSettings};
+constexpr Setting kRoot = {
+    .name = L"Thumbnail", .title = L"Thumbnail", .style = kGroup, .children = kSettings};
 
 class ThumbnailAction final : public Component<IActionObject> {
 public:

@@ -111,7 +111,9 @@ public:
         return &variant_;
     }
     VARTYPE kind() const { return variant_.vt; }
-    IUnknown* object() const { return kind() == VT_DISPATCH || kind() == VT_UNKNOWN ? variant_.punkVal : nullptr; }
+    IUnknown* object() const {
+        return kind() == VT_DISPATCH || kind() == VT_UNKNOWN ? variant_.punkVal : nullptr;
+    }
     /// The same value in another kind, by Automation's rules.
     HRESULT ChangeTo(VARTYPE kind, Value* result) const {
         Value copy(*this);  // source and target may be one, and the calls want a VARIANT that is not const

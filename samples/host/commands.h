@@ -12,16 +12,16 @@ namespace host {
 
 /// Where a job comes from.
 struct JobSource {
-    std::wstring from;                  // a settings file; empty: a new job
-    std::vector<std::wstring> inputs;   // media files to add
-    std::optional<MediaInfo> given;     // what is told of the inputs in place of reading them
+    std::wstring from;                 // a settings file; empty: a new job
+    std::vector<std::wstring> inputs;  // media files to add
+    std::optional<MediaInfo> given;    // what is told of the inputs in place of reading them
 };
 /// Restores and adds, and warns of what can't be restored.
 void Fill(Job* job, const JobSource& source);
 
 struct TreeArguments {
     JobSource source;
-    bool all = false;   // hidden settings too
+    bool all = false;  // hidden settings too
     bool json = false;
 };
 int ShowTree(const TreeArguments& arguments);

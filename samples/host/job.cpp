@@ -66,7 +66,8 @@ Effects Compare(const NodeView& before, const NodeView& after) {
         if (!now.enabled && old->second.enabled) effects.disabled.push_back(now.name);
     }
     for (const auto& [node, old] : old_flags)
-        if (old.shown && !is.contains(node)) effects.hidden.push_back(old.name);  // went with the choice that held it
+        if (old.shown && !is.contains(node))
+            effects.hidden.push_back(old.name);  // went with the choice that held it
     return effects;
 }
 
@@ -99,7 +100,8 @@ void PutValue(const NodeView& node, const Value& value, const std::string& what)
     ForgetErrors();
     // Where the shown and the stored form differ, the node converts; a choice is stored as it is.
     const bool shown_form = node.unit && node.unit->node.As<IValueFormat>() && value.kind() == VT_BSTR;
-    const HRESULT status = shown_form ? node.node->put_Format(value.get()) : node.node->put_Value(value.get());
+    const HRESULT status =
+        shown_form ? node.node->put_Format(value.get()) : node.node->put_Value(value.get());
     if (status == E_NOTIMPL && !node.has_value) throw Problem(what + ": this is a group, it has no value");
     if (FAILED(status)) throw Problem(what + ": " + Reason(status));
 }
@@ -110,7 +112,8 @@ Ref<IProperty> NodeFor(IProperty* parent, const std::wstring& name) {
     if (parent->get_Value(value.Put()) == S_OK) {
         const auto held = Ask<IProperty>(value.object());
         TextResult held_name;
-        if (held && SUCCEEDED(held->get_Name(held_name.Put())) && SameName(held_name.Get(), name)) return held;
+        if (held && SUCCEEDED(held->get_Name(held_name.Put())) && SameName(held_name.Get(), name))
+            return held;
     }
     if (const auto children = Ask<IEnumProperties>(parent)) {
         LONG count = 0;
@@ -120,7 +123,8 @@ Ref<IProperty> NodeFor(IProperty* parent, const std::wstring& name) {
             TextResult child_name;
             if (FAILED(children->get_Item(i, item.Put()))) continue;
             const auto child = item.As<IProperty>();
-            if (child && SUCCEEDED(child->get_Name(child_name.Put())) && SameName(child_name.Get(), name)) return child;
+            if (child && SUCCEEDED(child->get_Name(child_name.Put())) && SameName(child_name.Get(), name))
+                return child;
         }
     }
     return Find(parent, name);
@@ -128,7 +132,8 @@ Ref<IProperty> NodeFor(IProperty* parent, const std::wstring& name) {
 
 std::optional<CLSID> ClassOf(IUnknown* object) {
     CLSID cls = {};
-    if (const auto format = Ask<IOutputFormatInfo>(object); format && format->GetClassID(&cls) == S_OK) return cls;
+    if (const auto format = Ask<IOutputFormatInfo>(object); format && format->GetClassID(&cls) == S_OK)
+        return cls;
     if (const auto filter = Ask<IBaseFilter>(object); filter && filter->GetClassID(&cls) == S_OK) return cls;
     return {};
 }
@@ -287,7 +292,8 @@ void FindLost(const Element& element, const std::set<std::wstring>& texts, std::
 
 }  // namespace
 
-// The file has limits of its own: a text beyond them is left out, and an index is kept only where its file can be.
+// The file has limits of its own: a text beyond them is left out, and an index is kept only where its file
+// can be.
 void Job::CheckWritten(const std::string& xml) try {
     const Element written = ParseSettings(xml);
     std::vector<std::wstring> lost;
@@ -303,7 +309,8 @@ void Job::CheckWritten(const std::string& xml) try {
         CollectTexts(Look(input.node.get()), &texts);
         for (const Element& part : written.children)
             for (const Element& file : part.children)
-                if (part.name == L"FILES" && size_t(&file - part.children.data()) == size_t(&input - inputs_.data()))
+                if (part.name == L"FILES" &&
+                    size_t(&file - part.children.data()) == size_t(&input - inputs_.data()))
                     FindLost(file, texts, &lost);
         if (!lost.empty())
             losses_.push_back("input " + std::to_string(&input - inputs_.data() + 1) +
@@ -317,7 +324,8 @@ void Job::CheckWritten(const std::string& xml) try {
         const std::wstring name = name_node ? PathOf(name_node.get()) : std::wstring();
         std::error_code ignored;
         if (!name.empty() && std::filesystem::is_regular_file(folder / (name + L".idx"), ignored)) continue;
-        losses_.push_back("there is no cache for indexes: " + OneLine(Utf8(folder.wstring())) + " can't be written");
+        losses_.push_back("there is no cache for indexes: " + OneLine(Utf8(folder.wstring())) +
+                          " can't be written");
         break;
     }
 } catch (const Problem& problem) {
@@ -327,7 +335,8 @@ void Job::CheckWritten(const std::string& xml) try {
 // --- Restoring
 
 std::vector<std::string> Job::Restore(const Element& root) {
-    if (!SameName(root.name, L"Main")) throw Problem("these are settings of " + Quoted(root.name) + ", not of a job");
+    if (!SameName(root.name, L"Main"))
+        throw Problem("these are settings of " + Quoted(root.name) + ", not of a job");
     warnings_.clear();
     for (const Element& part : root.children) {
         if (!SameName(part.name, L"FILES")) continue;
@@ -348,9 +357,11 @@ void Job::RestoreInput(const Element& element) {
     TakeIndex(&input);
 }
 
-// By the rule of the file: the text in the kind that was stored, then the unit's; flags follow from the values.
+// By the rule of the file: the text in the kind that was stored, then the unit's; flags follow from the
+// values.
 void Job::RestoreNode(const Element& element, IProperty* node) {
-    const std::string where = "line " + std::to_string(element.line) + ": " + OneLine(Utf8(element.name)) + ": ";
+    const std::string where =
+        "line " + std::to_string(element.line) + ": " + OneLine(Utf8(element.name)) + ": ";
     if (element.value && element.value->kind == kObjectKind) {
         RestoreObject(element, node);
     } else if (element.value) {
@@ -358,7 +369,8 @@ void Job::RestoreNode(const Element& element, IProperty* node) {
         ForgetErrors();
         const HRESULT status = value ? node->put_Value(value->get()) : E_INVALIDARG;
         if (!value)
-            warnings_.push_back(where + "the value doesn't fit its type " + std::to_string(element.value->kind));
+            warnings_.push_back(where + "the value doesn't fit its type " +
+                                std::to_string(element.value->kind));
         else if (FAILED(status))
             warnings_.push_back(where + Reason(status));
     }
@@ -384,8 +396,8 @@ void Job::RestoreBelow(const Element& element, IProperty* node) {
         if (below)
             RestoreNode(child, below.get());
         else
-            warnings_.push_back("line " + std::to_string(child.line) + ": there is no setting " + Quoted(child.name) +
-                                " here; it is skipped with all inside");
+            warnings_.push_back("line " + std::to_string(child.line) + ": there is no setting " +
+                                Quoted(child.name) + " here; it is skipped with all inside");
     }
 }
 
@@ -400,8 +412,8 @@ void Job::RestoreObject(const Element& element, IProperty* node) {
         if (by_class ? choice_class != cls : choice.label != text) continue;
         if (SUCCEEDED(node->put_Value(choice.value.get()))) return;
     }
-    warnings_.push_back("line " + std::to_string(element.line) + ": " + OneLine(Utf8(element.name)) + ": the object " +
-                        Quoted(text) + " isn't restored");
+    warnings_.push_back("line " + std::to_string(element.line) + ": " + OneLine(Utf8(element.name)) +
+                        ": the object " + Quoted(text) + " isn't restored");
 }
 
 }  // namespace host

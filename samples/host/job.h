@@ -46,8 +46,8 @@ public:
     /// A node by its name, among the settings and in the current input. Throws Problem, with a suggestion.
     NodeView Node(const std::wstring& name) const;
 
-    /// text: a label of the value list, "on" or "off" for a check box, or a value, which may be followed by the label of
-    /// a unit. Throws Problem when the value is refused.
+    /// text: a label of the value list, "on" or "off" for a check box, or a value, which may be followed by
+    /// the label of a unit. Throws Problem when the value is refused.
     Effects Set(const std::wstring& name, const std::wstring& text);
 
     /// The settings as XML; inputs get their index files.

@@ -101,7 +101,8 @@ int EditJob(const JobArguments& arguments) {
             const Effects effects = job.Set(name, value);
             const NodeView node = job.Node(name);
             const std::string unit = OneLine(Utf8(UnitOf(node)));
-            report.Say("Set", OneLine(Utf8(node.name + L" = " + node.shown)) + (unit.empty() ? "" : ' ' + unit));
+            report.Say("Set",
+                       OneLine(Utf8(node.name + L" = " + node.shown)) + (unit.empty() ? "" : ' ' + unit));
             SayEffects(report, effects);
         } catch (const Problem& problem) {
             PrintError(problem.what());
@@ -120,8 +121,8 @@ int EditJob(const JobArguments& arguments) {
         PrintBytes(xml);
     } else {
         WriteWhole(std::filesystem::path(arguments.output), xml);
-        report.Say("Wrote", OneLine(Utf8(arguments.output)) + ", " + std::to_string(std::count(xml.begin(), xml.end(), '\n')) +
-                               " lines");
+        report.Say("Wrote", OneLine(Utf8(arguments.output)) + ", " +
+                                std::to_string(std::count(xml.begin(), xml.end(), '\n')) + " lines");
     }
     return 0;
 }

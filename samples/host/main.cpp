@@ -1,7 +1,7 @@
 // bvhost: the reference host of BVSchema, a command-line program.
 //
-// It shows what a host does with the server: registers the modules, creates a job's tree by class id, gives it a media
-// object, walks it, changes it, writes it and reads it again.
+// It shows what a host does with the server: registers the modules, creates a job's tree by class id, gives
+// it a media object, walks it, changes it, writes it and reads it again.
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -31,17 +31,22 @@ struct DescribedInput {
         const auto seconds = CLI::Range(0.0, 1e6, std::string());
         const std::string group = "Instead of reading the inputs";
         options = {
-            command->add_option("--duration", duration, "Length of each input")->type_name("SECONDS")->check(seconds),
+            command->add_option("--duration", duration, "Length of each input")
+                ->type_name("SECONDS")
+                ->check(seconds),
             command->add_option("--frame-time", frame_time, "Time of a frame, 0.04 by default")
-                ->type_name("SECONDS")->check(seconds),
-            command->add_option("--streams", streams, "video, audio, \"video,audio\" or none")->type_name("LIST"),
+                ->type_name("SECONDS")
+                ->check(seconds),
+            command->add_option("--streams", streams, "video, audio, \"video,audio\" or none")
+                ->type_name("LIST"),
             command->add_flag("--still", still, "The inputs are still images"),
         };
         for (CLI::Option* option : options) option->group(group);
     }
 
     std::optional<MediaInfo> Get() const {
-        const bool given = std::any_of(options.begin(), options.end(), [](auto* option) { return option->count() > 0; });
+        const bool given =
+            std::any_of(options.begin(), options.end(), [](auto* option) { return option->count() > 0; });
         if (!given) return {};
         constexpr double kUnits = 1e7, kUsualFrame = 0.04;
         MediaInfo info;
@@ -50,13 +55,15 @@ struct DescribedInput {
             const size_t comma = std::min(list.find(','), list.size());
             const std::string stream = list.substr(0, comma);
             list.erase(0, comma + 1);
-            if (stream != "video" && stream != "audio") throw Problem("--streams knows video, audio and none");
+            if (stream != "video" && stream != "audio")
+                throw Problem("--streams knows video, audio and none");
             (stream == "video" ? info.video : info.audio) = true;
         }
         info.still = still;
         info.duration = still ? 0 : std::llround(duration * kUnits);
         const bool has_frame_time = options[1]->count() > 0;
-        if (info.video && !still) info.frame_time = std::llround((has_frame_time ? frame_time : kUsualFrame) * kUnits);
+        if (info.video && !still)
+            info.frame_time = std::llround((has_frame_time ? frame_time : kUsualFrame) * kUnits);
         return info;
     }
 };
@@ -79,7 +86,8 @@ int Run(int argc, char** argv) {
 
     const auto add_source = [&](CLI::App* command) {
         command->add_option("--from", from, "A saved job to start from")->type_name("FILE");
-        command->add_option("--input", inputs, "A media file of the job; may stand several times")->type_name("FILE")
+        command->add_option("--input", inputs, "A media file of the job; may stand several times")
+            ->type_name("FILE")
             ->allow_extra_args(false);
     };
 
@@ -96,14 +104,18 @@ int Run(int argc, char** argv) {
 
     CLI::App* job = app.add_subcommand("job", "Makes a job, or opens a saved one, changes it and writes it");
     add_source(job);
-    job->add_option("--set", settings, "A setting: its name, and a label of its list or a value; \"on\" and \"off\" for "
-                                       "check boxes, a unit behind a number. May stand several times")
-        ->type_name("NAME=VALUE")->allow_extra_args(false);
-    job->add_option("--output", output, "Where the settings are written; \"-\" is standard output")->type_name("FILE");
+    job->add_option("--set", settings,
+                    "A setting: its name, and a label of its list or a value; \"on\" and \"off\" for "
+                    "check boxes, a unit behind a number. May stand several times")
+        ->type_name("NAME=VALUE")
+        ->allow_extra_args(false);
+    job->add_option("--output", output, "Where the settings are written; \"-\" is standard output")
+        ->type_name("FILE");
     job_input.AddTo(job);
 
     CLI::App* registering = app.add_subcommand("register", "Registers component modules");
-    registering->add_option("MODULE", modules, "Module files; by default BVSchema and BVSamples of this installation");
+    registering->add_option("MODULE", modules,
+                            "Module files; by default BVSchema and BVSamples of this installation");
     CLI::App* unregistering = app.add_subcommand("unregister", "Takes component modules out of the registry");
     unregistering->add_option("MODULE", modules, "Module files; by default those of this installation");
     CLI::App* registry = app.add_subcommand("registry", "Shows what the modules wrote to the registry");

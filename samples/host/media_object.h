@@ -9,8 +9,9 @@
 
 namespace host {
 
-/// Stands for the job towards its tree. It aggregates the server's Map for the index of nodes, hands IProperty on to the
-/// job's root and IMediaFiles to the list of inputs, and answers for the current input itself.
+/// Stands for the job towards its tree. It aggregates the server's Map for the index of nodes, hands
+/// IProperty on to the job's root and IMediaFiles to the list of inputs, and answers for the current input
+/// itself.
 ///
 /// The tree keeps no reference on it, so it isn't counted: it lives as long as the job that has it.
 class MediaObject final : public IMediaObject, public IMediaParser, public IMediaFilesHost {
@@ -39,8 +40,8 @@ public:
         return E_NOTIMPL;
     }
 
-    /// Opens an input, a node of the list, and tells the node what came of it. E_FAIL: it can't be read; the node has the
-    /// reason as its state.
+    /// Opens an input, a node of the list, and tells the node what came of it. E_FAIL: it can't be read; the
+    /// node has the reason as its state.
     STDMETHODIMP PreOpen(IUnknown* source) override;
     /// The current input's file name.
     STDMETHODIMP get_TitleInfo(BSTR* pVal) override;

@@ -24,8 +24,8 @@ struct MediaIndex {
         LONGLONG time;
         LONGLONG offset;  // in bytes, from the file's beginning
     };
-    static constexpr int kKind = 0x4B46;      // how we mark our index among those of other hosts
-    static constexpr size_t kMost = 4096;     // longer files keep every second, fourth ... key frame
+    static constexpr int kKind = 0x4B46;   // how we mark our index among those of other hosts
+    static constexpr size_t kMost = 4096;  // longer files keep every second, fourth ... key frame
     std::vector<Entry> entries;
 
     std::vector<BYTE> Pack() const;

@@ -21,7 +21,8 @@ class File {
 public:
     explicit File(const std::wstring& path) {
         av_log_set_level(AV_LOG_QUIET);
-        // A name is a local file, whatever it looks like, and what the file names isn't followed to other places.
+        // A name is a local file, whatever it looks like, and what the file names isn't followed to other
+        // places.
         AVDictionary* options = nullptr;
         av_dict_set(&options, "protocol_whitelist", "file", 0);
         const std::string name = "file:" + std::filesystem::path(path).string();
@@ -74,7 +75,8 @@ MediaInfo ReadMedia(const std::wstring& path) {
     info.audio = file.audio() != nullptr;
     info.still = info.video && IsPicture(file->iformat);
     if (!info.video && !info.audio) throw Problem("it has neither pictures nor sound");
-    if (!info.still && file->duration > 0) info.duration = av_rescale_q(file->duration, AV_TIME_BASE_Q, kUnits);
+    if (!info.still && file->duration > 0)
+        info.duration = av_rescale_q(file->duration, AV_TIME_BASE_Q, kUnits);
     if (info.video && !info.still) {
         const AVRational rate = file.video()->avg_frame_rate;
         if (rate.num > 0 && rate.den > 0) info.frame_time = av_rescale(kUnits.den, rate.den, rate.num);

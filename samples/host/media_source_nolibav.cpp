@@ -7,7 +7,8 @@ namespace host {
 bool CanReadMedia() { return false; }
 
 MediaInfo ReadMedia(const std::wstring&) {
-    throw Problem("this bvhost reads no media files; --duration, --frame-time, --streams and --still describe it");
+    throw Problem(
+        "this bvhost reads no media files; --duration, --frame-time, --streams and --still describe it");
 }
 
 std::optional<MediaIndex> ReadIndex(const std::wstring&) { return {}; }

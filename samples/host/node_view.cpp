@@ -50,7 +50,8 @@ void LookAtChoices(IProperty* node, NodeView* view) {
         const auto item = ItemOf(list.get(), i).As<IListItem>();
         TextResult label;
         NodeView::Choice choice = {};
-        if (!item || FAILED(item->get_Title(label.Put())) || FAILED(item->get_Value(choice.value.Put()))) continue;
+        if (!item || FAILED(item->get_Title(label.Put())) || FAILED(item->get_Value(choice.value.Put())))
+            continue;
         choice.label = label.Get();
         choice.selected = known && !found && choice.label == selected.Get();
         found = found || choice.selected;
@@ -96,7 +97,8 @@ NodeView LookAt(IProperty* node, int depth) {
 }
 
 const NodeView* PickPath(const NodeView& view, const std::vector<std::wstring>& path, size_t matched) {
-    // The last name is the node's own, those before it stand above it in this order, others may stand between.
+    // The last name is the node's own, those before it stand above it in this order, others may stand
+    // between.
     const bool last = matched + 1 == path.size();
     if (SameName(view.name, path[matched])) {
         if (last) return &view;
@@ -132,15 +134,26 @@ std::wstring UnitOf(const NodeView& view) { return view.unit ? view.unit->shown 
 
 std::string KindName(VARTYPE kind) {
     switch (kind) {
-        case VT_EMPTY: return "nothing";
-        case VT_I2: return "16-bit number";
-        case VT_I4: return "32-bit number";
-        case VT_R4: case VT_R8: return "decimal number";
-        case VT_BSTR: return "text";
-        case VT_BOOL: return "yes or no";
-        case VT_UI1: return "byte";
-        case VT_DISPATCH: case VT_UNKNOWN: return "object";
-        default: return "kind " + std::to_string(kind);
+        case VT_EMPTY:
+            return "nothing";
+        case VT_I2:
+            return "16-bit number";
+        case VT_I4:
+            return "32-bit number";
+        case VT_R4:
+        case VT_R8:
+            return "decimal number";
+        case VT_BSTR:
+            return "text";
+        case VT_BOOL:
+            return "yes or no";
+        case VT_UI1:
+            return "byte";
+        case VT_DISPATCH:
+        case VT_UNKNOWN:
+            return "object";
+        default:
+            return "kind " + std::to_string(kind);
     }
 }
 

@@ -24,8 +24,8 @@ struct NodeView {
     LONG style = 0;
     bool hidden = false, disabled = false, active = true;
     bool has_value = false;
-    Value value;          // as it is stored
-    std::wstring shown;   // as a user reads it: a label, "on", a number, a text; without the unit
+    Value value;         // as it is stored
+    std::wstring shown;  // as a user reads it: a label, "on", a number, a text; without the unit
     std::vector<Choice> choices;
     std::unique_ptr<NodeView> unit;  // the extension
     std::unique_ptr<NodeView> held;  // the node that is the value, such as the selected format

@@ -34,8 +34,8 @@ std::string ValueText(const NodeView& node) {
 
 bool Skipped(const NodeView& node, const TreeStyle& style) { return node.hidden && !style.all; }
 
-void AddRows(const NodeView& node, const std::string& branch, const std::string& below, const TreeStyle& style,
-             std::vector<Row>* rows) {
+void AddRows(const NodeView& node, const std::string& branch, const std::string& below,
+             const TreeStyle& style, std::vector<Row>* rows) {
     rows->push_back({branch + Line(node.Label()), Line(node.name), ValueText(node), &node});
     // A node that is only there to hold the settings of a choice is told by the choice itself.
     std::vector<const NodeView*> children;
@@ -127,8 +127,10 @@ std::string TreeText(const std::vector<const NodeView*>& roots, const TreeStyle&
     const size_t before = title + name + value + 6;
     const size_t rest = style.width > before + 20 ? style.width - before : 20;
 
-    std::string text = Coloured(Padded("TITLE", title + 2) + Padded("NAME", name + 2) + Padded("VALUE", value + 2) +
-                                    "CHOICES AND FLAGS", kDim, style) + '\n';
+    std::string text = Coloured(Padded("TITLE", title + 2) + Padded("NAME", name + 2) +
+                                    Padded("VALUE", value + 2) + "CHOICES AND FLAGS",
+                                kDim, style) +
+                       '\n';
     for (const Row& row : rows) {
         std::string line = Padded(Cut(row.title, title), title) + "  " +
                            Coloured(Padded(Cut(row.name, name), name), kDim, style) + "  " +
@@ -146,7 +148,8 @@ std::string NodeText(const NodeView& node, const TreeStyle& style) {
         constexpr size_t kColumn = 14;
         bool first = true;
         for (const std::string& line : Wrapped(lines, std::max<size_t>(style.width, 50) - kColumn)) {
-            text += (first ? Coloured(Padded(what, kColumn), kDim, style) : std::string(kColumn, ' ')) + line + '\n';
+            text += (first ? Coloured(Padded(what, kColumn), kDim, style) : std::string(kColumn, ' ')) +
+                    line + '\n';
             first = false;
         }
     };
@@ -185,7 +188,8 @@ std::string NodeText(const NodeView& node, const TreeStyle& style) {
     }
     add_choices("Choices", node);
     if (node.unit) {
-        add("Extension", ValueText(*node.unit) + (node.unit->title.empty() ? "" : " (" + Line(node.unit->title) + ")"));
+        add("Extension",
+            ValueText(*node.unit) + (node.unit->title.empty() ? "" : " (" + Line(node.unit->title) + ")"));
         add_choices("", *node.unit);
     }
     std::string children;
@@ -224,7 +228,8 @@ std::vector<std::string> InputText(const Input& input) {
         }
         lines.push_back(text);
     }
-    const std::string frames = std::to_string(input.key_frames) + (input.key_frames == 1 ? " key frame" : " key frames");
+    const std::string frames =
+        std::to_string(input.key_frames) + (input.key_frames == 1 ? " key frame" : " key frames");
     if (input.index == Input::kMade) lines.push_back("index: made, " + frames);
     if (input.index == Input::kFromCache) lines.push_back("index: from cache, " + frames);
     return lines;
@@ -253,22 +258,36 @@ std::string Json(const std::wstring& text) {
 std::string Json(const Value& value) {
     char text[40];
     switch (value.kind()) {
-        case VT_EMPTY: case VT_NULL: case VT_DISPATCH: case VT_UNKNOWN: return "null";
-        case VT_BOOL: return value.get().boolVal ? "true" : "false";
-        case VT_I1: case VT_I2: case VT_I4: case VT_I8: case VT_INT:
-        case VT_UI1: case VT_UI2: case VT_UI4: case VT_UINT: {
+        case VT_EMPTY:
+        case VT_NULL:
+        case VT_DISPATCH:
+        case VT_UNKNOWN:
+            return "null";
+        case VT_BOOL:
+            return value.get().boolVal ? "true" : "false";
+        case VT_I1:
+        case VT_I2:
+        case VT_I4:
+        case VT_I8:
+        case VT_INT:
+        case VT_UI1:
+        case VT_UI2:
+        case VT_UI4:
+        case VT_UINT: {
             Value number;
             if (FAILED(value.ChangeTo(VT_I8, &number))) break;
             return std::to_string(number.get().llVal);
         }
-        case VT_R4: case VT_R8: {
+        case VT_R4:
+        case VT_R8: {
             Value number;
             if (FAILED(value.ChangeTo(VT_R8, &number))) break;
             const double real = number.get().dblVal;
             if (real != real || real - real != 0) return "null";  // JSON has no such numbers
             return std::string(text, std::to_chars(text, text + sizeof text, real).ptr);
         }
-        default: break;
+        default:
+            break;
     }
     return Json(value.AsText());
 }

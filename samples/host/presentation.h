@@ -10,9 +10,9 @@
 namespace host {
 
 struct TreeStyle {
-    bool all = false;      // hidden nodes too
+    bool all = false;  // hidden nodes too
     bool colours = false;
-    size_t width = 120;    // columns; longer lists of choices are cut
+    size_t width = 120;  // columns; longer lists of choices are cut
 };
 
 /// Several trees as one table: title, name, value, choices.

@@ -51,7 +51,8 @@ public:
         std::vector<std::wstring> names;
         wchar_t name[256];
         DWORD length = 256;
-        for (DWORD i = 0; RegEnumKeyExW(key_, i, name, &length, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
+        for (DWORD i = 0;
+             RegEnumKeyExW(key_, i, name, &length, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
              ++i, length = 256)
             names.emplace_back(name, length);
         return names;
@@ -60,7 +61,9 @@ public:
     std::optional<std::wstring> Value(const wchar_t* name) const {
         wchar_t text[1024] = {};
         DWORD type = 0, size = sizeof text - sizeof *text;
-        if (RegQueryValueExW(key_, name, nullptr, &type, reinterpret_cast<BYTE*>(text), &size) != ERROR_SUCCESS) return {};
+        if (RegQueryValueExW(key_, name, nullptr, &type, reinterpret_cast<BYTE*>(text), &size) !=
+            ERROR_SUCCESS)
+            return {};
         if (type == REG_SZ || type == REG_EXPAND_SZ) return std::wstring(text);
         DWORD number = 0;
         if (type != REG_DWORD) return L"(" + std::to_wstring(size) + L" bytes)";
@@ -72,7 +75,8 @@ public:
         std::vector<std::wstring> names;
         wchar_t name[256];
         DWORD length = 256;
-        for (DWORD i = 0; RegEnumValueW(key_, i, name, &length, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
+        for (DWORD i = 0;
+             RegEnumValueW(key_, i, name, &length, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
              ++i, length = 256)
             if (length > 0) names.emplace_back(name, length);
         return names;
@@ -125,7 +129,9 @@ size_t PrintOurs(const char* heading, HKEY root, const std::wstring& path, IsOur
 
 }  // namespace
 
-int Register(const std::vector<std::wstring>& modules) { return CallEach(modules, "DllRegisterServer", "registered  "); }
+int Register(const std::vector<std::wstring>& modules) {
+    return CallEach(modules, "DllRegisterServer", "registered  ");
+}
 
 int Unregister(const std::vector<std::wstring>& modules) {
     return CallEach(modules, "DllUnregisterServer", "unregistered");
@@ -135,24 +141,29 @@ int ShowRegistry() {
     const Key classes(HKEY_CLASSES_ROOT, L"");
     if (!classes) throw Problem("the registry can't be read: " + Reason(HRESULT_FROM_WIN32(classes.Error())));
 
-    // A class is ours when its module bears our name; a component of another maker is ours by its category alone.
+    // A class is ours when its module bears our name; a component of another maker is ours by its category
+    // alone.
     const std::wstring announced = GuidText(bv::category::Root);
     size_t count = PrintOurs("HKEY_CLASSES_ROOT", HKEY_CLASSES_ROOT, L"",
                              [](HKEY, const std::wstring& name) { return name.starts_with(L"BVSchema."); });
-    count += PrintOurs("HKEY_CLASSES_ROOT\\CLSID", HKEY_CLASSES_ROOT, L"CLSID", [&](HKEY parent, const std::wstring& name) {
-        if (SameName(name, announced)) return true;
-        const std::wstring module = fs::path(DefaultOf(parent, name + L"\\InprocServer32")).stem().wstring();
-        return SameName(module, L"BVSchema") || SameName(module, L"BVSamples");
-    });
+    count += PrintOurs("HKEY_CLASSES_ROOT\\CLSID", HKEY_CLASSES_ROOT, L"CLSID",
+                       [&](HKEY parent, const std::wstring& name) {
+                           if (SameName(name, announced)) return true;
+                           const std::wstring module =
+                               fs::path(DefaultOf(parent, name + L"\\InprocServer32")).stem().wstring();
+                           return SameName(module, L"BVSchema") || SameName(module, L"BVSamples");
+                       });
     const std::wstring library = GuidText(bv::kTypeLibrary);
     count += PrintOurs("HKEY_CLASSES_ROOT\\TypeLib", HKEY_CLASSES_ROOT, L"TypeLib",
                        [&](HKEY, const std::wstring& name) { return SameName(name, library); });
-    count += PrintOurs("HKEY_CLASSES_ROOT\\Interface", HKEY_CLASSES_ROOT, L"Interface", [&](HKEY parent, const std::wstring& name) {
-        return SameName(DefaultOf(parent, name + L"\\TypeLib"), library);
-    });
-    count += PrintOurs("HKEY_CURRENT_USER\\Software", HKEY_CURRENT_USER, L"Software", [](HKEY, const std::wstring& name) {
-        return SameName(name, L"Brenvaltide") || SameName(name, L"Brenvaltide Software");
-    });
+    count += PrintOurs("HKEY_CLASSES_ROOT\\Interface", HKEY_CLASSES_ROOT, L"Interface",
+                       [&](HKEY parent, const std::wstring& name) {
+                           return SameName(DefaultOf(parent, name + L"\\TypeLib"), library);
+                       });
+    count += PrintOurs("HKEY_CURRENT_USER\\Software", HKEY_CURRENT_USER, L"Software",
+                       [](HKEY, const std::wstring& name) {
+                           return SameName(name, L"Brenvaltide") || SameName(name, L"Brenvaltide Software");
+                       });
     if (count == 0) Print("Nothing is registered; \"bvhost register\" registers the modules.\n");
     return 0;
 }

@@ -9,16 +9,26 @@ namespace fs = std::filesystem;
 
 const char* Meaning(HRESULT status) {
     switch (status) {
-        case E_OUTOFMEMORY: return "out of memory";
-        case E_NOTIMPL: return "not available";
-        case E_NOINTERFACE: return "the object has no such interface";
-        case E_INVALIDARG: return "not there";
-        case E_FAIL: return "it failed";
-        case REGDB_E_CLASSNOTREG: return "the class isn't registered";
-        case CLASS_E_CLASSNOTAVAILABLE: return "the module doesn't have this class";
-        case DISP_E_TYPEMISMATCH: return "a value of another kind is needed";
-        case DISP_E_OVERFLOW: return "the number is too large";
-        default: break;
+        case E_OUTOFMEMORY:
+            return "out of memory";
+        case E_NOTIMPL:
+            return "not available";
+        case E_NOINTERFACE:
+            return "the object has no such interface";
+        case E_INVALIDARG:
+            return "not there";
+        case E_FAIL:
+            return "it failed";
+        case REGDB_E_CLASSNOTREG:
+            return "the class isn't registered";
+        case CLASS_E_CLASSNOTAVAILABLE:
+            return "the module doesn't have this class";
+        case DISP_E_TYPEMISMATCH:
+            return "a value of another kind is needed";
+        case DISP_E_OVERFLOW:
+            return "the number is too large";
+        default:
+            break;
     }
     if (status == HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)) return "the file isn't there";
     if (status == HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND)) return "the module can't be loaded";
@@ -59,7 +69,8 @@ fs::path ModuleFolderOf(REFCLSID cls) {
     if (RegOpenKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return {};
     wchar_t module[1024] = {};
     DWORD size = sizeof module - sizeof *module;
-    const LONG error = RegQueryValueExW(key, nullptr, nullptr, nullptr, reinterpret_cast<BYTE*>(module), &size);
+    const LONG error =
+        RegQueryValueExW(key, nullptr, nullptr, nullptr, reinterpret_cast<BYTE*>(module), &size);
     RegCloseKey(key);
     return error == ERROR_SUCCESS ? fs::path(module).parent_path() : fs::path();
 }
@@ -73,7 +84,8 @@ std::vector<fs::path> DefaultModules() {
     for (const char* lib : {"lib", "lib64"}) {
         folders.push_back(bin.parent_path() / lib / "bvschema");
         for (const auto& entry : fs::directory_iterator(bin.parent_path() / lib, error))
-            if (entry.is_directory(error)) folders.push_back(entry.path() / "bvschema");  // lib/<architecture>/
+            if (entry.is_directory(error))
+                folders.push_back(entry.path() / "bvschema");  // lib/<architecture>/
     }
     for (const fs::path& folder : folders) {
         std::vector<fs::path> modules;

@@ -1,4 +1,5 @@
-// The component server as a host meets it: creating objects, reading why something failed, registering modules.
+// The component server as a host meets it: creating objects, reading why something failed, registering
+// modules.
 #pragma once
 
 #include <filesystem>
@@ -10,7 +11,8 @@
 
 namespace host {
 
-/// What a failed call has to say: the text of the thread's error object, else of the status. Takes the error object.
+/// What a failed call has to say: the text of the thread's error object, else of the status. Takes the error
+/// object.
 std::string Reason(HRESULT status);
 /// Drops what an earlier call left in the thread's error object.
 void ForgetErrors();

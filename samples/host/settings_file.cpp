@@ -49,8 +49,7 @@ private:
 
     std::string ReadName(const char* what) {
         size_t length = 0;
-        while (length < rest_.size() && IsNameByte(rest_[length]))
-            ++length;
+        while (length < rest_.size() && IsNameByte(rest_[length])) ++length;
         if (length == 0) Fail(std::string("here should stand the name of ") + what);
         const std::string name(rest_.substr(0, length));
         Skip(length);
@@ -77,7 +76,8 @@ private:
             std::string_view text;
             char character;
         };
-        constexpr Entity kEntities[] = {{"&amp;", '&'}, {"&lt;", '<'}, {"&gt;", '>'}, {"&apos;", '\''}, {"&quot;", '"'}};
+        constexpr Entity kEntities[] = {
+            {"&amp;", '&'}, {"&lt;", '<'}, {"&gt;", '>'}, {"&apos;", '\''}, {"&quot;", '"'}};
         for (const Entity& entity : kEntities) {
             if (!raw.substr(*at).starts_with(entity.text)) continue;
             *at += entity.text.size() - 1;
@@ -156,14 +156,29 @@ std::string ReadWhole(const std::filesystem::path& file) {
 
 std::optional<Value> Restored(const Element::Stored& stored) {
     switch (stored.kind) {
-        case VT_I1: case VT_I2: case VT_I4: case VT_I8: case VT_INT:
-        case VT_UI1: case VT_UI2: case VT_UI4: case VT_UI8: case VT_UINT:
-        case VT_R4: case VT_R8: case VT_BOOL: case VT_BSTR: case VT_CY: case VT_DATE: case VT_DECIMAL: {
+        case VT_I1:
+        case VT_I2:
+        case VT_I4:
+        case VT_I8:
+        case VT_INT:
+        case VT_UI1:
+        case VT_UI2:
+        case VT_UI4:
+        case VT_UI8:
+        case VT_UINT:
+        case VT_R4:
+        case VT_R8:
+        case VT_BOOL:
+        case VT_BSTR:
+        case VT_CY:
+        case VT_DATE:
+        case VT_DECIMAL: {
             Value value;
             if (FAILED(Value::Of(stored.text).ChangeTo(stored.kind, &value))) return {};
             return value;
         }
-        default: return {};  // objects, references, kinds that have no text
+        default:
+            return {};  // objects, references, kinds that have no text
     }
 }
 

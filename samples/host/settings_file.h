@@ -27,12 +27,14 @@ struct Element {
 /// The kind of an object value, whose text is a class id or a label.
 inline constexpr VARTYPE kObjectKind = 72;
 
-/// Reads settings in the system's code page. Throws Problem, with the line, for anything else than such elements.
+/// Reads settings in the system's code page. Throws Problem, with the line, for anything else than such
+/// elements.
 Element ParseSettings(std::string_view bytes);
 /// The same for a file. At most 16 MB.
 std::string ReadWhole(const std::filesystem::path& file);
 
-/// The value that was stored; no value when the text doesn't fit its kind or the kind can't be restored from text.
+/// The value that was stored; no value when the text doesn't fit its kind or the kind can't be restored from
+/// text.
 std::optional<Value> Restored(const Element::Stored& stored);
 
 }  // namespace host

@@ -73,7 +73,8 @@ std::vector<std::string> Wrapped(std::string_view utf8, size_t columns) {
             const std::string word = OneLine(paragraph.substr(0, blank));
             paragraph = blank == paragraph.npos ? std::string_view() : paragraph.substr(blank + 1);
             if (word.empty()) continue;
-            if (!line.empty() && Columns(line) + 1 + Columns(word) > columns) lines.push_back(std::exchange(line, {}));
+            if (!line.empty() && Columns(line) + 1 + Columns(word) > columns)
+                lines.push_back(std::exchange(line, {}));
             if (!line.empty()) line += ' ';
             line += word;
         }
@@ -103,7 +104,8 @@ size_t EditDistance(std::wstring_view a, std::wstring_view b) {
 }  // namespace
 
 bool SameName(std::wstring_view a, std::wstring_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](wchar_t x, wchar_t y) { return Lower(x) == Lower(y); });
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](wchar_t x, wchar_t y) { return Lower(x) == Lower(y); });
 }
 
 std::string Suggestion(std::wstring_view typed, const std::vector<std::wstring>& candidates) {

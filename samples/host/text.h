@@ -1,4 +1,5 @@
-// Texts: the tree's are wide, the terminal's are UTF-8, arguments and settings files are in the system's code page.
+// Texts: the tree's are wide, the terminal's are UTF-8, arguments and settings files are in the system's code
+// page.
 #pragma once
 
 #include <stdexcept>

@@ -9,26 +9,26 @@ trap 'rm -rf "$work"' EXIT
 
 # The input is described, since the Windows build reads no media files.
 session() {
-    local clip=$1 command
+    local clip=$1
     shift
-    local given=(--input "$clip" --duration 3 --frame-time 0.04)
-    command() {
+    local host=("$@")
+    local given=(--duration 3 --frame-time 0.04)
+    bvhost() {
         echo "$ bvhost ${1:-}"
         "${host[@]}" "$@" 2>&1 || echo "exit code $?"
     }
-    local host=("$@")
-    command register
-    command job "${given[@]}" --set Mode=Multiply --set OutputFileFormat=MP4 --set "SplitLength=250 frm" \
+    bvhost register
+    bvhost job --input "$clip" "${given[@]}" --set Mode=Multiply --set OutputFileFormat=MP4 --set "SplitLength=250 frm" \
         --set IsSplit=on --set "FileNamePattern=Tom's & Co <1>" --output job.xml
-    command job --set SplitLength=-5
-    command job --set Mod=1
-    command tree "${given[@]}" --all
-    command tree --from job.xml --json
-    command show Mode
-    command show SplitLength
-    command unregister
-    command registry
-    command tree
+    bvhost job --set SplitLength=-5
+    bvhost job --set Mod=1
+    bvhost tree --input "$clip" "${given[@]}" --all
+    bvhost tree --from job.xml "${given[@]}" --json
+    bvhost show Mode
+    bvhost show SplitLength
+    bvhost unregister
+    bvhost registry
+    bvhost tree
     cat job.xml
 }
 # Drive, separators and the suffix of modules.

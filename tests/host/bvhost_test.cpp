@@ -18,7 +18,9 @@ std::string ReadAll(const fs::path& file) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-void WriteAll(const fs::path& file, const std::string& text) { std::ofstream(file, std::ios::binary) << text; }
+void WriteAll(const fs::path& file, const std::string& text) {
+    std::ofstream(file, std::ios::binary) << text;
+}
 
 struct Outcome {
     int exit_code;
@@ -33,7 +35,8 @@ protected:
     /// arguments: as for the shell, quoted by double quotes.
     static Outcome Run(const std::string& arguments) {
         const fs::path output = TempFolder() / "output.txt";
-        std::string command = '"' + (BinFolder() / "bvhost").string() + "\" " + arguments + " >\"" + output.string() + "\" 2>&1";
+        std::string command = '"' + (BinFolder() / "bvhost").string() + "\" " + arguments + " >\"" +
+                              output.string() + "\" 2>&1";
         // The Windows shell takes one pair of quotes off the whole line.
         constexpr bool kWindows = fs::path::preferred_separator == '\\';
         const int status = std::system((kWindows ? '"' + command + '"' : command).c_str());
@@ -42,15 +45,21 @@ protected:
         return {kWindows ? status : status >> 8, text};
     }
     static std::string File(const char* name) { return '"' + (TempFolder() / name).string() + '"'; }
-    static std::string Clip() { return '"' + (DataFolder().parent_path() / "samples/media/clip.mp4").make_preferred().string() + '"'; }
+    static std::string Clip() {
+        return '"' + (DataFolder().parent_path() / "samples/media/clip.mp4").make_preferred().string() + '"';
+    }
 };
 
 TEST_F(BvhostTest, WritesReadsAndWritesTheSameBytes) {
-    const Outcome made = Run("job --input " + Clip() + " --duration 3 --set Mode=multiply --set OutputFileFormat=MP4 "
-                             "--set \"SplitLength=250 frm\" --set IsSplit=on --set \"OutputMediaName=Tom's & Co <1>.mp4\" "
-                             "--set Common/Output/Overwrite=off --output " + File("first.xml"));
+    const Outcome made =
+        Run("job --input " + Clip() +
+            " --duration 3 --set Mode=multiply --set OutputFileFormat=MP4 "
+            "--set \"SplitLength=250 frm\" --set IsSplit=on --set \"OutputMediaName=Tom's & Co <1>.mp4\" "
+            "--set Common/Output/Overwrite=off --output " +
+            File("first.xml"));
     ASSERT_EQ(made.exit_code, 0) << made.text;
-    EXPECT_THAT(made.text, HasSubstr("shows     DestinationPath, FileNamePattern, IsSplit, SplitLength, Exactly\n"));
+    EXPECT_THAT(made.text,
+                HasSubstr("shows     DestinationPath, FileNamePattern, IsSplit, SplitLength, Exactly\n"));
     EXPECT_THAT(made.text, HasSubstr("hides     OutputMediaName\n"));
     EXPECT_THAT(made.text, HasSubstr("enables   SplitLength, Exactly\n"));
     const std::string first = ReadAll(TempFolder() / "first.xml");
@@ -59,7 +68,8 @@ TEST_F(BvhostTest, WritesReadsAndWritesTheSameBytes) {
     EXPECT_THAT(first, HasSubstr("value='Tom&apos;s &amp; Co &lt;1&gt;.mp4'"));
     EXPECT_THAT(first, HasSubstr("<MP4>\n"));
 
-    const Outcome again = Run("job --from " + File("first.xml") + " --duration 3 --output " + File("second.xml"));
+    const Outcome again =
+        Run("job --from " + File("first.xml") + " --duration 3 --output " + File("second.xml"));
     EXPECT_EQ(again.exit_code, 0);
     EXPECT_THAT(again.text, Not(HasSubstr("warning")));
     EXPECT_EQ(ReadAll(TempFolder() / "second.xml"), first);
@@ -79,7 +89,8 @@ TEST_F(BvhostTest, SaysWhatIsWrongInOneLine) {
         const char* text;
     };
     const Case cases[] = {
-        {"job --set SplitLength=-5 --output " + File("none.xml"), 1, "bvhost: SplitLength=-5: This value cannot be negative.\n"},
+        {"job --set SplitLength=-5 --output " + File("none.xml"), 1,
+         "bvhost: SplitLength=-5: This value cannot be negative.\n"},
         {"job --set Mod=Single", 1, "bvhost: there is no setting \"Mod\", did you mean \"Mode\"?\n"},
         {"job --set Mode=Singel", 1, "the choices are \"Single\", \"Multiply\", did you mean \"Single\"?\n"},
         {"job --set OutputFileFormat=AVJ", 1, "did you mean \"AVI\"?\n"},
@@ -90,7 +101,8 @@ TEST_F(BvhostTest, SaysWhatIsWrongInOneLine) {
         {"job --input " + File("gone.mp4"), 1, "bvhost: there is no file "},
         {"job --from " + File("gone.xml"), 1, ": there is no such file\n"},
         {"job --from " + File("cut.xml"), 1, ": line 3: the file ends inside of Common\n"},
-        {"job --from " + File("twice.xml"), 1, ": line 2: the attribute value is unknown or stands here twice\n"},
+        {"job --from " + File("twice.xml"), 1,
+         ": line 2: the attribute value is unknown or stands here twice\n"},
         {"job --from " + File("entity.xml"), 1, ": line 2: an unknown "},
         {"job --from " + File("deep.xml"), 1, "elements lie more than 64 deep\n"},
         {"job --from " + File("other.xml"), 1, "these are settings of \"Timeline\", not of a job\n"},
@@ -110,16 +122,19 @@ TEST_F(BvhostTest, RestoresTheRestOfADamagedJob) {
     WriteAll(TempFolder() / "odd.xml",
              "<Main>\n<FILES>\n<PathToMediaFile value='/no/such/file.avi' type='8'>\n"
              "<IDX value='../../etc/x' type='8'>\n</IDX>\n</PathToMediaFile>\n</FILES>\n"
-             "<OutputFileFormat value='{00000000-0000-0000-0000-000000000001}' type='72'>\n<Gone>\n</Gone>\n</OutputFileFormat>\n"
-             "<Common>\n<Output>\n<Mode value='2' type='3'>\n</Mode>\n<SplitLength value='many' type='3'>\n</SplitLength>\n"
+             "<OutputFileFormat value='{00000000-0000-0000-0000-000000000001}' "
+             "type='72'>\n<Gone>\n</Gone>\n</OutputFileFormat>\n"
+             "<Common>\n<Output>\n<Mode value='2' type='3'>\n</Mode>\n<SplitLength value='many' "
+             "type='3'>\n</SplitLength>\n"
              "<Exactly value='1' type='9'>\n</Exactly>\n</Output>\n</Common>\n</Main>\n");
     const Outcome outcome = Run("job --from " + File("odd.xml") + " --output " + File("mended.xml"));
     EXPECT_EQ(outcome.exit_code, 0);
-    for (const char* warning : {"file.avi: there is no such file\n",
-                                "line 8: OutputFileFormat: the object \"{00000000-0000-0000-0000-000000000001}\" isn't restored\n",
-                                "line 9: there is no setting \"Gone\" here; it is skipped with all inside\n",
-                                "line 16: SplitLength: the value doesn't fit its type 3\n",
-                                "line 18: Exactly: the value doesn't fit its type 9\n"})
+    for (const char* warning :
+         {"file.avi: there is no such file\n",
+          "line 8: OutputFileFormat: the object \"{00000000-0000-0000-0000-000000000001}\" isn't restored\n",
+          "line 9: there is no setting \"Gone\" here; it is skipped with all inside\n",
+          "line 16: SplitLength: the value doesn't fit its type 3\n",
+          "line 18: Exactly: the value doesn't fit its type 9\n"})
         EXPECT_THAT(outcome.text, HasSubstr(warning));
     const std::string mended = ReadAll(TempFolder() / "mended.xml");
     EXPECT_THAT(mended, HasSubstr("<Mode value='2' type='3'>\n"));
@@ -143,7 +158,8 @@ TEST_F(BvhostTest, TellsOfLongPathsThatTheFileCantHold) {
     const std::string path = std::string(600, 'p') + ".avi";
     const Outcome outcome = Run("job --set OutputMediaName=" + path + " --output " + File("long.xml"));
     EXPECT_EQ(outcome.exit_code, 0);
-    EXPECT_THAT(outcome.text, HasSubstr("warning: OutputMediaName: the text is too long for a settings file"));
+    EXPECT_THAT(outcome.text,
+                HasSubstr("warning: OutputMediaName: the text is too long for a settings file"));
     EXPECT_THAT(ReadAll(TempFolder() / "long.xml"), HasSubstr("<OutputMediaName value='' type='8'>"));
 }
 
@@ -161,7 +177,8 @@ TEST_F(BvhostTest, SaysHowToRegisterWhatIsNotRegistered) {
 TEST_F(BvhostTest, KeepsTheIndexOfARealFile) {
     const Outcome made = Run("job --input " + Clip() + " --output " + File("indexed.xml"));
     ASSERT_EQ(made.exit_code, 0) << made.text;
-    if (made.text.find("reads no media files") != made.text.npos) GTEST_SKIP() << "this bvhost has no media library";
+    if (made.text.find("reads no media files") != made.text.npos)
+        GTEST_SKIP() << "this bvhost has no media library";
     EXPECT_THAT(made.text, HasSubstr("index: made, 1 key frame\n"));
     EXPECT_THAT(made.text, HasSubstr("3.00 s, 25 frames a second, video, audio\n"));
 

@@ -10,7 +10,9 @@ protected:
     static void SetUpTestSuite() { ASSERT_EQ(CallModule(kSamplesFile, "DllRegisterServer"), S_OK); }
     static void TearDownTestSuite() { EXPECT_EQ(CallModule(kSamplesFile, "DllUnregisterServer"), S_OK); }
     Node Formats() const { return (*this)[L"OutputFileFormat"]; }
-    Node Format(size_t index) const { return Node(Ref<IUnknown>(Formats().Choices().at(index).second.object()).As<IProperty>()); }
+    Node Format(size_t index) const {
+        return Node(Ref<IUnknown>(Formats().Choices().at(index).second.object()).As<IProperty>());
+    }
 };
 
 TEST_F(SamplesTest, FormatsAreSelectedBackAndForth) {
@@ -47,7 +49,8 @@ TEST_F(SamplesTest, AFormatIsOneObjectWithItsNode) {
     // A format lives without a job, and can't be part of another object.
     FakeMedia outer;
     void* none = &outer;
-    EXPECT_EQ(CoCreateInstance(cls, outer.dispatch(), CLSCTX_INPROC_SERVER, kIid<IUnknown>, &none), CLASS_E_NOAGGREGATION);
+    EXPECT_EQ(CoCreateInstance(cls, outer.dispatch(), CLSCTX_INPROC_SERVER, kIid<IUnknown>, &none),
+              CLASS_E_NOAGGREGATION);
     EXPECT_EQ(none, nullptr);
 }
 
@@ -69,8 +72,10 @@ TEST_F(SamplesTest, AFilterBringsTheServersSettings) {
     for (const auto& [cls, settings] : filters) {
         Ref<IProperty> own;
         Ref<IBaseFilter> filter;
-        const HRESULT available = CoCreateInstance(settings, nullptr, CLSCTX_INPROC_SERVER, kIid<IProperty>, own.PutVoid());
-        EXPECT_EQ(CoCreateInstance(cls, nullptr, CLSCTX_INPROC_SERVER, kIid<IBaseFilter>, filter.PutVoid()), available);
+        const HRESULT available =
+            CoCreateInstance(settings, nullptr, CLSCTX_INPROC_SERVER, kIid<IProperty>, own.PutVoid());
+        EXPECT_EQ(CoCreateInstance(cls, nullptr, CLSCTX_INPROC_SERVER, kIid<IBaseFilter>, filter.PutVoid()),
+                  available);
         if (FAILED(available)) continue;  // no settings, no filter
         EXPECT_EQ(Node(filter.As<IProperty>()).Value(), Node(own).Value());
         CLSID said = {};
