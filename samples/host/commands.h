@@ -40,4 +40,11 @@ int Unregister(const std::vector<std::wstring>& modules);
 /// What the modules wrote to the registry.
 int ShowRegistry();
 
+/// The registered type library, as text that is the same on every platform.
+int ShowTypes();
+
+/// Calls an operation of a node by name, and prints what it gives. operation: "NAME.Operation". arguments: whole numbers,
+/// texts, "null", "@NAME" for a node.
+int CallOperation(const JobSource& source, const std::wstring& operation, const std::vector<std::wstring>& arguments);
+
 }  // namespace host

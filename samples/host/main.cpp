@@ -113,6 +113,16 @@ int Run(int argc, char** argv) {
         ->type_name("FILE");
     job_input.AddTo(job);
 
+    std::string operation;
+    std::vector<std::string> call_arguments;
+    DescribedInput call_input;
+    CLI::App* types = app.add_subcommand("types", "Shows the type library: what scripts see of the server");
+    CLI::App* call = app.add_subcommand("call", "Calls an operation of a setting by its name, as a script does");
+    call->add_option("NAME.OPERATION", operation, "Such as Mode.Title")->required();
+    call->add_option("ARG", call_arguments, "A whole number, a text, null, or @NAME for a setting");
+    add_source(call);
+    call_input.AddTo(call);
+
     CLI::App* registering = app.add_subcommand("register", "Registers component modules");
     registering->add_option("MODULE", modules,
                             "Module files; by default BVSchema and BVSamples of this installation");
@@ -129,8 +139,13 @@ int Run(int argc, char** argv) {
     if (registering->parsed()) return Register(Wide(modules));
     if (unregistering->parsed()) return Unregister(Wide(modules));
     if (registry->parsed()) return ShowRegistry();
+    if (types->parsed()) return ShowTypes();
     JobSource source = {.from = host::Wide(from), .inputs = Wide(inputs), .given = {}};
-    source.given = job->parsed() ? job_input.Get() : tree->parsed() ? tree_input.Get() : show_input.Get();
+    source.given = job->parsed()    ? job_input.Get()
+                   : tree->parsed() ? tree_input.Get()
+                   : call->parsed() ? call_input.Get()
+                                    : show_input.Get();
+    if (call->parsed()) return CallOperation(source, host::Wide(operation), Wide(call_arguments));
     if (job->parsed()) return EditJob({source, Wide(settings), host::Wide(output)});
     if (show->parsed()) return ShowNode(source, host::Wide(name));
     tree_arguments.source = source;
