@@ -573,9 +573,7 @@ namespace bv {
 
 namespace clsid {
 #define BV_CLASS(Name, text) inline constexpr CLSID Name = ::bv::GuidOf(text);
-#define BV_CLASS_ID(Name, text) BV_CLASS(Name, text)
 #include <bvschema/classes.def>
-#undef BV_CLASS_ID
 #undef BV_CLASS
 // Named by the type library, with no class behind them: creating one gives CLASS_E_CLASSNOTAVAILABLE.
 inline constexpr CLSID PropertyMpegVideoFormat = GuidOf("3F165F46-A139-4851-B608-DDA925D3D4AA");

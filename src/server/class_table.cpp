@@ -10,10 +10,8 @@
 namespace bv {
 
 #define BV_CLASS(Name, text) HRESULT Create##Name(IUnknown* outer, REFIID iid, void** out);
-#define BV_CLASS_ID(Name, text)
 #include <bvschema/classes.def>
 #undef BV_CLASS
-#undef BV_CLASS_ID
 
 namespace {
 
@@ -21,18 +19,14 @@ namespace {
 enum ScriptNumber : int {
     kBeforeFirst = 100,
 #define BV_CLASS(Name, text) kScript##Name,
-#define BV_CLASS_ID(Name, text) BV_CLASS(Name, text)
 #include <bvschema/classes.def>
 #undef BV_CLASS
-#undef BV_CLASS_ID
 };
 
 constexpr ClassEntry kClasses[] = {
 #define BV_CLASS(Name, text) {clsid::Name, Create##Name, kScript##Name},
-#define BV_CLASS_ID(Name, text)
 #include <bvschema/classes.def>
 #undef BV_CLASS
-#undef BV_CLASS_ID
 };
 constexpr size_t kCount = std::size(kClasses);
 

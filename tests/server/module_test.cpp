@@ -116,10 +116,8 @@ struct RegisteredClass {
 std::vector<RegisteredClass> RegisteredClasses() {
     std::vector<RegisteredClass> classes;
 #define BV_CLASS(Name, text) classes.push_back({L## #Name, L"{" L##text L"}", L"", L""});
-#define BV_CLASS_ID(Name, text)
 #include <bvschema/classes.def>
 #undef BV_CLASS
-#undef BV_CLASS_ID
     for (RegisteredClass& c : classes) {
         std::wstring shown = c.name;
         if (c.name == L"PropertyTimeline" || c.name == L"PropertyTimelinePointType")

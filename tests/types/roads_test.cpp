@@ -206,10 +206,8 @@ TEST_F(RoadsTest, LibraryHoldsNothingElse) {
     };
     const Class expected[] = {
 #define BV_CLASS(Name, text) {L## #Name, clsid::Name},
-#define BV_CLASS_ID(Name, text) BV_CLASS(Name, text)
 #include <bvschema/classes.def>
 #undef BV_CLASS
-#undef BV_CLASS_ID
         {L"PropertyMpegVideoFormat", clsid::PropertyMpegVideoFormat},
         {L"MediaInfo", clsid::MediaInfo},
     };
