@@ -1,4 +1,6 @@
 // Texts of the string table, the text conversions, the error object.
+#include <cstring>
+
 #include "server/messages.h"
 
 #include "support/doubles.h"

@@ -1,4 +1,6 @@
 // The language of registry scripts, in a scratch key of the user.
+#include <cstring>
+
 #include "server/script.h"
 
 #include "platform/probe.h"

@@ -1,4 +1,6 @@
 // Watermark texts with variables in them.
+#include <cstring>
+
 #include "support/node.h"
 
 namespace bv::test {

@@ -1,0 +1,126 @@
+// A host of the module that lies beside the program, registered in a registry of its own.
+#pragma once
+
+#include <bvschema/bvschema.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+namespace bv::bench {
+
+inline void Need(bool ok, const char* what) {
+    if (ok) return;
+    std::fprintf(stderr, "failed: %s\n", what);
+    std::exit(1);
+}
+
+template <class T>
+class Ref {
+public:
+    Ref() = default;
+    Ref(const Ref&) = delete;
+    Ref& operator=(const Ref&) = delete;
+    ~Ref() { Reset(); }
+    void Reset() {
+        if (pointer_) pointer_->Release();
+        pointer_ = nullptr;
+    }
+    T** Put() {
+        Reset();
+        return &pointer_;
+    }
+    void** PutVoid() { return reinterpret_cast<void**>(Put()); }
+    T* get() const { return pointer_; }
+    T* operator->() const { return pointer_; }
+    T* Detach() {
+        T* pointer = pointer_;
+        pointer_ = nullptr;
+        return pointer;
+    }
+
+private:
+    T* pointer_ = nullptr;
+};
+
+template <class I>
+void Create(REFCLSID cls, Ref<I>& out) {
+    Need(CoCreateInstance(cls, nullptr, CLSCTX_INPROC_SERVER, kIid<I>, out.PutVoid()) == S_OK, "a creation");
+}
+template <class I>
+void Ask(IUnknown* object, Ref<I>& out) {
+    Need(object->QueryInterface(kIid<I>, out.PutVoid()) == S_OK, "an interface");
+}
+
+/// A BSTR made once.
+class Text {
+public:
+    explicit Text(const char* ascii) {
+        const std::string narrow = ascii;
+        text_ = SysAllocString(std::wstring(narrow.begin(), narrow.end()).c_str());
+    }
+    Text(const Text&) = delete;
+    Text& operator=(const Text&) = delete;
+    ~Text() { SysFreeString(text_); }
+    operator BSTR() const { return text_; }  // NOLINT
+
+private:
+    BSTR text_;
+};
+
+inline VARIANT Number(LONG number) {
+    VARIANT value;
+    VariantInit(&value);
+    value.vt = VT_I4;
+    value.lVal = number;
+    return value;
+}
+
+/// Takes the settings XML; keeps its room from one use to the next.
+class Stream final : public ISequentialStream {
+public:
+    std::string text;
+    STDMETHODIMP QueryInterface(REFIID, void** out) override {
+        *out = nullptr;
+        return E_NOINTERFACE;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return 2; }
+    STDMETHODIMP_(ULONG) Release() override { return 1; }
+    STDMETHODIMP Read(void*, ULONG, ULONG*) override { return E_NOTIMPL; }
+    STDMETHODIMP Write(const void* bytes, ULONG count, ULONG* written) override {
+        text.append(static_cast<const char*>(bytes), count);
+        if (written) *written = count;
+        return S_OK;
+    }
+};
+
+/// To be made at the begin of main.
+class Server {
+public:
+    Server() {
+        namespace fs = std::filesystem;
+        std::string folder = (fs::temp_directory_path() / "bvbench.XXXXXX").string();
+        Need(mkdtemp(folder.data()) != nullptr, "a folder for the registry");
+        folder_ = folder;
+        setenv("BV_REGISTRY", (folder_ / "registry.db").c_str(), 1);
+        Need(CoInitialize(nullptr) >= 0, "CoInitialize");
+        const fs::path module = fs::read_symlink("/proc/self/exe").parent_path() / "BVSchema.so";
+        HMODULE const loaded = LoadLibraryA(module.c_str());
+        Need(loaded != nullptr, "the module lies beside this program");
+        const auto call = reinterpret_cast<HRESULT (*)()>(reinterpret_cast<void*>(GetProcAddress(loaded, "DllRegisterServer")));
+        Need(call && call() == S_OK, "registration");
+        FreeLibrary(loaded);
+    }
+    ~Server() {
+        CoUninitialize();
+        std::error_code ignored;
+        std::filesystem::remove_all(folder_, ignored);
+    }
+    Server(const Server&) = delete;
+
+private:
+    std::filesystem::path folder_;
+};
+
+}  // namespace bv::bench
