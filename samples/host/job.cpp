@@ -197,7 +197,8 @@ void Job::TakeIndex(Input* input) {
             return;
         }
     }
-    if (!input->problem.empty() || input->info.still) return;
+    // An input that is described on the command line isn't read.
+    if (!input->problem.empty() || input->info.still || media_.Described()) return;
     try {
         const auto index = ReadIndex(input->path);
         if (!index) return;

@@ -60,6 +60,9 @@ public:
     STDMETHODIMP get_StreamFlagB(int* pVal) override;
     STDMETHODIMP get_IsStill(int* pVal) override;
 
+    /// The inputs are described by the caller, and not read.
+    bool Described() const { return given_.has_value(); }
+
 private:
     ULONG references_ = 1;
     std::optional<MediaInfo> given_;
