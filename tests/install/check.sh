@@ -39,5 +39,5 @@ g++ -std=c++20 "$here/host/host.cpp" -o "$work/host2" $(pkg-config --cflags --li
     "-Wl,-rpath,$(pkg-config --variable=libdir bvschema)"
 by_pkg_config=$("$root/scripts/run-native.sh" "$work/host2" "$(pkg-config --variable=module bvschema)")
 
-grep -qx Output <<<"$by_package"
+grep -qx Common <<<"$by_package"
 [ "$by_package" = "$by_pkg_config" ]
