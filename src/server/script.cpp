@@ -54,8 +54,8 @@ public:
     }
     bool Create(HKEY parent, const std::string& name) {
         Close();
-        owned_ = RegCreateKeyExA(parent, name.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr,
-                                 &key_, nullptr) == ERROR_SUCCESS;
+        owned_ = RegCreateKeyExA(parent, name.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS,
+                                 nullptr, &key_, nullptr) == ERROR_SUCCESS;
         return owned_;
     }
     void Close() {
@@ -65,8 +65,8 @@ public:
     }
     bool HasSubkeys() const {
         DWORD subkeys = 0;
-        return RegQueryInfoKeyA(key_, nullptr, nullptr, nullptr, &subkeys, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                nullptr, nullptr) == ERROR_SUCCESS &&
+        return RegQueryInfoKeyA(key_, nullptr, nullptr, nullptr, &subkeys, nullptr, nullptr, nullptr, nullptr,
+                                nullptr, nullptr, nullptr) == ERROR_SUCCESS &&
                subkeys > 0;
     }
     bool HasNamedValues() const {
@@ -152,7 +152,9 @@ private:
         return false;
     }
     static HRESULT CheckKeyName(const Token& token) {
-        const bool bad = token.text.find('\\') != std::string::npos || token.Is("{") || token.Is("=");
+        // Without a name it would be the enclosing key itself, with all that isn't the script's.
+        const bool bad = token.text.empty() || token.text.find('\\') != std::string::npos || token.Is("{") ||
+                         token.Is("=");
         return bad ? DISP_E_EXCEPTION : S_OK;
     }
 
@@ -190,7 +192,8 @@ private:
         }
     }
 
-    /// absent: the key isn't there, and what the block says is only read through.
+    /// absent: the key isn't there, and what the block says is only read through. A fault ends the run, but
+    /// the keys of the blocks that it lies in still go: a failed registration has made them.
     HRESULT Unregister(HKEY key, bool absent, int depth) {
         if (depth > kMaxDepth) return DISP_E_EXCEPTION;
         bool deleting = true;
@@ -217,13 +220,18 @@ private:
                     continue;
                 }
             }
+            HRESULT status = S_OK;
             if (subkey.HasSubkeys() || subkey.HasNamedValues()) {
                 RETURN_IF_FAILED(SkipAssignment());
-                if (Take("{")) RETURN_IF_FAILED(Unregister(subkey.get(), false, depth + 1));
-                if (subkey.HasSubkeys()) continue;
+                if (Take("{")) status = Unregister(subkey.get(), false, depth + 1);
+                if (subkey.HasSubkeys()) {
+                    RETURN_IF_FAILED(status);
+                    continue;
+                }
             }
             subkey.Close();
             if (deleting) std::ignore = RegDeleteKeyA(key, token.text.c_str());
+            RETURN_IF_FAILED(status);
             RETURN_IF_FAILED(SkipItem(depth));
         }
     }
@@ -244,7 +252,8 @@ private:
         } else {
             if (text.size() % 2) return E_FAIL;
             std::vector<BYTE> bytes;
-            for (size_t i = 0; i < text.size(); i += 2) bytes.push_back(BYTE(Digit(text[i]) << 4 | Digit(text[i + 1])));
+            for (size_t i = 0; i < text.size(); i += 2)
+                bytes.push_back(BYTE(Digit(text[i]) << 4 | Digit(text[i + 1])));
             Write(key, name, REG_BINARY, bytes.data(), bytes.size());
         }
         return S_OK;

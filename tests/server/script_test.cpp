@@ -14,7 +14,8 @@ protected:
     /// Runs the body of a block in the scratch key, and gives what stands there then.
     HRESULT Run(const std::string& body, bool registering = true) {
         const Replacement values[] = {{"Module", "C:\\Tom''s\\%x%.dll"}, {"Name", "v"}};
-        return RunScript("HKCU\r\n{\r\n\tNoRemove BVScratch\r\n\t{\r\n" + body + "\r\n\t}\r\n}\r\n", values, registering);
+        return RunScript("HKCU\r\n{\r\n\tNoRemove BVScratch\r\n\t{\r\n" + body + "\r\n\t}\r\n}\r\n", values,
+                         registering);
     }
     std::string Now() const { return Snapshot(HKEY_CURRENT_USER, L"BVScratch"); }
 
@@ -31,7 +32,8 @@ TEST_F(ScriptTest, WritesKeysAndValues) {
         {"a { b { c } }", "a\n a\\b\n a\\b\\c\n"},
         {"a = s 'x' { val n = s 'y' }", "a = x\n  n = y\n"},
         {"val n = s y VAL M = S 'z'", "  M = z\n  n = y\n"},
-        {"a = d 4294967295 b = d '7' c = d 99999999999 e = d x", "a = #4294967295\nb = #7\nc = #4294967295\ne = #0\n"},
+        {"a = d 4294967295 b = d '7' c = d 99999999999 e = d x",
+         "a = #4294967295\nb = #7\nc = #4294967295\ne = #0\n"},
         {"a = b 00fFg1 b = b ''", "a = 00FF01\nb = \n"},
         {"a = s 'it''s 100%% = { } %mOdUlE%'", "a = it's 100% = { } C:\\Tom's\\%x%.dll\n"},
         {"'a key' = s '' %name%1", "a key = \nv1\n"},
@@ -45,7 +47,8 @@ TEST_F(ScriptTest, WritesKeysAndValues) {
         SCOPED_TRACE(c.body);
         EXPECT_EQ(Run(c.body), S_OK);
         std::string expected = c.after, now = Now();
-        for (std::string* text : {&expected, &now}) text->erase(std::remove(text->begin(), text->end(), ' '), text->end());
+        for (std::string* text : {&expected, &now})
+            text->erase(std::remove(text->begin(), text->end(), ' '), text->end());
         EXPECT_EQ(now, expected);
         RegDeleteTreeW(scratch, nullptr);
     }
@@ -66,6 +69,9 @@ TEST_F(ScriptTest, AFaultIsTakenBack) {
         {"a key with a backslash", "a\\b", DISP_E_EXCEPTION},
         {"to be forced away", "ForceRemove a\\b", DISP_E_EXCEPTION},
         {"to be deleted", "Delete 'a\\b'", DISP_E_EXCEPTION},
+        {"inside of blocks", "a = s 'x' { b { val n = s 'y' } c { d { e\\f } } }", DISP_E_EXCEPTION},
+        {"inside of blocks that aren't closed", "a = s 'x' { b { val n = s 'y' c", DISP_E_EXCEPTION},
+        {"odd bytes inside of blocks", "a { b { val n = b 0 } }", E_FAIL},
         {"val without =", "val n s 'x'", DISP_E_EXCEPTION},
         {"no value", "a = s", DISP_E_EXCEPTION},
         {"a brace where a key goes", "{ }", DISP_E_EXCEPTION},
@@ -87,7 +93,17 @@ TEST_F(ScriptTest, AFaultIsTakenBack) {
     }
     std::string endless;
     for (int i = 0; i < 100000; ++i) endless += "k { ";
-    for (const bool registering : {true, false}) EXPECT_EQ(Run(endless, registering), DISP_E_EXCEPTION);
+    for (const bool registering : {true, false}) {
+        EXPECT_EQ(Run(endless, registering), DISP_E_EXCEPTION);
+        EXPECT_EQ(Now(), "");
+    }
+    // A key without a name is no way to the enclosing one.
+    for (const char* body : {"''", "ForceRemove '' = s 'y'", "Delete ''", "NoRemove '' { a }"}) {
+        ASSERT_EQ(Run("kept = s 'x'"), S_OK);
+        for (const bool registering : {true, false})
+            EXPECT_EQ(Run(body, registering), DISP_E_EXCEPTION) << body;
+        EXPECT_EQ(Now(), "kept = x\n") << body;
+    }
 }
 
 TEST_F(ScriptTest, TopLevelIsRootKeysWithBlocks) {
@@ -103,7 +119,8 @@ TEST_F(ScriptTest, TopLevelIsRootKeysWithBlocks) {
 TEST_F(ScriptTest, UnregisteringLeavesWhatTheScriptDoesntKnow) {
     const std::string script =
         "name = s 'd' { CLSID = s '{1}' }\n"
-        "NoRemove shared { ForceRemove {1} = s 'd' { ProgID = s 'name' Server = s 'm' { val Model = s 'both' } } }\n"
+        "NoRemove shared { ForceRemove {1} = s 'd' { ProgID = s 'name' Server = s 'm' { val Model = s 'both' "
+        "} } }\n"
         "after = s 'x'\n"
         "val n = s 'y'\n";
     const struct {
@@ -125,7 +142,8 @@ TEST_F(ScriptTest, UnregisteringLeavesWhatTheScriptDoesntKnow) {
         std::string now = Now(), expected = c.after;
         const size_t stray = now.find("stray = ");
         if (stray != now.npos) now.erase(stray + 5, 3);
-        for (std::string* text : {&expected, &now}) text->erase(std::remove(text->begin(), text->end(), ' '), text->end());
+        for (std::string* text : {&expected, &now})
+            text->erase(std::remove(text->begin(), text->end(), ' '), text->end());
         EXPECT_EQ(now, expected);
         EXPECT_EQ(Run(script, false), S_OK) << "and again, with most of it gone";
         RegDeleteTreeW(scratch, nullptr);
