@@ -1,64 +1,25 @@
 // VARIANT: life cycle and conversion. Every expected value here holds on both platforms.
-#include <windows.h>
-//
-#include <gtest/gtest.h>
-#include <oleauto.h>
-
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <limits>
+#include <cstring>
+#include <sstream>
 #include <string>
-#include <vector>
+
+#include "support/doubles.h"
 
 namespace {
 
-/// Owns a VARIANT; a test gives it an object or a text.
-class Value {
-public:
-    Value() { VariantInit(&value_); }
-    explicit Value(VARTYPE kind, LONGLONG bits = 0) : Value() {
-        value_.llVal = bits;
-        value_.vt = kind;
-    }
-    ~Value() { VariantClear(&value_); }
-    Value(Value&& other) noexcept : value_(other.value_) { other.value_.vt = VT_EMPTY; }
+using bv::test::Fake;
+using bv::test::Value;
 
-    operator VARIANT*() { return &value_; }
-    VARIANT* operator->() { return &value_; }
-    std::string Shown() const;
-
-private:
-    VARIANT value_;
-};
-
-Value R8(double number, VARTYPE kind = VT_R8) {
-    Value value(kind);
-    value->dblVal = number;
-    return value;
-}
-
-Value R4(float number) {
-    Value value(VT_R4);
-    value->fltVal = number;
-    return value;
-}
-
-Value Text(const std::wstring& text) {
-    Value value(VT_BSTR);
-    value->bstrVal = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
-    return value;
-}
-
-Value Dec(bool negative, BYTE scale, ULONGLONG low, ULONG high = 0) {
+Value Of(VARTYPE kind, LONGLONG bits = 0) {
     Value value;
-    value->decVal.sign = negative ? DECIMAL_NEG : 0;
-    value->decVal.scale = scale;
-    value->decVal.Lo64 = low;
-    value->decVal.Hi32 = high;
-    value->vt = VT_DECIMAL;
+    value.get().llVal = bits;
+    value.get().vt = kind;
     return value;
 }
+Value Text(const std::wstring& text) { return bv::test::Str(text); }
 
 template <typename... Args>
 std::string Format(const char* format, Args... args) {
@@ -68,52 +29,52 @@ std::string Format(const char* format, Args... args) {
 }
 
 /// A value without its kind; a decimal as digits "e" minus its scale.
-std::string Value::Shown() const {
-    switch (value_.vt) {
+std::string Shown(const VARIANT& value) {
+    switch (value.vt) {
         case VT_EMPTY:
             return "empty";
         case VT_NULL:
             return "null";
         case VT_I1:
-            return Format("%d", static_cast<signed char>(value_.cVal));
+            return Format("%d", static_cast<signed char>(value.cVal));
         case VT_UI1:
-            return Format("%u", value_.bVal);
+            return Format("%u", value.bVal);
         case VT_I2:
         case VT_BOOL:
-            return Format("%d", value_.iVal);
+            return Format("%d", value.iVal);
         case VT_UI2:
-            return Format("%u", value_.uiVal);
+            return Format("%u", value.uiVal);
         case VT_I4:
         case VT_INT:
-            return Format("%d", static_cast<int>(value_.lVal));
+            return Format("%d", static_cast<int>(value.lVal));
         case VT_UI4:
         case VT_UINT:
-            return Format("%u", static_cast<unsigned>(value_.ulVal));
+            return Format("%u", static_cast<unsigned>(value.ulVal));
         case VT_I8:
         case VT_CY:
-            return std::to_string(value_.llVal);
+            return std::to_string(value.llVal);
         case VT_UI8:
-            return std::to_string(value_.ullVal);
+            return std::to_string(value.ullVal);
         case VT_R4:
-            return Format("%.7g", static_cast<double>(value_.fltVal));
+            return Format("%.7g", static_cast<double>(value.fltVal));
         case VT_R8:
         case VT_DATE:
-            return Format("%.12g", value_.dblVal);
+            return Format("%.12g", value.dblVal);
         case VT_ERROR:
-            return Format("0x%08X", static_cast<unsigned>(value_.scode));
+            return Format("0x%08X", static_cast<unsigned>(value.scode));
         case VT_DECIMAL: {
-            const std::string high = value_.decVal.Hi32 ? std::to_string(value_.decVal.Hi32) + "*2^64+" : "";
-            return (value_.decVal.sign ? "-" : "") + high + std::to_string(value_.decVal.Lo64) + "e-" +
-                   std::to_string(value_.decVal.scale);
+            const std::string high = value.decVal.Hi32 ? std::to_string(value.decVal.Hi32) + "*2^64+" : "";
+            return (value.decVal.sign ? "-" : "") + high + std::to_string(value.decVal.Lo64) + "e-" +
+                   std::to_string(value.decVal.scale);
         }
         case VT_BSTR: {
             std::string text;
-            for (UINT i = 0; i < SysStringLen(value_.bstrVal); ++i)
-                text += static_cast<char>(value_.bstrVal[i]);
+            for (UINT i = 0; i < SysStringLen(value.bstrVal); ++i)
+                text += static_cast<char>(value.bstrVal[i]);
             return text;
         }
         default:
-            return Format("kind %u", value_.vt);
+            return Format("kind %u", value.vt);
     }
 }
 
@@ -133,517 +94,329 @@ std::string StatusName(HRESULT status) {
 }
 
 /// What a conversion gives: the value, or the status in words.
-std::string Converted(VARIANT* source, VARTYPE kind, USHORT flags = 0) {
+std::string Converted(const Value& source, VARTYPE kind, USHORT flags = 0) {
     Value result;
-    const HRESULT status = VariantChangeType(result, source, flags, kind);
+    const HRESULT status = VariantChangeType(result.Put(), const_cast<VARIANT*>(&source.get()), flags, kind);
     if (FAILED(status)) return StatusName(status);
-    EXPECT_EQ(result->vt, kind);
-    return result.Shown();
+    EXPECT_EQ(result.kind(), kind);
+    return Shown(result.get());
 }
 
-struct Row {
-    Value source;
-    std::vector<std::pair<VARTYPE, const char*>> expected;
+// --- Tables of conversions
+
+constexpr struct {
+    const char* name;
+    VARTYPE kind;
+} kKinds[] = {
+#define KIND(name) \
+    { #name, VT_##name }
+    KIND(EMPTY), KIND(NULL), KIND(I1),   KIND(UI1),   KIND(I2),      KIND(UI2),  KIND(I4),
+    KIND(UI4),   KIND(I8),   KIND(UI8),  KIND(INT),   KIND(UINT),    KIND(R4),   KIND(R8),
+    KIND(CY),    KIND(DATE), KIND(BOOL), KIND(ERROR), KIND(DECIMAL), KIND(BSTR), KIND(DISPATCH),
+#undef KIND
 };
 
-void Check(std::vector<Row>& rows) {
-    for (Row& row : rows) {
-        for (const auto& [kind, expected] : row.expected) {
-            EXPECT_EQ(Converted(row.source, kind), expected)
-                << "from " << row.source->vt << " \"" << row.source.Shown() << "\" to " << kind;
+/// "KIND value": takes the kind off.
+VARTYPE TakeKind(std::string& text) {
+    const std::string name = text.substr(0, text.find(' '));
+    text.erase(0, name.size() + 1);
+    for (const auto& known : kKinds)
+        if (name == known.name) return known.kind;
+    ADD_FAILURE() << "no kind \"" << name << '"';
+    return VT_EMPTY;
+}
+
+/// "KIND value", the value as Shown() has it.
+Value Parsed(std::string text) {
+    const VARTYPE kind = TakeKind(text);
+    Value holder = Of(kind);
+    VARIANT& value = holder.get();
+    if (kind == VT_BSTR) return Text(std::wstring(text.begin(), text.end()));
+    if (kind == VT_R4) {
+        value.fltVal = std::strtof(text.c_str(), nullptr);
+    } else if (kind == VT_R8 || kind == VT_DATE) {
+        value.dblVal = std::strtod(text.c_str(), nullptr);
+    } else if (kind == VT_DECIMAL) {
+        const bool negative = text[0] == '-';
+        char* rest = &text[negative];
+        ULONG high = 0;
+        if (char* const product = std::strstr(rest, "*2^64+")) {
+            high = static_cast<ULONG>(std::strtoul(rest, nullptr, 10));
+            rest = product + 6;
+        }
+        value.decVal.Lo64 = std::strtoull(rest, &rest, 10);
+        value.decVal.Hi32 = high;
+        value.decVal.scale = static_cast<BYTE>(std::atoi(rest + 2));
+        value.decVal.sign = negative ? DECIMAL_NEG : 0;
+        value.vt = VT_DECIMAL;  // it lies below the sign
+    } else {
+        value.llVal = static_cast<LONGLONG>(std::strtoull(text.c_str(), nullptr, 0));
+    }
+    return holder;
+}
+
+std::vector<std::string> Split(const std::string& text, char separator) {
+    std::vector<std::string> parts;
+    std::istringstream stream(text);
+    for (std::string part; std::getline(stream, part, separator);) parts.push_back(part);
+    return parts;
+}
+
+/// A value for each line, and what it gives: "KIND value: KIND result|KIND result".
+void CheckValues(const char* table) {
+    for (const std::string& line : Split(table, '\n')) {
+        const size_t end = line.find(": ");
+        const Value source = Parsed(line.substr(0, end));
+        for (std::string& expected : Split(line.substr(end + 2), '|')) {
+            const VARTYPE kind = TakeKind(expected);
+            EXPECT_EQ(Converted(source, kind), expected) << "to kind " << kind << ", line " << line;
+        }
+    }
+}
+/// From one kind to another, values with the same result behind each other:
+/// "value;value=result|value=result".
+void CheckChanges(const char* from, VARTYPE to, const char* table) {
+    for (const std::string& line : Split(table, '\n')) {
+        for (const std::string& group : Split(line, '|')) {
+            const size_t end = group.find('=');
+            for (const std::string& value : Split(group.substr(0, end), ';'))
+                EXPECT_EQ(Converted(Parsed(from + (' ' + value)), to), group.substr(end + 1))
+                    << '"' << value << '"';
         }
     }
 }
 
-template <typename... Rows>
-std::vector<Row> Table(Rows&&... rows) {
-    std::vector<Row> table;
-    (table.push_back(std::move(rows)), ...);
-    return table;
-}
-
-/// Counts its references; answers IUnknown and, if so made, IDispatch.
-class Counted : public IDispatch {
-public:
-    explicit Counted(bool dispatch) : dispatch_(dispatch) {}
-    STDMETHODIMP QueryInterface(REFIID iid, void** result) override {
-        const bool answered = IsEqualIID(iid, IID_IUnknown) || (dispatch_ && IsEqualIID(iid, IID_IDispatch));
-        *result = answered ? this : nullptr;
-        if (!answered) return E_NOINTERFACE;
-        AddRef();
-        return S_OK;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++references; }
-    STDMETHODIMP_(ULONG) Release() override { return --references; }
-    STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
-    STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
-    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
-    STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) override {
-        return E_NOTIMPL;
-    }
-
-    ULONG references = 1;
-
-private:
-    bool dispatch_;
-};
-
 TEST(VariantLife, TextsAreDoubledAndObjectsCounted) {
-    Value text = Text(std::wstring(L"a\0b", 3));
-    Value copy;
-    ASSERT_EQ(VariantCopy(copy, text), S_OK);
-    EXPECT_NE(copy->bstrVal, text->bstrVal);
-    EXPECT_EQ(copy.Shown(), std::string("a\0b", 3));
-    EXPECT_EQ(VariantCopy(copy, copy), S_OK);
-    EXPECT_EQ(copy.Shown(), std::string("a\0b", 3));
-
-    Counted object(true);
-    {
-        Value held(VT_DISPATCH), other = Text(L"old");
-        held->pdispVal = &object;
-        object.AddRef();
-        ASSERT_EQ(VariantCopy(other, held), S_OK);
-        EXPECT_EQ(object.references, 3u);
-        ASSERT_EQ(VariantCopy(other, text), S_OK);
-        EXPECT_EQ(object.references, 2u);
-        ASSERT_EQ(VariantClear(held), S_OK);
-        EXPECT_EQ(held->vt, VT_EMPTY);
-        EXPECT_EQ(object.references, 1u);
+    Value text = Text(std::wstring(L"a\0b", 3)), copy;
+    for (VARIANT* source : {&text.get(), &copy.get()}) {  // from another, from itself
+        ASSERT_EQ(VariantCopy(&copy.get(), source), S_OK);
+        EXPECT_NE(copy.get().bstrVal, text.get().bstrVal);
+        EXPECT_EQ(Shown(copy.get()), std::string("a\0b", 3));
     }
-    Value no_text(VT_BSTR);
-    ASSERT_EQ(VariantCopy(copy, no_text), S_OK);
-    EXPECT_EQ(copy->vt, VT_BSTR);
-    EXPECT_EQ(SysStringLen(copy->bstrVal), 0u);
+    Fake<IDispatch> object;
+    Value held = bv::test::Obj(&object), other = Text(L"old");
+    ASSERT_EQ(VariantCopy(&other.get(), &held.get()), S_OK);
+    EXPECT_EQ(object.references(), 3u);
+    ASSERT_EQ(VariantCopy(&other.get(), &text.get()), S_OK);
+    EXPECT_EQ(object.references(), 2u);
+    ASSERT_EQ(VariantClear(&held.get()), S_OK);
+    EXPECT_EQ(held.kind(), VT_EMPTY);
+    EXPECT_EQ(object.references(), 1u);
+
+    Value no_text = Of(VT_BSTR);
+    ASSERT_EQ(VariantCopy(&copy.get(), &no_text.get()), S_OK);
+    EXPECT_EQ(copy.kind(), VT_BSTR);
+    EXPECT_EQ(SysStringLen(copy.get().bstrVal), 0u);
 }
 
 TEST(VariantLife, WhatPointsElsewhereIsCopiedAsAPointerOrFollowed) {
     LONG number = 7;
-    Value inner(VT_BYREF | VT_I4);
-    inner->plVal = &number;
-    Value outer(VT_BYREF | VT_VARIANT);
-    outer->pvarVal = inner;
+    VARIANT inner, outer, deeper;
+    for (VARIANT* value : {&inner, &outer, &deeper}) VariantInit(value);
+    inner.vt = VT_BYREF | VT_I4;
+    inner.plVal = &number;
+    outer.vt = deeper.vt = VT_BYREF | VT_VARIANT;
+    outer.pvarVal = &inner;
+    deeper.pvarVal = &outer;
 
     Value copy;
-    ASSERT_EQ(VariantCopy(copy, inner), S_OK);
-    EXPECT_EQ(copy->vt, VT_BYREF | VT_I4);
-    EXPECT_EQ(copy->plVal, &number);
-    ASSERT_EQ(VariantCopyInd(copy, inner), S_OK);
-    EXPECT_EQ(copy.Shown(), "7");
-    ASSERT_EQ(VariantCopyInd(copy, outer), S_OK);
-    EXPECT_EQ(copy->vt, VT_I4);
-    EXPECT_EQ(Converted(outer, VT_BSTR), "7");
-    ASSERT_EQ(VariantCopyInd(inner, inner), S_OK);
-    EXPECT_EQ(inner->vt, VT_I4);
-
-    Value deeper(VT_BYREF | VT_VARIANT);
-    deeper->pvarVal = outer;
-    EXPECT_EQ(VariantCopyInd(copy, deeper), E_INVALIDARG);
-    ASSERT_EQ(VariantClear(deeper), S_OK);
-    EXPECT_EQ(outer->vt, VT_BYREF | VT_VARIANT);
+    ASSERT_EQ(VariantCopy(&copy.get(), &inner), S_OK);
+    EXPECT_EQ(copy.kind(), VT_BYREF | VT_I4);
+    EXPECT_EQ(copy.get().plVal, &number);
+    for (VARIANT* source : {&inner, &outer}) {
+        ASSERT_EQ(VariantCopyInd(&copy.get(), source), S_OK);
+        EXPECT_EQ(copy, bv::test::I4(7));
+    }
+    ASSERT_EQ(VariantChangeType(&copy.get(), &outer, 0, VT_BSTR), S_OK);
+    EXPECT_EQ(copy, Text(L"7"));
+    EXPECT_EQ(VariantCopyInd(&copy.get(), &deeper), E_INVALIDARG);
+    ASSERT_EQ(VariantClear(&deeper), S_OK);
+    EXPECT_EQ(outer.vt, VT_BYREF | VT_VARIANT);
+    ASSERT_EQ(VariantCopyInd(&inner, &inner), S_OK);
+    EXPECT_EQ(inner.vt, VT_I4);
 }
 
 TEST(VariantLife, KindsThatAreNoneAreRefused) {
+    const Value number = bv::test::I4(1);
     for (const VARTYPE kind :
          {15, 24, 25, 30, 37, 65, 0x1003, 0x2000, 0x4000, 0x4001, 0x400F, 0x8003, 0xFFFF}) {
         SCOPED_TRACE(kind);
-        Value bad(kind), target(VT_I4, 5), number(VT_I4, 1);
-        EXPECT_EQ(VariantClear(bad), DISP_E_BADVARTYPE);
-        EXPECT_EQ(VariantCopy(target, bad), DISP_E_BADVARTYPE);
-        EXPECT_EQ(VariantCopy(bad, number), DISP_E_BADVARTYPE);
-        EXPECT_EQ(Converted(bad, VT_I4), "bad kind");
+        VARIANT bad, target = number.get(), source = number.get();
+        VariantInit(&bad);
+        bad.vt = kind;
+        EXPECT_EQ(VariantClear(&bad), DISP_E_BADVARTYPE);
+        EXPECT_EQ(VariantCopy(&target, &bad), DISP_E_BADVARTYPE);
+        EXPECT_EQ(VariantCopy(&bad, &source), DISP_E_BADVARTYPE);
+        EXPECT_EQ(VariantChangeType(&target, &bad, 0, VT_I4), DISP_E_BADVARTYPE);
         EXPECT_EQ(Converted(number, kind), "bad kind");
-        EXPECT_EQ(target.Shown(), "5");
+        EXPECT_EQ(target.lVal, 1);
     }
     for (const int kind :
-         {int{VT_RECORD}, VT_ARRAY | VT_I4, VT_BYREF | VT_I4, int{VT_VARIANT}, int{VT_ERROR}}) {
-        Value number(VT_I4, 1);
+         {int{VT_RECORD}, VT_ARRAY | VT_I4, VT_BYREF | VT_I4, int{VT_VARIANT}, int{VT_ERROR}})
         EXPECT_EQ(Converted(number, static_cast<VARTYPE>(kind)), "mismatch") << kind;
-    }
 }
 
 TEST(VariantConversion, TargetMayBeTheSourceAndStaysAfterAFailure) {
-    Value value = Text(L"17");
-    ASSERT_EQ(VariantChangeType(value, value, 0, VT_I4), S_OK);
-    EXPECT_EQ(value->vt, VT_I4);
-    EXPECT_EQ(value.Shown(), "17");
-    ASSERT_EQ(VariantChangeType(value, value, 0, VT_BSTR), S_OK);
-    EXPECT_EQ(value.Shown(), "17");
-    EXPECT_EQ(VariantChangeType(value, value, 0, VT_DATE), DISP_E_TYPEMISMATCH);
-    EXPECT_EQ(value.Shown(), "17");
-
-    Value other = Text(L"no number");
-    EXPECT_EQ(VariantChangeType(value, other, 0, VT_I4), DISP_E_TYPEMISMATCH);
-    EXPECT_EQ(value.Shown(), "17");
+    Value value = Text(L"17"), other = Text(L"no number");
+    VARIANT* const place = &value.get();
+    ASSERT_EQ(VariantChangeType(place, place, 0, VT_I4), S_OK);
+    EXPECT_EQ(value, bv::test::I4(17));
+    ASSERT_EQ(VariantChangeType(place, place, 0, VT_BSTR), S_OK);
+    EXPECT_EQ(value, Text(L"17"));
+    EXPECT_EQ(VariantChangeType(place, place, 0, VT_DATE), DISP_E_TYPEMISMATCH);
+    EXPECT_EQ(VariantChangeType(place, &other.get(), 0, VT_I4), DISP_E_TYPEMISMATCH);
+    EXPECT_EQ(value, Text(L"17"));
 }
 
 TEST(VariantConversion, ObjectsChangeIntoEachOther) {
-    Counted full(true), bare(false);
-    {
-        Value dispatch(VT_DISPATCH), unknown(VT_UNKNOWN), result;
-        dispatch->pdispVal = &full;
-        unknown->punkVal = &bare;
-        full.AddRef();
-        bare.AddRef();
-        ASSERT_EQ(VariantChangeType(result, dispatch, 0, VT_UNKNOWN), S_OK);
-        EXPECT_EQ(full.references, 3u);
-        EXPECT_EQ(VariantChangeType(result, unknown, 0, VT_DISPATCH), E_NOINTERFACE);
-        EXPECT_EQ(Converted(dispatch, VT_I4), "mismatch");
-        EXPECT_EQ(Converted(unknown, VT_BSTR), "mismatch");
-        EXPECT_EQ(Converted(dispatch, VT_EMPTY), "empty");
-    }
-    EXPECT_EQ(full.references, 1u);
-    EXPECT_EQ(bare.references, 1u);
-    Value none(VT_DISPATCH), result;
-    ASSERT_EQ(VariantChangeType(result, none, 0, VT_UNKNOWN), S_OK);
-    EXPECT_EQ(result->punkVal, nullptr);
+    Fake<IDispatch> full;
+    Fake<IUnknown> bare;
+    Value dispatch = bv::test::Obj(&full), unknown = bv::test::Unk(&bare), result;
+    ASSERT_EQ(VariantChangeType(&result.get(), &dispatch.get(), 0, VT_UNKNOWN), S_OK);
+    EXPECT_EQ(full.references(), 3u);
+    EXPECT_EQ(VariantChangeType(&result.get(), &unknown.get(), 0, VT_DISPATCH), E_NOINTERFACE);
+    EXPECT_EQ(Converted(dispatch, VT_I4), "mismatch");
+    EXPECT_EQ(Converted(unknown, VT_BSTR), "mismatch");
+    EXPECT_EQ(Converted(dispatch, VT_EMPTY), "empty");
+    dispatch = Of(VT_DISPATCH);
+    ASSERT_EQ(VariantChangeType(&result.get(), &dispatch.get(), 0, VT_UNKNOWN), S_OK);
+    EXPECT_EQ(result.object(), nullptr);
 }
 
 TEST(VariantConversion, KindsWithoutAValue) {
-    auto rows = Table(
-        Row{Value(),
-            {{VT_I4, "0"},
-             {VT_R8, "0"},
-             {VT_BOOL, "0"},
-             {VT_BSTR, ""},
-             {VT_NULL, "null"},
-             {VT_DATE, "0"},
-             {VT_CY, "0"},
-             {VT_DECIMAL, "0e-0"},
-             {VT_ERROR, "mismatch"},
-             {VT_DISPATCH, "mismatch"}}},
-        Row{Value(VT_NULL),
-            {{VT_I4, "mismatch"}, {VT_BSTR, "mismatch"}, {VT_EMPTY, "mismatch"}, {VT_NULL, "null"}}},
-        Row{Value(VT_ERROR, 0x80004005),
-            {{VT_ERROR, "0x80004005"}, {VT_I4, "mismatch"}, {VT_BSTR, "mismatch"}, {VT_EMPTY, "mismatch"}}},
-        Row{Value(VT_BSTR),
-            {{VT_I4, "mismatch"}, {VT_BOOL, "mismatch"}, {VT_BSTR, ""}, {VT_EMPTY, "empty"}}});
-    Check(rows);
+    CheckValues(
+        R"(EMPTY : I4 0|R8 0|BOOL 0|BSTR |NULL null|DATE 0|CY 0|DECIMAL 0e-0|ERROR mismatch|DISPATCH mismatch
+NULL : I4 mismatch|BSTR mismatch|EMPTY mismatch|NULL null
+ERROR 0x80004005: ERROR 0x80004005|I4 mismatch|BSTR mismatch|EMPTY mismatch)");
+    for (const auto& [kind, expected] :
+         {std::pair(VT_I4, "mismatch"), {VT_BOOL, "mismatch"}, {VT_BSTR, ""}, {VT_EMPTY, "empty"}})
+        EXPECT_EQ(Converted(Of(VT_BSTR), static_cast<VARTYPE>(kind)), expected) << kind;
 }
 
 TEST(VariantConversion, WholeNumbersKeepTheirValueOrOverflow) {
-    auto rows =
-        Table(Row{Value(VT_I4, 70000),
-                  {{VT_I1, "overflow"},
-                   {VT_I2, "overflow"},
-                   {VT_UI2, "overflow"},
-                   {VT_I8, "70000"},
-                   {VT_UINT, "70000"},
-                   {VT_R4, "70000"},
-                   {VT_CY, "700000000"},
-                   {VT_BSTR, "70000"},
-                   {VT_DECIMAL, "70000e-0"},
-                   {VT_BOOL, "-1"},
-                   {VT_DATE, "70000"}}},
-              Row{Value(VT_I4, -1),
-                  {{VT_UI1, "overflow"},
-                   {VT_UI2, "overflow"},
-                   {VT_UI8, "overflow"},
-                   {VT_I1, "-1"},
-                   {VT_DECIMAL, "-1e-0"},
-                   {VT_BSTR, "-1"}}},
-              // A kind of the same width takes the bits as they are.
-              Row{Value(VT_I4, -1), {{VT_UI4, "4294967295"}, {VT_UINT, "4294967295"}, {VT_INT, "-1"}}},
-              Row{Value(VT_UI4, 3000000000),
-                  {{VT_I4, "-1294967296"}, {VT_I8, "3000000000"}, {VT_DATE, "overflow"}}},
-              Row{Value(VT_I2, -5), {{VT_UI2, "65531"}, {VT_UI4, "overflow"}}},
-              Row{Value(VT_UI2, 40000), {{VT_I2, "-25536"}, {VT_I4, "40000"}, {VT_I1, "overflow"}}},
-              Row{Value(VT_I1, -3), {{VT_UI1, "253"}, {VT_UI2, "overflow"}, {VT_I8, "-3"}}},
-              Row{Value(VT_UI1, 200), {{VT_I1, "-56"}, {VT_I2, "200"}, {VT_BSTR, "200"}}},
-              Row{Value(VT_I8, 1LL << 40),
-                  {{VT_I4, "overflow"}, {VT_UI4, "overflow"}, {VT_R8, "1.09951162778e+12"}}},
-              Row{Value(VT_UI8, -1),
-                  {{VT_I8, "-1"},
-                   {VT_I4, "overflow"},
-                   {VT_CY, "overflow"},
-                   {VT_BSTR, "18446744073709551615"},
-                   {VT_DECIMAL, "18446744073709551615e-0"}}},
-              Row{Value(VT_I4, 2958465), {{VT_DATE, "2958465"}}},
-              Row{Value(VT_I4, 2958466), {{VT_DATE, "overflow"}}},
-              Row{Value(VT_I4, -657435), {{VT_DATE, "overflow"}}});
-    Check(rows);
+    // A kind of the same width takes the bits as they are.
+    CheckValues(
+        R"(I4 70000: I1 overflow|I2 overflow|UI2 overflow|I8 70000|UINT 70000|R4 70000|CY 700000000|DATE 70000
+I4 70000: BSTR 70000|DECIMAL 70000e-0|BOOL -1
+I4 -1: UI1 overflow|UI2 overflow|UI8 overflow|I1 -1|DECIMAL -1e-0|BSTR -1|UI4 4294967295|UINT 4294967295|INT -1
+UI4 3000000000: I4 -1294967296|I8 3000000000|DATE overflow
+I2 -5: UI2 65531|UI4 overflow
+UI2 40000: I2 -25536|I4 40000|I1 overflow
+I1 -3: UI1 253|UI2 overflow|I8 -3
+UI1 200: I1 -56|I2 200|BSTR 200
+I8 1099511627776: I4 overflow|UI4 overflow|R8 1.09951162778e+12
+UI8 18446744073709551615: I8 -1|I4 overflow|CY overflow|BSTR 18446744073709551615|DECIMAL 18446744073709551615e-0)");
+    CheckChanges("I4", VT_DATE, "2958465=2958465|2958466;-657435=overflow");
 }
 
 TEST(VariantConversion, TruthIsMinusOne) {
-    auto rows = Table(
-        Row{Value(VT_BOOL, -1),
-            {{VT_I4, "-1"},
-             {VT_UI1, "255"},
-             {VT_UI8, "18446744073709551615"},
-             {VT_R8, "-1"},
-             {VT_CY, "-10000"},
-             {VT_BSTR, "-1"}}},
-        Row{Value(VT_BOOL, 0), {{VT_I4, "0"}, {VT_BSTR, "0"}}}, Row{R8(0.25), {{VT_BOOL, "-1"}}},
-        Row{R8(-0.0), {{VT_BOOL, "0"}}}, Row{Value(VT_CY, 1), {{VT_BOOL, "-1"}}},
-        Row{Text(L"True"), {{VT_BOOL, "-1"}, {VT_I4, "mismatch"}}}, Row{Text(L"FALSE"), {{VT_BOOL, "0"}}},
-        Row{Text(L"#TRUE#"), {{VT_BOOL, "-1"}}}, Row{Text(L"#true#"), {{VT_BOOL, "mismatch"}}},
-        Row{Text(L" True"), {{VT_BOOL, "mismatch"}}}, Row{Text(L"yes"), {{VT_BOOL, "mismatch"}}},
-        Row{Text(L"0.0"), {{VT_BOOL, "0"}}}, Row{Text(L"-2"), {{VT_BOOL, "-1"}}});
-    Check(rows);
-    Value yes(VT_BOOL, -1), no(VT_BOOL, 0);
-    EXPECT_EQ(Converted(yes, VT_BSTR, VARIANT_ALPHABOOL), "True");
-    EXPECT_EQ(Converted(no, VT_BSTR, VARIANT_ALPHABOOL), "False");
+    CheckValues(R"(BOOL -1: I4 -1|UI1 255|UI8 18446744073709551615|R8 -1|CY -10000|BSTR -1
+BOOL 0: I4 0|BSTR 0
+CY 1: BOOL -1
+BSTR True: I4 mismatch)");
+    CheckChanges("R8", VT_BOOL, "0.25=-1|-0.0=0");
+    CheckChanges("BSTR", VT_BOOL, "True;#TRUE#;-2=-1|FALSE;0.0=0|#true#; True;yes=mismatch");
+    EXPECT_EQ(Converted(bv::test::Bool(true), VT_BSTR, VARIANT_ALPHABOOL), "True");
+    EXPECT_EQ(Converted(bv::test::Bool(false), VT_BSTR, VARIANT_ALPHABOOL), "False");
 }
 
 TEST(VariantConversion, FractionsRoundHalfToEven) {
-    struct Half {
-        double number;
-        const char* rounded;
-    };
-    for (const Half& half : {Half{0.5, "0"},
-                             {1.5, "2"},
-                             {2.5, "2"},
-                             {3.5, "4"},
-                             {-0.5, "0"},
-                             {-2.5, "-2"},
-                             {-3.5, "-4"},
-                             {0.6, "1"},
-                             {2.4999, "2"}}) {
-        SCOPED_TRACE(half.number);
-        Value real = R8(half.number), real4 = R4(static_cast<float>(half.number));
-        Value currency(VT_CY, std::llround(half.number * 10000));
-        Value decimal =
-            Dec(half.number < 0, 4, static_cast<ULONGLONG>(std::llround(std::fabs(half.number) * 10000)));
-        wchar_t digits[32];
-        std::swprintf(digits, 32, L"%g", half.number);
-        Value text = Text(digits);
-        for (Value* source : {&real, &real4, &currency, &decimal, &text}) {
+    const std::pair<const char*, const char*> halves[] = {{"0.5", "0"},   {"1.5", "2"},  {"2.5", "2"},
+                                                          {"3.5", "4"},   {"-0.5", "0"}, {"-2.5", "-2"},
+                                                          {"-3.5", "-4"}, {"0.6", "1"},  {"2.4999", "2"}};
+    for (const auto& [number, rounded] : halves) {
+        const std::string units = std::to_string(std::llround(std::strtod(number, nullptr) * 10000));
+        for (const std::string& source :
+             {std::string("R8 ") + number, std::string("R4 ") + number, std::string("BSTR ") + number,
+              "CY " + units, "DECIMAL " + units + "e-4"})
             for (const VARTYPE kind : {VT_I2, VT_I4, VT_INT})
-                EXPECT_EQ(Converted(*source, kind), half.rounded);
-        }
+                EXPECT_EQ(Converted(Parsed(source), kind), rounded) << source;
     }
-    auto rows = Table(
-        Row{R8(127.5), {{VT_I1, "overflow"}, {VT_UI1, "128"}}}, Row{R8(-128.5), {{VT_I1, "-128"}}},
-        Row{R8(255.5), {{VT_UI1, "overflow"}, {VT_I2, "256"}}}, Row{R8(32767.5), {{VT_I2, "overflow"}}},
-        Row{R8(-32768.5), {{VT_I2, "-32768"}}}, Row{R8(2147483647.4), {{VT_I4, "2147483647"}}},
-        Row{R8(2147483647.5), {{VT_I4, "overflow"}, {VT_UI4, "2147483648"}}}, Row{R8(-0.5), {{VT_UI4, "0"}}},
-        Row{R8(-0.6), {{VT_UI4, "overflow"}}},
-        Row{R8(1e20), {{VT_I8, "overflow"}, {VT_UI8, "overflow"}, {VT_CY, "overflow"}}},
-        Row{R8(std::numeric_limits<double>::infinity()),
-            {{VT_I4, "overflow"}, {VT_R4, "overflow"}, {VT_DECIMAL, "overflow"}, {VT_BSTR, "INF"}}},
-        Row{R8(3.5e38), {{VT_R4, "overflow"}}}, Row{R8(1e-300), {{VT_R4, "0"}, {VT_DECIMAL, "0e-0"}}},
-        Row{Text(L"2.5000000000000000000001"), {{VT_I4, "3"}}},
-        Row{Text(L"18446744073709551615.4"), {{VT_UI8, "18446744073709551615"}, {VT_I8, "overflow"}}},
-        Row{R8(0.00025), {{VT_CY, "3"}}}, Row{R8(0.00015), {{VT_CY, "1"}}},
-        Row{R8(-3.14159), {{VT_CY, "-31416"}}}, Row{R8(123456789012345.0), {{VT_CY, "1234567890123450000"}}});
-    Check(rows);
+    CheckValues(R"(R8 127.5: I1 overflow|UI1 128
+R8 -128.5: I1 -128
+R8 255.5: UI1 overflow|I2 256
+R8 2147483647.5: I4 overflow|UI4 2147483648
+R8 1e20: I8 overflow|UI8 overflow|CY overflow
+R8 inf: I4 overflow|R4 overflow|DECIMAL overflow|BSTR INF
+R8 1e-300: R4 0|DECIMAL 0e-0
+BSTR 18446744073709551615.4: UI8 18446744073709551615|I8 overflow)");
+    CheckChanges("R8", VT_I2, "32767.5=overflow|-32768.5=-32768");
+    CheckChanges("R8", VT_UI4, "-0.5=0|-0.6=overflow");
+    CheckChanges("R8", VT_CY, "0.00025=3|0.00015=1|-3.14159=-31416|123456789012345=1234567890123450000");
+    CheckValues(
+        "R8 2147483647.4: I4 2147483647\nR8 3.5e38: R4 overflow\nBSTR 2.5000000000000000000001: I4 3");
 }
 
 TEST(VariantConversion, NumbersAsText) {
-    auto rows = Table(
-        Row{R8(0.1), {{VT_BSTR, "0.1"}}}, Row{R8(1.0 / 3), {{VT_BSTR, "0.333333333333333"}}},
-        Row{R8(0.1 + 0.2), {{VT_BSTR, "0.3"}}}, Row{R8(-0.0), {{VT_BSTR, "0"}}},
-        Row{R8(100000000000000), {{VT_BSTR, "100000000000000"}}}, Row{R8(1e15), {{VT_BSTR, "1E+15"}}},
-        Row{R8(1234567890123456), {{VT_BSTR, "1.23456789012346E+15"}}},
-        Row{R8(-1e308), {{VT_BSTR, "-1E+308"}}}, Row{R8(0.0001), {{VT_BSTR, "0.0001"}}},
-        Row{R8(0.000015), {{VT_BSTR, "1.5E-05"}}}, Row{R4(0.1f), {{VT_BSTR, "0.1"}, {VT_DECIMAL, "1e-1"}}},
-        Row{R4(16777216), {{VT_BSTR, "1.677722E+07"}}}, Row{R4(33.3f), {{VT_BSTR, "33.3"}}},
-        Row{R4(1234567.75f), {{VT_BSTR, "1234568"}}},
-        Row{Value(VT_CY, 12345), {{VT_BSTR, "1.2345"}, {VT_DECIMAL, "12345e-4"}}},
-        Row{Value(VT_CY, -5000), {{VT_BSTR, "-0.5"}}}, Row{Value(VT_CY, 20000), {{VT_BSTR, "2"}}},
-        Row{Value(VT_CY, std::numeric_limits<LONGLONG>::min()), {{VT_BSTR, "-922337203685477.5808"}}},
-        Row{Dec(true, 3, 1500), {{VT_BSTR, "-1.5"}, {VT_CY, "-15000"}, {VT_R8, "-1.5"}}},
-        Row{Dec(false, 28, 1), {{VT_BSTR, "0.0000000000000000000000000001"}, {VT_I4, "0"}}},
-        Row{Dec(false, 0, ~0ull, ~0u), {{VT_BSTR, "79228162514264337593543950335"}, {VT_I8, "overflow"}}},
-        Row{Dec(false, 29, 1), {{VT_I4, "invalid"}, {VT_R8, "invalid"}}},
-        Row{R8(123456.789), {{VT_DECIMAL, "123456789e-3"}}}, Row{R8(1e29), {{VT_DECIMAL, "overflow"}}});
-    Check(rows);
+    CheckChanges("R8", VT_BSTR,
+                 R"(0.1=0.1|0.33333333333333331=0.333333333333333|0.30000000000000004=0.3|-0.0=0
+100000000000000=100000000000000|1e15=1E+15|1234567890123456=1.23456789012346E+15|-1e308=-1E+308|0.0001=0.0001
+0.000015=1.5E-05)");
+    CheckChanges("R4", VT_BSTR, "0.1=0.1|16777216=1.677722E+07|33.3=33.3|1234567.75=1234568");
+    CheckChanges("CY", VT_BSTR, "12345=1.2345|-5000=-0.5|20000=2|-9223372036854775808=-922337203685477.5808");
+    CheckValues(R"(R4 0.1: DECIMAL 1e-1
+R8 123456.789: DECIMAL 123456789e-3
+R8 1e29: DECIMAL overflow
+CY 12345: DECIMAL 12345e-4
+DECIMAL -1500e-3: BSTR -1.5|CY -15000|R8 -1.5
+DECIMAL 1e-28: BSTR 0.0000000000000000000000000001|I4 0
+DECIMAL 4294967295*2^64+18446744073709551615e-0: BSTR 79228162514264337593543950335|I8 overflow
+DECIMAL 1e-29: I4 invalid|R8 invalid)");
 }
 
 TEST(VariantConversion, TextsAsPeopleWriteNumbers) {
-    struct Case {
-        const wchar_t* text;
-        const char* number;
-    };
-    const Case cases[] = {{L" 12 ", "12"},
-                          {L"\t12\r\n", "12"},
-                          {L"\x00A0"
-                           L"12",
-                           "12"},
-                          {L"+5", "5"},
-                          {L"- 5", "-5"},
-                          {L"5-", "-5"},
-                          {L"5 +", "5"},
-                          {L"+-5", "-5"},
-                          {L"(5)", "-5"},
-                          {L"( 5 )", "-5"},
-                          {L"-(5)", "-5"},
-                          {L"$5", "5"},
-                          {L"5 $", "5"},
-                          {L"$-5", "-5"},
-                          {L"($1,234.50)", "-1234.5"},
-                          {L"1,000", "1000"},
-                          {L"1,,00", "100"},
-                          {L"100,", "100"},
-                          {L"1,000.5,5", "1000.55"},
-                          {L".5", "0.5"},
-                          {L"5.", "5"},
-                          {L"-.5", "-0.5"},
-                          {L"0001", "1"},
-                          {L"1e3", "1000"},
-                          {L"1.5E+1", "15"},
-                          {L"5e-1", "0.5"},
-                          {L"(1e2)", "-100"},
-                          {L"1,0e2", "1000"},
-                          {L"12\x2003", "12"},
-                          {L"--5", "mismatch"},
-                          {L"-5-", "mismatch"},
-                          {L"(5", "mismatch"},
-                          {L"5)", "mismatch"},
-                          {L"()", "mismatch"},
-                          {L"-", "mismatch"},
-                          {L".", "mismatch"},
-                          {L",1", "mismatch"},
-                          {L"$", "mismatch"},
-                          {L"$$5", "mismatch"},
-                          {L"1.5.5", "mismatch"},
-                          {L"1 2", "mismatch"},
-                          {L"12abc", "mismatch"},
-                          {L"", "mismatch"},
-                          {L" ", "mismatch"},
-                          {L"1e", "mismatch"},
-                          {L"1e+", "mismatch"},
-                          {L"e3", "mismatch"},
-                          {L"1 e3", "mismatch"},
-                          {L"1e 3", "mismatch"},
-                          {L"1e3.5", "mismatch"},
-                          {L"1d3", "mismatch"},
-                          {L"0x10", "mismatch"},
-                          {L"12%", "mismatch"},
-                          {L"\x0661", "mismatch"},
-                          {L"\x20AC"
-                           L"5",
-                           "mismatch"},
-                          {L"nan", "mismatch"},
-                          {L"infinity", "mismatch"},
-                          {L"1.8e308", "overflow"},
-                          {L"1e99999", "overflow"},
-                          {L"1e-400", "0"},
-                          {L"0e99999", "0"},
-                          {L"&H10", "16"},
-                          {L"&h1f", "31"},
-                          {L" &O17 ", "15"},
-                          {L"&H80000000", "-2147483648"},
-                          {L"&H", "mismatch"},
-                          {L"&HG", "mismatch"},
-                          {L"&o8", "mismatch"},
-                          {L"&17", "mismatch"},
-                          {L"&H 1", "mismatch"}};
-    for (const Case& c : cases) {
-        Value text = Text(c.text);
-        EXPECT_EQ(Converted(text, VT_R8), c.number) << text.Shown();
-    }
-    auto rows = Table(
-        Row{Text(L"&HFF"), {{VT_I1, "-1"}, {VT_UI1, "255"}, {VT_I2, "255"}}},
-        Row{Text(L"&HFFFF"), {{VT_I1, "overflow"}, {VT_I2, "-1"}, {VT_I4, "65535"}}},
-        Row{Text(L"&HFFFFFFFF"), {{VT_I2, "overflow"}, {VT_I4, "-1"}, {VT_I8, "4294967295"}}},
-        Row{Text(L"&H10000000000000000"), {{VT_I8, "overflow"}}},
-        Row{Text(std::wstring(L"12\0"
-                              L"34",
-                              5)),
-            {{VT_I4, "12"}}},
-        Row{Text(L"2147483648"), {{VT_I4, "overflow"}, {VT_UI4, "2147483648"}, {VT_CY, "21474836480000"}}},
-        Row{Text(L"-1"), {{VT_UI4, "overflow"}, {VT_UI1, "overflow"}, {VT_I1, "-1"}}},
-        Row{Text(L"79228162514264337593543950335"),
-            {{VT_DECIMAL, "4294967295*2^64+18446744073709551615e-0"}}},
-        Row{Text(L"79228162514264337593543950336"), {{VT_DECIMAL, "overflow"}}},
-        Row{Text(L"1.50"), {{VT_DECIMAL, "15e-1"}}},
-        Row{Text(L"1e28"), {{VT_DECIMAL, "542101086*2^64+4477988020393345024e-0"}}},
-        Row{Text(L"1.23456"), {{VT_CY, "12346"}, {VT_R4, "1.23456"}}},
-        Row{Text(std::wstring(100000, L'0') + L"12"), {{VT_I4, "12"}}},
-        Row{Text(std::wstring(100000, L'9')), {{VT_I4, "overflow"}, {VT_R8, "overflow"}}});
-    Check(rows);
+    CheckChanges("BSTR", VT_R8,
+                 R"( 12 =12|+5;5 +;$5;5 $;5.=5|- 5;5-;+-5;(5);( 5 );-(5);$-5=-5|($1,234.50)=-1234.5
+1,000;1e3;1,0e2=1000|1,,00;100,=100|1,000.5,5=1000.55|.5;5e-1=0.5|-.5=-0.5|0001=1|1.5E+1; &O17 =15|(1e2)=-100
+--5;-5-;(5;5);();-;.;,1;$;$$5;1.5.5;1 2;12abc; ;1e;1e+;e3;1 e3;1e 3;1e3.5;1d3;0x10;12%;nan;infinity=mismatch
+1.8e308;1e99999=overflow|1e-400;0e99999=0|&H10=16|&h1f=31|&H80000000=-2147483648|&H;&HG;&o8;&17;&H 1=mismatch)");
+    for (const wchar_t* text : {L"\t12\r\n", L"\x00A0\x31\x32", L"12\x2003"})
+        EXPECT_EQ(Converted(Text(text), VT_R8), "12");
+    for (const wchar_t* text : {L"", L"\x0661", L"\x20AC\x35"})
+        EXPECT_EQ(Converted(Text(text), VT_R8), "mismatch");
+    CheckValues(R"(BSTR &HFF: I1 -1|UI1 255|I2 255
+BSTR &HFFFF: I1 overflow|I2 -1|I4 65535
+BSTR &HFFFFFFFF: I2 overflow|I4 -1|I8 4294967295
+BSTR &H10000000000000000: I8 overflow
+BSTR 2147483648: I4 overflow|UI4 2147483648|CY 21474836480000
+BSTR -1: UI4 overflow|UI1 overflow|I1 -1
+BSTR 79228162514264337593543950335: DECIMAL 4294967295*2^64+18446744073709551615e-0
+BSTR 79228162514264337593543950336: DECIMAL overflow
+BSTR 1.50: DECIMAL 15e-1
+BSTR 1e28: DECIMAL 542101086*2^64+4477988020393345024e-0
+BSTR 1.23456: CY 12346|R4 1.23456)");
+    EXPECT_EQ(Converted(Text(std::wstring(L"12\0\x33\x34", 5)), VT_I4), "12");
+    EXPECT_EQ(Converted(Text(std::wstring(100000, L'0') + L"12"), VT_I4), "12");
+    for (const VARTYPE kind : {VT_I4, VT_R8})
+        EXPECT_EQ(Converted(Text(std::wstring(100000, L'9')), kind), "overflow");
 }
 
 TEST(VariantConversion, DatesAsText) {
-    auto rows = Table(
-        Row{R8(0, VT_DATE), {{VT_BSTR, "12:00:00 AM"}}}, Row{R8(0.75, VT_DATE), {{VT_BSTR, "6:00:00 PM"}}},
-        Row{R8(2, VT_DATE), {{VT_BSTR, "1/1/1900"}, {VT_I4, "2"}}},
-        Row{R8(36526.5, VT_DATE), {{VT_BSTR, "1/1/2000 12:00:00 PM"}, {VT_CY, "365265000"}}},
-        Row{R8(-1.25, VT_DATE), {{VT_BSTR, "12/29/1899 6:00:00 AM"}, {VT_R8, "-1.25"}}},
-        Row{R8(45327.588298611, VT_DATE), {{VT_BSTR, "2/5/2024 2:07:09 PM"}}},
-        Row{R8(36526.9999999, VT_DATE), {{VT_BSTR, "1/2/2000 12:00:00 AM"}}},
-        Row{R8(2958465, VT_DATE), {{VT_BSTR, "12/31/9999"}}},
-        Row{R8(2958466, VT_DATE), {{VT_BSTR, "invalid"}}},
-        Row{R8(-657434.5, VT_DATE), {{VT_BSTR, "1/1/100 12:00:00 PM"}}},
-        Row{R8(-657435, VT_DATE), {{VT_BSTR, "invalid"}}}, Row{R8(1e300), {{VT_DATE, "overflow"}}});
-    Check(rows);
+    CheckChanges("DATE", VT_BSTR, R"(0=12:00:00 AM|0.75=6:00:00 PM|2=1/1/1900|36526.5=1/1/2000 12:00:00 PM
+-1.25=12/29/1899 6:00:00 AM|45327.588298611=2/5/2024 2:07:09 PM|36526.9999999=1/2/2000 12:00:00 AM
+2958465=12/31/9999|-657434.5=1/1/100 12:00:00 PM|2958466;-657435=invalid)");
+    CheckValues("DATE 2: I4 2\nDATE 36526.5: CY 365265000\nDATE -1.25: R8 -1.25\nR8 1e300: DATE overflow");
 }
 
 TEST(VariantConversion, TextsAsPeopleWriteDates) {
-    struct Case {
-        const wchar_t* text;
-        const char* date;
-    };
-    const Case cases[] = {{L"1/2/2000", "36527"},
-                          {L" 1 / 2 / 2000 ", "36527"},
-                          {L"1-2-2000", "36527"},
-                          {L"2000-01-02", "36527"},
-                          {L"2000/1/2", "36527"},
-                          {L"1 2 2000", "36527"},
-                          {L"1,2,2000", "36527"},
-                          {L"1/2/00", "36527"},
-                          {L"1/2/49", "54425"},
-                          {L"1/2/50", "18265"},
-                          {L"31/12/2000", "36891"},
-                          {L"13/12/14", "41622"},
-                          {L"14/13/12", "41986"},
-                          {L"2000/13/1", "36538"},
-                          {L"1/2000", "36526"},
-                          {L"1/1/100", "-657434"},
-                          {L"Jan 2, 2000", "36527"},
-                          {L"2 january 2000", "36527"},
-                          {L"2-JAN-00", "36527"},
-                          {L"2000 Jan 2", "36527"},
-                          {L"Jan 2000", "36526"},
-                          {L"Sunday, January 2, 2000", "36527"},
-                          {L"2/29/2000", "36585"},
-                          {L"3:04 PM", "0.627777777778"},
-                          {L"3:04:05", "0.127835648148"},
-                          {L"3 PM", "0.625"},
-                          {L"12 AM", "0"},
-                          {L"12pm", "0.5"},
-                          {L"23.59", "0.999305555556"},
-                          {L"1/2/2000 3:04", "36527.1277778"},
-                          {L"3:04 1/2/2000", "36527.1277778"},
-                          {L"12/29/1899 6:00", "-1.25"},
-                          {L"1/2/2000 15:04 PM", "36527.6277778"},
-                          {L"2/29/2001", "mismatch"},
-                          {L"2/30/2000", "mismatch"},
-                          {L"0/2/2000", "mismatch"},
-                          {L"99/99/99", "mismatch"},
-                          {L"1/2/10000", "mismatch"},
-                          {L"20000102", "mismatch"},
-                          {L"36526", "mismatch"},
-                          {L"12", "mismatch"},
-                          {L"1//2/2000", "mismatch"},
-                          {L"1/2/2000x", "mismatch"},
-                          {L"1/2/3/4", "mismatch"},
-                          {L"-1/2/2000", "mismatch"},
-                          {L"24:00", "mismatch"},
-                          {L"3:60", "mismatch"},
-                          {L"1:2:3:4", "mismatch"},
-                          {L"1:", "mismatch"},
-                          {L"3:04p", "mismatch"},
-                          {L"AM", "mismatch"},
-                          {L"Foo 2, 2000", "mismatch"},
-                          {L"", "mismatch"},
-                          {L"/", "mismatch"},
-                          {L"2000-01-02T03:04:05", "mismatch"},
-                          {L"1.2.2000", "mismatch"}};
-    for (const Case& c : cases) {
-        Value text = Text(c.text);
-        EXPECT_EQ(Converted(text, VT_DATE), c.date) << text.Shown();
-    }
+    CheckChanges("BSTR", VT_DATE,
+                 R"(1/2/2000; 1 / 2 / 2000 ;1-2-2000;2000-01-02;2000/1/2;1 2 2000;1,2,2000;1/2/00=36527
+Jan 2, 2000;2 january 2000;2-JAN-00;2000 Jan 2;Sunday, January 2, 2000=36527|1/2/49=54425|1/2/50=18265
+31/12/2000=36891|13/12/14=41622|14/13/12=41986|2000/13/1=36538|1/2000;Jan 2000=36526|1/1/100=-657434|2/29/2000=36585
+3:04 PM=0.627777777778|3:04:05=0.127835648148|3 PM=0.625|12 AM=0|12pm=0.5|23.59=0.999305555556|12/29/1899 6:00=-1.25
+1/2/2000 3:04;3:04 1/2/2000=36527.1277778|1/2/2000 15:04 PM=36527.6277778
+2/29/2001;2/30/2000;0/2/2000;99/99/99;1/2/10000;20000102;36526;12;1//2/2000;1/2/2000x;1/2/3/4;-1/2/2000;24:00=mismatch
+3:60;1:2:3:4;1:;3:04p;AM;Foo 2, 2000;/;2000-01-02T03:04:05;1.2.2000=mismatch)");
+    EXPECT_EQ(Converted(Text(L""), VT_DATE), "mismatch");
 }
 
 TEST(VariantConversion, NumbersHaveTheSeparatorOfTheEnvironment) {
     const char* decimal = std::getenv("BV_TEST_DECIMAL");  // what its locale has, when it isn't "."
     const bool comma = decimal && *decimal == ',';
-    auto rows = Table(Row{R8(2.5), {{VT_BSTR, comma ? "2,5" : "2.5"}}},
-                      Row{Value(VT_CY, -12345), {{VT_BSTR, comma ? "-1,2345" : "-1.2345"}}},
-                      Row{Text(L"2,5"), {{VT_R8, comma ? "2.5" : "25"}}},
-                      Row{Text(L"1.000,5"), {{VT_DECIMAL, comma ? "10005e-1" : "10005e-4"}}});
-    Check(rows);
+    CheckChanges("R8", VT_BSTR, comma ? "2.5=2,5" : "2.5=2.5");
+    CheckChanges("CY", VT_BSTR, comma ? "-12345=-1,2345" : "-12345=-1.2345");
+    CheckChanges("BSTR", VT_R8, comma ? "2,5=2.5" : "2,5=25");
+    CheckChanges("BSTR", VT_DECIMAL, comma ? "1.000,5=10005e-1" : "1.000,5=10005e-4");
 }
 
 }  // namespace
