@@ -27,6 +27,16 @@ const char* Meaning(HRESULT status) {
             return "a value of another kind is needed";
         case DISP_E_OVERFLOW:
             return "the number is too large";
+        case DISP_E_BADPARAMCOUNT:
+        case DISP_E_PARAMNOTFOUND:
+        case DISP_E_PARAMNOTOPTIONAL:
+            return "another number of arguments is needed";
+        case DISP_E_BADVARTYPE:
+            return "it takes or gives what no script has a value for";
+        case DISP_E_MEMBERNOTFOUND:
+            return "it can't be used in this way";
+        case TYPE_E_LIBNOTREGISTERED:
+            return "the type library isn't registered; \"bvhost register\" registers it";
         default:
             break;
     }

@@ -174,6 +174,33 @@ TEST_F(BvhostTest, SaysHowToRegisterWhatIsNotRegistered) {
     EXPECT_THAT(Run("registry").text, HasSubstr("BVSchema.Map"));
 }
 
+TEST_F(BvhostTest, CallsByNameWhatTheTypeLibraryTells) {
+    EXPECT_EQ(Run("types").text, ReadAll(DataFolder() / "golden/types.txt")) << "on every platform";
+    struct Case {
+        const char* arguments;
+        int exit_code;
+        const char* text;
+    };
+    const Case cases[] = {
+        {"Mode.Value", 0, "32-bit number 1\n"},
+        {"Mode.value 2", 0, "nothing\n"},
+        {"Mode.FindProperty splitlength", 0, "node SplitLength\n"},
+        {"Mode.FindProperty None", 0, "no object\n"},
+        {"SplitLength.Value -5", 1, "bvhost: This value cannot be negative. (BVSchema.Property.1)\n"},
+        {"SplitLength.ShowDialog", 1, "bvhost: "},
+        {"SplitLength.Nonsense", 1, "bvhost: a node has no operation Nonsense\n"},
+        {"SplitLength.Hide many", 1, "bvhost: the call is refused: a value of another kind is needed\n"},
+        {"SplitLength.Hide", 1, "bvhost: the call is refused: another number of arguments is needed\n"},
+        {"SplitLength", 1, "bvhost: what is called is written NAME.Operation\n"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.arguments);
+        const Outcome outcome = Run(std::string("call ") + c.arguments);
+        EXPECT_EQ(outcome.exit_code, c.exit_code);
+        EXPECT_THAT(outcome.text, testing::StartsWith(c.text));
+    }
+}
+
 TEST_F(BvhostTest, KeepsTheIndexOfARealFile) {
     const Outcome made = Run("job --input " + Clip() + " --output " + File("indexed.xml"));
     ASSERT_EQ(made.exit_code, 0) << made.text;
