@@ -6,49 +6,16 @@
 #include "com/variant.h"
 #include "server/messages.h"
 #include "services/dialogs.h"
+#include "services/user_key.h"
 
 namespace bv {
 namespace {
 
 constexpr char kOptionsKey[] = "Software\\Brenvaltide\\Brenvaltide2\\Options";
 constexpr char kFolderValue[] = "sel";
-constexpr DWORD kMaxFolder = 255;  // bytes of the remembered folder
 constexpr char kTimelinesFilter[] = "Timelines config(*.tlc)|*.tlc;|All files(*.*)|*.*||";
 constexpr size_t kMaxPath = 255;   // characters of a chosen path
 constexpr char kTimelinesExtension[] = ".tlc";
-
-/// The per-user key that remembers the last folder; null when it can't be had.
-class OptionsKey {
-public:
-    OptionsKey() {
-        if (RegCreateKeyExA(HKEY_CURRENT_USER, kOptionsKey, 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr,
-                            &key_, nullptr) != ERROR_SUCCESS)
-            key_ = nullptr;
-    }
-    OptionsKey(const OptionsKey&) = delete;
-    OptionsKey& operator=(const OptionsKey&) = delete;
-    ~OptionsKey() {
-        if (key_) RegCloseKey(key_);
-    }
-    std::string Folder() const {
-        char text[kMaxFolder + 1];
-        DWORD kind = 0, size = kMaxFolder;
-        if (!key_ ||
-            RegQueryValueExA(key_, kFolderValue, nullptr, &kind, reinterpret_cast<BYTE*>(text), &size) != ERROR_SUCCESS ||
-            kind != REG_SZ)
-            return {};
-        text[size] = 0;
-        return text;
-    }
-    void SetFolder(const std::string& folder) const {
-        if (!key_ || folder.size() > kMaxFolder) return;
-        std::ignore = RegSetValueExA(key_, kFolderValue, 0, REG_SZ, reinterpret_cast<const BYTE*>(folder.c_str()),
-                                     DWORD(folder.size()));
-    }
-
-private:
-    HKEY key_ = nullptr;
-};
 
 /// The name with ".tlc" if it was typed without an extension.
 std::string WithExtension(const std::string& name) {
@@ -67,8 +34,8 @@ public:
     using Answers = InterfaceMap<IMediaSelecter, IDispatch>;
 
     STDMETHODIMP Simple() override try {
-        const OptionsKey options;
-        auto names = OpenSeveral(InputFilter(nullptr), options.Folder());
+        const UserKey options(kOptionsKey);
+        auto names = OpenSeveral(InputFilter(nullptr), options.Text(kFolderValue));
         if (names.empty()) return S_OK;
         // The dialog puts the name that was clicked last in front.
         if (names.size() > 1) std::swap(names.front(), names.back());
@@ -79,7 +46,7 @@ public:
         if (names.front().size() < MAX_PATH) {
             folder[names.front().copy(folder, MAX_PATH - 1)] = 0;
             PathRemoveFileSpecA(folder);
-            options.SetFolder(folder);
+            options.PutText(kFolderValue, folder);
         }
         return S_OK;
     } catch (const std::bad_alloc&) {

@@ -1,4 +1,4 @@
-#include "core/property_base.h"
+#include "services/path_node.h"
 
 namespace bv {
 namespace {
@@ -23,12 +23,12 @@ constexpr NodeDecl kSrcImage = {.cls = clsid::PropertyWatermarkSrcImage,
                                 .value = Text(L""),
                                 .children = kChildren};
 
-class PropertyWatermarkSrcImage : public PropertyBase {
+class PropertyWatermarkSrcImage : public PathNode {
 public:
-    PropertyWatermarkSrcImage() : PropertyBase(kSrcImage) {}
+    PropertyWatermarkSrcImage() : PathNode(kSrcImage) {}
 
 protected:
-    HRESULT OnShowDialog() override { return S_FALSE; }
+    HRESULT OnShowDialog() override { return PickFile(L"Image"); }
 };
 
 }  // namespace

@@ -1,10 +1,13 @@
 // What nodes and MediaSelecter do with what a person answers, with the answers put in place of the dialogs.
+#include <array>
 #include <cstring>
 #include <fstream>
+#include <optional>
 
 #include "services/dialogs.h"
 #include "support/environment.h"
 #include "support/node.h"
+#include "support/registry.h"
 
 namespace bv {
 HRESULT CreateMediaSelecter(IUnknown* outer, REFIID iid, void** out);
@@ -12,6 +15,8 @@ HRESULT CreatePropertyFolder(IUnknown* outer, REFIID iid, void** out);
 HRESULT CreatePropertyMediaPath(IUnknown* outer, REFIID iid, void** out);
 HRESULT CreatePropertyOutputMediaName(IUnknown* outer, REFIID iid, void** out);
 HRESULT CreatePropertySimplePath(IUnknown* outer, REFIID iid, void** out);
+HRESULT CreatePropertyWatermarkBackgroundColor(IUnknown* outer, REFIID iid, void** out);
+HRESULT CreatePropertyWatermarkSrcImage(IUnknown* outer, REFIID iid, void** out);
 }  // namespace bv
 
 namespace bv::test {
@@ -23,6 +28,9 @@ struct Person {
     std::string filter;  // NUL shown as '|'
     std::string start;
     int asked = 0;
+    DWORD start_color = 0;
+    std::optional<DWORD> color;                           // none: cancelled
+    std::array<DWORD, kCustomColors> start_custom = {}, custom = {};
 };
 Person person;
 
@@ -51,7 +59,15 @@ bool AnswerSeveral(char (&names)[kSeveralNames], const char* filter, const char*
 }
 HRESULT AnswerFolder(char (&folder)[kFolderName]) { return Answer(folder, nullptr) ? S_OK : S_FALSE; }
 
-constexpr DialogCalls kPerson = {AnswerFile<kOpenName>, AnswerFile<kSaveName>, AnswerSeveral, AnswerFolder, nullptr,
+bool AnswerColor(DWORD& color, DWORD (&custom)[kCustomColors]) {
+    person.start_color = color;
+    std::copy(std::begin(custom), std::end(custom), person.start_custom.begin());
+    std::copy(person.custom.begin(), person.custom.end(), custom);
+    color = person.color.value_or(0x123456);
+    return person.color.has_value();
+}
+
+constexpr DialogCalls kPerson = {AnswerFile<kOpenName>, AnswerFile<kSaveName>, AnswerSeveral, AnswerFolder, AnswerColor,
                                  nullptr};
 
 class DialogTest : public testing::Test {
@@ -60,11 +76,13 @@ protected:
         person = {};
         SetDialogs(&kPerson);
         RegDeleteTreeA(HKEY_CURRENT_USER, "Software\\Brenvaltide");
+        RegDeleteTreeA(HKEY_CURRENT_USER, "Software\\Brenvaltide Software");
         RegDeleteTreeA(HKEY_CLASSES_ROOT, kFormats);
     }
     ~DialogTest() override {
         SetDialogs(nullptr);
         RegDeleteTreeA(HKEY_CURRENT_USER, "Software\\Brenvaltide");
+        RegDeleteTreeA(HKEY_CURRENT_USER, "Software\\Brenvaltide Software");
         RegDeleteTreeA(HKEY_CLASSES_ROOT, kFormats);
     }
 
@@ -282,6 +300,78 @@ TEST_F(DialogTest, TheOutputFileBearsTheFormatsExtension) {
     EXPECT_EQ(name->ShowDialog(), S_FALSE);
     EXPECT_EQ(Narrow(name.Value().text()), Folder() + "a.b.vid");
     name->SetMediaObject(nullptr);
+}
+
+TEST_F(DialogTest, ColoursOpenOnTheirTextAndComeBackAsText) {
+    struct Case {
+        const wchar_t* stored;
+        DWORD opens_on;  // red in the low byte
+        const wchar_t* again;
+    };
+    const Case cases[] = {
+        {L"0xFF8000", 0x0080FF, L"0xFF8000"}, {L"0xff8000", 0x0080FF, L"0xFF8000"}, {L"xxFF8000", 0x0080FF, L"0xFF8000"},
+        {L"", 0, L"0x000000"},                {L"#FF8000", 0, L"0x000000"},         {L"0xGG8000", 0x008000, L"0x008000"},
+        {L"0x1G0203xyz", 0x030201, L"0x010203"},
+    };
+    const Node color = MakeNode(CreatePropertyWatermarkBackgroundColor);
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.stored);
+        ASSERT_EQ(color.Put(Str(c.stored)), S_OK);
+        person.color = std::nullopt;
+        EXPECT_EQ(color->ShowDialog(), S_FALSE) << "cancelled";
+        EXPECT_EQ(color.Value(), Str(c.stored));
+        EXPECT_EQ(person.start_color, c.opens_on);
+        person.color = person.start_color;
+        EXPECT_EQ(color->ShowDialog(), S_OK);
+        EXPECT_EQ(color.Value(), Str(c.again));
+    }
+    ASSERT_EQ(color.Put(I4(7)), S_OK);
+    EXPECT_EQ(color->ShowDialog(), S_OK);
+    EXPECT_EQ(person.start_color, 0u) << "no text";
+}
+
+TEST_F(DialogTest, CustomColoursAreKeptForAllColours) {
+    const wchar_t* const key = L"Software\\Brenvaltide Software\\Brenvaltide\\Color";
+    const Node one = MakeNode(CreatePropertyWatermarkBackgroundColor), other = MakeNode(CreatePropertyWatermarkBackgroundColor);
+    std::array<DWORD, kCustomColors> white;
+    white.fill(0xFFFFFF);
+    for (DWORD i = 0; i < kCustomColors; ++i) person.custom[i] = 0x010101 * i;
+    EXPECT_EQ(one->ShowDialog(), S_FALSE);
+    EXPECT_EQ(person.start_custom, white);
+    EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, key));
+    EXPECT_EQ(Snapshot(HKEY_CURRENT_USER, key).find('#'), std::string::npos) << "what was mixed before a cancel is dropped";
+    person.color = 0;
+    EXPECT_EQ(one->ShowDialog(), S_OK);
+    EXPECT_EQ(other->ShowDialog(), S_OK);
+    EXPECT_EQ(person.start_custom, person.custom);
+
+    HKEY opened = nullptr;
+    ASSERT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, key, 0, KEY_ALL_ACCESS, &opened), ERROR_SUCCESS);
+    const BYTE bytes[8] = {1, 2, 3};
+    RegSetValueExA(opened, "2", 0, REG_BINARY, bytes, 3);
+    RegSetValueExA(opened, "3", 0, REG_BINARY, bytes, 8);
+    RegDeleteValueW(opened, L"15");
+    RegCloseKey(opened);
+    EXPECT_EQ(one->ShowDialog(), S_OK);
+    for (const size_t i : {2, 3, 15}) EXPECT_EQ(person.start_custom[i], 0xFFFFFFu) << i;
+    EXPECT_EQ(person.start_custom[14], 0x0E0E0Eu);
+}
+
+TEST_F(DialogTest, ImagesArePickedAmongImageFormats) {
+    AddFormat(1, {"*.avi", "AVI files", "Video"});
+    AddFormat(2, {"*.bmp", "Bitmaps", "image"});
+    const std::string file = NewFile("logo.bmp");
+    const Node image = MakeNode(CreatePropertyWatermarkSrcImage);
+    ASSERT_EQ(image.Put(Str(L"missing.bmp")), S_OK);
+    EXPECT_EQ(image->ShowDialog(), S_FALSE);
+    EXPECT_EQ(person.start, "");
+    EXPECT_EQ(image.Value(), Str(L"missing.bmp"));
+    EXPECT_EQ(person.filter, "All supported formats|*.bmp|Bitmaps (*.bmp)|*.bmp|All files(*.*)|*.*|");
+    person.answer = file;
+    EXPECT_EQ(image->ShowDialog(), S_OK);
+    EXPECT_EQ(Narrow(image.Value().text()), file);
+    EXPECT_EQ(image->ShowDialog(), S_OK);
+    EXPECT_EQ(person.start, file);
 }
 
 TEST_F(DialogTest, SeveralInputsFillTheListBehindTheFirst) {
