@@ -34,6 +34,11 @@ struct JobArguments {
     std::wstring output;                 // "-": standard output; empty: nowhere
 };
 int EditJob(const JobArguments& arguments);
+/// Writes the settings as EditJob does, and says so, but on standard output.
+void WriteJob(Job* job, const std::wstring& output);
+
+/// Shows the dialog or editor of a node and prints what it changed. output: as in JobArguments.
+int PickValue(const JobSource& source, const std::wstring& name, const std::wstring& output);
 
 int Register(const std::vector<std::wstring>& modules);
 int Unregister(const std::vector<std::wstring>& modules);

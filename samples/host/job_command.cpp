@@ -114,17 +114,21 @@ int EditJob(const JobArguments& arguments) {
         return 1;
     }
 
-    if (arguments.output.empty()) return 0;
-    const std::string xml = job.Write();
-    for (const std::string& loss : job.Losses()) PrintError("warning: " + loss);
-    if (arguments.output == L"-") {
-        PrintBytes(xml);
-    } else {
-        WriteWhole(std::filesystem::path(arguments.output), xml);
-        report.Say("Wrote", OneLine(Utf8(arguments.output)) + ", " +
-                                std::to_string(std::count(xml.begin(), xml.end(), '\n')) + " lines");
-    }
+    WriteJob(&job, arguments.output);
     return 0;
+}
+
+void WriteJob(Job* job, const std::wstring& output) {
+    if (output.empty()) return;
+    const std::string xml = job->Write();
+    for (const std::string& loss : job->Losses()) PrintError("warning: " + loss);
+    if (output == L"-") {
+        PrintBytes(xml);
+        return;
+    }
+    WriteWhole(std::filesystem::path(output), xml);
+    Report(false).Say("Wrote", OneLine(Utf8(output)) + ", " +
+                                   std::to_string(std::count(xml.begin(), xml.end(), '\n')) + " lines");
 }
 
 }  // namespace host

@@ -116,6 +116,14 @@ int Run(int argc, char** argv) {
     std::string operation;
     std::vector<std::string> call_arguments;
     DescribedInput call_input;
+    DescribedInput pick_input;
+    CLI::App* pick = app.add_subcommand("pick", "Shows the dialog or editor of a setting, and what it changed");
+    pick->add_option("NAME", name, "The setting, such as DestinationPath")->required();
+    add_source(pick);
+    pick->add_option("--output", output, "Where the settings are written then; \"-\" is standard output")
+        ->type_name("FILE");
+    pick_input.AddTo(pick);
+
     CLI::App* types = app.add_subcommand("types", "Shows the type library: what scripts see of the server");
     CLI::App* call = app.add_subcommand("call", "Calls an operation of a setting by its name, as a script does");
     call->add_option("NAME.OPERATION", operation, "Such as Mode.Title")->required();
@@ -144,8 +152,10 @@ int Run(int argc, char** argv) {
     source.given = job->parsed()    ? job_input.Get()
                    : tree->parsed() ? tree_input.Get()
                    : call->parsed() ? call_input.Get()
+                   : pick->parsed() ? pick_input.Get()
                                     : show_input.Get();
     if (call->parsed()) return CallOperation(source, host::Wide(operation), Wide(call_arguments));
+    if (pick->parsed()) return PickValue(source, host::Wide(name), host::Wide(output));
     if (job->parsed()) return EditJob({source, Wide(settings), host::Wide(output)});
     if (show->parsed()) return ShowNode(source, host::Wide(name));
     tree_arguments.source = source;

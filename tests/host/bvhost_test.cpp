@@ -1,9 +1,7 @@
 // bvhost as a process: what it prints, what it writes, how it ends.
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
+#include <cstring>
 
-#include "support/environment.h"
+#include "host/bvhost_process.h"
 #include "support/node.h"
 
 namespace bv::test {
@@ -13,37 +11,12 @@ namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::Not;
 
-std::string ReadAll(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-void WriteAll(const fs::path& file, const std::string& text) {
-    std::ofstream(file, std::ios::binary) << text;
-}
-
-struct Outcome {
-    int exit_code;
-    std::string text;  // standard output and errors
-};
-
 class BvhostTest : public testing::Test {
 protected:
     static void SetUpTestSuite() { ASSERT_EQ(CallModule(kSamplesFile, "DllRegisterServer"), S_OK); }
     static void TearDownTestSuite() { EXPECT_EQ(CallModule(kSamplesFile, "DllUnregisterServer"), S_OK); }
 
-    /// arguments: as for the shell, quoted by double quotes.
-    static Outcome Run(const std::string& arguments) {
-        const fs::path output = TempFolder() / "output.txt";
-        std::string command = '"' + (BinFolder() / "bvhost").string() + "\" " + arguments + " >\"" +
-                              output.string() + "\" 2>&1";
-        // The Windows shell takes one pair of quotes off the whole line.
-        constexpr bool kWindows = fs::path::preferred_separator == '\\';
-        const int status = std::system((kWindows ? '"' + command + '"' : command).c_str());
-        std::string text = ReadAll(output);
-        std::erase(text, '\r');
-        return {kWindows ? status : status >> 8, text};
-    }
+    static Outcome Run(const std::string& arguments) { return RunBvhost(arguments); }
     static std::string File(const char* name) { return '"' + (TempFolder() / name).string() + '"'; }
     static std::string Clip() {
         return '"' + (DataFolder().parent_path() / "samples/media/clip.mp4").make_preferred().string() + '"';
@@ -152,6 +125,26 @@ TEST_F(BvhostTest, ShowsHiddenNodesOnlyWhenAsked) {
     EXPECT_THAT(Run("show Mode").text, HasSubstr("* Single    = 1\n"));
     for (const char* command : {"", "tree ", "show ", "job ", "register ", "unregister ", "registry "})
         EXPECT_THAT(Run(command + std::string("--help")).text, HasSubstr("Usage: bvhost")) << command;
+}
+
+TEST_F(BvhostTest, PicksByDialog) {
+    struct Case {
+        const char* arguments;
+        int exit_code;
+        const char* text;
+    };
+    const Case cases[] = {  // without a display each dialog is cancelled
+        {"pick Mode", 1, "bvhost: Mode has no dialog\n"},
+        {"pick Mod", 1, "bvhost: there is no setting \"Mod\", did you mean \"Mode\"?\n"},
+        {"pick DestinationPath", 0, "DestinationPath: cancelled, or no dialog could be shown\n"},
+        {"pick OutputMediaName --output -", 0, "<Main>\n"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.arguments);
+        const Outcome outcome = Run(c.arguments);
+        EXPECT_EQ(outcome.exit_code, c.exit_code);
+        EXPECT_EQ(outcome.text.substr(0, std::strlen(c.text)), c.text);
+    }
 }
 
 TEST_F(BvhostTest, TellsOfLongPathsThatTheFileCantHold) {

@@ -1,0 +1,65 @@
+// Dialogs and editors: the ways in which a person sets a value without typing it.
+#include <cstdio>
+#include <map>
+
+#include "commands.h"
+#include "server.h"
+#include "terminal.h"
+#include "text.h"
+
+namespace host {
+namespace {
+
+std::string Shown(const std::wstring& text) { return text.empty() ? "(empty)" : OneLine(Utf8(text)); }
+
+/// All values below a node by the node that holds them; nodes of its units too.
+void CollectValues(const NodeView& view, std::vector<std::pair<IProperty*, std::string>>* values) {
+    if (view.has_value) values->push_back({view.node.get(), Shown(view.shown)});
+    if (const auto list = Ask<IEnumObject>(view.node.get())) {
+        LONG count = 0;
+        if (SUCCEEDED(list->Count(&count)))
+            values->back().second = std::to_string(count) + (count == 1 ? " filter" : " filters");
+    }
+    if (view.unit) CollectValues(*view.unit, values);
+    if (view.held) CollectValues(*view.held, values);
+    for (const NodeView& child : view.children) CollectValues(child, values);
+}
+
+std::string NameOf(IProperty* node) {
+    TextResult name;
+    return SUCCEEDED(node->get_Name(name.Put())) ? OneLine(Utf8(name.Get())) : "?";
+}
+
+}  // namespace
+
+int PickValue(const JobSource& source, const std::wstring& name, const std::wstring& output) {
+    Job job(source.given);
+    Fill(&job, source);
+    const NodeView node = job.Node(name);
+    std::vector<std::pair<IProperty*, std::string>> before, after;
+    CollectValues(node, &before);
+    std::fflush(stdout);  // an editor may write there too
+    ForgetErrors();
+    const HRESULT status = node.node->ShowDialog();
+    if (status == E_NOTIMPL) throw Problem(OneLine(Utf8(node.name)) + " has no dialog");
+    if (FAILED(status)) throw Problem(OneLine(Utf8(node.name)) + ": " + Reason(status));
+
+    const NodeView changed = Look(node.node.get());
+    CollectValues(changed, &after);
+    const std::map<IProperty*, std::string> was(before.begin(), before.end());
+    size_t changes = 0;
+    const bool quiet = output == L"-";  // the settings go there
+    for (const auto& [at, value] : after) {
+        const auto old = was.find(at);
+        if (old != was.end() && old->second == value) continue;
+        ++changes;
+        if (!quiet) Print(NameOf(at) + ": " + (old == was.end() ? "" : old->second + " -> ") + value + '\n');
+    }
+    if (changes == 0 && !quiet)
+        Print(NameOf(node.node.get()) + (status == S_OK ? ": nothing was changed\n"
+                                                        : ": cancelled, or no dialog could be shown\n"));
+    WriteJob(&job, output);
+    return 0;
+}
+
+}  // namespace host

@@ -1,0 +1,42 @@
+// bvhost as a process: what it prints and how it ends.
+#pragma once
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "support/environment.h"
+
+namespace bv::test {
+
+inline std::string ReadAll(const std::filesystem::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+inline void WriteAll(const std::filesystem::path& file, const std::string& text) {
+    std::ofstream(file, std::ios::binary) << text;
+}
+
+struct Outcome {
+    int exit_code;
+    std::string text;  // standard output and errors
+};
+
+/// arguments: as for the shell, quoted by double quotes. input: what it reads as standard input.
+inline Outcome RunBvhost(const std::string& arguments, const std::string& input = "") {
+    const auto folder = TempFolder();
+    WriteAll(folder / "input.txt", input);
+    const std::string command = '"' + (BinFolder() / "bvhost").string() + "\" " + arguments + " <\"" +
+                                (folder / "input.txt").string() + "\" >\"" + (folder / "output.txt").string() +
+                                "\" 2>&1";
+    // The Windows shell takes one pair of quotes off the whole line.
+    constexpr bool kWindows = std::filesystem::path::preferred_separator == '\\';
+    const int status = std::system((kWindows ? '"' + command + '"' : command).c_str());
+    std::string text = ReadAll(folder / "output.txt");
+    std::erase(text, '\r');
+    return {kWindows ? status : status >> 8, text};
+}
+
+}  // namespace bv::test
