@@ -1,6 +1,4 @@
 // Calling a node's operations by their names, as a script does: by IDispatch alone.
-#include <charconv>
-
 #include "commands.h"
 #include "server.h"
 #include "terminal.h"
@@ -23,11 +21,8 @@ Value ArgumentOf(const Job& job, const std::wstring& text) {
         object->pdispVal->AddRef();
         return value;
     }
-    const std::string narrow = Utf8(text);
-    LONG number = 0;
-    const auto parsed = std::from_chars(narrow.data(), narrow.data() + narrow.size(), number);
-    const bool whole = !narrow.empty() && parsed.ec == std::errc() && parsed.ptr == narrow.data() + narrow.size();
-    return whole ? Value::Of(number) : Value::Of(text);
+    const auto number = WholeNumber(text);
+    return number ? Value::Of(*number) : Value::Of(text);
 }
 
 /// How the operation is to be called with so many arguments: a property is read or written, whichever takes them.

@@ -31,6 +31,7 @@ int ShowNode(const JobSource& source, const std::wstring& name);
 struct JobArguments {
     JobSource source;
     std::vector<std::wstring> settings;  // NAME=VALUE
+    std::vector<std::wstring> cuts;      // START-END, of the first input
     std::wstring output;                 // "-": standard output; empty: nowhere
 };
 int EditJob(const JobArguments& arguments);
@@ -39,6 +40,23 @@ void WriteJob(Job* job, const std::wstring& output);
 
 /// Shows the dialog or editor of a node and prints what it changed. output: as in JobArguments.
 int PickValue(const JobSource& source, const std::wstring& name, const std::wstring& output);
+
+struct CutsArguments {
+    JobSource source;                 // what the cuts are of; nothing: only frames can be told
+    std::wstring file;                // .tlc
+    std::vector<std::wstring> items;  // cuts, numbers of cuts, or the files to check
+    std::wstring output;
+};
+int ListCuts(const CutsArguments& arguments);
+/// Makes the file if it isn't there.
+int AddToCuts(const CutsArguments& arguments);
+int RemoveFromCuts(const CutsArguments& arguments);
+/// The cuts of a job's first input go to a file.
+int SaveCuts(const CutsArguments& arguments);
+/// A file's cuts become those of a job's first input, and the job is written.
+int LoadCuts(const CutsArguments& arguments);
+/// Tells what is wrong with the cuts of files: 1 when anything is.
+int CheckCuts(const CutsArguments& arguments);
 
 int Register(const std::vector<std::wstring>& modules);
 int Unregister(const std::vector<std::wstring>& modules);

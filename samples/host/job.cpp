@@ -5,6 +5,7 @@
 #include <set>
 #include <tuple>
 
+#include "cuts.h"
 #include "server.h"
 
 namespace host {
@@ -151,7 +152,10 @@ Job::Job(std::optional<MediaInfo> given) : media_(given) {
 Job::~Job() {
     // Nodes keep no reference on the media object, so it is taken from them before it goes.
     root_->put_MediaObject(nullptr);
-    for (const Input& input : inputs_) input.node->SetMediaObject(nullptr);
+    for (const Input& input : inputs_) {
+        input.node->SetMediaObject(nullptr);
+        if (const auto cuts = CutsOf(input.node.get())) cuts->SetMediaObject(nullptr);
+    }
     inputs_.clear();
     media_.Close();
 }
@@ -169,6 +173,9 @@ Input& Job::NewInput(const std::wstring& path) {
     input.path = path;
     if (!input.node) throw Problem(Utf8(path) + ": the list of inputs doesn't take it");
     input.node->SetMediaObject(media_.Dispatch());
+    // The lengths of cuts are told in seconds from the start, not just when the input becomes the current one.
+    if (const auto timelines = NodeFor(input.node.get(), L"Timelines"))
+        if (const auto cuts = timelines.As<ITimelines>()) cuts->SetMediaObject(&media_);
     inputs_.push_back(std::move(input));
     return inputs_.back();
 }
@@ -225,6 +232,13 @@ void Job::SelectFirstInput() {
     media_.SetInfo(inputs_.front().info);
     const auto main = root_.As<IMainMediaPath>();
     if (main) main->SetMediaPath(inputs_.front().node.get());
+}
+
+Ref<ITimelines> Job::Cuts() const {
+    if (inputs_.empty()) throw Problem("there is no input to cut");
+    const Ref<ITimelines> cuts = CutsOf(inputs_.front().node.get());
+    if (!cuts) throw Problem("the input can't be cut");
+    return cuts;
 }
 
 NodeView Job::Node(const std::wstring& name) const {

@@ -40,6 +40,8 @@ public:
     /// Makes the first input the current one.
     void SelectFirstInput();
     const std::vector<Input>& Inputs() const { return inputs_; }
+    /// The cuts of the first input. Throws Problem when there is no input.
+    Ref<ITimelines> Cuts() const;
 
     IProperty* Root() const { return root_.get(); }
     NodeView View() const { return Look(root_.get()); }

@@ -1,8 +1,9 @@
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
+#include <utility>
 
 #include "commands.h"
+#include "cuts.h"
 #include "presentation.h"
 #include "server.h"
 #include "settings_file.h"
@@ -48,24 +49,11 @@ std::pair<std::wstring, std::wstring> Split(const std::wstring& setting) {
     return {setting.substr(0, equals), setting.substr(equals + 1)};
 }
 
-// The old file stays until the new one is whole.
-void WriteWhole(const std::filesystem::path& file, const std::string& bytes) {
-    std::filesystem::path draft = file;
-    draft += ".part";
-    std::error_code error;
-    bool written = false;
-    {
-        std::ofstream stream(draft, std::ios::binary | std::ios::trunc);
-        stream.write(bytes.data(), std::streamsize(bytes.size()));
-        stream.close();
-        written = bool(stream);
-    }
-    if (written) std::filesystem::rename(draft, file, error);
-    if (!written || error) {
-        std::error_code ignored;
-        std::filesystem::remove(draft, ignored);
-        throw Problem(OneLine(Utf8(file.wstring())) + " can't be written");
-    }
+/// The cuts of the first input, if it is cut.
+void SayCuts(const Report& report, const Job& job) {
+    if (job.Inputs().empty() || AllCuts(job.Cuts().get()).empty()) return;
+    const char* what = "Cuts";
+    for (const std::string& line : CutsText(job.Cuts().get())) report.Say(std::exchange(what, ""), line);
 }
 
 }  // namespace
@@ -95,6 +83,15 @@ int EditJob(const JobArguments& arguments) {
     }
 
     size_t refused = 0;
+    for (const std::wstring& cut : arguments.cuts) {
+        try {
+            AddCut(job.Cuts().get(), cut);
+            UseCuts(job.Inputs().front().node.get());
+        } catch (const Problem& problem) {
+            PrintError(problem.what());
+            ++refused;
+        }
+    }
     for (const std::wstring& setting : arguments.settings) {
         try {
             const auto [name, value] = Split(setting);
@@ -109,11 +106,11 @@ int EditJob(const JobArguments& arguments) {
             ++refused;
         }
     }
+    SayCuts(report, job);
     if (refused > 0) {
-        if (!arguments.output.empty()) PrintError("nothing was written, since a setting was refused");
+        if (!arguments.output.empty()) PrintError("nothing was written, since something was refused");
         return 1;
     }
-
     WriteJob(&job, arguments.output);
     return 0;
 }
@@ -122,10 +119,7 @@ void WriteJob(Job* job, const std::wstring& output) {
     if (output.empty()) return;
     const std::string xml = job->Write();
     for (const std::string& loss : job->Losses()) PrintError("warning: " + loss);
-    if (output == L"-") {
-        PrintBytes(xml);
-        return;
-    }
+    if (output == L"-") return PrintBytes(xml);
     WriteWhole(std::filesystem::path(output), xml);
     Report(false).Say("Wrote", OneLine(Utf8(output)) + ", " +
                                    std::to_string(std::count(xml.begin(), xml.end(), '\n')) + " lines");

@@ -74,12 +74,66 @@ std::vector<std::wstring> Wide(const std::vector<std::string>& texts) {
     return result;
 }
 
+/// "cuts" and what it does with a file of cuts.
+class CutsCommands {
+    using Command = int (*)(const CutsArguments&);
+
+public:
+    template <class AddSource>
+    void AddTo(CLI::App* app, const AddSource& add_source, std::string* output) {
+        cuts_ = app->add_subcommand("cuts", "Shows, changes and checks files of cuts (.tlc)");
+        cuts_->require_subcommand(1);
+        cuts_->fallthrough();
+        add_source(cuts_);
+        described_.AddTo(cuts_);
+        Add("list", "Shows the cuts of a file; with an input their times, and how long the result will be", ListCuts);
+        Add("add", "Adds cuts to a file, which is made if it isn't there", AddToCuts)
+            ->add_option("START-END", items_, "In frames, or in times such as 0:00:01.500-0:00:03.000")
+            ->required();
+        Add("remove", "Removes cuts", RemoveFromCuts)
+            ->add_option("NUMBER", items_, "Their numbers, as \"list\" shows them")
+            ->required();
+        Add("save", "Writes the cuts of a job's first input to a file", SaveCuts);
+        Add("load", "Makes the cuts of a file those of a job's first input", LoadCuts)
+            ->add_option("--output", *output, "Where the job is written; \"-\" is standard output")
+            ->type_name("FILE");
+        CLI::App* check = cuts_->add_subcommand("check", "Tells what is wrong with the cuts of files");
+        check->add_option("FILE", items_, "The files of cuts")->required();
+        commands_.emplace_back(check, CheckCuts);
+    }
+    /// Null: the command is another one.
+    Command Parsed() const {
+        for (const auto& [app, command] : commands_)
+            if (cuts_->parsed() && app->parsed()) return command;
+        return nullptr;
+    }
+    CutsArguments Arguments(JobSource source, const std::string& output) const {
+        source.given = described_.Get();
+        return {source, host::Wide(file_), Wide(items_), host::Wide(output)};
+    }
+
+private:
+    CLI::App* Add(const char* name, const char* help, Command command) {
+        CLI::App* app = cuts_->add_subcommand(name, help);
+        app->add_option("FILE", file_, "The file of cuts")->required();
+        commands_.emplace_back(app, command);
+        return app;
+    }
+
+    CLI::App* cuts_ = nullptr;
+    std::vector<std::pair<CLI::App*, Command>> commands_;
+    std::string file_;
+    std::vector<std::string> items_;
+    DescribedInput described_;
+};
+
 int Run(int argc, char** argv) {
     CLI::App app("The settings of a video conversion job: shown, changed, written, read again.", "bvhost");
     app.require_subcommand(1);
     app.get_formatter()->column_width(34);
 
-    std::vector<std::string> inputs, settings, modules;
+    std::vector<std::string> inputs, settings, cut_texts, modules;
+    CutsCommands cuts;
     std::string name, from, output;
     TreeArguments tree_arguments;
     DescribedInput tree_input, show_input, job_input;
@@ -109,9 +163,16 @@ int Run(int argc, char** argv) {
                     "check boxes, a unit behind a number. May stand several times")
         ->type_name("NAME=VALUE")
         ->allow_extra_args(false);
+    job->add_option("--cut", cut_texts,
+                    "A cut of the first input, in frames or in times such as 0:00:01.500-0:00:03.000. May stand "
+                    "several times")
+        ->type_name("START-END")
+        ->allow_extra_args(false);
     job->add_option("--output", output, "Where the settings are written; \"-\" is standard output")
         ->type_name("FILE");
     job_input.AddTo(job);
+
+    cuts.AddTo(&app, add_source, &output);
 
     std::string operation;
     std::vector<std::string> call_arguments;
@@ -149,6 +210,7 @@ int Run(int argc, char** argv) {
     if (registry->parsed()) return ShowRegistry();
     if (types->parsed()) return ShowTypes();
     JobSource source = {.from = host::Wide(from), .inputs = Wide(inputs), .given = {}};
+    if (const auto command = cuts.Parsed()) return command(cuts.Arguments(source, output));
     source.given = job->parsed()    ? job_input.Get()
                    : tree->parsed() ? tree_input.Get()
                    : call->parsed() ? call_input.Get()
@@ -156,7 +218,7 @@ int Run(int argc, char** argv) {
                                     : show_input.Get();
     if (call->parsed()) return CallOperation(source, host::Wide(operation), Wide(call_arguments));
     if (pick->parsed()) return PickValue(source, host::Wide(name), host::Wide(output));
-    if (job->parsed()) return EditJob({source, Wide(settings), host::Wide(output)});
+    if (job->parsed()) return EditJob({source, Wide(settings), Wide(cut_texts), host::Wide(output)});
     if (show->parsed()) return ShowNode(source, host::Wide(name));
     tree_arguments.source = source;
     return ShowTree(tree_arguments);

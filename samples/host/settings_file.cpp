@@ -154,6 +154,34 @@ std::string ReadWhole(const std::filesystem::path& file) {
     return bytes;
 }
 
+void ReplaceFile(const std::filesystem::path& file,
+                 const std::function<void(const std::filesystem::path&)>& write) {
+    namespace fs = std::filesystem;
+    std::error_code error;
+    if (fs::exists(file, error) && !fs::is_regular_file(file, error)) return write(file);
+    fs::path target = fs::weakly_canonical(file, error);  // a link stays one
+    if (error) target = file;
+    fs::path draft = target;
+    draft += ".part";
+    try {
+        write(draft);
+        fs::rename(draft, target);
+    } catch (const std::exception& problem) {
+        fs::remove(draft, error);
+        if (dynamic_cast<const Problem*>(&problem)) throw;
+        throw Problem(OneLine(Utf8(file.wstring())) + " can't be written");
+    }
+}
+
+void WriteWhole(const std::filesystem::path& file, std::string_view bytes) {
+    ReplaceFile(file, [&](const std::filesystem::path& path) {
+        std::ofstream stream(path, std::ios::binary | std::ios::trunc);
+        stream.write(bytes.data(), std::streamsize(bytes.size()));
+        stream.close();
+        if (!stream) throw Problem(OneLine(Utf8(file.wstring())) + " can't be written");
+    });
+}
+
 std::optional<Value> Restored(const Element::Stored& stored) {
     switch (stored.kind) {
         case VT_I1:

@@ -1,6 +1,7 @@
 #include "text.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cwctype>
 #include <utility>
 
@@ -102,6 +103,15 @@ size_t EditDistance(std::wstring_view a, std::wstring_view b) {
 }
 
 }  // namespace
+
+std::optional<LONG> WholeNumber(std::wstring_view text) {
+    const std::string digits = Utf8(text);
+    const char* const end = digits.data() + digits.size();
+    LONG number = 0;
+    const auto [rest, error] = std::from_chars(digits.data(), end, number);
+    if (error != std::errc() || rest != end) return {};
+    return number;
+}
 
 bool SameName(std::wstring_view a, std::wstring_view b) {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),

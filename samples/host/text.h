@@ -2,10 +2,13 @@
 // page.
 #pragma once
 
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include <bvschema/platform.h>
 
 namespace host {
 
@@ -26,6 +29,9 @@ std::string Padded(std::string_view utf8, size_t columns);
 std::string OneLine(std::string_view utf8);
 /// Lines of at most so many columns, broken at blanks; the text's own line ends stay.
 std::vector<std::string> Wrapped(std::string_view utf8, size_t columns);
+
+/// A decimal number without anything round it; no value for any other text, and for one beyond 32 bits.
+std::optional<LONG> WholeNumber(std::wstring_view text);
 
 bool SameName(std::wstring_view a, std::wstring_view b);
 /// ", did you mean X?" for the candidate that is nearest to what was typed, or nothing when none is near.

@@ -48,6 +48,75 @@ TEST_F(BvhostTest, WritesReadsAndWritesTheSameBytes) {
     EXPECT_EQ(ReadAll(TempFolder() / "second.xml"), first);
 }
 
+TEST_F(BvhostTest, CutsGoThroughFilesAndJobs) {
+    const std::string of_clip = " --input " + Clip() + " --duration 3", file = File("cuts.tlc");
+    fs::remove(TempFolder() / "cuts.tlc");
+    const Outcome made = Run("cuts add " + file + " 0-25 0:00:01.500-0:00:03.000" + of_clip);
+    EXPECT_EQ(made.exit_code, 0);
+    EXPECT_EQ(made.text,
+              "   Start         End           Length                Output\n"
+              "1  0             25            Length: 1 c (25 frm)  Use global settings\n"
+              "2  00:00:01.480  00:00:03.000  Length: 1 c (38 frm)  Use global settings\n"
+              "encoded: 2.520 s\n");
+    const std::string kept = ReadAll(TempFolder() / "cuts.tlc");
+    EXPECT_EQ(Run("cuts list " + file + of_clip).text, made.text);
+    EXPECT_THAT(Run("cuts list " + file).text, HasSubstr("2  37     75   Length: 38 frm  Use global settings\n"));
+
+    struct Case {
+        std::string arguments;
+        const char* text;
+    };
+    const Case refused[] = {
+        {"cuts add " + file + " 0-1 30-20", "bvhost: cut 30-20: Start point should be less than End point!\n"},
+        {"cuts add " + file + " 5--10", "bvhost: cut 5--10: This value cannot be negative.\n"},
+        {"cuts add " + file + " 0:0:1-9" + of_clip, "The time value is wrong. Please use: hh:mm:ss.nn\n"},
+        {"cuts add " + file + " 0:0:1.0-99", "Couldn't find parser. Times need the clip: --input FILE\n"},
+        {"cuts add " + file + " 1.5-9", "\"1.5\" is neither a frame nor a time\n"},
+        {"cuts add " + file + " 0-99999999999", "is neither a frame nor a time\n"},
+        {"cuts add " + file + " 12", "a cut is START-END, in frames or times, not \"12\"\n"},
+        {"cuts remove " + file + " 1 3", "there is no cut 3; the file has 2\n"},
+        {"cuts save " + file, "takes a job: --from or --input\n"},
+        {"cuts list " + File("gone.tlc"), "gone.tlc: Couldn't load config.\n"},
+        {"cuts save \"" + TempFolder().string() + '"' + of_clip, ": Couldn't create file.\n"},
+        {"job --cut 0-1", "there is no input to cut\n"},
+    };
+    for (const Case& c : refused) {
+        SCOPED_TRACE(c.arguments);
+        const Outcome outcome = Run(c.arguments);
+        EXPECT_EQ(outcome.exit_code, 1);
+        EXPECT_THAT(outcome.text, HasSubstr(c.text));
+        EXPECT_EQ(ReadAll(TempFolder() / "cuts.tlc"), kept);
+    }
+
+    // The same cuts given to a job, or taken from the file into one: inside of its input.
+    const Outcome job = Run("job" + of_clip + " --cut 0-25 --cut 0:00:01.500-0:00:03.000 --output " + File("job.xml"));
+    EXPECT_EQ(job.exit_code, 0);
+    EXPECT_THAT(job.text, HasSubstr("         encoded: 2.520 s\n"));
+    const std::string xml = ReadAll(TempFolder() / "job.xml");
+    const size_t first = xml.find("<Timeline>\n"), last = xml.rfind("</Timeline>\n");
+    ASSERT_NE(first, xml.npos);
+    EXPECT_LT(xml.find("<Timelines value='1' type='3'>\n"), first);
+    EXPECT_LT(last, xml.find("</FILES>"));
+    EXPECT_EQ(Run("cuts load " + file + of_clip + " --output " + File("loaded.xml")).exit_code, 0);
+    EXPECT_EQ(ReadAll(TempFolder() / "loaded.xml"), xml);
+    const std::string from_job = "cuts save " + File("saved.tlc") + " --duration 3 --from " + File("job.xml");
+    EXPECT_EQ(Run(from_job).text, made.text);
+    EXPECT_EQ(ReadAll(TempFolder() / "saved.tlc"), kept);
+    EXPECT_NE(Run("job" + of_clip + " --cut 9-1 --output " + File("none.xml")).exit_code, 0);
+    EXPECT_FALSE(fs::exists(TempFolder() / "none.xml"));
+
+    EXPECT_EQ(Run("cuts check " + file + of_clip).exit_code, 0);
+    EXPECT_EQ(Run("cuts add " + file + " 60-60 80-200").exit_code, 0);
+    const Outcome checked = Run("cuts check " + file + ' ' + File("gone.tlc") + of_clip);
+    EXPECT_EQ(checked.exit_code, 1);
+    for (const char* line : {"cut 3 is empty\n", "cut 4 begins at or after the source's end\n",
+                             ": 4 cuts, encoded: 2.520 s\n", "gone.tlc: Couldn't load config.\n"})
+        EXPECT_THAT(checked.text, HasSubstr(line));
+    EXPECT_EQ(Run("cuts remove " + file + " 4 3 3").exit_code, 0);
+    EXPECT_EQ(ReadAll(TempFolder() / "cuts.tlc"), kept);
+    EXPECT_EQ(Run("cuts remove " + file + " 1 2").text, "no cuts\n");
+}
+
 TEST_F(BvhostTest, SaysWhatIsWrongInOneLine) {
     std::string deep, wide(600, 'x');
     for (int i = 0; i < 100; ++i) deep += "<a>";

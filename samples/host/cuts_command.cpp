@@ -1,0 +1,146 @@
+// bvhost cuts: files of cuts, with the clip that they are of or without one.
+#include <filesystem>
+#include <memory>
+#include <set>
+
+#include "commands.h"
+#include "cuts.h"
+#include "server.h"
+#include "settings_file.h"
+#include "terminal.h"
+#include "text.h"
+
+namespace host {
+namespace {
+
+/// A list of cuts: that of a job's first input, or one that stands alone.
+class List {
+public:
+    explicit List(const JobSource& source) {
+        if (source.from.empty() && source.inputs.empty()) {
+            cuts_ = Create<ITimelines>(bv::clsid::Timelines, "Timelines");
+            return;
+        }
+        job_ = std::make_unique<Job>(source.given);
+        Fill(job_.get(), source);
+        cuts_ = job_->Cuts();
+    }
+
+    ITimelines* get() const { return cuts_.get(); }
+    ITimelines* operator->() const { return cuts_.get(); }
+    Job* job() const { return job_.get(); }
+    /// What is known of the source; null: nothing.
+    const MediaInfo* Source() const { return job_ ? &job_->Inputs().front().info : nullptr; }
+    size_t Count() const { return AllCuts(get()).size(); }
+
+    void Load(const std::wstring& file) const {
+        ForgetErrors();
+        const HRESULT status = cuts_->Load(Text(Absolute(file).wstring()));
+        if (FAILED(status)) throw Problem(OneLine(Utf8(file)) + ": " + Reason(status));
+        if (job_) UseCuts(job_->Inputs().front().node.get());
+    }
+    void Save(const std::wstring& file) const {
+        ReplaceFile(Absolute(file), [&](const std::filesystem::path& path) {
+            ForgetErrors();
+            const HRESULT status = cuts_->Save(Text(path.wstring()));
+            if (FAILED(status)) throw Problem(OneLine(Utf8(file)) + ": " + Reason(status));
+        });
+    }
+    void Show() const {
+        for (const std::string& line : CutsText(get())) Print(line + '\n');
+    }
+
+private:
+    std::unique_ptr<Job> job_;
+    Ref<ITimelines> cuts_;
+};
+
+bool Exists(const std::wstring& file) {
+    std::error_code ignored;
+    return std::filesystem::exists(Absolute(file), ignored);
+}
+
+/// "3": the third of a list.
+LONG NumberOf(const std::wstring& text, size_t count) {
+    const auto number = WholeNumber(text);
+    if (!number || *number < 1 || size_t(*number) > count)
+        throw Problem("there is no cut " + OneLine(Utf8(text)) + "; the file has " + std::to_string(count));
+    return *number;
+}
+
+}  // namespace
+
+int ListCuts(const CutsArguments& arguments) {
+    const List list(arguments.source);
+    list.Load(arguments.file);
+    list.Show();
+    return 0;
+}
+
+int AddToCuts(const CutsArguments& arguments) {
+    const List list(arguments.source);
+    if (Exists(arguments.file)) list.Load(arguments.file);
+    for (const std::wstring& cut : arguments.items) AddCut(list.get(), cut);
+    if (list.job()) UseCuts(list.job()->Inputs().front().node.get());
+    list.Save(arguments.file);
+    list.Show();
+    return 0;
+}
+
+int RemoveFromCuts(const CutsArguments& arguments) {
+    const List list(arguments.source);
+    list.Load(arguments.file);
+    const auto cuts = AllCuts(list.get());
+    std::set<LONG> numbers;
+    for (const std::wstring& item : arguments.items) numbers.insert(NumberOf(item, cuts.size()));
+    for (const LONG number : numbers) list->RemoveTimeline(cuts[size_t(number - 1)].get());
+    list.Save(arguments.file);
+    list.Show();
+    return 0;
+}
+
+int SaveCuts(const CutsArguments& arguments) {
+    const List list(arguments.source);
+    if (!list.job()) throw Problem("\"cuts save\" takes a job: --from or --input");
+    list.Save(arguments.file);
+    list.Show();
+    return 0;
+}
+
+int LoadCuts(const CutsArguments& arguments) {
+    const List list(arguments.source);
+    if (!list.job()) throw Problem("\"cuts load\" takes a job: --from or --input");
+    list.Load(arguments.file);
+    if (arguments.output != L"-") list.Show();
+    WriteJob(list.job(), arguments.output);
+    return 0;
+}
+
+int CheckCuts(const CutsArguments& arguments) {
+    bool good = true;
+    const List list(arguments.source);
+    for (const std::wstring& file : arguments.items) {
+        const std::string name = OneLine(Utf8(file));
+        try {
+            list.Load(file);
+        } catch (const Problem& problem) {
+            PrintError(problem.what());
+            good = false;
+            continue;
+        }
+        size_t number = 0;
+        for (const Ref<IProperty>& cut : AllCuts(list.get())) {
+            ++number;
+            const std::string problem = ProblemOf(cut.get(), list.Source());
+            if (problem.empty()) continue;
+            Print(name + ": cut " + std::to_string(number) + ' ' + problem + '\n');
+            good = false;
+        }
+        const auto encoded = EncodedDuration(list.get());
+        Print(name + ": " + std::to_string(number) + (number == 1 ? " cut" : " cuts") +
+              (encoded ? ", encoded: " + ExactSeconds(*encoded) : "") + '\n');
+    }
+    return good ? 0 : 1;
+}
+
+}  // namespace host
