@@ -8,8 +8,8 @@
 
 #include "com/object.h"
 #include "com/variant.h"
+#include "host.h"
 #include "persist/xml_sink.h"
-#include "server/class_table.h"
 #include "server/messages.h"
 
 namespace bv {
@@ -80,17 +80,6 @@ void Check(bool good) {
     if (!good) std::abort();
 }
 
-void RegisterClasses() {
-    std::ignore = CoInitialize(nullptr);
-    StartClassTable();
-    for (const ClassEntry& entry : ClassTable()) {
-        ComPtr<IClassFactory> factory;
-        DWORD cookie = 0;
-        Check(SUCCEEDED(GetClassObject(entry.cls, kIid<IClassFactory>, factory.PutVoid())));
-        Check(SUCCEEDED(CoRegisterClassObject(entry.cls, factory.get(), CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie)));
-    }
-}
-
 /// One node in the written text, and the values that it was given.
 struct Written {
     std::string name;
@@ -153,8 +142,7 @@ Written Fill(IProperty* node, Input& input, std::size_t number) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace bv;
-    static const bool registered = (RegisterClasses(), true);
-    std::ignore = registered;
+    fuzz::StartServer();
     if (size > 16384) return 0;
     Input input(data, size);
     const auto root = Create<IProperty>(clsid::PropertySimple);
