@@ -1,5 +1,6 @@
-// Two output formats. A format is a node, the root of its own settings, that says its file extension and
-// takes part in the job once the node "OutputFileFormat" holds it.
+// Output formats, two of video and one of pictures. A format is a node, the root of its own settings, that
+// says its file extension and takes part in the job once the node "OutputFileFormat" holds it. What a format
+// does to each frame is the server's own tree; codecs and containers are the format's.
 #include "classes.h"
 #include "settings.h"
 
@@ -44,36 +45,73 @@ constexpr Setting kMp4Audio[] = {
     {.name = L"AudioCodec", .title = L"Codec", .style = kList, .value = 1, .choices = kMp4AudioCodecs},
     {.name = L"AudioBitrate", .title = L"Bitrate", .style = kList, .value = 128, .choices = kAudioBitrates},
 };
+constexpr Choice kCompressions[] = {{L"Fast", 1}, {L"Small", 9}};
+// The switch "HasAudio" shows and hides "Audio", "IsInterleave" and "Interleave" by these names.
 constexpr Setting kAviGroups[] = {
-    {.name = L"Video", .title = L"Video", .style = kGroup, .children = kAviVideo},
-    {.name = L"Audio", .title = L"Audio", .style = kGroup, .children = kAviAudio},
+    {.name = L"Video", .title = L"Video", .children = kAviVideo},
+    {.name = L"FrameRate", .cls = bv::clsid::PropertyFrame},
+    {.name = L"Frame", .cls = bv::clsid::PropertyLifeTimeFilters},
+    {.name = L"Filters", .cls = bv::clsid::PropertyFilters},
+    {.name = L"HasAudio", .cls = bv::clsid::PropertyHasAudio},
+    {.name = L"Audio", .title = L"Audio", .children = kAviAudio},
+    {.name = L"IsInterleave",
+     .title = L"Interleave sound and pictures",
+     .style = kCheckBox,
+     .value = 1,
+     .description_id = 92},
+    {.name = L"Interleave",
+     .title = L"Interleave every",
+     .style = kEdit | kNotNegative,
+     .value = 500,
+     .unit = L"ms",
+     .description_id = 1104},
+    {.name = L"AudioSource", .cls = bv::clsid::PropertyAudioSrc},
 };
 constexpr Setting kMp4Groups[] = {
-    {.name = L"Video", .title = L"Video", .style = kGroup, .children = kMp4Video},
-    {.name = L"Audio", .title = L"Audio", .style = kGroup, .children = kMp4Audio},
+    {.name = L"Video", .title = L"Video", .children = kMp4Video},
+    {.name = L"FrameRate", .cls = bv::clsid::PropertyFrame},
+    {.name = L"Frame", .cls = bv::clsid::PropertyLifeTimeFilters},
+    {.name = L"Filters", .cls = bv::clsid::PropertyFilters},
+    {.name = L"HasAudio", .cls = bv::clsid::PropertyHasAudio},
+    {.name = L"Audio", .title = L"Audio", .children = kMp4Audio},
+};
+constexpr Setting kPngGroups[] = {
+    {.name = L"Compression",
+     .title = L"Compression",
+     .style = kList,
+     .value = 9,
+     .choices = kCompressions,
+     .description = L"The picture is the same; a smaller file takes longer."},
 };
 
 struct FormatDecl {
     CLSID cls;
+    const wchar_t* name;       // for people
     const wchar_t* extension;  // with its dot
-    Setting root;              // the title is the format's name
+    Setting root;              // its title is the label of the choice
 };
 constexpr FormatDecl kAvi = {
-    kAviFormat, L".avi", {.name = L"AVI", .title = L"AVI", .style = kGroup, .children = kAviGroups}};
+    kAviFormat, L"AVI", L".avi", {.name = L"AVI", .title = L"AVI", .children = kAviGroups}};
 constexpr FormatDecl kMp4 = {
-    kMp4Format, L".mp4", {.name = L"MP4", .title = L"MP4", .style = kGroup, .children = kMp4Groups}};
+    kMp4Format, L"MP4", L".mp4", {.name = L"MP4", .title = L"MP4", .children = kMp4Groups}};
+// The class of a picture's settings has a title of its own.
+constexpr FormatDecl kPng = {
+    kPngFormat,
+    L"PNG",
+    L".png",
+    {.name = L"PNG", .children = kPngGroups, .cls = bv::clsid::PropertyPictureMain}};
 
 template <const FormatDecl& decl>
 class Format final : public Component<IOutputFormatInfo> {
 public:
     HRESULT Build() {
-        const HRESULT status = AggregateNode(bv::clsid::PropertySimple);
+        const HRESULT status = AggregateNode(decl.root.cls);
         return FAILED(status) ? status : SetUp(this, decl.root);
     }
 
     STDMETHODIMP GetFormatInfo(BSTR* name, BSTR* extension) override {
         if (!name || !extension) return E_POINTER;
-        *name = SysAllocString(decl.root.title);
+        *name = SysAllocString(decl.name);
         *extension = SysAllocString(decl.extension);
         return *name && *extension ? S_OK : E_OUTOFMEMORY;
     }
@@ -108,6 +146,9 @@ HRESULT CreateAviFormat(REFIID iid, void** out) {
 }
 HRESULT CreateMp4Format(REFIID iid, void** out) {
     return Component<IOutputFormatInfo>::Create<Format<kMp4>>(iid, out);
+}
+HRESULT CreatePngFormat(REFIID iid, void** out) {
+    return Component<IOutputFormatInfo>::Create<Format<kPng>>(iid, out);
 }
 
 }  // namespace sample

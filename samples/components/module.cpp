@@ -18,6 +18,7 @@ struct OfferedClass {
 constexpr OfferedClass kClasses[] = {
     {kAviFormat, L"AVI output format", CreateAviFormat},
     {kMp4Format, L"MP4 output format", CreateMp4Format},
+    {kPngFormat, L"PNG output format", CreatePngFormat},
     {kThumbnailAction, L"Thumbnail action", CreateThumbnailAction},
     {bv::clsid::FrameSizeFilter, L"Frame size filter", CreateFrameSizeFilter},
     {bv::clsid::CropFilter, L"Crop filter", CreateCropFilter},
@@ -27,6 +28,7 @@ constexpr OfferedClass kClasses[] = {
 constexpr Announcement kAnnounced[] = {
     {bv::category::OutputFormats, kAviFormat, L"AVI", {}},
     {bv::category::OutputFormats, kMp4Format, L"MP4", {}},
+    {bv::category::OutputFormats, kPngFormat, L"PNG", {}},
     {bv::category::InputFormats,
      bv::GuidOf("85D38282-1E3D-4F3B-90C2-61C2382CCB12"),
      L"AVI input",

@@ -27,28 +27,37 @@ void SetUnit(IProperty* node, ISimpleInit* init, const wchar_t* unit) {
     extension_init->put_Value(value);
 }
 
+HRESULT SetUpSimple(IUnknown* object, const Setting& setting) {
+    Ref<IProperty> node;
+    Ref<ISimpleInit> init;
+    if (!node.AskedOf(object) || !init.AskedOf(object)) return E_NOINTERFACE;
+    init->SetTitle(Text(setting.title));
+    init->SetType(setting.style);
+    if (setting.description) init->put_Description(Text(setting.description));
+    if (setting.description_id) init->put_DescriptionID(setting.description_id);
+    for (const Choice& choice : setting.choices) init->AddItem(Text(choice.label), Number(choice.value));
+    if (setting.unit) SetUnit(node.operator->(), init.operator->(), setting.unit);
+    if (setting.style != kGroup) init->put_Value(Number(setting.value));
+    return S_OK;
+}
+
 }  // namespace
 
 HRESULT SetUp(IUnknown* object, const Setting& setting) {
     Ref<IProperty> node;
-    Ref<ISimpleInit> init;
     Ref<IEnumProperties> children;
-    if (!node.AskedOf(object) || !init.AskedOf(object) || !children.AskedOf(object)) return E_NOINTERFACE;
-
+    if (!node.AskedOf(object) || !children.AskedOf(object)) return E_NOINTERFACE;
     VARIANT no_parent;
     VariantInit(&no_parent);
     node->SetInfo(Text(setting.name), no_parent);
-    init->SetTitle(Text(setting.title));
-    init->SetType(setting.style);
-    if (setting.description) init->put_Description(Text(setting.description));
-    for (const Choice& choice : setting.choices) init->AddItem(Text(choice.label), Number(choice.value));
-    if (setting.unit) SetUnit(node.operator->(), init.operator->(), setting.unit);
-    if (setting.style != kGroup) init->put_Value(Number(setting.value));
-
+    if (setting.cls == bv::clsid::PropertySimple) {
+        const HRESULT status = SetUpSimple(object, setting);
+        if (FAILED(status)) return status;
+    }
     for (const Setting& below : setting.children) {
-        CLSID simple = bv::clsid::PropertySimple;
+        CLSID cls = below.cls;
         Ref<IProperty> child;
-        HRESULT status = children->InsertProperty(Text(below.name), &simple, child.Put());
+        HRESULT status = children->InsertProperty(Text(below.name), &cls, child.Put());
         if (SUCCEEDED(status)) status = SetUp(child.operator->(), below);
         if (FAILED(status)) return status;
     }

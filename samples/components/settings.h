@@ -32,16 +32,18 @@ struct Rows {
 
 struct Setting {
     const wchar_t* name;
-    const wchar_t* title;
-    LONG style;
+    const wchar_t* title = nullptr;
+    LONG style = kGroup;
     LONG value = 0;  // a group has none
     Rows<Choice> choices = {};
     const wchar_t* unit = nullptr;
     const wchar_t* description = nullptr;
+    int description_id = 0;  // a text of the server's own string table, in place of the description
     Rows<Setting> children = {};
+    CLSID cls = bv::clsid::PropertySimple;  // any other class brings all but its name and further children
 };
 
-/// Gives a new simple node its name, its title and all below it.
+/// Gives a new node of the setting's class its name and all below it, and a simple node the rest as well.
 HRESULT SetUp(IUnknown* node, const Setting& setting);
 
 }  // namespace sample

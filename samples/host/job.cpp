@@ -402,6 +402,13 @@ void Job::RestoreNode(const Element& element, IProperty* node) {
 void Job::RestoreBelow(const Element& element, IProperty* node) {
     for (const Element& child : element.children) {
         if (SameName(child.name, L"FILES") && node == root_.get()) continue;
+        if (SameName(child.name, L"EnumFilters") && Ask<IEnumObject>(node)) {
+            // The file has the settings of each filter of the list, and not its class.
+            for (const Element& filter : child.children)
+                warnings_.push_back("line " + std::to_string(filter.line) + ": the filter " +
+                                    Quoted(filter.name) + " isn't restored: the file doesn't say its class");
+            continue;
+        }
         const auto cuts = SameName(child.name, L"timeline") ? Ask<ITimelines>(node) : Ref<ITimelines>();
         Ref<IProperty> below;
         if (cuts)

@@ -1,4 +1,6 @@
 // Formats, actions and filters from a module of their own, as a job finds and uses them.
+#include <random>
+
 #include "support/environment.h"
 #include "support/node.h"
 
@@ -8,28 +10,71 @@ namespace {
 class SamplesTest : public JobTest {
 protected:
     static void SetUpTestSuite() { ASSERT_EQ(CallModule(kSamplesFile, "DllRegisterServer"), S_OK); }
-    static void TearDownTestSuite() { EXPECT_EQ(CallModule(kSamplesFile, "DllUnregisterServer"), S_OK); }
+    static void TearDownTestSuite() {
+        EXPECT_TRUE(ModuleCanGo(kSamplesFile)) << "a component outlives the tests";
+        EXPECT_EQ(CallModule(kSamplesFile, "DllUnregisterServer"), S_OK);
+    }
     Node Formats() const { return (*this)[L"OutputFileFormat"]; }
     Node Format(size_t index) const {
         return Node(Ref<IUnknown>(Formats().Choices().at(index).second.object()).As<IProperty>());
     }
 };
 
-TEST_F(SamplesTest, FormatsAreSelectedBackAndForth) {
-    ASSERT_EQ(Formats().Choices().size(), 2u);
-    EXPECT_EQ(Formats().Choices()[0].first, L"AVI");
-    EXPECT_EQ(Formats().Choices()[1].first, L"MP4");
-    for (const size_t selected : {0u, 1u, 0u}) {
-        ASSERT_EQ(Formats().Put(Formats().Choices()[selected].second), S_OK);
-        for (const size_t i : {0u, 1u}) {
-            EXPECT_EQ(Format(i).Active(), i == selected);
-            EXPECT_TRUE(Format(i).Shown());
-        }
-        // A setting of the selected format alone, and one that both have under the same name.
-        EXPECT_EQ(bool((*this)[L"FastStart"]), selected == 1);
-        EXPECT_EQ((*this)[L"VideoBitrate"].Value(), I4(selected == 0 ? 4000 : 2500));
+/// How many nodes of a tree are active, and how many there are.
+std::pair<size_t, size_t> CountActive(const Node& node) {
+    std::pair<size_t, size_t> count = {node.Active(), 1};
+    for (const Node& child : node.Children()) {
+        const auto below = CountActive(child);
+        count.first += below.first;
+        count.second += below.second;
     }
+    return count;
+}
+
+TEST_F(SamplesTest, FormatsAreSelectedInAnyOrder) {
+    struct Case {
+        const wchar_t* label;
+        const wchar_t* own;  // a setting that no other format has
+        Value bitrate;       // one that several have under the same name
+        const char* tree;
+    };
+    const Case cases[] = {{L"AVI", L"Interleave", I4(4000), "format_avi.txt"},
+                          {L"MP4", L"FastStart", I4(2500), "format_mp4.txt"},
+                          {L"Picture", L"Compression", Nothing(), "format_png.txt"}};
+    ASSERT_EQ(Formats().Choices().size(), std::size(cases));
+    std::minstd_rand random(4);
+    for (int round = 0; round < 60; ++round) {
+        const size_t selected = round < 3 ? size_t(round) : random() % std::size(cases);
+        ASSERT_EQ(Formats().Put(Formats().Choices()[selected].second), S_OK);
+        for (size_t i = 0; i < std::size(cases); ++i) {
+            SCOPED_TRACE(Narrow(cases[i].label));
+            EXPECT_EQ(Formats().Choices()[i].first, cases[i].label);
+            const auto [active, all] = CountActive(Format(i));
+            EXPECT_EQ(active, i == selected ? all : 0);
+            EXPECT_TRUE(Format(i).Shown());
+            EXPECT_EQ(bool((*this)[cases[i].own]), i == selected);
+            if (round < 3 && i == selected) {
+                EXPECT_EQ(Dump(Format(i)), Golden(cases[i].tree));
+            }
+        }
+        const Node bitrate = (*this)[L"VideoBitrate"];
+        EXPECT_EQ(bitrate ? bitrate.Value() : Nothing(), cases[selected].bitrate);
+        EXPECT_EQ((*this)[L"ResizeType"].Parent().Parent().Name(), L"FltImplementSize");
+    }
+    ASSERT_EQ(Formats().Put(Formats().Choices()[0].second), S_OK);
     ExpectRefused((*this)[L"VideoBitrate"], I4(-1), L"This value cannot be negative.");
+}
+
+TEST_F(SamplesTest, TheAudioSwitchReachesTheFormatsSettings) {
+    const std::pair<int, const char*> steps[] = {{0, ""}, {1, "AiI"}};
+    for (const auto& [on, shown] : steps) {
+        ASSERT_EQ((*this)[L"HasAudio"].Put(I4(on)), S_OK);
+        std::string seen;
+        if ((*this)[L"Audio"].Shown()) seen += 'A';
+        if ((*this)[L"IsInterleave"].Shown()) seen += 'i';
+        if ((*this)[L"Interleave"].Shown()) seen += 'I';
+        EXPECT_EQ(seen, shown);
+    }
 }
 
 TEST_F(SamplesTest, AFormatIsOneObjectWithItsNode) {
@@ -70,14 +115,8 @@ TEST_F(SamplesTest, AFilterBringsTheServersSettings) {
     const std::pair<CLSID, CLSID> filters[] = {{clsid::FrameSizeFilter, clsid::PropertySize},
                                                {clsid::CropFilter, clsid::PropertyCrop}};
     for (const auto& [cls, settings] : filters) {
-        Ref<IProperty> own;
-        Ref<IBaseFilter> filter;
-        const HRESULT available =
-            CoCreateInstance(settings, nullptr, CLSCTX_INPROC_SERVER, kIid<IProperty>, own.PutVoid());
-        EXPECT_EQ(CoCreateInstance(cls, nullptr, CLSCTX_INPROC_SERVER, kIid<IBaseFilter>, filter.PutVoid()),
-                  available);
-        if (FAILED(available)) continue;  // no settings, no filter
-        EXPECT_EQ(Node(filter.As<IProperty>()).Value(), Node(own).Value());
+        const auto filter = New<IBaseFilter>(cls);
+        EXPECT_EQ(Dump(Node(filter.As<IProperty>())), Dump(CreateNode(settings)));
         CLSID said = {};
         EXPECT_EQ(filter->GetClassID(&said), S_OK);
         EXPECT_TRUE(said == cls);

@@ -257,9 +257,21 @@ std::string Dump(const Node& node, bool hidden_too) {
 std::string Golden(const std::string& name) {
     std::ifstream file(DataFolder() / "golden" / name, std::ios::binary);
     EXPECT_TRUE(file) << "no golden file " << name;
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
+    std::string text;
+    for (std::string line; std::getline(file, line);) {
+        const size_t at = line.find_first_not_of(' ');
+        if (at == line.npos || line[at] != '@') {
+            text += file.eof() ? line : line + '\n';
+            continue;
+        }
+        std::istringstream words(line.substr(at + 1));
+        std::string part, root;
+        words >> part >> root;
+        std::istringstream lines(Golden(part));
+        for (std::string below; std::getline(lines, below); root.clear())
+            text += std::string(at, ' ') + (root.empty() ? below : root + below.substr(below.find(' '))) + '\n';
+    }
+    return text;
 }
 
 // --- Errors ---
@@ -288,8 +300,10 @@ void ExpectRefused(const Node& node, const Value& value, const std::wstring& tex
     EXPECT_EQ(node.Value(), before);
 }
 
-bool ModuleCanGo() {
-    const HMODULE module = GetModuleHandleW(kModuleFile);
+bool ModuleCanGo() { return ModuleCanGo(kModuleFile); }
+
+bool ModuleCanGo(const wchar_t* file) {
+    const HMODULE module = GetModuleHandleW(file);
     if (!module) return true;
     using Operation = HRESULT(STDAPICALLTYPE*)();
     const auto ask = reinterpret_cast<Operation>(reinterpret_cast<void*>(GetProcAddress(module, "DllCanUnloadNow")));

@@ -167,7 +167,8 @@ inline Node CreateNode(REFCLSID cls) { return Node(New<IProperty>(cls)); }
 /// Name, class, title, type, value, choices, description, extension and flags of a node and all below it, a line each, as
 /// tests/golden has them.
 std::string Dump(const Node& node, bool hidden_too = true);
-/// The text of tests/golden/<name>.
+/// The text of tests/golden/<name>. A line "@<other> <node>" stands for the whole of another one, at the same place and with
+/// its first name changed to <node>, if one is given.
 std::string Golden(const std::string& name);
 
 /// The thread's error object, taken.
@@ -184,6 +185,7 @@ void ExpectRefused(const Node& node, const Value& value, const std::wstring& tex
 
 /// How many locks the loaded module has is its own affair; whether it could go is told.
 bool ModuleCanGo();
+bool ModuleCanGo(const wchar_t* file);
 
 /// Fails the test at its end if an object of the module is alive that wasn't at its begin.
 class NothingLeft {
