@@ -15,8 +15,10 @@ struct JobSource {
     std::wstring from;                 // a settings file; empty: a new job
     std::vector<std::wstring> inputs;  // media files to add
     std::optional<MediaInfo> given;    // what is told of the inputs in place of reading them
+    std::wstring format = {};          // the output format to select; empty: as it is
+    std::vector<std::wstring> settings = {};  // NAME=VALUE, put without a word
 };
-/// Restores and adds, and warns of what can't be restored.
+/// Restores, adds, selects and sets, and warns of what can't be restored.
 void Fill(Job* job, const JobSource& source);
 
 struct TreeArguments {
@@ -25,6 +27,12 @@ struct TreeArguments {
     bool json = false;
 };
 int ShowTree(const TreeArguments& arguments);
+
+/// text: with the variables of the watermark's text, such as "%sf"; without one the variables are listed. index: of the
+/// output.
+int ExpandText(const JobSource& source, const std::optional<std::wstring>& text, int index);
+/// The record that a font string stands for; without one the usual font.
+int ShowFont(const std::optional<std::wstring>& text);
 
 int ShowNode(const JobSource& source, const std::wstring& name);
 

@@ -74,9 +74,21 @@ Effects Compare(const NodeView& before, const NodeView& after) {
 
 // --- What a typed text means for a node
 
+/// A format has a name of its own beside the label of its choice.
+std::wstring FormatName(const NodeView::Choice& choice, std::wstring* extension = nullptr) {
+    TextResult name, with_dot;
+    const auto format = Ask<IOutputFormatInfo>(choice.value.object());
+    if (!format || FAILED(format->GetFormatInfo(name.Put(), with_dot.Put()))) return {};
+    if (extension) *extension = with_dot.Get();
+    return name.Get();
+}
+
 std::optional<Value> LabelledValue(const NodeView& node, const std::wstring& text) {
     for (const auto& choice : node.choices)
         if (SameName(choice.label, text)) return choice.value;
+    for (const auto& choice : node.choices)
+        if (std::wstring extension; SameName(FormatName(choice, &extension), text) || SameName(extension, text))
+            return choice.value;
     return {};
 }
 
@@ -265,17 +277,28 @@ Effects Job::Set(const std::wstring& name, const std::wstring& text) {
     }
     if (!value) {
         std::vector<std::wstring> labels;
-        for (const auto& choice : node.choices) labels.push_back(choice.label);
-        if (!labels.empty()) {
-            std::string all;
-            for (const auto& label : labels) all += (all.empty() ? "" : ", ") + Quoted(label);
-            throw Problem(what + ": the choices are " + all + Suggestion(text, labels));
+        std::string all;
+        for (const auto& choice : node.choices) {
+            labels.push_back(choice.label);
+            all += (all.empty() ? "" : ", ") + Quoted(choice.label);
+            const std::wstring also = FormatName(choice);
+            if (also.empty() || also == choice.label) continue;
+            labels.push_back(also);
+            all += " (" + OneLine(Utf8(also)) + ')';
         }
+        if (!labels.empty()) throw Problem(what + ": the choices are " + all + Suggestion(text, labels));
         throw Problem(what + ": this setting takes a " + KindName(node.value.kind()));
     }
     PutValue(node, *value, what);
     if (unit) PutValue(*node.unit, *unit, what);
     return Compare(before, View());
+}
+
+void Job::SelectFormat(const std::wstring& format) {
+    const std::wstring node = L"OutputFileFormat";
+    if (Node(node).choices.empty())
+        throw Problem("no output format is registered; \"bvhost register\" registers those of this installation");
+    Set(node, format);
 }
 
 // --- Writing

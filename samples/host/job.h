@@ -52,6 +52,11 @@ public:
     /// the label of a unit. Throws Problem when the value is refused.
     Effects Set(const std::wstring& name, const std::wstring& text);
 
+    /// By the label of its choice, its name or its extension. Throws Problem when there is none.
+    void SelectFormat(const std::wstring& format);
+    /// Which of the outputs it is that the job is asked for.
+    void SetOutputIndex(int index) { media_.SetIndex(index); }
+
     /// The settings as XML; inputs get their index files.
     std::string Write();
     /// Restores what was written, inputs first. What can't be restored is told in a line each.

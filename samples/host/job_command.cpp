@@ -70,6 +70,11 @@ void Fill(Job* job, const JobSource& source) {
     }
     for (const std::wstring& input : source.inputs) job->AddInput(input);
     job->SelectFirstInput();
+    if (!source.format.empty()) job->SelectFormat(source.format);
+    for (const std::wstring& setting : source.settings) {
+        const auto [name, value] = Split(setting);
+        job->Set(name, value);
+    }
 }
 
 int EditJob(const JobArguments& arguments) {

@@ -134,14 +134,21 @@ int Run(int argc, char** argv) {
 
     std::vector<std::string> inputs, settings, cut_texts, modules;
     CutsCommands cuts;
-    std::string name, from, output;
+    std::string name, from, format, output, text;
+    int index = 0;
     TreeArguments tree_arguments;
-    DescribedInput tree_input, show_input, job_input;
+    DescribedInput tree_input, show_input, job_input, expand_input;
 
     const auto add_source = [&](CLI::App* command) {
         command->add_option("--from", from, "A saved job to start from")->type_name("FILE");
         command->add_option("--input", inputs, "A media file of the job; may stand several times")
             ->type_name("FILE")
+            ->allow_extra_args(false);
+        command->add_option("--format", format, "The output format to select: AVI, PNG, .mp4")->type_name("NAME");
+        command->add_option("--set", settings,
+                            "A setting: its name, and a label of its list or a value; \"on\" and \"off\" for "
+                            "check boxes, a unit behind a number. May stand several times")
+            ->type_name("NAME=VALUE")
             ->allow_extra_args(false);
     };
 
@@ -158,11 +165,6 @@ int Run(int argc, char** argv) {
 
     CLI::App* job = app.add_subcommand("job", "Makes a job, or opens a saved one, changes it and writes it");
     add_source(job);
-    job->add_option("--set", settings,
-                    "A setting: its name, and a label of its list or a value; \"on\" and \"off\" for "
-                    "check boxes, a unit behind a number. May stand several times")
-        ->type_name("NAME=VALUE")
-        ->allow_extra_args(false);
     job->add_option("--cut", cut_texts,
                     "A cut of the first input, in frames or in times such as 0:00:01.500-0:00:03.000. May stand "
                     "several times")
@@ -173,6 +175,17 @@ int Run(int argc, char** argv) {
     job_input.AddTo(job);
 
     cuts.AddTo(&app, add_source, &output);
+
+    CLI::App* expand = app.add_subcommand("expand", "Puts the values of variables into a watermark's text");
+    const CLI::Option* given_text =
+        expand->add_option("TEXT", text, "Such as \"%s, %d\"; without it the variables are listed");
+    add_source(expand);
+    expand->add_option("--index", index, "The number of the output, for %i")->type_name("N");
+    expand_input.AddTo(expand);
+
+    CLI::App* font = app.add_subcommand("font", "Shows what a font string says");
+    const CLI::Option* given_font =
+        font->add_option("STRING", text, "Such as \"FONT=Arial;SIZE=12;U=ON;\"; without it the usual font");
 
     std::string operation;
     std::vector<std::string> call_arguments;
@@ -209,13 +222,21 @@ int Run(int argc, char** argv) {
     if (unregistering->parsed()) return Unregister(Wide(modules));
     if (registry->parsed()) return ShowRegistry();
     if (types->parsed()) return ShowTypes();
-    JobSource source = {.from = host::Wide(from), .inputs = Wide(inputs), .given = {}};
+    const auto typed = [&](const CLI::Option* option) {
+        return option->count() ? std::optional(host::Wide(text)) : std::nullopt;
+    };
+    if (font->parsed()) return ShowFont(typed(given_font));
+    JobSource source = {
+        .from = host::Wide(from), .inputs = Wide(inputs), .given = {}, .format = host::Wide(format)};
+    if (!job->parsed()) source.settings = Wide(settings);
     if (const auto command = cuts.Parsed()) return command(cuts.Arguments(source, output));
-    source.given = job->parsed()    ? job_input.Get()
-                   : tree->parsed() ? tree_input.Get()
-                   : call->parsed() ? call_input.Get()
-                   : pick->parsed() ? pick_input.Get()
-                                    : show_input.Get();
+    source.given = job->parsed()      ? job_input.Get()
+                   : tree->parsed()   ? tree_input.Get()
+                   : call->parsed()   ? call_input.Get()
+                   : expand->parsed() ? expand_input.Get()
+                   : pick->parsed()   ? pick_input.Get()
+                                      : show_input.Get();
+    if (expand->parsed()) return ExpandText(source, typed(given_text), index);
     if (call->parsed()) return CallOperation(source, host::Wide(operation), Wide(call_arguments));
     if (pick->parsed()) return PickValue(source, host::Wide(name), host::Wide(output));
     if (job->parsed()) return EditJob({source, Wide(settings), Wide(cut_texts), host::Wide(output)});

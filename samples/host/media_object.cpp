@@ -1,5 +1,6 @@
 #include "media_object.h"
 
+#include <cwchar>
 #include <filesystem>
 
 #include "server.h"
@@ -24,6 +25,18 @@ std::wstring TextOf(IProperty* root, const wchar_t* name) {
     const Ref<IProperty> node = root ? Find(root, name) : Ref<IProperty>();
     Value value;
     return node && node->get_Value(value.Put()) == S_OK ? value.AsText() : std::wstring();
+}
+
+constexpr LONG kSeries = 2;
+constexpr const wchar_t* kSourceName = L"{SOURCE_FILE_NAME}";
+
+/// The selected format's, with its dot.
+std::wstring Extension(IMediaObject* media) {
+    Ref<IDispatch> format;
+    TextResult name, extension;
+    if (media->get_CurrentFormat(format.Put()) != S_OK) return {};
+    const auto info = format.As<IOutputFormatInfo>();
+    return info && SUCCEEDED(info->GetFormatInfo(name.Put(), extension.Put())) ? extension.Get() : std::wstring();
 }
 
 }  // namespace
@@ -117,12 +130,26 @@ STDMETHODIMP MediaObject::InitDefault() {
 }
 
 STDMETHODIMP MediaObject::GetOuputFileName(BSTR* pVal) try {
-    return Give(pVal, TextOf(root_, L"OutputMediaName"));
+    if (!pVal) return E_POINTER;
+    const Ref<IProperty> mode = root_ ? Find(root_, L"Mode") : Ref<IProperty>();
+    Value series;
+    std::filesystem::path file;
+    if (mode && mode->get_Value(series.Put()) == S_OK && series.kind() == VT_I4 && series.get().lVal == kSeries) {
+        // One file for each input, named by the pattern.
+        const std::wstring source = std::filesystem::path(TextOf(root_, L"PathToMediaFile")).stem().wstring();
+        std::wstring name = TextOf(root_, L"FileNamePattern");
+        if (const size_t at = name.find(kSourceName); at != name.npos)
+            name.replace(at, std::wcslen(kSourceName), source);
+        if (!name.empty()) file = std::filesystem::path(TextOf(root_, L"DestinationPath")) / (name + Extension(this));
+    } else {
+        file = TextOf(root_, L"OutputMediaName");
+    }
+    return file.empty() ? E_FAIL : Give(pVal, file.wstring());
 } catch (const std::exception&) {
     return E_OUTOFMEMORY;
 }
 
-STDMETHODIMP MediaObject::GetCurIndex(int* pVal) { return Give(pVal, 0); }
+STDMETHODIMP MediaObject::GetCurIndex(int* pVal) { return Give(pVal, index_); }
 STDMETHODIMP MediaObject::get_Duration(LONGLONG* pVal) { return Give(pVal, info_.duration); }
 STDMETHODIMP MediaObject::get_TimePerFrame(LONGLONG* pVal) { return Give(pVal, info_.frame_time); }
 STDMETHODIMP MediaObject::get_StreamFlagA(int* pVal) { return Give(pVal, int(info_.video)); }

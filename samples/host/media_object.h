@@ -29,6 +29,7 @@ public:
     IMediaFiles* Files() const { return files_.get(); }
     const MediaInfo& Info() const { return info_; }
     void SetInfo(const MediaInfo& info) { info_ = info; }
+    void SetIndex(int index) { index_ = index; }
 
     STDMETHODIMP QueryInterface(REFIID iid, void** out) override;
     STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
@@ -51,6 +52,7 @@ public:
     /// This host edits jobs; it encodes none.
     STDMETHODIMP Encoding(ICriticalSection*, LONG*) override { return E_NOTIMPL; }
     STDMETHODIMP Stop() override { return S_OK; }
+    /// Where the current input's output goes. E_FAIL: the settings name no file.
     STDMETHODIMP GetOuputFileName(BSTR* pVal) override;
     STDMETHODIMP GetCurIndex(int* pVal) override;
 
@@ -67,6 +69,7 @@ private:
     ULONG references_ = 1;
     std::optional<MediaInfo> given_;
     MediaInfo info_;
+    int index_ = 0;
     IProperty* root_ = nullptr;
     Ref<IUnknown> map_;  // the inner object's own IUnknown
     Ref<IMediaFiles> files_;

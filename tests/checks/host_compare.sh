@@ -26,6 +26,9 @@ session() {
     bvhost tree --from job.xml "${given[@]}" --json
     bvhost show Mode
     bvhost show SplitLength
+    bvhost tree --format PNG --json --all
+    bvhost expand --input "$clip" "${given[@]}" --index 3 --set OutputMediaName=out.avi "%sf %s %of %o %i %x %%"
+    bvhost font "FONT=Arial;SIZE=x;U=on;junk"
     bvhost unregister
     bvhost registry
     bvhost tree

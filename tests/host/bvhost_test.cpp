@@ -149,6 +149,9 @@ TEST_F(BvhostTest, SaysWhatIsWrongInOneLine) {
         {"job --from " + File("deep.xml"), 1, "elements lie more than 64 deep\n"},
         {"job --from " + File("other.xml"), 1, "these are settings of \"Timeline\", not of a job\n"},
         {"register " + File("cut.xml"), 1, "cut.xml: "},
+        {"tree --format pgn", 1, "the choices are \"AVI\", \"MP4\", \"Picture\" (PNG), did you mean \"PNG\"?\n"},
+        {"expand " + wide, 1, "bvhost: the text is too long"},
+        {"expand --set FORMAT=1 x", 1, "bvhost: there is no setting \"FORMAT\""},
         {"tree --nonsense", 2, "--nonsense"},
     };
     for (const Case& c : cases) {
@@ -168,7 +171,8 @@ TEST_F(BvhostTest, RestoresTheRestOfADamagedJob) {
              "type='72'>\n<Gone>\n</Gone>\n</OutputFileFormat>\n"
              "<Common>\n<Output>\n<Mode value='2' type='3'>\n</Mode>\n<SplitLength value='many' "
              "type='3'>\n</SplitLength>\n"
-             "<Exactly value='1' type='9'>\n</Exactly>\n</Output>\n</Common>\n</Main>\n");
+             "<Exactly value='1' type='9'>\n</Exactly>\n</Output>\n</Common>\n"
+             "<Filters value='1' type='3'>\n<EnumFilters>\n<Blur>\n</Blur>\n</EnumFilters>\n</Filters>\n</Main>\n");
     const Outcome outcome = Run("job --from " + File("odd.xml") + " --output " + File("mended.xml"));
     EXPECT_EQ(outcome.exit_code, 0);
     for (const char* warning :
@@ -176,7 +180,8 @@ TEST_F(BvhostTest, RestoresTheRestOfADamagedJob) {
           "line 8: OutputFileFormat: the object \"{00000000-0000-0000-0000-000000000001}\" isn't restored\n",
           "line 9: there is no setting \"Gone\" here; it is skipped with all inside\n",
           "line 16: SplitLength: the value doesn't fit its type 3\n",
-          "line 18: Exactly: the value doesn't fit its type 9\n"})
+          "line 18: Exactly: the value doesn't fit its type 9\n",
+          "line 24: the filter \"Blur\" isn't restored: the file doesn't say its class\n"})
         EXPECT_THAT(outcome.text, HasSubstr(warning));
     const std::string mended = ReadAll(TempFolder() / "mended.xml");
     EXPECT_THAT(mended, HasSubstr("<Mode value='2' type='3'>\n"));
@@ -192,7 +197,7 @@ TEST_F(BvhostTest, ShowsHiddenNodesOnlyWhenAsked) {
     const std::string json = Run("tree --json --all").text;
     EXPECT_THAT(json, HasSubstr("{\"label\": \"Multiply\", \"value\": 2, \"selected\": false}"));
     EXPECT_THAT(Run("show Mode").text, HasSubstr("* Single    = 1\n"));
-    for (const char* command : {"", "tree ", "show ", "job ", "register ", "unregister ", "registry "})
+    for (const char* command : {"", "tree ", "show ", "job ", "expand ", "font ", "register ", "unregister ", "registry "})
         EXPECT_THAT(Run(command + std::string("--help")).text, HasSubstr("Usage: bvhost")) << command;
 }
 
@@ -213,6 +218,36 @@ TEST_F(BvhostTest, PicksByDialog) {
         const Outcome outcome = Run(c.arguments);
         EXPECT_EQ(outcome.exit_code, c.exit_code);
         EXPECT_EQ(outcome.text.substr(0, std::strlen(c.text)), c.text);
+    }
+}
+
+TEST_F(BvhostTest, ExpandsTextsAndReadsFonts) {
+    const std::string given = "expand --input " + Clip() + " --duration 3 ";
+    struct Case {
+        std::string arguments;
+        const char* text;
+    };
+    const Case cases[] = {
+        {given + "--index 7 --set FORMAT_i=%04d \"%sf|%s|%i|%%|%x\"", "clip.mp4|clip|0007|%%|%x\n"},
+        {given + "--set OutputMediaName=out.b.avi \"%OF|%o\"", "out.b.avi|out.b\n"},
+        {given + "--set Mode=Multiply --set FileNamePattern=new-{SOURCE_FILE_NAME} --format png \"%of|%o\"",
+         "new-clip.png|new-clip\n"},
+        {"expand \"%s %i\"", "%s 00\n"},
+        {"expand \"%s %i\"", "bvhost: note: %s stays: no input; --input names one\n"},
+        {"expand", "%i        Index                     00\n"},
+        {"font", "As text     FONT=Tahoma;STYLE=Regular;SIZE=10;U=OFF;S=OFF;CHARSET=Default;\n"},
+        {"font \"font=Arial;size=12pt;U=on;junk\"",
+         "Size        12\nUnderline   on\nStrikeout   off  (by default)\nCharset     Default  (by default)\n"
+         "As text     FONT=Arial;STYLE=Regular;SIZE=12;U=ON;S=OFF;CHARSET=Default;\n"},
+        {"font \"font=Arial;junk\"", "bvhost: note: \"junk\" is no item of a font and is left out\n"},
+        {"font FONT=" + std::string(600, 'x'), "bvhost: note: nothing of the string counts"},
+        {"tree --format .PNG", "  ├─ Image  "},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.arguments);
+        const Outcome outcome = Run(c.arguments);
+        EXPECT_EQ(outcome.exit_code, 0);
+        EXPECT_THAT(outcome.text, HasSubstr(c.text));
     }
 }
 
