@@ -33,7 +33,10 @@ inline Outcome RunBvhost(const std::string& arguments, const std::string& input 
                                 "\" 2>&1";
     // The Windows shell takes one pair of quotes off the whole line.
     constexpr bool kWindows = std::filesystem::path::preferred_separator == '\\';
-    const int status = std::system((kWindows ? '"' + command + '"' : command).c_str());
+    // On a busy machine Wine's shell at times doesn't find a program that is there; a Windows shell says 9009 then.
+    int status = 9009;
+    for (int attempt = 0; attempt < 3 && status == 9009; ++attempt)
+        status = std::system((kWindows ? '"' + command + '"' : command).c_str());
     std::string text = ReadAll(folder / "output.txt");
     std::erase(text, '\r');
     return {kWindows ? status : status >> 8, text};
