@@ -16,6 +16,7 @@ export WINEDLLOVERRIDES="mscoree=;mshtml=;winemenubuilder.exe="
 unset DISPLAY WAYLAND_DISPLAY
 
 # Debian has the server under the name of the package's main program or in its library folder.
+server=true
 for candidate in wineserver /usr/lib/wine/wineserver64 /usr/lib/wine/wineserver; do
     if command -v "$candidate" >/dev/null; then server=$candidate; break; fi
 done
@@ -26,9 +27,12 @@ mkdir -p "$(dirname "$WINEPREFIX")"
     if [ ! -e "$WINEPREFIX/.ready" ]; then
         rm -rf "$WINEPREFIX"
         timeout 180 wine wineboot --init >/dev/null 2>&1 </dev/null
-        "${server:-true}" -w
+        "$server" -w
         touch "$WINEPREFIX/.ready"
     fi
+    # By itself the server ends three seconds after its last program, and a program that starts just then fails without
+    # a word. This one waits; where it runs already, the call does nothing.
+    "$server" -p600 >/dev/null 2>&1 9>&- || true
 ) 9>"$WINEPREFIX.lock"
 
 state=$(mktemp -d "${TMPDIR:-/tmp}/bvtest.XXXXXX")

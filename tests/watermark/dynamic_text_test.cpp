@@ -33,7 +33,7 @@ protected:
     Ref<IDynamicText> dynamic = text.As<IDynamicText>();
 };
 
-struct Case {
+struct Expansion {
     std::wstring raw, expanded;
 };
 
@@ -58,7 +58,7 @@ TEST_F(DynamicTextTest, VariablesAreListed) {
 }
 
 TEST_F(DynamicTextTest, PutsValuesInTheirPlaces) {
-    const Case cases[] = {
+    const Expansion cases[] = {
         {L"", L""},
         {L"plain Text", L"plain Text"},
         {L"100%", L"100%"},
@@ -74,7 +74,7 @@ TEST_F(DynamicTextTest, PutsValuesInTheirPlaces) {
         {L"a%", L"a%"},
         {L"%s%%o", L"clip.test%Result"},
     };
-    for (const Case& c : cases) EXPECT_EQ(Expand(c.raw), c.expanded) << Narrow(c.raw);
+    for (const Expansion& c : cases) EXPECT_EQ(Expand(c.raw), c.expanded) << Narrow(c.raw);
     ASSERT_EQ(text.Put(Str(L"%i")), S_OK);
     Expand(L"%i");
     EXPECT_EQ(text.Value(), Str(L"%i"));
