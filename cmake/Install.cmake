@@ -27,7 +27,7 @@ else()
 endif()
 install(TARGETS bvschema_host EXPORT BVSchemaTargets)
 
-foreach(module BVSchema BVSamples)
+foreach(module BVSchema BVSamples dlgs)
   if(TARGET ${module})
     install(TARGETS ${module} LIBRARY DESTINATION ${BV_MODULE_DIR} RUNTIME DESTINATION ${BV_MODULE_DIR})
   endif()

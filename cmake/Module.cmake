@@ -1,19 +1,24 @@
 # Component modules and what is compiled into them.
 
-# bv_add_module(<name> [<source>...])
+# bv_add_module(<name> [EXPORTS <path>] [<source>...])
 #
 # A module that the component model loads: <name>.dll or <name>.so, exporting the four operations of such a module and
-# nothing else, under their plain names on every platform.
+# nothing else, under their plain names on every platform. EXPORTS names what another kind of module exports: <path>.def and
+# <path>.map.
 function(bv_add_module name)
-  add_library(${name} MODULE ${ARGN})
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "EXPORTS" "")
+  if(NOT arg_EXPORTS)
+    set(arg_EXPORTS ${PROJECT_SOURCE_DIR}/cmake/module)
+  endif()
+  add_library(${name} MODULE ${arg_UNPARSED_ARGUMENTS})
   set_target_properties(${name} PROPERTIES PREFIX "" LINKER_LANGUAGE CXX INSTALL_RPATH "$ORIGIN;$ORIGIN/..")
   target_link_libraries(${name} PRIVATE bv_platform bv_warnings)
   if(WIN32)
     # 32-bit callbacks carry their argument size in the symbol (@12); the fixup matches them to the plain names.
-    target_sources(${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/module.def)
+    target_sources(${name} PRIVATE ${arg_EXPORTS}.def)
     target_link_options(${name} PRIVATE -Wl,--enable-stdcall-fixup)
   else()
-    set(exports ${PROJECT_SOURCE_DIR}/cmake/module.map)
+    set(exports ${arg_EXPORTS}.map)
     target_link_options(${name} PRIVATE -Wl,--version-script=${exports} -Wl,--gc-sections)
     if(NOT BV_SANITIZE)
       target_link_options(${name} PRIVATE -Wl,--no-undefined)  # a sanitizer's runtime may come with the host

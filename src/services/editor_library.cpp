@@ -14,8 +14,8 @@ void ShowError(int id) {
 
 }  // namespace
 
-HRESULT RunEditor(const char* editor, IProperty* node) {
-    const HMODULE library = LoadLibraryA("dlgs.dll");
+HRESULT RunEditor(const char* editor, IProperty* node, const char* library_name) {
+    const HMODULE library = LoadLibraryA(library_name);
     if (!library) {
         ShowError(msg::kNoEditors);
         return S_FALSE;

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# A module exports the four operations of a component module and nothing else, undecorated, and a Windows module imports
-# from the system's own libraries alone: exports.sh BIN_FOLDER
+# A module exports the four operations of a component module, or the seven editors, and nothing else, undecorated, and a
+# Windows module imports from the system's own libraries alone: exports.sh BIN_FOLDER
 set -euo pipefail
 bin=$1
 four="DllCanUnloadNow DllGetClassObject DllRegisterServer DllUnregisterServer"
+seven="CropEditor Filters FontEditor ImageSize LogoTextEditor ResizeEditor WaterMarkEditor"
 system="advapi32 comdlg32 gdi32 kernel32 msvcrt msxml6 ole32 oleaut32 shell32 shlwapi user32"
 failed=0
 
@@ -13,7 +14,7 @@ complain() {
 }
 
 found=0
-for module in "$bin"/BVSchema.* "$bin"/BVSamples.*; do
+for module in "$bin"/BVSchema.* "$bin"/BVSamples.* "$bin"/dlgs.*; do
     case $module in
         *.so)
             exports=$(nm -D --defined-only "$module" | awk '{ print $3 }')
@@ -33,8 +34,10 @@ for module in "$bin"/BVSchema.* "$bin"/BVSamples.*; do
         *) continue ;;
     esac
     found=1
-    exports=$(sort <<<"$exports" | tr '\n' ' ')
-    [ "$exports" = "$four " ] || complain "$module exports: $exports"
+    exports=$(LC_ALL=C sort <<<"$exports" | tr '\n' ' ')
+    wanted=$four
+    case $module in */dlgs.*) wanted=$seven ;; esac
+    [ "$exports" = "$wanted " ] || complain "$module exports: $exports"
 done
 [ $found = 1 ] || complain "there is no module in $bin"
 exit $failed

@@ -1,0 +1,33 @@
+#include "console.h"
+
+#include <bvschema/platform.h>
+
+#include <cstdio>
+
+namespace dlgs {
+
+void Say(const std::string& text) { Prompt(text + '\n'); }
+
+void Prompt(const std::string& text) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    std::fflush(stdout);
+}
+
+std::optional<std::wstring> ReadLine() {
+    std::optional<std::wstring> line;
+    if (ReadConsoleLine(&line)) return line;
+    constexpr size_t kMostBytes = 1 << 20;  // what never ends a line isn't typed by anybody
+    std::string bytes;
+    int c = 0;
+    while ((c = std::getc(stdin)) != EOF && c != '\n')
+        if (bytes.push_back(char(c)); bytes.size() > kMostBytes) return {};
+    if (c == EOF && bytes.empty()) return {};
+    if (!bytes.empty() && bytes.back() == '\r') bytes.pop_back();
+    if (bytes.empty()) return std::wstring();
+    const int size = MultiByteToWideChar(CP_UTF8, 0, bytes.data(), int(bytes.size()), nullptr, 0);
+    std::wstring text(size > 0 ? size_t(size) : 0, L'\0');
+    if (size > 0) MultiByteToWideChar(CP_UTF8, 0, bytes.data(), int(bytes.size()), text.data(), size);
+    return text;
+}
+
+}  // namespace dlgs
