@@ -1,5 +1,5 @@
-// The editor library: one export for each kind of node that has an editor, called by the node's ShowDialog. An editor works
-// on the node through its interfaces, and is done when it returns. These ask in the terminal.
+// The editor library: one export for each kind of node that has an editor, called by the node's ShowDialog.
+// An editor works on the node through its interfaces, and is done when it returns. These ask in the terminal.
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -44,13 +44,16 @@ int Problem(const Rect& rect) {
 // A crop rectangle is stored as "left,top,right,bottom", a size as "widthxheight", both in pixels.
 std::optional<Rect> ToRect(const std::wstring& text) {
     Rect r;
-    const bool whole = std::swscanf(text.c_str(), L"%6d,%6d,%6d,%6d", &r.left, &r.top, &r.right, &r.bottom) == 4;
+    const bool whole =
+        std::swscanf(text.c_str(), L"%6d,%6d,%6d,%6d", &r.left, &r.top, &r.right, &r.bottom) == 4;
     if (!whole || r.left < 0 || r.top < 0 || Problem(r)) return {};
     return r;
 }
 std::optional<Size> ToSize(const std::wstring& text) {
     Size s;
-    if (std::swscanf(text.c_str(), L"%6dx%6d", &s.width, &s.height) != 2 || s.width < kSmallest || s.height < kSmallest) return {};
+    if (std::swscanf(text.c_str(), L"%6dx%6d", &s.width, &s.height) != 2 || s.width < kSmallest ||
+        s.height < kSmallest)
+        return {};
     return s;
 }
 std::wstring ToText(const Rect& r) {
@@ -78,7 +81,8 @@ bool HasNoVideo(IProperty* node) {
     if (FAILED(node->get_MediaObject(media.Put()))) return false;
     const auto parser = media.As<IMediaParser>();
     int video = 0, audio = 0;
-    return parser && SUCCEEDED(parser->get_StreamFlagA(&video)) && SUCCEEDED(parser->get_StreamFlagB(&audio)) && !video && audio;
+    return parser && SUCCEEDED(parser->get_StreamFlagA(&video)) &&
+           SUCCEEDED(parser->get_StreamFlagB(&audio)) && !video && audio;
 }
 
 /// The frame size of the job's input, from the sample that its node keeps.
@@ -89,14 +93,15 @@ std::optional<Size> SourceSize(IProperty* node) {
     AM_MEDIA_TYPE* type = nullptr;
     constexpr GUID kVideoInfo = bv::GuidOf("05589F80-C356-11CE-BF01-00AA0055595A");
     constexpr ULONG kWhole = 88, kWidth = 52, kHeight = 56;  // bytes of the format, and where it has them
-    if (!sample || sample->GetSample(&data, &data_size, &type, &type_size) != S_OK || !type || !type->pbFormat ||
-        type->formattype != kVideoInfo || type->cbFormat < kWhole)
+    if (!sample || sample->GetSample(&data, &data_size, &type, &type_size) != S_OK || !type ||
+        !type->pbFormat || type->formattype != kVideoInfo || type->cbFormat < kWhole)
         return {};
     Size size;
     std::memcpy(&size.width, type->pbFormat + kWidth, sizeof size.width);
     std::memcpy(&size.height, type->pbFormat + kHeight, sizeof size.height);
     if (size.height < 0) size.height = -std::max(size.height, -kLargest);  // stored from the top down
-    if (size.width < kSmallest || size.width > kLargest || size.height < kSmallest || size.height > kLargest) return {};
+    if (size.width < kSmallest || size.width > kLargest || size.height < kSmallest || size.height > kLargest)
+        return {};
     return size;
 }
 
@@ -156,7 +161,9 @@ void EditResize(IProperty* node, Changes& changes) {
     }
 }
 
-void EditImageSize(IProperty* node, Changes& changes) { EditSize(changes, node, "Keep the image's own size", {}); }
+void EditImageSize(IProperty* node, Changes& changes) {
+    EditSize(changes, node, "Keep the image's own size", {});
+}
 
 void EditText(IProperty* node, Changes& changes) {
     const auto dynamic = Ask<IDynamicText>(node);
@@ -188,7 +195,8 @@ void AskFontText(const std::string& question, char (&field)[N]) {
             Say("  A font's texts can't have a semicolon.");
             continue;
         }
-        const int size = WideCharToMultiByte(CP_ACP, 0, text.data(), int(text.size()), field, int(N - 1), nullptr, nullptr);
+        const int size = WideCharToMultiByte(CP_ACP, 0, text.data(), int(text.size()), field, int(N - 1),
+                                             nullptr, nullptr);
         field[size > 0 ? size : 0] = 0;
         return;
     }
@@ -263,7 +271,8 @@ void EditWatermark(IProperty* node, Changes& changes) {
         nodes[i] = Below(node, sides[i]);
         if (!nodes[i]) return;
         Value value, number;
-        if (SUCCEEDED(nodes[i]->get_Value(value.Put())) && SUCCEEDED(value.ChangeTo(VT_I4, &number))) numbers[i] = number.get().lVal;
+        if (SUCCEEDED(nodes[i]->get_Value(value.Put())) && SUCCEEDED(value.ChangeTo(VT_I4, &number)))
+            numbers[i] = number.get().lVal;
     }
     Say("Area of the watermark:");
     const Rect area = AskRect({int(numbers[0]), int(numbers[1]), int(numbers[2]), int(numbers[3])});
@@ -277,7 +286,8 @@ void EditWatermark(IProperty* node, Changes& changes) {
 std::string NameOf(IUnknown* filter) {
     const auto node = Ask<IProperty>(filter);
     TextResult title;
-    if (node && SUCCEEDED(node->get_Title(title.Put())) && !title.Get().empty()) return OneLine(Utf8(title.Get()));
+    if (node && SUCCEEDED(node->get_Title(title.Put())) && !title.Get().empty())
+        return OneLine(Utf8(title.Get()));
     return "filter without a name";
 }
 
@@ -327,7 +337,8 @@ public:
         else if (FAILED(CLSIDFromString(command.c_str(), &cls)))
             return "A filter is added by \"size\", \"crop\" or its class id.";
         Ref<IUnknown> added;
-        return SUCCEEDED(list_->AddByCLSID(&cls, added.Put())) ? "" : "There is no such filter on this machine.";
+        return SUCCEEDED(list_->AddByCLSID(&cls, added.Put())) ? ""
+                                                               : "There is no such filter on this machine.";
     }
 
 private:
@@ -384,7 +395,9 @@ void Confirmed(IProperty* node, Changes& changes) {
 
 BV_EDITOR CropEditor(IProperty* node) { dlgs::Run(node, "Crop", dlgs::Confirmed<dlgs::EditCrop>); }
 BV_EDITOR ResizeEditor(IProperty* node) { dlgs::Run(node, "Frame size", dlgs::Confirmed<dlgs::EditResize>); }
-BV_EDITOR WaterMarkEditor(IProperty* node) { dlgs::Run(node, "Watermark", dlgs::Confirmed<dlgs::EditWatermark>); }
+BV_EDITOR WaterMarkEditor(IProperty* node) {
+    dlgs::Run(node, "Watermark", dlgs::Confirmed<dlgs::EditWatermark>);
+}
 BV_EDITOR LogoTextEditor(IProperty* node) { dlgs::Run(node, "Text", dlgs::Confirmed<dlgs::EditText>); }
 BV_EDITOR FontEditor(IProperty* node) { dlgs::Run(node, "Font", dlgs::Confirmed<dlgs::EditFont>); }
 BV_EDITOR ImageSize(IProperty* node) { dlgs::Run(node, "Image size", dlgs::Confirmed<dlgs::EditImageSize>); }

@@ -57,7 +57,8 @@ bool ToNumber(const std::wstring& text, LONG* number) {
 }
 
 size_t NarrowSize(const std::wstring& text) {
-    return size_t(WideCharToMultiByte(CP_ACP, 0, text.data(), int(text.size()), nullptr, 0, nullptr, nullptr));
+    return size_t(
+        WideCharToMultiByte(CP_ACP, 0, text.data(), int(text.size()), nullptr, 0, nullptr, nullptr));
 }
 
 void SayIfAny(const std::string& why) {
@@ -67,7 +68,8 @@ void SayIfAny(const std::string& why) {
 /// Without regard to the case of ASCII letters.
 bool Begins(std::string_view text, std::string_view beginning) {
     const auto same = [](unsigned char a, unsigned char b) { return std::tolower(a) == std::tolower(b); };
-    return text.size() >= beginning.size() && std::equal(beginning.begin(), beginning.end(), text.begin(), same);
+    return text.size() >= beginning.size() &&
+           std::equal(beginning.begin(), beginning.end(), text.begin(), same);
 }
 
 std::wstring Text(const std::wstring& answer) { return answer == L"\"\"" ? std::wstring() : answer; }
@@ -96,7 +98,8 @@ Choices ChoicesOf(IProperty* node) {
         Value stored;
         if (FAILED(list->get_Item(i, item.Put()))) continue;
         const auto entry = item.As<IListItem>();
-        if (!entry || FAILED(entry->get_Title(label.Put())) || FAILED(entry->get_Value(stored.Put()))) continue;
+        if (!entry || FAILED(entry->get_Title(label.Put())) || FAILED(entry->get_Value(stored.Put())))
+            continue;
         if (label.Get() == current.Get()) choices.current = choices.labels.size();
         choices.labels.push_back(OneLine(Utf8(label.Get())));
         choices.values.push_back(std::move(stored));
@@ -141,11 +144,13 @@ HMODULE Server() {
     wchar_t id[40];
     StringFromGUID2(bv::clsid::PropertyMain, id, 40);
     HKEY key = nullptr;
-    if (RegOpenKeyExW(HKEY_CLASSES_ROOT, (std::wstring(L"CLSID\\") + id + L"\\InprocServer32").c_str(), 0, KEY_READ, &key))
+    if (RegOpenKeyExW(HKEY_CLASSES_ROOT, (std::wstring(L"CLSID\\") + id + L"\\InprocServer32").c_str(), 0,
+                      KEY_READ, &key))
         return nullptr;
     wchar_t module[1024] = {};
     DWORD size = sizeof module - sizeof *module;
-    const LONG error = RegQueryValueExW(key, nullptr, nullptr, nullptr, reinterpret_cast<BYTE*>(module), &size);
+    const LONG error =
+        RegQueryValueExW(key, nullptr, nullptr, nullptr, reinterpret_cast<BYTE*>(module), &size);
     RegCloseKey(key);
     return error == ERROR_SUCCESS ? LoadLibraryW(module) : nullptr;
 }
@@ -160,7 +165,8 @@ std::string Message(int id, int first, int second) {
     FreeLibrary(server);
     std::string message = Utf8(text);
     for (const int number : {first, second})
-        if (const size_t at = message.find("%d"); at != message.npos) message.replace(at, 2, std::to_string(number));
+        if (const size_t at = message.find("%d"); at != message.npos)
+            message.replace(at, 2, std::to_string(number));
     return message;
 }
 
@@ -205,7 +211,8 @@ std::wstring AskText(const std::string& question, const std::wstring& otherwise,
     AskUntil(InBrackets(question, otherwise.empty() ? "empty" : OneLine(Utf8(otherwise))),
              [&](const std::wstring& answer) -> std::string {
                  if (answer.empty()) return {};
-                 if (NarrowSize(answer) > most) return "That is longer than " + std::to_string(most) + " bytes.";
+                 if (NarrowSize(answer) > most)
+                     return "That is longer than " + std::to_string(most) + " bytes.";
                  text = Text(answer);
                  return {};
              });
@@ -216,20 +223,21 @@ size_t AskChoice(const std::string& question, const std::vector<std::string>& ch
     std::string all;
     for (const std::string& choice : choices) all += (all.empty() ? "" : ", ") + choice;
     size_t chosen = otherwise;
-    AskUntil(InBrackets(question + " (" + all + ')', choices[otherwise]), [&](const std::wstring& answer) -> std::string {
-        if (answer.empty()) return {};
-        const std::string typed = Utf8(answer);
-        std::vector<size_t> fitting;
-        for (size_t i = 0; i < choices.size(); ++i) {
-            if (!Begins(choices[i], typed)) continue;
-            if (choices[i].size() == typed.size()) fitting.clear();  // the whole word
-            fitting.push_back(i);
-            if (choices[i].size() == typed.size()) break;
-        }
-        if (fitting.size() != 1) return "It is one of " + all + '.';
-        chosen = fitting.front();
-        return {};
-    });
+    AskUntil(InBrackets(question + " (" + all + ')', choices[otherwise]),
+             [&](const std::wstring& answer) -> std::string {
+                 if (answer.empty()) return {};
+                 const std::string typed = Utf8(answer);
+                 std::vector<size_t> fitting;
+                 for (size_t i = 0; i < choices.size(); ++i) {
+                     if (!Begins(choices[i], typed)) continue;
+                     if (choices[i].size() == typed.size()) fitting.clear();  // the whole word
+                     fitting.push_back(i);
+                     if (choices[i].size() == typed.size()) break;
+                 }
+                 if (fitting.size() != 1) return "It is one of " + all + '.';
+                 chosen = fitting.front();
+                 return {};
+             });
     return chosen;
 }
 
@@ -237,7 +245,8 @@ size_t AskChoice(const std::string& question, const std::vector<std::string>& ch
 
 Changes::~Changes() {
     if (kept_) return;
-    for (auto old = old_.rbegin(); old != old_.rend(); ++old) std::ignore = old->node->put_Value(old->value.get());
+    for (auto old = old_.rbegin(); old != old_.rend(); ++old)
+        std::ignore = old->node->put_Value(old->value.get());
 }
 
 void Changes::Remember(IProperty* node) {
@@ -272,8 +281,10 @@ void Changes::Ask(IProperty* node, const std::string& label, std::string (*valid
     AskUntil(InBrackets(label, Shown(node)), [&](const std::wstring& answer) -> std::string {
         if (answer.empty()) return {};
         LONG number = 0;
-        if (is_number) return ToNumber(answer, &number) ? Put(node, Value::Of(number)) : "A whole number is needed.";
-        if (NarrowSize(answer) > kLongestValue) return "That is longer than " + std::to_string(kLongestValue) + " bytes.";
+        if (is_number)
+            return ToNumber(answer, &number) ? Put(node, Value::Of(number)) : "A whole number is needed.";
+        if (NarrowSize(answer) > kLongestValue)
+            return "That is longer than " + std::to_string(kLongestValue) + " bytes.";
         const std::string why = valid ? valid(Text(answer)) : std::string();
         return why.empty() ? Put(node, Value::Of(Text(answer))) : why;
     });

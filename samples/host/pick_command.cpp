@@ -56,8 +56,8 @@ int PickValue(const JobSource& source, const std::wstring& name, const std::wstr
         if (!quiet) Print(NameOf(at) + ": " + (old == was.end() ? "" : old->second + " -> ") + value + '\n');
     }
     if (changes == 0 && !quiet)
-        Print(NameOf(node.node.get()) + (status == S_OK ? ": nothing was changed\n"
-                                                        : ": cancelled, or no dialog could be shown\n"));
+        Print(NameOf(node.node.get()) +
+              (status == S_OK ? ": nothing was changed\n" : ": cancelled, or no dialog could be shown\n"));
     WriteJob(&job, output);
     return 0;
 }

@@ -9,15 +9,15 @@
 
 namespace bv {
 
-/// Opened for reading and writing, and made when it isn't there. A key that can't be had reads as one without values, and
-/// keeps nothing.
+/// Opened for reading and writing, and made when it isn't there. A key that can't be had reads as one without
+/// values, and keeps nothing.
 class UserKey {
 public:
     static constexpr DWORD kMaxText = 255;  // bytes
 
     explicit UserKey(const char* path) {
-        if (RegCreateKeyExA(HKEY_CURRENT_USER, path, 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr, &key_,
-                            nullptr) != ERROR_SUCCESS)
+        if (RegCreateKeyExA(HKEY_CURRENT_USER, path, 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS,
+                            nullptr, &key_, nullptr) != ERROR_SUCCESS)
             key_ = nullptr;
     }
     UserKey(const UserKey&) = delete;
@@ -31,7 +31,8 @@ public:
         char text[kMaxText + 1];
         DWORD kind = 0, size = kMaxText;
         if (!key_ ||
-            RegQueryValueExA(key_, name, nullptr, &kind, reinterpret_cast<BYTE*>(text), &size) != ERROR_SUCCESS ||
+            RegQueryValueExA(key_, name, nullptr, &kind, reinterpret_cast<BYTE*>(text), &size) !=
+                ERROR_SUCCESS ||
             kind != REG_SZ)
             return {};
         text[size] = 0;
@@ -44,7 +45,9 @@ public:
     /// No value when there is none of four bytes.
     std::optional<DWORD> Number(const char* name) const {
         DWORD number = 0, size = sizeof number;
-        if (!key_ || RegQueryValueExA(key_, name, nullptr, nullptr, reinterpret_cast<BYTE*>(&number), &size) != ERROR_SUCCESS ||
+        if (!key_ ||
+            RegQueryValueExA(key_, name, nullptr, nullptr, reinterpret_cast<BYTE*>(&number), &size) !=
+                ERROR_SUCCESS ||
             size != sizeof number)
             return {};
         return number;
@@ -55,7 +58,8 @@ public:
 
 private:
     void Put(const char* name, DWORD kind, const void* data, DWORD size) const {
-        std::ignore = RegSetValueExA(key_, name, 0, kind, static_cast<const BYTE*>(data), size);  // a convenience, no more
+        std::ignore = RegSetValueExA(key_, name, 0, kind, static_cast<const BYTE*>(data),
+                                     size);  // a convenience, no more
     }
     HKEY key_ = nullptr;
 };

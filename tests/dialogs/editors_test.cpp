@@ -16,7 +16,8 @@ using testing::HasSubstr;
 using testing::Not;
 
 std::string boxes;
-constexpr DialogCalls kBoxes = {nullptr, nullptr, nullptr, nullptr, nullptr, [](const char* text) { boxes += text; }};
+constexpr DialogCalls kBoxes = {nullptr, nullptr, nullptr,
+                                nullptr, nullptr, [](const char* text) { boxes += text; }};
 
 class EditorsTest : public testing::Test {
 protected:
@@ -32,7 +33,9 @@ protected:
         EXPECT_EQ(node->ShowDialog(), S_OK) << "whatever was typed";
         return testing::internal::GetCapturedStdout();
     }
-    static std::wstring TextBelow(const Node& node, const wchar_t* name) { return node.Find(name).Value().text(); }
+    static std::wstring TextBelow(const Node& node, const wchar_t* name) {
+        return node.Find(name).Value().text();
+    }
 };
 
 TEST_F(EditorsTest, EachEditorStoresWhatIsConfirmed) {
@@ -45,34 +48,44 @@ TEST_F(EditorsTest, EachEditorStoresWhatIsConfirmed) {
     };
     const std::wstring tahoma = L"FONT=Tahoma;STYLE=Regular;SIZE=10;U=OFF;S=OFF;CHARSET=Default;";
     const Case cases[] = {
-        {"crop", clsid::PropertyCrop, "y\n16\n\n704\n576\ny\n", L"16,0,704,576", "  Crop: <none> -> 16,0,704,576\n"},
+        {"crop", clsid::PropertyCrop, "y\n16\n\n704\n576\ny\n", L"16,0,704,576",
+         "  Crop: <none> -> 16,0,704,576\n"},
         {"crop, not confirmed", clsid::PropertyCrop, "y\n16\n\n704\n576\nno\n", L"<none>", "Cancelled"},
         {"crop, input ends", clsid::PropertyCrop, "y\n16\n", L"<none>", "Cancelled"},
         {"crop, nothing", clsid::PropertyCrop, "", L"<none>", "Cancelled"},
         {"crop, kept as it is", clsid::PropertyCrop, "\n", L"<none>", "Nothing is changed.\n"},
         {"bottom", clsid::PropertyCrop, "y\n0\n0\n9\n3\n0\n0\n9\n8\ny\n", L"0,0,9,8",
          "Bottom should be greater than 3 pixels!\n"},
-        {"right", clsid::PropertyCrop, "y\n0\n0\n3\n9\n0\n0\n9\n9\ny\n", L"0,0,9,9", "Right should be greater than 3 pixel!\n"},
-        {"left", clsid::PropertyCrop, "y\n9\n0\n9\n9\n0\n0\n9\n9\ny\n", L"0,0,9,9", "Right should be greater than Left.\n"},
-        {"top", clsid::PropertyCrop, "y\n0\n9\n9\n9\n0\n0\n9\n9\ny\n", L"0,0,9,9", "Botton should be greater than Top.\n"},
-        {"negative", clsid::PropertyCrop, "y\n-1\n0\n0\n9\n9\ny\n", L"0,0,9,9", "This value cannot be negative.\n"},
+        {"right", clsid::PropertyCrop, "y\n0\n0\n3\n9\n0\n0\n9\n9\ny\n", L"0,0,9,9",
+         "Right should be greater than 3 pixel!\n"},
+        {"left", clsid::PropertyCrop, "y\n9\n0\n9\n9\n0\n0\n9\n9\ny\n", L"0,0,9,9",
+         "Right should be greater than Left.\n"},
+        {"top", clsid::PropertyCrop, "y\n0\n9\n9\n9\n0\n0\n9\n9\ny\n", L"0,0,9,9",
+         "Botton should be greater than Top.\n"},
+        {"negative", clsid::PropertyCrop, "y\n-1\n0\n0\n9\n9\ny\n", L"0,0,9,9",
+         "This value cannot be negative.\n"},
         {"no number", clsid::PropertyCrop, "y\n1.5\n99999999999\n20000\n 1\n0\n0\n9\n9\ny\n", L"0,0,9,9",
          "A whole number is needed.\n"},
         {"size", clsid::PropertySize, "n\n640\n360\nn\nlet\ny\n", L"640x360",
          "Output frame dimension doesn't devide by 16 (640, 360.)"},
         {"source size", clsid::PropertySize, "y\n", L"<source>", "Nothing is changed.\n"},
-        {"image size", clsid::PropertyWatermarkImageSize, "no\n0\n64\n48\n\n", L"64x48", "It is a number from 1 to 16384.\n"},
-        {"text", clsid::PropertyWatermarkText, "%d \xC3\xBC|;--\n\n\n\ny\n", L"%d \u00FC|;--", "  %sf  Full Source File Name\n"},
+        {"image size", clsid::PropertyWatermarkImageSize, "no\n0\n64\n48\n\n", L"64x48",
+         "It is a number from 1 to 16384.\n"},
+        {"text", clsid::PropertyWatermarkText, "%d \xC3\xBC|;--\n\n\n\ny\n", L"%d \u00FC|;--",
+         "  %sf  Full Source File Name\n"},
         {"too long a text", clsid::PropertyWatermarkText, nullptr, L"", "That is longer than 512 bytes.\n"},
         {"font", clsid::PropertyWatermarkFont, "A;B\nArial\nBold\n0\n12\ny\n\n\ny\n",
-         L"FONT=Arial;STYLE=Bold;SIZE=12;U=ON;S=OFF;CHARSET=Default;", "A font's texts can't have a semicolon.\n"},
+         L"FONT=Arial;STYLE=Bold;SIZE=12;U=ON;S=OFF;CHARSET=Default;",
+         "A font's texts can't have a semicolon.\n"},
         {"font, cancelled", clsid::PropertyWatermarkFont, "Arial\nBold\n12\ny\n\n\nn\n", tahoma, "Cancelled"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         const Node node = CreateNode(c.cls);
-        EXPECT_THAT(Type(node, c.typed ? c.typed : std::string(513, 'x') + "\n" + std::string(5000, 'x') + "\n\n\n\n\n"),
-                    HasSubstr(c.said));
+        EXPECT_THAT(
+            Type(node,
+                 c.typed ? c.typed : std::string(513, 'x') + "\n" + std::string(5000, 'x') + "\n\n\n\n\n"),
+            HasSubstr(c.said));
         EXPECT_EQ(node.Value().text(), c.stored);
     }
 
@@ -87,9 +100,12 @@ TEST_F(EditorsTest, EachEditorStoresWhatIsConfirmed) {
 
 TEST_F(EditorsTest, TheWatermarkAsksForWhatIsShown) {
     const Node mark = CreateNode(clsid::PropertyWatermark);
-    // On, an image, its file, a bad and a good colour, place, size, background, colour, transparency, rotation, area.
-    const std::string said = Type(mark, "on\nimage\nlogo.bmp\nred\n0x00FF00\n5\n6\nn\n64\n48\nsolid\n\n101\n25\n90\n"
-                                        "10\n20\n10\n60\n10\n20\n110\n60\ny\n");
+    // On, an image, its file, a bad and a good colour, place, size, background, colour, transparency,
+    // rotation, area.
+    const std::string said =
+        Type(mark,
+             "on\nimage\nlogo.bmp\nred\n0x00FF00\n5\n6\nn\n64\n48\nsolid\n\n101\n25\n90\n"
+             "10\n20\n10\n60\n10\n20\n110\n60\ny\n");
     EXPECT_THAT(said, HasSubstr("A colour is written 0xRRGGBB.\n"));
     EXPECT_THAT(said, HasSubstr("Invalid Depth value. This property should be from 0 to 100.\n"));
     EXPECT_THAT(said, HasSubstr("Right should be greater than Left.\n"));
@@ -116,7 +132,8 @@ TEST_F(EditorsTest, FiltersAreAddedRemovedAndPutBack) {
     const Node node = CreateNode(clsid::PropertyFilters);
     const auto list = node.As<IEnumObject>();
     LONG count = 0;
-    const std::string said = Type(node, "blur\n{00000000-0000-0000-0000-000000000001}\nsize\ncrop\n-3\n-1\n\non\ny\n");
+    const std::string said =
+        Type(node, "blur\n{00000000-0000-0000-0000-000000000001}\nsize\ncrop\n-3\n-1\n\non\ny\n");
     EXPECT_THAT(said, HasSubstr("A filter is added by \"size\", \"crop\" or its class id.\n"));
     EXPECT_THAT(said, HasSubstr("There is no such filter on this machine.\n"));
     EXPECT_THAT(said, HasSubstr("There is no filter of that number.\n"));

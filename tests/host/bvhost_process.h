@@ -29,11 +29,12 @@ inline Outcome RunBvhost(const std::string& arguments, const std::string& input 
     const auto folder = TempFolder();
     WriteAll(folder / "input.txt", input);
     const std::string command = '"' + (BinFolder() / "bvhost").string() + "\" " + arguments + " <\"" +
-                                (folder / "input.txt").string() + "\" >\"" + (folder / "output.txt").string() +
-                                "\" 2>&1";
+                                (folder / "input.txt").string() + "\" >\"" +
+                                (folder / "output.txt").string() + "\" 2>&1";
     // The Windows shell takes one pair of quotes off the whole line.
     constexpr bool kWindows = std::filesystem::path::preferred_separator == '\\';
-    // On a busy machine Wine's shell at times doesn't find a program that is there; a Windows shell says 9009 then.
+    // On a busy machine Wine's shell at times doesn't find a program that is there; a Windows shell says 9009
+    // then.
     int status = 9009;
     for (int attempt = 0; attempt < 3 && status == 9009; ++attempt)
         status = std::system((kWindows ? '"' + command + '"' : command).c_str());
