@@ -9,7 +9,7 @@
 namespace host {
 namespace {
 
-constexpr size_t kDeepest = 64;
+constexpr size_t kDeepestElement = 64;
 constexpr size_t kMostBytes = 16 * 1024 * 1024;
 
 class Reader {
@@ -98,7 +98,7 @@ private:
     }
 
     Element ReadElement(size_t depth) {
-        if (depth > kDeepest) Fail("elements lie more than 64 deep");
+        if (depth > kDeepestElement) Fail("elements lie more than 64 deep");
         if (!SkipIf("<")) Fail("here should stand an element");
         Element element;
         element.line = line_;
