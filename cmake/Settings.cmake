@@ -16,6 +16,9 @@ endif()
 if(NOT CMAKE_BUILD_TYPE)
   set(CMAKE_BUILD_TYPE Release)
 endif()
+# The system's headers are most of what a compiler reads, so sources are compiled in groups.
+set(CMAKE_UNITY_BUILD ON CACHE BOOL "Compile sources in groups")
+set(CMAKE_UNITY_BUILD_BATCH_SIZE 8)
 set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
 set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O1 -g1 -DNDEBUG")  # for sanitizers and fuzzers: built often, run once
 

@@ -72,7 +72,7 @@ bool Begins(std::string_view text, std::string_view beginning) {
            std::equal(beginning.begin(), beginning.end(), text.begin(), same);
 }
 
-std::wstring Text(const std::wstring& answer) { return answer == L"\"\"" ? std::wstring() : answer; }
+std::wstring Meant(const std::wstring& answer) { return answer == L"\"\"" ? std::wstring() : answer; }
 
 std::string InBrackets(const std::string& question, const std::string& otherwise) {
     return question + " [" + otherwise + ']';
@@ -213,7 +213,7 @@ std::wstring AskText(const std::string& question, const std::wstring& otherwise,
                  if (answer.empty()) return {};
                  if (NarrowSize(answer) > most)
                      return "That is longer than " + std::to_string(most) + " bytes.";
-                 text = Text(answer);
+                 text = Meant(answer);
                  return {};
              });
     return text;
@@ -285,8 +285,8 @@ void Changes::Ask(IProperty* node, const std::string& label, std::string (*valid
             return ToNumber(answer, &number) ? Put(node, Value::Of(number)) : "A whole number is needed.";
         if (NarrowSize(answer) > kLongestValue)
             return "That is longer than " + std::to_string(kLongestValue) + " bytes.";
-        const std::string why = valid ? valid(Text(answer)) : std::string();
-        return why.empty() ? Put(node, Value::Of(Text(answer))) : why;
+        const std::string why = valid ? valid(Meant(answer)) : std::string();
+        return why.empty() ? Put(node, Value::Of(Meant(answer))) : why;
     });
 }
 
