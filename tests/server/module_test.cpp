@@ -1,9 +1,6 @@
-// The module: its class objects, what keeps it loaded, what it registers.
-#include <fstream>
-
-#include "platform/probe.h"
+// The module: its class objects, what keeps it loaded.
 #include "support/doubles.h"
-#include "support/registry.h"
+#include "support/environment.h"
 
 namespace bv::test {
 namespace {
@@ -105,116 +102,6 @@ TEST(ModuleTest, IsGoneWhenAJobIsDone) {
     EXPECT_EQ(GetModuleHandleW(kModuleFile), nullptr);
     EXPECT_TRUE(CreateNode(clsid::PropertyMain)) << "and comes back";
     CoFreeUnusedLibrariesEx(0, 0);
-}
-
-// --- Registration ---
-
-struct RegisteredClass {
-    std::wstring name, id;
-    std::wstring stem, description;
-};
-std::vector<RegisteredClass> RegisteredClasses() {
-    std::vector<RegisteredClass> classes;
-#define BV_CLASS(Name, text) classes.push_back({L## #Name, L"{" L##text L"}", L"", L""});
-#include <bvschema/classes.def>
-#undef BV_CLASS
-    for (RegisteredClass& c : classes) {
-        std::wstring shown = c.name;
-        if (c.name == L"PropertyTimeline" || c.name == L"PropertyTimelinePointType")
-            shown = L"PropertyInfo";
-        else if (c.name.starts_with(L"Property"))
-            shown = L"Property";
-        else if (c.name == L"LiveTimeFilters")
-            shown = L"EnumObject";
-        else if (c.name == L"DVDIndexData")
-            shown = L"IDVDIndexData";
-        c.stem = L"BVSchema." + shown;
-        c.description = shown + L" Class";
-    }
-    return classes;
-}
-
-class RegistrationTest : public testing::Test {
-protected:
-    ~RegistrationTest() { EXPECT_EQ(CallModule(kModuleFile, "DllRegisterServer"), S_OK); }  // for the tests to come
-    static std::string All() {
-        std::string all;
-        for (const RegisteredClass& c : RegisteredClasses())
-            for (const std::wstring& path : {c.stem, c.stem + L".1", L"CLSID\\" + c.id})
-                all += Narrow(path) + ": " + TextLine(path) + Snapshot(HKEY_CLASSES_ROOT, path) + "\n";
-        return all;
-    }
-    static std::string TextLine(const std::wstring& path) { return Narrow(TextValue(HKEY_CLASSES_ROOT, path)) + "\n"; }
-};
-
-TEST_F(RegistrationTest, WritesEachClassAndItsNames) {
-    std::map<std::wstring, std::wstring> last;
-    for (const RegisteredClass& c : RegisteredClasses()) last[c.stem] = c.id;
-    for (const RegisteredClass& c : RegisteredClasses()) {
-        SCOPED_TRACE(Narrow(c.name));
-        const std::wstring key = L"CLSID\\" + c.id;
-        const auto text = [&](const std::wstring& path, const wchar_t* name = nullptr) {
-            return TextValue(HKEY_CLASSES_ROOT, path, name);
-        };
-        EXPECT_EQ(text(key), c.description);
-        EXPECT_EQ(text(key + L"\\ProgID"), c.stem + L".1");
-        EXPECT_EQ(text(key + L"\\VersionIndependentProgID"), c.stem);
-        EXPECT_EQ(text(key + L"\\InprocServer32", L"ThreadingModel"), L"both");
-        EXPECT_TRUE(fs::equivalent(text(key + L"\\InprocServer32"), ModulePath()));
-        for (const std::wstring& name : {c.stem, c.stem + L".1"}) {
-            EXPECT_EQ(text(name), c.description);
-            EXPECT_EQ(text(name + L"\\CLSID"), last[c.stem]) << "the last class of that name";
-        }
-    }
-}
-
-TEST_F(RegistrationTest, TwiceIsOnceAndStrayKeysOfAClassGo) {
-    const std::string once = All();
-    const std::wstring key = L"CLSID\\" + RegisteredClasses()[0].id;
-    TestKey(HKEY_CLASSES_ROOT, L"BVSchema.Nobody");
-    {
-        HKEY stray = nullptr;
-        RegCreateKeyExW(HKEY_CLASSES_ROOT, (key + L"\\Stray").c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &stray, nullptr);
-        RegCloseKey(stray);
-    }
-    EXPECT_NE(All(), once);
-    EXPECT_EQ(CallModule(kModuleFile, "DllRegisterServer"), S_OK);
-    EXPECT_EQ(All(), once);
-}
-
-TEST_F(RegistrationTest, UnregisteringLeavesWhatIsntOurs) {
-    {
-        const TestKey stray(HKEY_CLASSES_ROOT, L"BVSchema.Map\\Stray");
-        EXPECT_EQ(CallModule(kModuleFile, "DllUnregisterServer"), S_OK);
-        for (const RegisteredClass& c : RegisteredClasses()) {
-            EXPECT_FALSE(KeyExists(HKEY_CLASSES_ROOT, L"CLSID\\" + c.id)) << Narrow(c.name);
-            EXPECT_EQ(KeyExists(HKEY_CLASSES_ROOT, c.stem), c.stem == L"BVSchema.Map") << Narrow(c.stem);
-            EXPECT_FALSE(KeyExists(HKEY_CLASSES_ROOT, c.stem + L".1")) << Narrow(c.stem);
-        }
-        EXPECT_TRUE(KeyExists(HKEY_CLASSES_ROOT, L"BVSchema.Map\\Stray"));
-    }
-    EXPECT_TRUE(KeyExists(HKEY_CLASSES_ROOT, L"CLSID"));
-    EXPECT_EQ(CallModule(kModuleFile, "DllUnregisterServer"), S_OK) << "with nothing there";
-    RegDeleteKeyW(HKEY_CLASSES_ROOT, L"BVSchema.Map");
-    CoFreeUnusedLibrariesEx(0, 0);
-    void* none = nullptr;
-    EXPECT_EQ(CoCreateInstance(clsid::PropertyMain, nullptr, CLSCTX_INPROC_SERVER, kIid<IProperty>, &none),
-              REGDB_E_CLASSNOTREG);
-}
-
-TEST_F(RegistrationTest, APathMayHoldAnApostrophe) {
-    const fs::path folder = TempFolder() / "Tom's 100%NAME% folder";
-    fs::create_directories(folder);
-    const fs::path copy = folder / kModuleFile;
-    fs::copy_file(ModulePath(), copy);
-    {
-        const LoadedModule module(copy);
-        EXPECT_EQ(module.Call("DllRegisterServer"), S_OK);
-        EXPECT_TRUE(fs::equivalent(
-            TextValue(HKEY_CLASSES_ROOT, L"CLSID\\" + RegisteredClasses()[0].id + L"\\InprocServer32"), copy));
-        EXPECT_EQ(module.Call("DllUnregisterServer"), S_OK);
-    }
-    fs::remove_all(folder);
 }
 
 }  // namespace

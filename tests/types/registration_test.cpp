@@ -1,9 +1,13 @@
 // What registering and unregistering the built module leave in the registry.
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
+#include <sstream>
 
-#include "support/environment.h"
+#include "platform/probe.h"
+#include "support/registry.h"
 #include "types/library.h"
 
 namespace bv::test {
@@ -11,143 +15,213 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Every key below one, with its values as text: "CLSID\{...}" and "CLSID\{...}:name".
-using Registry = std::map<std::wstring, std::wstring>;
-
-void Collect(HKEY parent, const std::wstring& path, Registry& result) {
-    HKEY key = nullptr;
-    if (RegOpenKeyExW(parent, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return;
-    result[path] = L"";
-    wchar_t name[512];
-    std::vector<BYTE> data(4096);
-    for (DWORD i = 0;; ++i) {
-        DWORD length = DWORD(std::size(name)), type = 0, size = DWORD(data.size());
-        const LONG status = RegEnumValueW(key, i, name, &length, nullptr, &type, data.data(), &size);
-        if (status == ERROR_NO_MORE_ITEMS) break;
-        std::wstring& value = result[path + L":" + std::wstring(name, length)];
-        if (status == ERROR_SUCCESS && type == REG_SZ && size >= sizeof(wchar_t))
-            value.assign(reinterpret_cast<const wchar_t*>(data.data()), size / sizeof(wchar_t) - 1);
-        else
-            value = L"(kind " + std::to_wstring(type) + L")";
+/// What stands in one registry and not in the other, line by line.
+std::vector<std::string> Differences(const std::string& a, const std::string& b) {
+    std::vector<std::string> lines[2], result;
+    for (const auto& [text, into] : {std::pair(&a, &lines[0]), std::pair(&b, &lines[1])}) {
+        std::istringstream stream(*text);
+        for (std::string line; std::getline(stream, line);) into->push_back(line);
+        std::sort(into->begin(), into->end());
     }
-    for (DWORD i = 0;; ++i) {
-        DWORD length = DWORD(std::size(name));
-        if (RegEnumKeyExW(key, i, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) break;
-        Collect(parent, (path.empty() ? L"" : path + L"\\") + std::wstring(name, length), result);
-    }
-    RegCloseKey(key);
-}
-Registry Everything() {
-    Registry result;
-    Collect(HKEY_CLASSES_ROOT, L"", result);
+    std::set_symmetric_difference(lines[0].begin(), lines[0].end(), lines[1].begin(), lines[1].end(),
+                                  std::back_inserter(result));
     return result;
 }
-/// What one registry has and the other has not, or has otherwise.
-std::vector<std::wstring> Differences(const Registry& a, const Registry& b) {
-    std::vector<std::wstring> result;
-    for (const auto& [path, value] : a)
-        if (const auto found = b.find(path); found == b.end() || found->second != value) result.push_back(L"- " + path);
-    for (const auto& [path, value] : b)
-        if (const auto found = a.find(path); found == a.end() || found->second != value) result.push_back(L"+ " + path);
-    return result;
-}
-
+std::string Everything() { return Snapshot(HKEY_CLASSES_ROOT, L""); }
 std::wstring Read(const std::wstring& path, const wchar_t* name = nullptr) {
-    HKEY key = nullptr;
-    if (RegOpenKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return L"(no key)";
-    wchar_t text[2048] = {};
-    DWORD size = sizeof text - sizeof *text;
-    const LONG status = RegQueryValueExW(key, name, nullptr, nullptr, reinterpret_cast<BYTE*>(text), &size);
-    RegCloseKey(key);
-    return status == ERROR_SUCCESS ? text : L"(no value)";
+    return TextValue(HKEY_CLASSES_ROOT, path, name);
 }
-bool Exists(const std::wstring& path) { return Read(path) != L"(no key)"; }
-void Write(const std::wstring& path) {
-    HKEY key = nullptr;
-    ASSERT_EQ(RegCreateKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr),
-              ERROR_SUCCESS);
-    RegCloseKey(key);
+bool Exists(const std::wstring& path) { return KeyExists(HKEY_CLASSES_ROOT, path); }
+std::wstring KeyOf(REFCLSID cls) { return L"CLSID\\" + TextOf(cls); }
+
+/// The built module in a folder of the test, once its bytes were changed.
+template <class Change>
+fs::path Copied(const char* folder, Change change) {
+    std::ifstream original(BinFolder() / kModuleFile, std::ios::binary);
+    std::string bytes{std::istreambuf_iterator<char>(original), {}};
+    change(bytes);
+    const fs::path copy = TempFolder() / folder / kModuleFile;
+    fs::create_directories(copy.parent_path());
+    std::ofstream(copy, std::ios::binary) << bytes;
+    return copy;
 }
-std::wstring IdText(REFGUID id) {
-    wchar_t text[39];
-    StringFromGUID2(id, text, 39);
-    return text;
+/// The bytes of the module's type library.
+std::string LibraryBytes() {
+    const HMODULE module = LoadLibraryW((BinFolder() / kModuleFile).wstring().c_str());
+    const HRSRC place = FindResourceA(module, MAKEINTRESOURCEA(1), "TYPELIB");
+    const std::string bytes(static_cast<const char*>(LockResource(LoadResource(module, place))),
+                            SizeofResource(module, place));
+    FreeLibrary(module);
+    return bytes;
+}
+
+struct Registered {
+    CLSID id;
+    std::wstring stem, description;
+};
+std::vector<Registered> RegisteredClasses() {
+    std::vector<Registered> classes;
+    const auto add = [&](REFCLSID id, const std::wstring& name) {
+        const bool info = name == L"PropertyTimeline" || name == L"PropertyTimelinePointType";
+        const std::wstring shown = info                            ? L"PropertyInfo"
+                                   : name.starts_with(L"Property") ? L"Property"
+                                   : name == L"LiveTimeFilters"    ? L"EnumObject"
+                                   : name == L"DVDIndexData"       ? L"IDVDIndexData"
+                                                                   : name;
+        classes.push_back({id, L"BVSchema." + shown, shown + L" Class"});
+    };
+#define BV_CLASS(Name, text) add(clsid::Name, L## #Name);
+#include <bvschema/classes.def>
+#undef BV_CLASS
+    return classes;
 }
 
 class RegistrationTest : public testing::Test {
 protected:
     void TearDown() override {
-        EXPECT_EQ(CallModule(kModuleFile, "DllRegisterServer"), S_OK);  // as the others want it
+        EXPECT_EQ(Register(), S_OK);  // as the others want it
     }
-    const std::wstring library = L"TypeLib\\" + IdText(kTypeLibrary);
+    static HRESULT Register(const fs::path& module = kModuleFile) {
+        return CallModule(module.wstring().c_str(), "DllRegisterServer");
+    }
+    static HRESULT Unregister(const fs::path& module = kModuleFile) {
+        return CallModule(module.wstring().c_str(), "DllUnregisterServer");
+    }
+    const std::wstring library = L"TypeLib\\" + TextOf(kTypeLibrary);
+    const std::wstring library_path = library + L"\\1.0\\0\\win64";
 };
 
+TEST_F(RegistrationTest, WritesEachClassAndItsNames) {
+    std::map<std::wstring, std::wstring> last;
+    for (const Registered& c : RegisteredClasses()) last[c.stem] = TextOf(c.id);
+    EXPECT_EQ(RegisteredClasses().size(), 59u);
+    for (const Registered& c : RegisteredClasses()) {
+        const std::wstring key = KeyOf(c.id);
+        SCOPED_TRACE(Narrow(key));
+        EXPECT_EQ(Read(key), c.description);
+        EXPECT_EQ(Read(key + L"\\ProgID"), c.stem + L".1");
+        EXPECT_EQ(Read(key + L"\\VersionIndependentProgID"), c.stem);
+        EXPECT_EQ(Read(key + L"\\InprocServer32", L"ThreadingModel"), L"both");
+        EXPECT_TRUE(fs::equivalent(Read(key + L"\\InprocServer32"), BinFolder() / kModuleFile));
+        for (const std::wstring& name : {c.stem, c.stem + L".1"}) {
+            EXPECT_EQ(Read(name), c.description);
+            EXPECT_EQ(Read(name + L"\\CLSID"), last[c.stem]) << "the last class of that name";
+        }
+    }
+}
+
 TEST_F(RegistrationTest, TakesBackAllThatItWrote) {
-    ASSERT_EQ(CallModule(kModuleFile, "DllUnregisterServer"), S_OK);
-    const Registry without = Everything();
-    EXPECT_EQ(CallModule(kModuleFile, "DllUnregisterServer"), S_OK) << "nothing is there to be taken";
+    ASSERT_EQ(Unregister(), S_OK);
+    const std::string without = Everything();
+    EXPECT_EQ(Unregister(), S_OK) << "nothing is there to be taken";
     EXPECT_THAT(Differences(without, Everything()), testing::IsEmpty());
     EXPECT_TRUE(Exists(L"CLSID"));
     EXPECT_FALSE(Exists(library));
     EXPECT_FALSE(Exists(L"BVSchema.Map"));
 
-    ASSERT_EQ(CallModule(kModuleFile, "DllRegisterServer"), S_OK);
-    const Registry with = Everything();
+    ASSERT_EQ(Register(), S_OK);
+    const std::string with = Everything();
     EXPECT_FALSE(Differences(without, with).empty());
-    ASSERT_EQ(CallModule(kModuleFile, "DllRegisterServer"), S_OK) << "again";
+    ASSERT_EQ(Register(), S_OK) << "again";
     EXPECT_THAT(Differences(with, Everything()), testing::IsEmpty());
 
-    ASSERT_EQ(CallModule(kModuleFile, "DllUnregisterServer"), S_OK);
+    ASSERT_EQ(Unregister(), S_OK);
     EXPECT_THAT(Differences(without, Everything()), testing::IsEmpty());
 }
 
 TEST_F(RegistrationTest, SaysWhereTheLibraryLies) {
-    ASSERT_EQ(CallModule(kModuleFile, "DllRegisterServer"), S_OK);
+    ASSERT_EQ(Register(), S_OK);
     EXPECT_EQ(Read(library + L"\\1.0"), L"BVSchema 1.0 Type Library");
     // The module may have been loaded by its short path.
-    const fs::path module = Read(library + L"\\1.0\\0\\win64");
+    const fs::path module = Read(library_path);
     EXPECT_TRUE(fs::equivalent(module, BinFolder() / kModuleFile)) << module;
     EXPECT_EQ(Read(library + L"\\1.0\\HELPDIR"), fs::path(module).remove_filename().wstring());
     EXPECT_TRUE(Exists(library + L"\\1.0\\FLAGS"));
 
-    const std::wstring interface_key = L"Interface\\" + IdText(kIid<IProperty>);
+    const std::wstring interface_key = L"Interface\\" + TextOf(kIid<IProperty>);
     EXPECT_EQ(Read(interface_key), L"IProperty");
     EXPECT_EQ(Read(interface_key + L"\\ProxyStubClsid32"), L"{00020424-0000-0000-C000-000000000046}");
-    EXPECT_EQ(Read(interface_key + L"\\TypeLib"), IdText(kTypeLibrary));
+    EXPECT_EQ(Read(interface_key + L"\\TypeLib"), TextOf(kTypeLibrary));
     EXPECT_EQ(Read(interface_key + L"\\TypeLib", L"Version"), L"1.0");
     EXPECT_FALSE(Exists(L"Interface\\{DF0968CE-A123-47E1-9814-0C788EFE6A70}")) << "it can't be called late";
     size_t ours = 0;
-    for (const auto& [path, value] : Everything())
-        if (path.starts_with(L"Interface\\") && path.ends_with(L"\\TypeLib:") && value == IdText(kTypeLibrary)) ++ours;
+    const std::string all = Snapshot(HKEY_CLASSES_ROOT, L"Interface"),
+                      use = "}\\TypeLib = " + Narrow(TextOf(kTypeLibrary)) + "\n";
+    for (size_t at = all.find(use); at != all.npos; at = all.find(use, at + 1)) ++ours;
     EXPECT_EQ(ours, 17u);
 }
 
 TEST_F(RegistrationTest, WipesWhatIsItsOwnAndKeepsTheRest) {
-    const std::wstring own = L"CLSID\\" + IdText(clsid::Map) + L"\\Stray";
-    const std::wstring shared = L"BVSchema.Map\\Stray";
-    Write(own);
-    Write(shared);
-    ASSERT_EQ(CallModule(kModuleFile, "DllRegisterServer"), S_OK);
-    EXPECT_FALSE(Exists(own));
-    EXPECT_TRUE(Exists(shared));
-    ASSERT_EQ(CallModule(kModuleFile, "DllUnregisterServer"), S_OK);
-    EXPECT_TRUE(Exists(shared)) << "somebody else's key";
+    const std::wstring own = KeyOf(clsid::Map) + L"\\Stray";
+    {
+        const TestKey shared(HKEY_CLASSES_ROOT, L"BVSchema.Map\\Stray"), in_class(HKEY_CLASSES_ROOT, own);
+        ASSERT_EQ(Register(), S_OK);
+        EXPECT_FALSE(Exists(own));
+        EXPECT_TRUE(Exists(L"BVSchema.Map\\Stray"));
+        ASSERT_EQ(Unregister(), S_OK);
+        EXPECT_TRUE(Exists(L"BVSchema.Map\\Stray")) << "somebody else's key";
+        for (const Registered& c : RegisteredClasses()) {
+            EXPECT_FALSE(Exists(KeyOf(c.id)));
+            EXPECT_EQ(Exists(c.stem), c.stem == L"BVSchema.Map") << Narrow(c.stem);
+            EXPECT_FALSE(Exists(c.stem + L".1")) << Narrow(c.stem);
+        }
+    }
     EXPECT_FALSE(Exists(L"BVSchema.Map\\CLSID"));
-    EXPECT_FALSE(Exists(L"BVSchema.ListItem"));
     ASSERT_EQ(RegDeleteTreeW(HKEY_CLASSES_ROOT, L"BVSchema.Map"), ERROR_SUCCESS);
+    CoFreeUnusedLibrariesEx(0, 0);
+    Ref<IProperty> none;
+    EXPECT_EQ(
+        CoCreateInstance(clsid::PropertyMain, nullptr, CLSCTX_INPROC_SERVER, kIid<IProperty>, none.PutVoid()),
+        REGDB_E_CLASSNOTREG);
 }
 
 TEST_F(RegistrationTest, WorksFromAPathWithAnApostrophe) {
-    const fs::path folder = TempFolder() / "it's here";
-    fs::create_directories(folder);
-    const fs::path module = folder / kModuleFile;
-    fs::copy_file(BinFolder() / kModuleFile, module, fs::copy_options::overwrite_existing);
-    ASSERT_EQ(CallModule(module.wstring().c_str(), "DllRegisterServer"), S_OK);
-    EXPECT_EQ(Read(library + L"\\1.0\\0\\win64"), module.wstring());
-    const fs::path registered = Read(L"CLSID\\" + IdText(clsid::Map) + L"\\InprocServer32");
+    const fs::path module = Copied("Tom's 100%NAME% folder", [](std::string&) {});
+    ASSERT_EQ(Register(module), S_OK);
+    EXPECT_EQ(Read(library_path), module.wstring());
+    const fs::path registered = Read(KeyOf(clsid::Map) + L"\\InprocServer32");
     EXPECT_TRUE(fs::equivalent(registered, module)) << registered;
-    EXPECT_EQ(CallModule(module.wstring().c_str(), "DllUnregisterServer"), S_OK);
+    EXPECT_EQ(Unregister(module), S_OK);
     EXPECT_FALSE(Exists(library));
+}
+
+TEST_F(RegistrationTest, StopsAtAScriptThatFails) {
+    const CLSID third = clsid::PropertyMain, last = clsid::PropertyWatermarkImageSize;
+    const fs::path module = Copied("fault", [&](std::string& bytes) {
+        const size_t script = bytes.find("ForceRemove " + Narrow(TextOf(clsid::EnumProperties)));
+        ASSERT_NE(script, bytes.npos);
+        bytes[bytes.find("Model = ", script) + 6] = ':';
+    });
+    ASSERT_EQ(Unregister(), S_OK);
+    const std::string without = Everything();
+    EXPECT_EQ(Register(module), DISP_E_EXCEPTION);
+    EXPECT_TRUE(Exists(KeyOf(third) + L"\\InprocServer32")) << "what came before stays";
+    for (const std::wstring& key : {KeyOf(clsid::EnumProperties), std::wstring(L"BVSchema.EnumProperties"),
+                                    std::wstring(L"BVSchema.EnumProperties.1"), KeyOf(last), library})
+        EXPECT_FALSE(Exists(key)) << Narrow(key);
+    EXPECT_EQ(Unregister(module), S_OK);
+    EXPECT_THAT(Differences(without, Everything()), testing::IsEmpty());
+}
+
+TEST_F(RegistrationTest, TakesTheLibraryBesideTheModuleWhenItHasNone) {
+    const std::string bytes = LibraryBytes();
+    const fs::path module = Copied("library", [&](std::string& image) {
+        const size_t place = image.find(bytes);
+        ASSERT_NE(place, image.npos);
+        image[place] = '?';
+    });
+    const fs::path beside = fs::path(module).replace_extension(".tlb");
+    ASSERT_EQ(Unregister(), S_OK);
+    const std::string without = Everything();
+    EXPECT_EQ(Register(module), TYPE_E_CANTLOADLIBRARY);
+    EXPECT_TRUE(Exists(KeyOf(clsid::PropertyWatermarkImageSize))) << "the classes are there";
+    EXPECT_FALSE(Exists(library));
+
+    std::ofstream(beside, std::ios::binary) << bytes;
+    EXPECT_EQ(Register(module), S_OK);
+    EXPECT_EQ(Read(library_path), beside.wstring());
+    EXPECT_EQ(Unregister(module), S_OK);
+    EXPECT_THAT(Differences(without, Everything()), testing::IsEmpty());
 }
 
 TEST_F(RegistrationTest, WithoutItsLibraryTheServerWorksOnByItsTables) {
@@ -166,12 +240,12 @@ TEST_F(RegistrationTest, WithoutItsLibraryTheServerWorksOnByItsTables) {
     UINT infos = 0;
     EXPECT_EQ(mapper->GetTypeInfoCount(&infos), S_OK);
 
-    ASSERT_EQ(CallModule(kModuleFile, "DllRegisterServer"), S_OK);
+    ASSERT_EQ(Register(), S_OK);
     EXPECT_EQ(Get(2).On(mapper.get()).result, I4(0)) << "it is asked for anew";
 }
 
 TEST_F(RegistrationTest, FindsTheLibraryByVersionAndFile) {
-    ASSERT_EQ(CallModule(kModuleFile, "DllRegisterServer"), S_OK);
+    ASSERT_EQ(Register(), S_OK);
     Ref<ITypeLib> found;
     EXPECT_EQ(LoadRegTypeLib(kTypeLibrary, 1, 0, 0x409, found.Put()), S_OK) << "no language has its own";
     EXPECT_EQ(LoadRegTypeLib(kTypeLibrary, 2, 0, 0, found.Put()), TYPE_E_LIBNOTREGISTERED);
@@ -179,12 +253,7 @@ TEST_F(RegistrationTest, FindsTheLibraryByVersionAndFile) {
     EXPECT_EQ(LoadRegTypeLib(clsid::Map, 1, 0, 0, found.Put()), TYPE_E_LIBNOTREGISTERED);
 
     // The library as a file of its own, and what is none. Wine takes a file that begins as one at its word.
-    const HMODULE module = LoadLibraryW((BinFolder() / kModuleFile).wstring().c_str());
-    const HRSRC place = FindResourceA(module, MAKEINTRESOURCEA(1), "TYPELIB");
-    ASSERT_TRUE(place);
-    const std::string bytes(static_cast<const char*>(LockResource(LoadResource(module, place))),
-                            SizeofResource(module, place));
-    FreeLibrary(module);
+    const std::string bytes = LibraryBytes();
     const auto load = [&](const std::string& content) {
         const fs::path file = TempFolder() / "library.tlb";
         std::ofstream(file, std::ios::binary) << content;
@@ -194,7 +263,8 @@ TEST_F(RegistrationTest, FindsTheLibraryByVersionAndFile) {
     EXPECT_EQ(found->GetTypeInfoCount(), 81u);
     EXPECT_TRUE(FAILED(load("")));
     EXPECT_TRUE(FAILED(load("no library at all")));
-    EXPECT_EQ(LoadTypeLib((TempFolder() / "missing.tlb").wstring().c_str(), found.Put()), TYPE_E_CANTLOADLIBRARY);
+    EXPECT_EQ(LoadTypeLib((TempFolder() / "missing.tlb").wstring().c_str(), found.Put()),
+              TYPE_E_CANTLOADLIBRARY);
 }
 
 }  // namespace
