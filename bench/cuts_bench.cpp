@@ -17,6 +17,8 @@
 #include <filesystem>
 #include <string>
 
+#include "support/memory_stream.h"
+
 namespace {
 
 constexpr double kNodes = 12;  // of a cut: ten elements and two units
@@ -75,23 +77,6 @@ private:
     IUnknown* map_ = nullptr;
 };
 
-/// Takes the text into fresh memory.
-class Memory final : public ISequentialStream {
-public:
-    std::string text;
-    STDMETHODIMP QueryInterface(REFIID, void** out) override {
-        *out = nullptr;
-        return E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return 2; }
-    STDMETHODIMP_(ULONG) Release() override { return 1; }
-    STDMETHODIMP Read(void*, ULONG, ULONG*) override { return E_NOTIMPL; }
-    STDMETHODIMP Write(const void* bytes, ULONG count, ULONG*) override {
-        text.append(static_cast<const char*>(bytes), count);
-        return S_OK;
-    }
-};
-
 void Put(IProperty* from, const wchar_t* name, LONG number, bool unit = false) {
     BSTR text = SysAllocString(name);
     IProperty* node = nullptr;
@@ -144,7 +129,7 @@ public:
         }
     }
     size_t Write() {
-        Memory memory;
+        bv::test::MemoryStream memory;
         writer_->WriteXml(&memory);
         benchmark::DoNotOptimize(memory.text.data());
         return memory.text.size();

@@ -53,7 +53,7 @@ void WriteXml(benchmark::State& state) {
     const Job job;
     Ref<ISettingsWriter> writer;
     Ask(job.root(), writer);
-    Stream stream;
+    MemoryStream stream;
     for (auto _ : state) {
         stream.text.clear();
         writer->WriteXml(&stream);

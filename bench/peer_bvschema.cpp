@@ -154,7 +154,7 @@ struct BvSchema {
     }
     template <class F>
     static void write(Cuts cuts, F use) {
-        Stream stream;
+        MemoryStream stream;
         stream.text.reserve(32 + 600 * cuts->cuts.size());
         stream.text = "<Timelines>";
         for (IProperty* cut : cuts->cuts) {

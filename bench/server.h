@@ -8,7 +8,11 @@
 #include <filesystem>
 #include <string>
 
+#include "support/memory_stream.h"
+
 namespace bv::bench {
+
+using test::MemoryStream;
 
 inline void Need(bool ok, const char* what) {
     if (ok) return;
@@ -76,24 +80,6 @@ inline VARIANT Number(LONG number) {
     value.lVal = number;
     return value;
 }
-
-/// Takes the settings XML; keeps its room from one use to the next.
-class Stream final : public ISequentialStream {
-public:
-    std::string text;
-    STDMETHODIMP QueryInterface(REFIID, void** out) override {
-        *out = nullptr;
-        return E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return 2; }
-    STDMETHODIMP_(ULONG) Release() override { return 1; }
-    STDMETHODIMP Read(void*, ULONG, ULONG*) override { return E_NOTIMPL; }
-    STDMETHODIMP Write(const void* bytes, ULONG count, ULONG* written) override {
-        text.append(static_cast<const char*>(bytes), count);
-        if (written) *written = count;
-        return S_OK;
-    }
-};
 
 /// To be made at the begin of main.
 class Server {

@@ -11,6 +11,7 @@
 #include "host.h"
 #include "persist/xml_sink.h"
 #include "server/messages.h"
+#include "support/memory_stream.h"
 
 namespace bv {
 namespace {
@@ -42,22 +43,6 @@ public:
 private:
     const std::uint8_t* data_;
     std::size_t size_;
-};
-
-class TextStream final : public ISequentialStream {
-public:
-    std::string text;
-    STDMETHODIMP QueryInterface(REFIID, void** out) override {
-        *out = nullptr;
-        return E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return 2; }
-    STDMETHODIMP_(ULONG) Release() override { return 1; }
-    STDMETHODIMP Read(void*, ULONG, ULONG*) override { return E_NOTIMPL; }
-    STDMETHODIMP Write(const void* bytes, ULONG count, ULONG*) override {
-        text.append(static_cast<const char*>(bytes), count);
-        return S_OK;
-    }
 };
 
 /// What a text must come back as.
@@ -155,7 +140,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Check(SUCCEEDED(children->InsertProperty(nullptr, &simple, child.Put())));
         nodes.push_back(Fill(child.get(), input, nodes.size()));
     }
-    TextStream stream;
+    bv::test::MemoryStream stream;
     Check(root.As<ISettingsWriter>()->WriteXml(&stream) == S_OK);
 
     pugi::xml_document document;

@@ -1,5 +1,5 @@
 // The list of further filters: what it holds, who learns of the job, and its part of the settings XML.
-#include "frame/filter_node.h"
+#include "support/doubles.h"
 
 namespace bv::test {
 namespace {

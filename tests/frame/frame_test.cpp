@@ -1,5 +1,5 @@
 // The settings of frames, pictures and audio, and the filter objects among them.
-#include "frame/filter_node.h"
+#include "support/doubles.h"
 
 namespace bv::test {
 namespace {

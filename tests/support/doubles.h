@@ -194,4 +194,44 @@ public:
     STDMETHODIMP QueryVendorInfo(LPWSTR*) override { return E_NOTIMPL; }
 };
 
+/// Creates filters for a class id while it lives. Their settings are a node of the server, as of filters outside it.
+class FilterWithSettings {
+public:
+    FilterWithSettings(REFCLSID filter, REFCLSID settings)
+        : class_(filter, [filter, settings](IUnknown*, REFIID iid, void** out) {
+              auto* object = new Filter(filter, settings);
+              const HRESULT status = object->QueryInterface(iid, out);
+              object->Release();
+              return status;
+          }) {}
+
+private:
+    class Filter final : public FilterDouble<IFilterEntry> {
+    public:
+        Filter(REFCLSID filter, REFCLSID settings) {
+            id = filter;
+            EXPECT_EQ(CoCreateInstance(settings, unknown(), CLSCTX_INPROC_SERVER, kIid<IUnknown>, node_.PutVoid()), S_OK);
+        }
+        STDMETHODIMP_(ULONG) Release() override {
+            const ULONG left = FilterDouble::Release();
+            if (left == 0) {
+                AddRef();  // the node's end counts up and down on us
+                node_ = {};
+                delete this;
+            }
+            return left;
+        }
+
+    private:
+        bool TakeMore(REFIID iid, void** out) override {
+            if (!node_ || FAILED(node_->QueryInterface(iid, out))) return false;  // none yet while it is made
+            Release();                                                            // the query has counted on us
+            return true;
+        }
+        Ref<IUnknown> node_;
+    };
+
+    ClassDouble class_;
+};
+
 }  // namespace bv::test

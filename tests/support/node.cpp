@@ -88,23 +88,6 @@ std::string Narrow(const std::wstring& text) {
     return result;
 }
 
-// --- Stream ---
-
-STDMETHODIMP MemoryStream::QueryInterface(REFIID iid, void** out) {
-    *out = nullptr;
-    if (iid != kIid<IUnknown> && iid != kIid<ISequentialStream>) return E_NOINTERFACE;
-    *out = this;
-    return S_OK;
-}
-
-STDMETHODIMP MemoryStream::Write(const void* bytes, ULONG count, ULONG* written) {
-    const size_t room = fail_after - std::min(fail_after, text.size());
-    const ULONG taken = ULONG(std::min<size_t>(room, count));
-    text.append(static_cast<const char*>(bytes), taken);
-    if (written) *written = taken;
-    return taken == count ? S_OK : STG_E_MEDIUMFULL;
-}
-
 // --- Node ---
 
 namespace {

@@ -12,6 +12,8 @@
 
 #include <bvschema/bvschema.h>
 
+#include "support/memory_stream.h"
+
 namespace bv::test {
 
 /// A counted reference, as a host would write one.
@@ -101,19 +103,6 @@ private:
 /// Takes a BSTR result.
 std::wstring Take(BSTR text);
 std::string Narrow(const std::wstring& text);
-
-/// A sequential stream that keeps what it gets. fail_after: bytes that it takes.
-class MemoryStream final : public ISequentialStream {
-public:
-    std::string text;
-    size_t fail_after = size_t(-1);
-
-    STDMETHODIMP QueryInterface(REFIID iid, void** out) override;
-    STDMETHODIMP_(ULONG) AddRef() override { return 2; }
-    STDMETHODIMP_(ULONG) Release() override { return 1; }
-    STDMETHODIMP Read(void*, ULONG, ULONG*) override { return E_NOTIMPL; }
-    STDMETHODIMP Write(const void* bytes, ULONG count, ULONG* written) override;
-};
 
 /// A node as its host sees it.
 class Node {
