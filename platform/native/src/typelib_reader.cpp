@@ -1,6 +1,7 @@
 // Reading a type library. The bytes come from a file that a path in the registry names: nothing in them is believed.
 #include <algorithm>
 #include <cwctype>
+#include <initializer_list>
 
 #include "text.h"
 #include "typelib_data.h"
@@ -52,6 +53,14 @@ private:
     std::uint8_t U8() { return static_cast<std::uint8_t>(Number(1)); }
     std::uint16_t U16() { return static_cast<std::uint16_t>(Number(2)); }
     std::uint32_t U32() { return Number(4); }
+    /// A byte that is one of these.
+    template <class Kind>
+    Kind OneOf(std::initializer_list<Kind> kinds) {
+        const std::uint8_t number = U8();
+        for (const Kind kind : kinds)
+            if (number == kind) return kind;
+        throw Damaged{};
+    }
     std::wstring Text() {
         const std::size_t size = U16();
         return ToWide(Bytes(size));
@@ -68,7 +77,7 @@ private:
 
     void ReadType() {
         TypeData type;
-        type.kind = static_cast<TYPEKIND>(U8());
+        type.kind = OneOf({TKIND_RECORD, TKIND_INTERFACE, TKIND_COCLASS});
         type.flags = U16();
         type.id = Id();
         type.name = Text();
@@ -80,14 +89,12 @@ private:
             case TKIND_INTERFACE:
                 ReadInterface(type);
                 break;
-            case TKIND_COCLASS:
+            default:  // a class
                 for (unsigned left = U16(); left > 0; --left) {
                     const std::uint16_t reference = U16();
                     type.implementations.push_back({reference, U16()});
                 }
                 break;
-            default:
-                throw Damaged{};
         }
         library_->types.push_back(std::move(type));
     }
@@ -118,7 +125,7 @@ private:
         for (unsigned left = U16(); left > 0; --left) {
             TypeOperation operation;
             operation.id = static_cast<MEMBERID>(U32());
-            operation.kind = static_cast<INVOKEKIND>(U8());
+            operation.kind = OneOf({INVOKE_FUNC, INVOKE_PROPERTYGET, INVOKE_PROPERTYPUT, INVOKE_PROPERTYPUTREF});
             operation.flags = U16();
             operation.name = Text();
             operation.help = Text();
@@ -138,9 +145,7 @@ private:
     }
 
     static void CheckOperation(const TypeOperation& operation) {
-        const INVOKEKIND kind = operation.kind;
-        const bool known = kind == INVOKE_FUNC || kind == INVOKE_PROPERTYGET || operation.IsPut();
-        if (!known || (operation.IsPut() && operation.parameters.empty())) throw Damaged{};
+        if (operation.IsPut() && operation.parameters.empty()) throw Damaged{};
         for (const TypeParameter& parameter : operation.parameters) {
             const bool last = &parameter == &operation.parameters.back();
             // A result leaves through a pointer, and nothing comes after it.
