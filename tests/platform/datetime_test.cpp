@@ -46,7 +46,9 @@ TEST(DatePicture, LettersStandForPartsOfTheDate) {
                           {"dd ddd dddd ddddd", "05 Mon Monday Monday"},
                           {"M MM MMM MMMM", "2 02 Feb February"},
                           {"y yy yyy yyyy yyyyy", "24 24 2024 2024 2024"},
-                          {"g", "AD"},
+                          {"g gg yyyy", "AD ADAD 2024"},
+                          {"MMMMM dddddd yyyyyy", "February Monday 2024"},
+                          {"gg 'gg'", "ADAD gg"},
                           {"dMy", "5224"},
                           {"", ""},
                           {"D Y h:m t", "D Y h:m t"},
@@ -81,6 +83,8 @@ TEST(TimePicture, LettersStandForPartsOfTheTime) {
                           {"HH'h'mm", "14h07"},
                           {"d M y S", "d M y S"},
                           {"", ""},
+                          {"HHHH mmm sss tttt g", "14 07 09 PM g"},
+                          {"h''h '''H'", "22 'H"},
                           {"'x", "x"}};
     for (const Case& c : cases) EXPECT_EQ(TimeText(kMoment, c.picture), c.text) << c.picture;
 

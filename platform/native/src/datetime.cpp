@@ -130,7 +130,7 @@ int FormatDate(DWORD flags, const SYSTEMTIME& when, const Char* picture, Char* b
                 out.Number(length > 2 ? when.wYear : when.wYear % 100, length > 2 ? 4 : 2);
                 return true;
             case 'g':
-                out.Put("AD");
+                for (; length > 0; --length) out.Put("AD");  // each letter is an era of its own
                 return true;
             default:
                 return false;
