@@ -7,7 +7,20 @@
 namespace host {
 namespace {
 
-constexpr int kDeepest = 64;  // a component's nodes may hang in a circle
+constexpr int kDeepest = 64;
+
+/// The nodes above the one that is looked at. A component's nodes, or a script's, may hang in a circle.
+struct Above {
+    IProperty* node;
+    const Above* next;
+    int depth;
+
+    bool Has(IProperty* wanted) const {
+        for (const Above* at = this; at; at = at->next)
+            if (at->node == wanted) return true;
+        return false;
+    }
+};
 
 /// The nth object of a collection; null when it isn't there.
 Ref<IUnknown> ItemOf(ICollection* collection, LONG index) {
@@ -37,7 +50,7 @@ std::wstring ShownValue(const NodeView& view) {
     return formatted.AsText();
 }
 
-NodeView LookAt(IProperty* node, int depth);
+NodeView LookAt(IProperty* node, const Above* above);
 
 void LookAtChoices(IProperty* node, NodeView* view) {
     const auto list = Ask<IListOfValues>(node);
@@ -59,7 +72,7 @@ void LookAtChoices(IProperty* node, NodeView* view) {
     }
 }
 
-NodeView LookAt(IProperty* node, int depth) {
+NodeView LookAt(IProperty* node, const Above* above) {
     NodeView view;
     view.node = Ref<IProperty>(node);
     TextResult name, title, description;
@@ -80,17 +93,18 @@ NodeView LookAt(IProperty* node, int depth) {
     view.active = active != 0;
     view.has_value = node->get_Value(view.value.Put()) == S_OK;
     LookAtChoices(node, &view);
-    if (depth >= kDeepest) return view;
+    const Above here = {node, above, above ? above->depth + 1 : 0};
+    if (here.depth >= kDeepest) return view;
 
     Ref<IProperty> unit;
-    if (node->get_Extension(unit.Put()) == S_OK && unit)
-        view.unit = std::make_unique<NodeView>(LookAt(unit.get(), depth + 1));
-    if (const auto held = Ask<IProperty>(view.value.object()))
-        view.held = std::make_unique<NodeView>(LookAt(held.get(), depth + 1));
+    if (node->get_Extension(unit.Put()) == S_OK && unit && !here.Has(unit.get()))
+        view.unit = std::make_unique<NodeView>(LookAt(unit.get(), &here));
+    if (const auto held = Ask<IProperty>(view.value.object()); held && !here.Has(held.get()))
+        view.held = std::make_unique<NodeView>(LookAt(held.get(), &here));
     if (const auto children = Ask<IEnumProperties>(node)) {
         for (LONG i = 0; i < CountOf(children.get()); ++i)
-            if (const auto child = ItemOf(children.get(), i).As<IProperty>())
-                view.children.push_back(LookAt(child.get(), depth + 1));
+            if (const auto child = ItemOf(children.get(), i).As<IProperty>(); child && !here.Has(child.get()))
+                view.children.push_back(LookAt(child.get(), &here));
     }
     if (view.has_value) view.shown = ShownValue(view);
     return view;
@@ -113,7 +127,7 @@ const NodeView* PickPath(const NodeView& view, const std::vector<std::wstring>& 
 
 }  // namespace
 
-NodeView Look(IProperty* node) { return LookAt(node, 0); }
+NodeView Look(IProperty* node) { return LookAt(node, nullptr); }
 
 const NodeView* Pick(const NodeView& root, const std::wstring& name) {
     std::vector<std::wstring> path;

@@ -16,6 +16,8 @@ public:
     }
     bool From(PropertyBase& node) {
         if (node.IsActive() && SameName(node.NameView(), name_)) return Found(&node);
+        const PropertyBase::Passage passage(node, PropertyBase::kSearch);
+        if (!passage) return false;
         if (ChildList* children = node.OwnChildren()) {
             for (const ChildList::Item& item : children->Items())
                 if (item.node ? From(*item.node) : From(item.object.get())) return true;

@@ -104,24 +104,28 @@ STDMETHODIMP PropertyBase::get_Active(LONG* pVal) {
     return S_OK;
 }
 
+void PropertyBase::PassOn(HRESULT (STDMETHODCALLTYPE IProperty::*put)(LONG), LONG flag, Walk walk) {
+    const Passage passage(*this, walk);
+    if (!passage) return;
+    if (auto held = NodeOfValue(value_)) std::ignore = (held.get()->*put)(flag);
+    ForEachChild([put, flag](IProperty* child) { std::ignore = (child->*put)(flag); });
+}
+
 STDMETHODIMP PropertyBase::Hide(LONG newVal) {
     hidden_ = newVal;
-    if (auto held = NodeOfValue(value_)) std::ignore = held->Hide(newVal);
-    ForEachChild([newVal](IProperty* child) { std::ignore = child->Hide(newVal); });
+    PassOn(&IProperty::Hide, newVal, kHide);
     return S_OK;
 }
 
 STDMETHODIMP PropertyBase::Disabled(LONG newVal) {
     disabled_ = newVal;
-    if (auto held = NodeOfValue(value_)) std::ignore = held->Disabled(newVal);
-    ForEachChild([newVal](IProperty* child) { std::ignore = child->Disabled(newVal); });
+    PassOn(&IProperty::Disabled, newVal, kDisable);
     return S_OK;
 }
 
 STDMETHODIMP PropertyBase::put_Active(LONG newVal) {
     active_ = newVal;
-    if (auto held = NodeOfValue(value_)) std::ignore = held->put_Active(newVal);
-    ForEachChild([newVal](IProperty* child) { std::ignore = child->put_Active(newVal); });
+    PassOn(&IProperty::put_Active, newVal, kActivate);
     return newVal ? OnActivate() : OnDeactivate();
 }
 
@@ -304,6 +308,8 @@ STDMETHODIMP PropertyBase::get_MediaObject(IDispatch** pVal) {
 
 STDMETHODIMP PropertyBase::put_MediaObject(IDispatch* newVal) {
     media_.Set(newVal);
+    const Passage passage(*this, kInit);
+    if (!passage) return S_OK;
     std::ignore = children_->InitProperty(newVal);
     OnMediaObjectChanged(newVal);
     LONG count = 0;
@@ -322,6 +328,8 @@ STDMETHODIMP PropertyBase::put_MediaObject(IDispatch* newVal) {
 
 STDMETHODIMP PropertyBase::SetMediaObject(IDispatch* pVal) {
     media_.Set(pVal);
+    const Passage passage(*this, kGive);
+    if (!passage) return S_OK;
     ForEachChild([pVal](IProperty* child) { std::ignore = child->SetMediaObject(pVal); });
     if (extension_) std::ignore = extension_->SetMediaObject(pVal);
     return S_OK;
@@ -332,7 +340,8 @@ HRESULT PropertyBase::Search(std::wstring_view name, BSTR name_text, IProperty**
         const auto map = Query<IMap>(media_.get());
         return map ? map->get_Property(name_text, this, result) : E_FAIL;
     }
-    bool end = false;
+    const Passage passage(*this, kSearch);
+    bool end = !passage;
     for (LONG i = 0; !end; ++i) {
         auto child = NodeAt(children_.get(), own_children_, i, &end);
         if (!child) continue;

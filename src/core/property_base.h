@@ -81,6 +81,27 @@ public:
     HRESULT FinalConstruct();
     void FinalRelease();
 
+    /// The walks that go through a whole tree.
+    enum Walk : unsigned char { kHide = 1, kDisable = 2, kActivate = 4, kSearch = 8, kWrite = 16, kInit = 32, kGive = 64 };
+    /// A walk's way through a node and all below it. False while the same walk is on its way there already: scripts can
+    /// make a node its own value or descendant, and nothing refuses that.
+    class Passage {
+    public:
+        Passage(PropertyBase& node, Walk walk) : node_(node), walk_(walk), free_(!(node.walks_ & walk)) {
+            node_.walks_ |= walk_;
+        }
+        Passage(const Passage&) = delete;
+        ~Passage() {
+            if (free_) node_.walks_ &= static_cast<unsigned char>(~walk_);
+        }
+        explicit operator bool() const { return free_; }
+
+    private:
+        PropertyBase& node_;
+        const Walk walk_;
+        const bool free_;
+    };
+
     // What our own nodes and collections ask each other.
     std::wstring_view NameView() const { return name_.View(); }
     bool IsActive() const { return active_ != 0; }
@@ -188,11 +209,14 @@ private:
     LONG hidden_ = 0;
     LONG disabled_ = 0;
     LONG active_ = 1;
+    unsigned char walks_ = 0;  // those that are below this node
     ByteBlock data_;
     int data_kind_ = 0;
     int description_id_;
     const NodeDecl* decl_;
 
+    /// Calls a put of a flag on the held node and on the children.
+    void PassOn(HRESULT (STDMETHODCALLTYPE IProperty::*put)(LONG), LONG flag, Walk walk);
     ComPtr<IProperty> AddDeclared(const NodeDecl& decl, bool literal_name);
     void AddChoice(const Choice& choice);
 

@@ -35,6 +35,7 @@ private:
 
     std::vector<ComPtr<IUnknown>> objects_;
     BackRef<IDispatch> media_;
+    bool writing_ = false;  // a list may hold itself
 };
 
 STDMETHODIMP LiveTimeFilters::Count(LONG* pnCount) {
@@ -88,8 +89,10 @@ STDMETHODIMP LiveTimeFilters::SetMediaObject(IDispatch* ppUnk) {
 
 STDMETHODIMP LiveTimeFilters::WriteXml(ISequentialStream* stream) {
     if (!stream) return E_POINTER;
+    if (writing_) return S_OK;
     const auto sink = XmlSink::For(stream);
     if (!sink) return E_OUTOFMEMORY;
+    writing_ = true;
     sink->Append("<EnumFilters>\n");
     for (size_t i = 0; i < objects_.size(); ++i) {
         auto writer = objects_[i].As<ISettingsWriter>();
@@ -97,6 +100,7 @@ STDMETHODIMP LiveTimeFilters::WriteXml(ISequentialStream* stream) {
         if (writer) std::ignore = writer->WriteXml(sink.get());
     }
     sink->Append("</EnumFilters>\n");
+    writing_ = false;
     if (static_cast<ISequentialStream*>(sink.get()) != stream) sink->Close();
     return S_OK;
 }

@@ -22,7 +22,8 @@ public:
         return S_OK;
     }
     STDMETHODIMP SetMediaObject(IDispatch* pVal) override {
-        if (filters_) std::ignore = filters_->SetMediaObject(pVal);
+        const Passage passage(*this, kGive);
+        if (passage && filters_) std::ignore = filters_->SetMediaObject(pVal);
         return S_OK;
     }
 

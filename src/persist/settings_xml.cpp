@@ -49,6 +49,8 @@ STDMETHODIMP PropertyBase::WriteXml(ISequentialStream* stream) {
 }
 
 void PropertyBase::WriteElement(XmlSink& sink) {
+    const Passage passage(*this, kWrite);
+    if (!passage) return;
     WriteExtra();
 
     sink.Append("<");

@@ -101,6 +101,49 @@ TEST_F(SearchTest, ForeignNodesAreSearchedThroughTheirInterfaces) {
     EXPECT_TRUE(Find(L"y")) << "through the value of a foreign node";
 }
 
+/// A script can hang a node below itself.
+TEST_F(SearchTest, AWalkPassesANodeOnceThatHangsBelowItself) {
+    const auto hang = [&](const Node& above, const Node& node) {
+        EXPECT_EQ(above.As<IEnumProperties>()->AddObject(Text(L"loop"), above.get(), node.get()), S_OK);
+    };
+    const auto take = [&](const Node& above) { above.As<IEnumProperties>()->RemoveByName(Text(L"loop"), nullptr); };
+    const Node filters = AddTo(c, L"filters", clsid::PropertyFilters);
+    const auto list = filters.As<IEnumObject>();
+    IUnknown *node = filters.get(), *itself = list.get();
+    const struct {
+        const char* what;
+        std::function<void()> close, open;  // such nodes hold themselves until the circle is opened
+    } circles[] = {
+        {"its own value", [&] { top.Put(Obj(top.get())); }, [&] { top.Put(Nothing()); }},
+        {"a descendant's value", [&] { bx.Put(Unk(top.get())); }, [&] { bx.Put(Nothing()); }},
+        {"its own child, twice", [&] { hang(top, top), hang(top, top); }, [&] { take(top), take(top); }},
+        {"a descendant's child, twice", [&] { hang(b, a), hang(b, a); }, [&] { take(b), take(b); }},
+        {"in the list of its own filters, and that in itself", [&] { list->Add(&node), list->Add(&itself); },
+         [&] { list->Remove(node), list->Remove(itself); }}};
+    for (const auto& circle : circles) {
+        SCOPED_TRACE(circle.what);
+        circle.close();
+        for (const LONG flag : {1, 0}) {
+            EXPECT_EQ(top->Hide(flag), S_OK);
+            EXPECT_EQ(top->Disabled(flag), S_OK);
+            EXPECT_EQ(top->put_Active(1 - flag), S_OK);
+            EXPECT_EQ(bx.Shown(), flag == 0);
+            EXPECT_EQ(bx.Enabled(), flag == 0);
+            EXPECT_EQ(bx.Active(), flag == 0);
+        }
+        EXPECT_FALSE(Find(L"none"));
+        top.Give(media.dispatch());
+        EXPECT_FALSE(Find(L"none"));
+        EXPECT_EQ(Find(L"x").get(), ax.get());
+        EXPECT_EQ(list->SetMediaObject(media.dispatch()), S_OK);
+        EXPECT_EQ(top->SetMediaObject(media.dispatch()), S_OK);
+        EXPECT_THAT(top.Xml(), testing::HasSubstr("<EnumFilters>\n</EnumFilters>\n"));
+        EXPECT_EQ(top->SetMediaObject(nullptr), S_OK);
+        top.Give(nullptr);
+        circle.open();
+    }
+}
+
 TEST_F(SearchTest, Collection) {
     const auto list = top.As<IEnumProperties>();
     CLSID cls = clsid::PropertySimple, gone = kNoClass, folder = clsid::PropertyFolder;
