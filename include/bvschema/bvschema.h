@@ -151,7 +151,8 @@ struct IProperty : IBaseObj {
     /// The opaque block that was put here: its kind, its length in bytes, and the node's own buffer, which is valid until the
     /// next PutData or PutExData and isn't the caller's to free. S_OK with null and 0 when there is none.
     STDMETHOD(GetData)(int* nDataType, LONG* pLength, BYTE** pData) PURE;
-    /// Keeps a copy of nLength bytes and drops the extra object. E_OUTOFMEMORY: the old block is gone all the same.
+    /// Keeps a copy of nLength bytes and drops the extra object. E_OUTOFMEMORY: the old block is gone all the same,
+    /// and GetData gives null with the kind and the length that it had.
     STDMETHOD(PutData)(int nDataType, LONG nLength, BYTE* pData) PURE;
     /// Replaces Name. An object in pVal (VT_DISPATCH, VT_UNKNOWN) becomes the parent, with no reference.
     STDMETHOD(SetInfo)(BSTR Name, VARIANT pVal) PURE;

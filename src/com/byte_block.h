@@ -24,6 +24,8 @@ public:
         delete[] std::exchange(data_, nullptr);
         size_ = 0;
     }
+    /// The bytes go, the size stays.
+    void Lose() { delete[] std::exchange(data_, nullptr); }
     void Swap(ByteBlock& other) noexcept {
         std::swap(data_, other.data_);
         std::swap(size_, other.size_);

@@ -243,11 +243,14 @@ STDMETHODIMP PropertyBase::GetData(int* nDataType, LONG* pLength, BYTE** pData) 
 STDMETHODIMP PropertyBase::PutData(int nDataType, LONG nLength, BYTE* pData) {
     if (nLength < 0) return E_INVALIDARG;
     if (nLength > 0 && !pData) return E_POINTER;
-    ByteBlock old;
-    old.Swap(data_);  // the new bytes may be a part of the old ones
+    ByteBlock bytes;
+    const bool whole = bytes.Assign(pData, size_t(nLength));  // they may be a part of the old ones
     ex_data_.Reset();
-    if (!data_.Assign(pData, size_t(nLength))) return E_OUTOFMEMORY;
-    data_kind_ = nDataType;
+    if (!whole) {
+        data_.Lose();
+        return E_OUTOFMEMORY;
+    }
+    SwapData(bytes, nDataType);
     return S_OK;
 }
 
