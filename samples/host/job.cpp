@@ -174,7 +174,8 @@ Job::~Job() {
 
 Input& Job::NewInput(const std::wstring& path) {
     ForgetErrors();
-    const HRESULT status = media_.Files()->Insert(Text(path));
+    // The list fills an input without a path, if it is the only one: until all are there such a one needs a path too.
+    const HRESULT status = media_.Files()->Insert(Text(path.empty() ? L"?" : path));
     if (FAILED(status)) throw Problem(Utf8(path) + ": " + Reason(status));
     LONG count = 0;
     Ref<IUnknown> item;
@@ -209,7 +210,7 @@ void Job::TakeIndex(Input* input) {
     int kind = 0;
     LONG size = 0;
     BYTE* bytes = nullptr;
-    if (SUCCEEDED(input->node->GetData(&kind, &size, &bytes)) && kind == MediaIndex::kKind && size > 0) {
+    if (SUCCEEDED(input->node->GetData(&kind, &size, &bytes)) && kind == MediaIndex::kKind && bytes && size > 0) {
         if (const auto cached = MediaIndex::Unpack(bytes, size_t(size))) {
             input->index = Input::kFromCache;
             input->key_frames = cached->entries.size();
@@ -380,6 +381,8 @@ std::vector<std::string> Job::Restore(const Element& root) {
         if (!SameName(part.name, L"FILES")) continue;
         for (const Element& file : part.children) RestoreInput(file);
     }
+    for (const Input& input : inputs_)
+        if (input.path.empty()) input.node->put_Value(Value::Of(L"").get());
     SelectFirstInput();
     RestoreNode(root, root_.get());
     return std::exchange(warnings_, {});
@@ -388,6 +391,10 @@ std::vector<std::string> Job::Restore(const Element& root) {
 void Job::RestoreInput(const Element& element) {
     if (!element.value) return;
     Input& input = NewInput(element.value->text);
+    if (input.path.empty()) {
+        input.problem = "no file is chosen";
+        return;
+    }
     Open(&input);
     if (!input.problem.empty()) warnings_.push_back(OneLine(Utf8(input.path)) + ": " + input.problem);
     RestoreBelow(element, input.node.get());

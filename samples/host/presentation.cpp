@@ -212,7 +212,7 @@ std::string Seconds(LONGLONG units) {
 }  // namespace
 
 std::vector<std::string> InputText(const Input& input) {
-    std::vector<std::string> lines = {Line(input.path)};
+    std::vector<std::string> lines = {input.path.empty() ? "(no path)" : Line(input.path)};
     if (!input.problem.empty()) {
         lines.push_back("not opened: " + input.problem);
     } else {

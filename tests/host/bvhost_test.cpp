@@ -188,6 +188,22 @@ TEST_F(BvhostTest, RestoresTheRestOfADamagedJob) {
     EXPECT_THAT(mended, HasSubstr("<SplitLength value='10' type='3' ext='1' extType='3'>\n"));
 }
 
+TEST_F(BvhostTest, KeepsAnInputWithoutAPathInItsPlace) {
+    WriteAll(TempFolder() / "gap.xml",
+             "<Main>\n<FILES>\n<PathToMediaFile value='' type='8'>\n</PathToMediaFile>\n"
+             "<PathToMediaFile value='' type='8'>\n</PathToMediaFile>\n"
+             "<PathToMediaFile value='/no/such/file.avi' type='8'>\n</PathToMediaFile>\n</FILES>\n</Main>\n");
+    const Outcome outcome = Run("job --from " + File("gap.xml") + " --output " + File("kept.xml"));
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.text;
+    const std::string kept = ReadAll(TempFolder() / "kept.xml");
+    size_t at = 0;
+    for (const char* path : {"''", "''", "'/no/such/file.avi'"}) {
+        at = kept.find("<PathToMediaFile value=", at + 1);
+        ASSERT_NE(at, kept.npos);
+        EXPECT_EQ(kept.substr(at + 23, std::strlen(path)), path);
+    }
+}
+
 TEST_F(BvhostTest, ShowsHiddenNodesOnlyWhenAsked) {
     const std::string tree = Run("tree").text;
     EXPECT_THAT(tree, HasSubstr("[Single]  Multiply\n"));
