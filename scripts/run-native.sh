@@ -6,14 +6,16 @@ program=$(realpath "$1")
 shift
 
 state=$(mktemp -d "${TMPDIR:-/tmp}/bvtest.XXXXXX")
-trap 'rm -rf "$state"' EXIT
+# shellcheck source=scripts/lend-screen.sh
+. "$root/scripts/lend-screen.sh"
+trap 'return_screen; rm -rf "$state"' EXIT
+lend_screen "$program"
 
 export BV_PRIVATE_RUN=1
 export BV_REGISTRY=$state/registry.db
 export BV_TEST_DATA=$root/tests
 export BV_TEST_TEMP=$state
 export LC_ALL=${BV_TEST_LOCALE:-C.UTF-8}
-unset DISPLAY WAYLAND_DISPLAY
 export ASAN_OPTIONS=detect_leaks=1:detect_stack_use_after_return=1:strict_string_checks=1:${ASAN_OPTIONS:-}
 export UBSAN_OPTIONS=print_stacktrace=1:${UBSAN_OPTIONS:-}
 export TSAN_OPTIONS=second_deadlock_stack=1:${TSAN_OPTIONS:-}

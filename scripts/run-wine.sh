@@ -9,11 +9,15 @@ program=$(realpath "$1")
 shift
 
 # bin/tree_tests.exe: the prefix lies beside bin
-export WINEPREFIX=${BV_WINEPREFIX:-$(dirname "$(dirname "$program")")/wineprefix}
+# shellcheck source=scripts/lend-screen.sh
+. "$root/scripts/lend-screen.sh"
+trap return_screen EXIT
+lend_screen "$program"
+# A prefix's desktop has a screen or has none, whichever program comes first.
+export WINEPREFIX=${BV_WINEPREFIX:-$(dirname "$(dirname "$program")")/wineprefix}${DISPLAY:+-screen}
 export WINEARCH=win64
 export WINEDEBUG=${WINEDEBUG:--all}
 export WINEDLLOVERRIDES="mscoree=;mshtml=;winemenubuilder.exe="
-unset DISPLAY WAYLAND_DISPLAY
 
 # Debian has the server under the name of the package's main program or in its library folder.
 server=true
@@ -36,7 +40,8 @@ mkdir -p "$(dirname "$WINEPREFIX")"
 ) 9>"$WINEPREFIX.lock"
 
 state=$(mktemp -d "${TMPDIR:-/tmp}/bvtest.XXXXXX")
-trap 'rm -rf "$state"' EXIT
+# A desktop doesn't outlive its screen.
+trap 'rm -rf "$state"; if [ -n "${DISPLAY:-}" ]; then "$server" -k || true; return_screen; fi' EXIT
 
 windows_path() { printf 'Z:%s' "${1//\//\\}"; }
 export BV_PRIVATE_RUN=1

@@ -223,8 +223,8 @@ std::optional<Rgb> ShowColorDialog(Rgb initial) {
     char color[8];
     std::snprintf(color, sizeof color, "#%02x%02x%02x", initial.red, initial.green, initial.blue);
     const auto answer = program == Program::kZenity
-                            ? Run({"zenity", "--color-selection", std::string("--color=") + color})
-                            : Run({"kdialog", "--getcolor", "--default", color});
+                            ? Run({"zenity", "--color-selection", "--title=Color", std::string("--color=") + color})
+                            : Run({"kdialog", "--title", "Color", "--getcolor", "--default", color});
     return answer ? ParseColor(*answer) : std::nullopt;
 }
 
