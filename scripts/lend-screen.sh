@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # To be sourced by the runners: lends the program a screen of its own if it is one that shows dialogs, else takes away the
 # user's.
 unset DISPLAY WAYLAND_DISPLAY
