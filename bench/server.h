@@ -3,8 +3,10 @@
 
 #include <bvschema/bvschema.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <string>
 
@@ -61,8 +63,9 @@ void Ask(IUnknown* object, Ref<I>& out) {
 class Text {
 public:
     explicit Text(const char* ascii) {
-        const std::string narrow = ascii;
-        text_ = SysAllocString(std::wstring(narrow.begin(), narrow.end()).c_str());
+        const size_t length = std::strlen(ascii);
+        text_ = SysAllocStringLen(nullptr, UINT(length));
+        std::copy(ascii, ascii + length, text_);
     }
     Text(const Text&) = delete;
     Text& operator=(const Text&) = delete;

@@ -52,6 +52,7 @@ private:
 template <class T>
 bool TryAppend(std::vector<T>& list, T item) noexcept {
     try {
+        if (list.capacity() == 0) list.reserve(4);  // most lists of a tree have a few entries
         list.push_back(std::move(item));
         return true;
     } catch (const std::bad_alloc&) {

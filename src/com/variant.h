@@ -26,7 +26,7 @@ constexpr Literal NodeOf(const CLSID& value) { return {VT_DISPATCH, 0, nullptr, 
 /// An owned VARIANT.
 class Variant : public VARIANT {
 public:
-    Variant() { VariantInit(this); }
+    Variant() : VARIANT{} {}
     explicit Variant(const Literal& literal) : Variant() {
         vt = literal.kind;
         if (literal.kind == VT_BSTR)
@@ -49,7 +49,7 @@ public:
     }
     Variant(const Variant&) = delete;
     Variant(Variant&& other) noexcept : VARIANT(other) { other.vt = VT_EMPTY; }
-    ~Variant() { VariantClear(this); }
+    ~Variant() { Clear(); }
     Variant& operator=(const Variant&) = delete;
     Variant& operator=(Variant&& other) noexcept {
         std::swap(static_cast<VARIANT&>(*this), static_cast<VARIANT&>(other));
@@ -58,14 +58,16 @@ public:
 
     /// To be filled by a call that gives a VARIANT.
     VARIANT* Put() {
-        VariantClear(this);
+        Clear();
         return this;
     }
     /// Becomes a copy; of a reference, which is the caller's, a copy of what it points to. When it can't, it holds the status
     /// as VT_ERROR.
     void CopyFrom(const VARIANT& source) {
         Variant copy;
-        if (const HRESULT status = VariantCopyInd(&copy, const_cast<VARIANT*>(&source)); FAILED(status)) {
+        if (IsPlain(source.vt)) {
+            static_cast<VARIANT&>(copy) = source;
+        } else if (const HRESULT status = VariantCopyInd(&copy, const_cast<VARIANT*>(&source)); FAILED(status)) {
             copy.vt = VT_ERROR;
             copy.scode = status;
         }
@@ -73,9 +75,17 @@ public:
     }
     /// Becomes the source changed to a kind by Automation's rules; stays as it is when that fails.
     HRESULT ChangeFrom(const VARIANT& source, VARTYPE kind) {
+        if (source.vt == kind && IsPlain(kind)) {
+            CopyFrom(source);
+            return S_OK;
+        }
         return VariantChangeType(this, const_cast<VARIANT*>(&source), 0, kind);
     }
     HRESULT CopyTo(VARIANT* out) const {
+        if (IsPlain(vt)) {
+            *out = *this;
+            return S_OK;
+        }
         VariantInit(out);
         return VariantCopy(out, const_cast<Variant*>(this));
     }
@@ -83,7 +93,16 @@ public:
         *out = *this;
         vt = VT_EMPTY;
     }
-    void Clear() { VariantClear(this); }
+    void Clear() {
+        if (IsPlain(vt))
+            vt = VT_EMPTY;
+        else
+            VariantClear(this);
+    }
+
+private:
+    /// Nothing and the common numbers: they own nothing, and are most of what a tree holds.
+    static bool IsPlain(VARTYPE kind) { return kind <= VT_R8; }
 };
 
 /// The object that a VARIANT holds, null for all other kinds. No reference is added.

@@ -68,6 +68,7 @@ PropertyBase* NodeBehind(IUnknown* object) {
     auto ours = Query<INode>(object);
     if (!ours) return nullptr;
     PropertyBase& node = ours->Node();
+    if (object == static_cast<IProperty*>(&node)) return &node;
     return Query<IProperty>(object).get() == static_cast<IProperty*>(&node) ? &node : nullptr;
 }
 
@@ -117,8 +118,12 @@ STDMETHODIMP ChildList::AddProperty(BSTR Name, GUID* refclsid, IDispatch* pParen
     HRESULT status = S_OK;
     const auto node = Create<IProperty>(*refclsid, &status);
     if (!node) return FAILED(status) ? status : E_FAIL;
-    RETURN_IF_FAILED(node->SetInfo(Name, Lend(pParent)));
-    RETURN_IF_FAILED(Append(node.get()));
+    PropertyBase* const ours = NodeBehind(node.get());
+    if (ours && owner_ && pParent && pParent == parent_.get())
+        ours->Rename(View(Name), nullptr, *owner_);
+    else
+        RETURN_IF_FAILED(node->SetInfo(Name, Lend(pParent)));
+    if (!TryAppend(items_, Item{node.get(), ours})) return E_OUTOFMEMORY;
     return pRet ? node.CopyTo(pRet) : S_OK;
 }
 
@@ -187,6 +192,7 @@ STDMETHODIMP ChildList::RemoveByName(BSTR Name, IProperty*) {
 
 STDMETHODIMP ChildList::PutParent(IProperty* pParent) {
     parent_.Set(pParent);
+    owner_ = nullptr;
     return S_OK;
 }
 

@@ -42,6 +42,11 @@ public:
     ChildList& List() override { return *this; }
     void FinalRelease();
 
+    /// PutParent with a node of ours.
+    void SetOwner(PropertyBase& owner) {
+        parent_.Set(&owner, owner);
+        owner_ = &owner;
+    }
     const std::vector<Item>& Items() const { return items_; }
     HRESULT Append(IUnknown* object);
     /// Creates a node of the class and appends it, with a parent of ours. Null when it can't be created.
@@ -51,6 +56,7 @@ public:
 private:
     std::vector<Item> items_;
     BackRef<IProperty> parent_;
+    PropertyBase* owner_ = nullptr;  // the node that is parent_, while that isn't null
 };
 
 /// The i-th item of a collection, ours or foreign, as a node: null past the end (and *end is set then) and for an object

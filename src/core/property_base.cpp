@@ -35,8 +35,12 @@ HRESULT PropertyBase::FinalConstruct() {
     if (!values_) return FAILED(status) ? status : E_FAIL;
     children_ = Create<IEnumProperties>(clsid::EnumProperties, &status, CLSCTX_INPROC_SERVER);
     if (!children_) return FAILED(status) ? status : E_FAIL;
-    if (auto own = children_.As<IChildList>()) own_children_ = &own->List();
-    std::ignore = children_->PutParent(this);
+    if (auto own = children_.As<IChildList>()) {
+        own_children_ = &own->List();
+        own_children_->SetOwner(*this);
+    } else {
+        std::ignore = children_->PutParent(this);
+    }
     BuildChildren();
     return S_OK;
 }
@@ -346,18 +350,19 @@ HRESULT PropertyBase::Search(std::wstring_view name, BSTR name_text, IProperty**
     const Passage passage(*this, kSearch);
     bool end = !passage;
     for (LONG i = 0; !end; ++i) {
-        auto child = NodeAt(children_.get(), own_children_, i, &end);
-        if (!child) continue;
-        HRESULT below = S_FALSE;
-        if (PropertyBase* node = own_children_ ? own_children_->Items()[size_t(i)].node : nullptr) {
-            if (SameName(node->NameView(), name)) return child.CopyTo(result);
-            below = node->Search(name, name_text, result);
-        } else {
-            Bstr own;
-            if (SUCCEEDED(child->get_Name(own.Put())) && SameName(own.View(), name)) return child.CopyTo(result);
-            below = child->FindProperty(name_text, result);
+        if (own_children_ && size_t(i) < own_children_->Items().size()) {
+            if (PropertyBase* node = own_children_->Items()[size_t(i)].node) {
+                const ComPtr<IProperty> child(node);  // a foreign node below may take it out
+                if (SameName(node->NameView(), name)) return child.CopyTo(result);
+                if (node->Search(name, name_text, result) == S_OK) return S_OK;
+                continue;
+            }
         }
-        if (below == S_OK) return S_OK;
+        const auto child = NodeAt(children_.get(), own_children_, i, &end);
+        if (!child) continue;
+        Bstr own;
+        if (SUCCEEDED(child->get_Name(own.Put())) && SameName(own.View(), name)) return child.CopyTo(result);
+        if (child->FindProperty(name_text, result) == S_OK) return S_OK;
     }
     return S_FALSE;
 }

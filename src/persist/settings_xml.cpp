@@ -53,8 +53,8 @@ void PropertyBase::WriteElement(XmlSink& sink) {
     if (!passage) return;
     WriteExtra();
 
-    sink.Append("<");
-    sink.AppendName(NameView());
+    const XmlSink::Name name(NameView());
+    sink.AppendBegin(name, NameView());
     const VARIANT& value = Stored();
     const ComPtr<IUnknown> object = ObjectOf(value);
     if (value.vt == VT_DISPATCH || value.vt == VT_UNKNOWN) {
@@ -66,19 +66,9 @@ void PropertyBase::WriteElement(XmlSink& sink) {
             sink.Append("'");
         }
     } else if (value.vt != VT_EMPTY) {
-        sink.Append(" value='");
-        sink.AppendValue(value);
-        sink.Append("' type='");
-        sink.AppendNumber(value.vt);
-        sink.Append("'");
-        Variant unit;
-        if (extension_ && SUCCEEDED(extension_->get_Value(unit.Put())) && unit.vt != VT_EMPTY) {
-            sink.Append(" ext='");
-            sink.AppendValue(unit);
-            sink.Append("' extType='");
-            sink.AppendNumber(unit.vt);
-            sink.Append("'");
-        }
+        sink.AppendTyped(" value='", value, "' type='");
+        if (Variant unit; extension_ && SUCCEEDED(extension_->get_Value(unit.Put())) && unit.vt != VT_EMPTY)
+            sink.AppendTyped(" ext='", unit, "' extType='");
     }
     sink.Append(">\n");
 
@@ -101,9 +91,7 @@ void PropertyBase::WriteElement(XmlSink& sink) {
     }
     if (ex_data_) WriteChild(sink, ex_data_.get());
 
-    sink.Append("</");
-    sink.AppendName(NameView());
-    sink.Append(">\n");
+    sink.AppendEnd(name, NameView());
 }
 
 }  // namespace bv

@@ -1,6 +1,8 @@
 #include "persist/xml_sink.h"
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <charconv>
 #include <cstring>
 #include <new>
@@ -11,7 +13,7 @@
 namespace bv {
 namespace {
 
-std::string_view Entity(wchar_t c) {
+constexpr std::string_view Entity(wchar_t c) {
     switch (c) {
         case L'&':
             return "&amp;";
@@ -26,11 +28,35 @@ std::string_view Entity(wchar_t c) {
     }
 }
 
+/// Characters that stand for themselves, in every code page too.
+constexpr auto kIsPlain = [] {
+    std::array<bool, 0x80> plain{};
+    for (size_t c = 1; c < plain.size(); ++c) plain[c] = Entity(wchar_t(c)).empty();
+    return plain;
+}();
+bool IsPlain(wchar_t c) { return size_t(c) < kIsPlain.size() && kIsPlain[size_t(c)]; }
+
 }  // namespace
+
+/// A sink that nobody uses, kept for the next one: a host may write node by node.
+class XmlSink::Spare {
+public:
+    ~Spare() { delete sink_.load(); }
+    XmlSink* Take() { return sink_.exchange(nullptr); }
+    void Give(XmlSink* sink) { delete sink_.exchange(sink); }
+
+private:
+    std::atomic<XmlSink*> sink_ = nullptr;
+};
+XmlSink::Spare XmlSink::spare_;
 
 ComPtr<XmlSink> XmlSink::For(ISequentialStream* stream) {
     if (auto sink = Query<XmlSink>(stream)) return sink;
-    return new (std::nothrow) XmlSink(stream);
+    XmlSink* const sink = spare_.Take();
+    if (!sink) return new (std::nothrow) XmlSink(stream);
+    sink->target_ = stream;
+    sink->used_ = 0;
+    return sink;
 }
 
 STDMETHODIMP XmlSink::QueryInterface(REFIID iid, void** out) {
@@ -44,7 +70,7 @@ STDMETHODIMP XmlSink::QueryInterface(REFIID iid, void** out) {
 
 STDMETHODIMP_(ULONG) XmlSink::Release() {
     const ULONG left = --references_;
-    if (left == 0) delete this;
+    if (left == 0) spare_.Give(this);
     return left;
 }
 
@@ -70,11 +96,6 @@ void XmlSink::Close() {
     target_ = nullptr;
 }
 
-char* XmlSink::Room(size_t bytes) {
-    if (kCapacity - used_ < bytes) Flush();
-    return buffer_ + used_;
-}
-
 void XmlSink::Append(std::string_view text) {
     while (text.size() > kCapacity - used_) {
         const size_t part = kCapacity - used_;
@@ -85,6 +106,13 @@ void XmlSink::Append(std::string_view text) {
     }
     std::memcpy(buffer_ + used_, text.data(), text.size());
     used_ += text.size();
+}
+
+XmlSink::Name::Name(std::wstring_view text) {
+    const int length = ToNarrowBytes(bytes_, text, int(kRoom));
+    if (length < 0) return;
+    size_ = size_t(length);
+    kept_ = true;
 }
 
 void XmlSink::AppendName(std::wstring_view text) {
@@ -99,6 +127,7 @@ void XmlSink::AppendSafe(std::wstring_view text) {
     size_t added = 0;  // characters that the replacements add
     bool replaced = false;
     size_t done = 0;
+    while (done < text.size() && IsPlain(text[done])) out[bytes++] = char(text[done++]);
     while (done < text.size()) {
         // Runs between special characters are converted as one: a character may take several units.
         const size_t special = std::min(text.find_first_of(L"&<>'", done), text.size());
@@ -120,6 +149,11 @@ void XmlSink::AppendSafe(std::wstring_view text) {
 
 void XmlSink::AppendNumber(LONGLONG number) {
     char* out = Room(24);
+    if (number >= 0 && number < 10) {  // kinds, flags, choices
+        *out = char('0' + number);
+        ++used_;
+        return;
+    }
     used_ += size_t(std::to_chars(out, out + 24, number).ptr - out);
 }
 

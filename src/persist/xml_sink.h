@@ -3,6 +3,8 @@
 
 #include <bvschema/bvschema.h>
 
+#include <charconv>
+#include <cstring>
 #include <string_view>
 
 #include "com/com_ptr.h"
@@ -25,8 +27,40 @@ public:
     STDMETHODIMP Read(void* bytes, ULONG count, ULONG* read) override;
     STDMETHODIMP Write(const void* bytes, ULONG count, ULONG* written) override;
 
+    /// A name in the narrow code page, made once for both ends of an element. A tree may be deep, so only names of usual
+    /// length are kept.
+    class Name {
+    public:
+        explicit Name(std::wstring_view text);
+
+    private:
+        friend class XmlSink;
+        static constexpr size_t kBlock = 16;
+        static constexpr size_t kRoom = 4 * kBlock;
+        size_t size_ = 0;
+        bool kept_ = false;
+        char bytes_[kRoom];  // only the first of them are set
+    };
+
     /// Appends as it stands.
     void Append(std::string_view text);
+    template <size_t N>
+    void Append(const char (&literal)[N]) {
+        static_assert(N <= kTextLimit);
+        std::memcpy(Room(N - 1), literal, N - 1);
+        used_ += N - 1;
+    }
+    /// "<name" and "</name>" with a line end. text: what the name was made of.
+    void AppendBegin(const Name& name, std::wstring_view text) {
+        AppendTag("<", name, text);
+    }
+    void AppendEnd(const Name& name, std::wstring_view text) {
+        AppendTag("</", name, text);
+        Append(">\n");
+    }
+    /// A value and its kind, with the texts before each; behind them the closing quote.
+    template <size_t N, size_t M>
+    void AppendTyped(const char (&before)[N], const VARIANT& value, const char (&between)[M]);
     /// Appends a text in the narrow code page; nothing if that takes more than 512 bytes.
     void AppendName(std::wstring_view text);
     /// The same with the four special characters replaced; nothing also if there were any and the safe form has more than
@@ -39,17 +73,60 @@ public:
     void Close();
 
 private:
+    template <size_t N>
+    void AppendTag(const char (&bracket)[N], const Name& name, std::wstring_view text);
     void Flush();
     explicit XmlSink(ISequentialStream* target) : target_(target) {}
     ~XmlSink() = default;
-    char* Room(size_t bytes);
+    /// Where so many bytes can be written.
+    char* Room(size_t bytes) {
+        if (kCapacity - used_ < bytes) Flush();
+        return buffer_ + used_;
+    }
 
+    class Spare;
+    static Spare spare_;
     static constexpr size_t kCapacity = 32 * 1024;
     ULONG references_ = 0;
     ISequentialStream* target_;  // the caller's, who keeps it for the call; null once that is over
     size_t used_ = 0;
     char buffer_[kCapacity];
 };
+template <size_t N>
+void XmlSink::AppendTag(const char (&bracket)[N], const Name& name, std::wstring_view text) {
+    if (!name.kept_) {
+        Append(bracket);
+        AppendName(text);
+        return;
+    }
+    char* out = Room(N - 1 + Name::kRoom);
+    std::memcpy(out, bracket, N - 1);
+    out += N - 1;
+    // Whole blocks, since a name has one or two: what is copied past its end is written over.
+    for (size_t i = 0; i < name.size_; i += Name::kBlock) std::memcpy(out + i, name.bytes_ + i, Name::kBlock);
+    used_ += N - 1 + name.size_;
+}
+
+template <size_t N, size_t M>
+void XmlSink::AppendTyped(const char (&before)[N], const VARIANT& value, const char (&between)[M]) {
+    if (value.vt == VT_I4) {  // most values
+        char* out = Room(N + M + 24);
+        std::memcpy(out, before, N - 1);
+        out = std::to_chars(out + N - 1, out + N + 23, value.lVal).ptr;
+        std::memcpy(out, between, M - 1);
+        out += M - 1;
+        *out++ = char('0' + VT_I4);
+        *out++ = '\'';
+        used_ = size_t(out - buffer_);
+        return;
+    }
+    Append(before);
+    AppendValue(value);
+    Append(between);
+    AppendNumber(value.vt);
+    Append("'");
+}
+
 template <>
 inline constexpr IID kIid<XmlSink> = GuidOf("E1C8B1F0-27C7-4A0E-8F0B-1F2B0D3C9E04");
 

@@ -100,6 +100,19 @@ HRESULT Replace(VARIANT* target, VARIANT* value) {
     return S_OK;
 }
 
+/// A text of one to nine digits, which is the usual number in a file and the same in every locale.
+bool PlainNumber(BSTR text, LONG* number) {
+    const UINT length = SysStringLen(text);
+    if (length == 0 || length > 9) return false;
+    LONG value = 0;
+    for (UINT i = 0; i < length; ++i) {
+        if (text[i] < L'0' || text[i] > L'9') return false;
+        value = value * 10 + LONG(text[i] - L'0');
+    }
+    *number = value;
+    return true;
+}
+
 // --- Conversion: every source becomes one of three forms, every target is made from any of them.
 
 struct Number {
@@ -487,6 +500,10 @@ HRESULT VariantChangeType(VARIANTARG* target, VARIANTARG* source, USHORT flags, 
     }
     if (kind & kKindFlags) return DISP_E_TYPEMISMATCH;
     VARIANT result = {};
+    if (kind == VT_I4 && view.vt == VT_BSTR && PlainNumber(view.bstrVal, &result.lVal)) {
+        result.vt = kind;
+        return Replace(target, &result);
+    }
     try {
         status = Convert(view, flags, kind, &result);
     } catch (const std::bad_alloc&) {
