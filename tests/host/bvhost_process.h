@@ -25,11 +25,13 @@ struct Outcome {
 };
 
 /// arguments: as for the shell, quoted by double quotes. input: what it reads as standard input.
-inline Outcome RunBvhost(const std::string& arguments, const std::string& input = "") {
+/// before: commands of a POSIX shell.
+inline Outcome RunBvhost(const std::string& arguments, const std::string& input = "",
+                         const std::string& before = "") {
     const auto folder = TempFolder();
     WriteAll(folder / "input.txt", input);
-    const std::string command = '"' + (BinFolder() / "bvhost").string() + "\" " + arguments + " <\"" +
-                                (folder / "input.txt").string() + "\" >\"" +
+    const std::string command = before + '"' + (BinFolder() / "bvhost").string() + "\" " + arguments +
+                                " <\"" + (folder / "input.txt").string() + "\" >\"" +
                                 (folder / "output.txt").string() + "\" 2>&1";
     // The Windows shell takes one pair of quotes off the whole line.
     constexpr bool kWindows = std::filesystem::path::preferred_separator == '\\';

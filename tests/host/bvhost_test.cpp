@@ -16,7 +16,9 @@ protected:
     static void SetUpTestSuite() { ASSERT_EQ(CallModule(kSamplesFile, "DllRegisterServer"), S_OK); }
     static void TearDownTestSuite() { EXPECT_EQ(CallModule(kSamplesFile, "DllUnregisterServer"), S_OK); }
 
-    static Outcome Run(const std::string& arguments) { return RunBvhost(arguments); }
+    static Outcome Run(const std::string& arguments, const std::string& before = "") {
+        return RunBvhost(arguments, "", before);
+    }
     static std::string File(const char* name) { return '"' + (TempFolder() / name).string() + '"'; }
     static std::string Clip() {
         return '"' + (DataFolder().parent_path() / "samples/media/clip.mp4").make_preferred().string() + '"';
@@ -113,6 +115,11 @@ TEST_F(BvhostTest, CutsGoThroughFilesAndJobs) {
                              ": 4 cuts, encoded: 2.520 s\n", "gone.tlc: Couldn't load config.\n"})
         EXPECT_THAT(checked.text, HasSubstr(line));
     EXPECT_EQ(Run("cuts remove " + file + " 4 3 3").exit_code, 0);
+    if (kInFull) {  // a full disk: what was there stays
+        const Outcome full = Run("cuts add " + file + " 80-90", "trap '' XFSZ; ulimit -f 1; ");
+        EXPECT_EQ(full.exit_code, 1);
+        EXPECT_THAT(full.text, HasSubstr("cuts.tlc: Couldn't create file.\n"));
+    }
     EXPECT_EQ(ReadAll(TempFolder() / "cuts.tlc"), kept);
     EXPECT_EQ(Run("cuts remove " + file + " 1 2").text, "no cuts\n");
 }

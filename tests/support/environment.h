@@ -16,6 +16,9 @@ std::filesystem::path DataFolder();
 /// An empty folder of this run alone, removed after it.
 std::filesystem::path TempFolder();
 
+/// Whether long series run in full. Wine takes minutes for what is a second elsewhere.
+inline constexpr bool kInFull = std::filesystem::path::preferred_separator == '/';
+
 /// Calls an operation that takes nothing in the module, which is loaded for the call: "DllRegisterServer".
 HRESULT CallModule(const wchar_t* module_file, const char* operation);
 
