@@ -16,7 +16,8 @@ run() { "$root/scripts/run-wine.sh" "$@"; }
 dump() {
     local place
     for place in 'HKEY_LOCAL_MACHINE\Software\Classes' 'HKEY_CURRENT_USER\Software'; do
-        run "$BV_WINEPREFIX/drive_c/windows/regedit.exe" /E "$(windows_path "$state/keys.reg")" "$place"
+        # What Wine starts beside it must not hold the pipe.
+        run "$BV_WINEPREFIX/drive_c/windows/regedit.exe" /E "$(windows_path "$state/keys.reg")" "$place" >/dev/null 2>&1
         iconv -f UTF-16 -t UTF-8 "$state/keys.reg" | tr -d '\r'
     done | awk 'BEGIN { RS = ""; ORS = "\n\n" } !/Temporary System Parameters/' >"$state/$1.txt" # Wine's own come and go
 }
