@@ -218,6 +218,7 @@ BV_INTERFACE_ID(ISettingsWriter, "F8855786-E505-4575-8855-8BCC75A8ED48")
 // --- Collections ------------------------------------------------------------------------------------------------
 
 struct ICollection : IBaseObj {
+    /// How many items there are.
     STDMETHOD(get_Count)(LONG* pVal) PURE;
     /// The item at Index, from 0. E_INVALIDARG, and *pVal untouched, outside the list.
     STDMETHOD(get_Item)(LONG Index, IUnknown** pVal) PURE;
@@ -259,6 +260,7 @@ struct IListOfValues : ICollection {
     STDMETHOD(AddObject)(GUID* pClsID) PURE;
     /// Appends an entry. A node given as value is deactivated until it is selected.
     STDMETHOD(AddItem)(BSTR Name, VARIANT var) PURE;
+    /// Removes all entries. The value of the node stays, a selected object too.
     STDMETHOD(Clear)() PURE;
     /// Removes the entry at that index. E_INVALIDARG outside the list.
     STDMETHOD(RemoveByID)(int nID) PURE;
@@ -267,8 +269,11 @@ BV_INTERFACE_ID(IListOfValues, "E0CCC893-1D3D-4873-9579-BC5979F5A40A")
 
 /// One entry of a value list.
 struct IListItem : IBaseObj {
+    /// The label, once more.
     STDMETHOD(get_Title)(BSTR* pVal) PURE;
+    /// The value that choosing this entry stores: a copy, or a reference to an object.
     STDMETHOD(get_Value)(VARIANT* pVal) PURE;
+    /// Sets the label, which Name and Title both give, and the value.
     STDMETHOD(SetInfo)(BSTR Name, VARIANT pVal) PURE;
 };
 BV_INTERFACE_ID(IListItem, "6DE6CE67-1578-4B80-9B41-B9EA98B11458")
@@ -279,6 +284,7 @@ struct IMap : IDispatch {
     STDMETHOD(get_Property)(BSTR Name, IProperty* pParent, IProperty** pVal) PURE;
     /// The value of that node, with the status of its get_Value. E_INVALIDARG: no such active node.
     STDMETHOD(get_PropertyVal)(BSTR Name, IProperty* pParent, VARIANT* pVal) PURE;
+    /// put_Value of that node, with its status. E_INVALIDARG: no such active node.
     STDMETHOD(put_PropertyVal)(BSTR Name, IProperty* pParent, VARIANT newVal) PURE;
     /// Takes one entry of that name out of the index. S_OK whatever the outcome.
     STDMETHOD(RemoveProperties)(BSTR Name, IProperty* pParent) PURE;
@@ -291,11 +297,20 @@ BV_INTERFACE_ID(IMap, "C3C055E0-E599-4DB0-BDB7-F44D0D7A56DB")
 
 /// A counted list of filter objects.
 struct IEnumObject : IDispatch {
+    /// How many objects are in the list.
     STDMETHOD(Count)(LONG* pnCount) PURE;
+    /// The object at that index, from 0, with a reference. E_INVALIDARG, and *ppUnk untouched, outside the list.
     STDMETHOD(Item)(LONG nID, IUnknown** ppUnk) PURE;
+    /// Takes out the first entry that is this very pointer. S_FALSE: there is none.
     STDMETHOD(Remove)(IUnknown* ppUnk) PURE;
+    /// Appends the object that *ppUnk holds, with a reference of the list's own; null adds nothing. A node gets the media object
+    /// that the list has. E_OUTOFMEMORY: not added.
     STDMETHOD(Add)(IUnknown** ppUnk) PURE;
+    /// The media object of the job, which the list passes on to its nodes by put_MediaObject and keeps for later ones without a
+    /// reference. Null takes it back.
     STDMETHOD(SetMediaObject)(IDispatch* ppUnk) PURE;
+    /// Creates an object in process as IFilterEntry, appends it as Add does and gives it in *ppUnk with a reference of the caller's.
+    /// The status of the creation; nothing is added then.
     STDMETHOD(AddByCLSID)(CLSID* pClsID, IUnknown** ppUnk) PURE;
 };
 BV_INTERFACE_ID(IEnumObject, "80E93B00-7E4C-419D-90FB-28EB8E498E18")
@@ -317,7 +332,9 @@ struct IActionImplInit : IUnknown {
 BV_INTERFACE_ID(IActionImplInit, "0E3E26B1-21B1-4377-8C4D-45F5AB90701B")
 
 struct IFilterImplInit : IUnknown {
-    /// Creates the filter object and hangs its node below this one; this node's Name becomes "FltImplement" and the name.
+    /// Creates the filter object in process and hangs its node below this one, under the name; this node's Name becomes
+    /// "FltImplement" and the name, 255 characters at most. From then on the node answers IBaseFilter with the object. To be
+    /// called once. The status of the creation, or E_NOINTERFACE for a filter that is no node; the node stays as it was then.
     STDMETHOD(Init)(BSTR name, CLSID* filter) PURE;
 };
 BV_INTERFACE_ID(IFilterImplInit, "A06B2128-9FB4-4874-813B-AFA5149D32A0")
@@ -326,26 +343,41 @@ BV_INTERFACE_ID(IFilterImplInit, "A06B2128-9FB4-4874-813B-AFA5149D32A0")
 
 /// What became of the last attempt to open an input.
 struct IMediaOpenState : IUnknown {
+    /// 1 once SetState was called for the path that the node has.
     STDMETHOD(get_StateSet)(LONG* pVal) PURE;
+    /// 1 when the state was set and is 1.
     STDMETHOD(get_IsGood)(LONG* pVal) PURE;
+    /// State and text of the last attempt. Unless the state is 1, an error object of the thread is taken: its description becomes
+    /// the text, and the state 2. E_POINTER, E_OUTOFMEMORY.
     STDMETHOD(GetState)(LONG* state, BSTR* text) PURE;
+    /// What became of an attempt: 1 for success, other numbers are the host's. A change of the path takes it back.
     STDMETHOD(SetState)(LONG state, BSTR text) PURE;
 };
 BV_INTERFACE_ID(IMediaOpenState, "82B1FF6F-5DD0-4F2C-8231-88FDFF27DCF3")
 
 /// One sample of an input, kept with its node.
 struct ICachedSample : IUnknown {
+    /// Keeps a copy of the bytes and of the media type, with its format block. S_FALSE, and nothing is kept: the node has a sample
+    /// already, or 201 nodes of the process have one.
     STDMETHOD(PutSample)(BYTE* data, LONG size, AM_MEDIA_TYPE* type, LONG typeSize) PURE;
+    /// The node's own block and type, which are not the caller's to free. S_FALSE, and nothing is written: there is none.
     STDMETHOD(GetSample)(BYTE** data, LONG* size, AM_MEDIA_TYPE** type, LONG* typeSize) PURE;
 };
 BV_INTERFACE_ID(ICachedSample, "2712A0D5-BC8E-45D6-867A-EAD5C41CDD2C")
 
 /// The ordered list of a job's inputs, nodes of the class PropertyMediaPath.
 struct IMediaFiles : ICollection {
+    /// Lets the user choose files, and adds each. S_OK also when the dialog is cancelled; the first failure ends it, what was
+    /// added stays.
     STDMETHOD(AddNew)() PURE;
+    /// Adds an input with that path. A lone entry without a path is filled instead. The status of the creation or of put_Value.
     STDMETHOD(Insert)(BSTR Path) PURE;
+    /// Takes an entry out, and the list's reference with it. S_OK also when it isn't in the list.
     STDMETHOD(RemoveItem)(IProperty* pIt) PURE;
+    /// Swaps an entry with the one nDir places further, -1 for one up. E_INVALIDARG, and nothing moves, outside the list; S_OK
+    /// when the entry isn't in it.
     STDMETHOD(Move)(IProperty* ptrProp, int nDir) PURE;
+    /// The first entry; an empty list gets one without a path.
     STDMETHOD(GetTopMedia)(IProperty** pProp) PURE;
 };
 BV_INTERFACE_ID(IMediaFiles, "93AED99E-EBD6-4410-906F-D33E587E10BD")
@@ -425,8 +457,13 @@ BV_INTERFACE_ID(IDVDIndexData, "2116D701-E7A1-4A06-B50F-6A16BC1980B7")
 
 /// The variables of a watermark text.
 struct IDynamicText : IUnknown {
+    /// How many variables there are.
     STDMETHOD(GetVariableCount)(LONG* count) PURE;
+    /// Key ("%sf") and title ("Full Source File Name") of a variable, from 0. E_INVALIDARG outside the list.
     STDMETHOD(GetVariable)(LONG index, BSTR* key, BSTR* title) PURE;
+    /// The text with the variables put in as they are now: names of the input and the output, index, date and time. Keys count in
+    /// any case; one that has no value stays as it is, and so does any other text with "%". Text and result have at most 512 bytes in
+    /// the 8-bit code page; a longer one becomes empty. A null text is an empty one. S_OK; E_POINTER for a null result.
     STDMETHOD(Expand)(BSTR text, BSTR* result) PURE;
 };
 BV_INTERFACE_ID(IDynamicText, "31EA8AE3-62DF-47E7-8D82-7C65EB15A5BF")
@@ -434,16 +471,20 @@ BV_INTERFACE_ID(IDynamicText, "31EA8AE3-62DF-47E7-8D82-7C65EB15A5BF")
 /// A font, as editors and drawing components exchange it: narrow texts, each ended by NUL. The caller owns it.
 struct FontInfo {
     char FaceName[256];
-    char Style[32];
-    char Charset[32];
+    char Style[32];    // a word, such as "Regular"
+    char Charset[32];  // a word, such as "Default"
     LONG Size;
-    LONG Underline;
-    LONG Strikeout;
+    LONG Underline;  // 0: off; 1 after reading, else any number is on
+    LONG Strikeout;  // the same
 };
 static_assert(sizeof(FontInfo) == 332);
 
+/// A font as the text of its node: "FONT=Tahoma;STYLE=Regular;SIZE=10;U=OFF;S=OFF;CHARSET=Default;".
 struct IFontStringParser : IUnknown {
+    /// Makes the node's value from a record, without a check and without the hooks of put_Value.
     STDMETHOD(PutFontInfo)(FontInfo* font) PURE;
+    /// Reads the node's value into a record. Fields that the text doesn't name stay as the caller filled them; a text is cut at
+    /// its field's size, and a size that is no number counts as 8.
     STDMETHOD(GetFontInfo)(FontInfo* font) PURE;
 };
 BV_INTERFACE_ID(IFontStringParser, "6BF2C055-C880-475D-9B0D-B2AC7918696C")
@@ -491,16 +532,26 @@ struct IMediaSelecter : IDispatch {
 };
 BV_INTERFACE_ID(IMediaSelecter, "FE7D78A5-0F63-4530-965E-15E453E16803")
 
-/// The job's two locks and its stop flag, shared by the host and the media object; made for several threads.
+/// The job's two locks and its stop flag, shared by the host and the media object; made for several threads. bWork selects
+/// the lock: 0 the one, any other number the work lock. Both want Initialize before their use and Delete after it.
 struct ICriticalSection : IDispatch {
+    /// Enters the lock, and waits until it is free. A thread may enter again what it holds. E_UNEXPECTED: not initialized.
     STDMETHOD(Enter)(LONG bWork) PURE;
+    /// To be called as often as Enter, by the same thread.
     STDMETHOD(Leave)(LONG bWork) PURE;
+    /// 1 while the lock is held and at least one more Enter is outstanding, else 0. A lock that is merely held gives 0.
     STDMETHOD(get_IsLock)(LONG bWork, LONG* pVal) PURE;
+    /// Where the job's notices go; the server doesn't look at it.
     STDMETHOD(get_NotifyWnd)(HWND* pVal) PURE;
+    /// Keeps the window.
     STDMETHOD(put_NotifyWnd)(HWND newVal) PURE;
+    /// Makes the lock ready. That of the work lock begins a new job: it takes a Stop back.
     STDMETHOD(Initialize)(LONG bWork) PURE;
+    /// Ends the lock.
     STDMETHOD(Delete)(LONG bWork) PURE;
+    /// Asks the job to end. Takes no lock; nobody waits for it to be seen.
     STDMETHOD(Stop)() PURE;
+    /// 1 once Stop was called, until Initialize of the work lock.
     STDMETHOD(get_IsStop)(LONG* pRet) PURE;
 };
 BV_INTERFACE_ID(ICriticalSection, "8D6E6155-5C63-4588-8A77-7E2F30A38110")
@@ -509,14 +560,21 @@ BV_INTERFACE_ID(ICriticalSection, "8D6E6155-5C63-4588-8A77-7E2F30A38110")
 
 /// The job engine. Must also answer IMap, IProperty (the job's root), IMediaParser and IMediaFilesHost.
 struct IMediaObject : IDispatch {
+    /// For the host: opens an input. The server calls GetOuputFileName and GetCurIndex alone.
     STDMETHOD(PreOpen)(IUnknown* source) PURE;
+    /// For the host.
     STDMETHOD(get_TitleInfo)(BSTR* pVal) PURE;
+    /// For the host: the selected output format.
     STDMETHOD(get_CurrentFormat)(IDispatch** pVal) PURE;
+    /// For the host.
     STDMETHOD(InitDefault)() PURE;
+    /// For the host: runs the job, which watches the stop flag of pCritical.
     STDMETHOD(Encoding)(ICriticalSection* pCritical, LONG* pnIndexStart) PURE;
+    /// For the host.
     STDMETHOD(Stop)() PURE;
     /// The whole path of the file being written. (sic)
     STDMETHOD(GetOuputFileName)(BSTR* pVal) PURE;
+    /// The number of the output being written, for "%i" in a watermark text.
     STDMETHOD(GetCurIndex)(int* pVal) PURE;
 };
 BV_INTERFACE_ID(IMediaObject, "B6A5A766-395F-42D5-8917-053FB13A08F4")
@@ -548,12 +606,14 @@ struct IOutputFormatInfo : IDispatch {
     STDMETHOD(GetClassID)(GUID* pVal) PURE;
     /// The node that holds the format as its value, null while the tree is built. S_OK: the format can be used.
     STDMETHOD(SetOwner)(IProperty* owner) PURE;
+    /// The media object of the job, null when it is taken back; no reference may be kept.
     STDMETHOD(SetMediaObject)(IDispatch* media) PURE;
 };
 BV_INTERFACE_ID(IOutputFormatInfo, "8D24E034-24CC-4573-A8C5-F34B3CD4E95A")
 
 /// A wrapper round a filter of the media framework that isn't the application's own.
 struct IFilterItem : IDispatch {
+    /// Name and filter that it stands for. A failure leaves the filter out of the list.
     STDMETHOD(Init)(BSTR name, IUnknown* filter) PURE;
     /// What the settings XML writes for the filter.
     STDMETHOD(get_Text)(BSTR* pVal) PURE;

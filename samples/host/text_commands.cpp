@@ -76,7 +76,7 @@ std::wstring Lower(std::wstring text) {
 
 constexpr char kUnsetText[] = "\1";  // what nobody calls a font
 constexpr LONG kUnset = -0x7FFFFFFF;
-constexpr size_t kMostBytes = 511;
+constexpr size_t kMostBytes = 512;
 
 /// A record in which each field says that the string doesn't name it.
 FontInfo UnsetFont() {
@@ -132,7 +132,7 @@ int ExpandText(const JobSource& source, const std::optional<std::wstring>& text,
         return 0;
     }
     const std::wstring expanded = Expanded(node.get(), *text);
-    if (expanded.empty() && !text->empty()) throw Problem("the text is too long, or grows too long: 511 bytes at most");
+    if (expanded.empty() && !text->empty()) throw Problem("the text is too long, or grows too long: 512 bytes at most");
     Print(Utf8(expanded) + '\n');
     for (std::wstring rest = Lower(*text); const Variable& variable : variables) {
         const size_t at = rest.find(variable.key);
@@ -164,7 +164,7 @@ int ShowFont(const std::optional<std::wstring>& text) {
         Print(Padded("As text", 12) + OneLine(Utf8(written.AsText())) + '\n');
     if (!text) return 0;
     if (!any_given && Utf8(*text).size() > kMostBytes)
-        PrintError("note: nothing of the string counts, since it has more than 511 bytes");
+        PrintError("note: nothing of the string counts, since it has more than 512 bytes");
     else
         for (const std::wstring& item : UnknownItems(*text))
             PrintError("note: \"" + OneLine(Utf8(item)) + "\" is no item of a font and is left out");
