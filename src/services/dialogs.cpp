@@ -113,7 +113,8 @@ std::vector<std::string> OpenSeveral(std::string_view filter, const std::string&
         char path[MAX_PATH];
         if (folder.size() >= MAX_PATH) break;
         std::snprintf(path, sizeof path, "%s", folder.c_str());
-        if (PathAppendA(path, at)) names.push_back(path);
+        // A name as it is: what would be a separator in a typed path may be a letter of it.
+        if (PathAddBackslashA(path)) names.push_back(std::string(path) + at);
     }
     return names;
 }

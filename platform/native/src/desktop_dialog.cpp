@@ -186,7 +186,7 @@ std::optional<Rgb> ParseColor(std::string_view text) {
         const size_t digits = (text.size() - 1) / 3;
         for (size_t i = 0; i < 3; ++i) {
             const char* first = text.data() + 1 + i * digits;  // of four digits the first two count
-            if (std::from_chars(first, first + 2, parts[i], 16).ptr != first + 2) return std::nullopt;
+            if (std::from_chars(first, first + 2, parts[i], 16).ptr != first + 2 || parts[i] < 0) return std::nullopt;
         }
     } else {
         const size_t open = text.find('(');
