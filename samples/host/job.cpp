@@ -364,11 +364,11 @@ void Job::CheckWritten(const std::string& xml) try {
         std::error_code ignored;
         if (!name.empty() && std::filesystem::is_regular_file(folder / (name + L".idx"), ignored)) continue;
         losses_.push_back("there is no cache for indexes: " + OneLine(Utf8(folder.wstring())) +
-                          " can't be written");
+                          " can't be written, or its path is too long");
         break;
     }
 } catch (const Problem& problem) {
-    losses_.push_back(std::string("the settings written can't be read again: ") + problem.what());
+    throw Problem(std::string("the settings can't be written so that they are read again: ") + problem.what());
 }
 
 // --- Restoring

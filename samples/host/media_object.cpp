@@ -138,7 +138,7 @@ STDMETHODIMP MediaObject::GetOuputFileName(BSTR* pVal) try {
         // One file for each input, named by the pattern.
         const std::wstring source = std::filesystem::path(TextOf(root_, L"PathToMediaFile")).stem().wstring();
         std::wstring name = TextOf(root_, L"FileNamePattern");
-        if (const size_t at = name.find(kSourceName); at != name.npos)
+        for (size_t at = 0; (at = name.find(kSourceName, at)) != name.npos; at += source.size())
             name.replace(at, std::wcslen(kSourceName), source);
         if (!name.empty()) file = std::filesystem::path(TextOf(root_, L"DestinationPath")) / (name + Extension(this));
     } else {

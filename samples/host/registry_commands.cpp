@@ -44,7 +44,6 @@ public:
         if (error_ == ERROR_SUCCESS) RegCloseKey(key_);
     }
     explicit operator bool() const { return error_ == ERROR_SUCCESS; }
-    LONG Error() const { return error_; }
     HKEY get() const { return key_; }
 
     std::vector<std::wstring> Subkeys() const {
@@ -138,9 +137,7 @@ int Unregister(const std::vector<std::wstring>& modules) {
 }
 
 int ShowRegistry() {
-    const Key classes(HKEY_CLASSES_ROOT, L"");
-    if (!classes) throw Problem("the registry can't be read: " + Reason(HRESULT_FROM_WIN32(classes.Error())));
-
+    NeedRegistry();
     // A class is ours when its module bears our name; a component of another maker is ours by its category
     // alone.
     const std::wstring announced = GuidText(bv::category::Root);

@@ -19,6 +19,8 @@ const char* Meaning(HRESULT status) {
             return "not there";
         case E_FAIL:
             return "it failed";
+        case REGDB_E_READREGDB:
+            return "the registry can't be read";
         case REGDB_E_CLASSNOTREG:
             return "the class isn't registered";
         case CLASS_E_CLASSNOTAVAILABLE:
@@ -40,6 +42,7 @@ const char* Meaning(HRESULT status) {
         default:
             break;
     }
+    if (status == HRESULT_FROM_WIN32(ERROR_REGISTRY_CORRUPT)) return "it is damaged";
     if (status == HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)) return "the file isn't there";
     if (status == HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND)) return "the module can't be loaded";
     if (status == HRESULT_FROM_WIN32(ERROR_PROC_NOT_FOUND)) return "this is no component module";
@@ -110,7 +113,16 @@ std::vector<fs::path> DefaultModules() {
     throw Problem("there is no BVSchema module beside bvhost; name the modules");
 }
 
+void NeedRegistry() {
+    HKEY key = nullptr;
+    const LSTATUS status = RegOpenKeyExW(HKEY_CLASSES_ROOT, L"", 0, KEY_READ, &key);
+    if (status != ERROR_SUCCESS)
+        throw Problem("the registry can't be read: " + Reason(HRESULT_FROM_WIN32(DWORD(status))));
+    RegCloseKey(key);
+}
+
 void CallModule(const fs::path& module, const char* operation) {
+    NeedRegistry();
     std::error_code ignored;
     const std::string name = OneLine(Utf8(module.wstring()));
     if (!fs::exists(module, ignored)) throw Problem("there is no file " + name);
@@ -121,6 +133,7 @@ void CallModule(const fs::path& module, const char* operation) {
     ForgetErrors();
     const HRESULT status = call ? call() : HRESULT_FROM_WIN32(ERROR_PROC_NOT_FOUND);
     FreeLibrary(loaded);
+    if (status == DISP_E_EXCEPTION) throw Problem(name + ": the registry can't be written");
     if (FAILED(status)) throw Problem(name + ": " + Reason(status));
 }
 

@@ -28,6 +28,8 @@ std::filesystem::path ModuleFolderOf(REFCLSID cls);
 /// This program's own modules: beside it, or where an installation puts them.
 std::vector<std::filesystem::path> DefaultModules();
 
+/// Throws a Problem when the registry can't be read.
+void NeedRegistry();
 /// Calls "DllRegisterServer" or "DllUnregisterServer" of a module.
 void CallModule(const std::filesystem::path& module, const char* operation);
 

@@ -113,17 +113,37 @@ struct InterfaceMap {
     }
 };
 
+/// A T that others can point back to, as late binding makes any object a parent. One that is a target itself stays as it
+/// is; of any other its form answers for it.
+template <class T>
+class Referred : public T, public BackRefTarget {
+protected:
+    HRESULT Answer(REFIID iid, void** out) {
+        const HRESULT status = T::Answers::Find(static_cast<T*>(this), iid, out);
+        if (status != E_NOINTERFACE || iid != kIid<IBackRefTarget>) return status;
+        T::Answers::Identity(static_cast<T*>(this))->AddRef();
+        *out = static_cast<IBackRefTarget*>(this);
+        return S_OK;
+    }
+};
+template <class T>
+    requires std::is_base_of_v<BackRefTarget, T>
+class Referred<T> : public T {
+protected:
+    HRESULT Answer(REFIID iid, void** out) { return T::Answers::Find(static_cast<T*>(this), iid, out); }
+};
+
 /// What both forms do at an object's end, before its memory goes.
 template <class T>
-void EndObject(T& object, typename T::References& count) {
+void EndObject(Referred<T>& object, typename T::References& count) {
     count.BeginEnd();
-    if constexpr (std::is_base_of_v<BackRefTarget, T>) object.ForgetReferrers();
+    object.ForgetReferrers();
     object.FinalRelease();
 }
 
 /// The form without an outer object: the object and its IUnknown are one.
 template <class T>
-class Standalone final : public T {
+class Standalone final : public Referred<T> {
 public:
     STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
         if (!out) return E_POINTER;
@@ -133,7 +153,7 @@ public:
             *out = T::Answers::Identity(static_cast<T*>(this));
             return S_OK;
         }
-        return T::Answers::Find(static_cast<T*>(this), iid, out);
+        return this->Answer(iid, out);
     }
     STDMETHODIMP_(ULONG) AddRef() override { return count_.Add(); }
     STDMETHODIMP_(ULONG) Release() override {
@@ -170,7 +190,7 @@ public:
             *out = static_cast<IUnknown*>(this);
             return S_OK;
         }
-        return T::Answers::Find(static_cast<T*>(&object_), iid, out);
+        return object_.Answer(iid, out);
     }
     STDMETHODIMP_(ULONG) AddRef() override { return count_.Add(); }
     STDMETHODIMP_(ULONG) Release() override {
@@ -189,8 +209,9 @@ public:
     }
 
 private:
-    class Object final : public T {
+    class Object final : public Referred<T> {
     public:
+        using Referred<T>::Answer;
         Object(Inner* inner, IUnknown* outer) : inner_(inner), outer_(outer) {}
         STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
             const HRESULT status = outer_->QueryInterface(iid, out);
@@ -220,7 +241,11 @@ HRESULT CreateObject(IUnknown* outer, REFIID iid, void** out) {
         if (FAILED(status)) object->End();
         return status;
     };
-    return outer ? finish(new (std::nothrow) Inner<T>(outer)) : finish(new (std::nothrow) Standalone<T>);
+    try {
+        return outer ? finish(new (std::nothrow) Inner<T>(outer)) : finish(new (std::nothrow) Standalone<T>);
+    } catch (const std::bad_alloc&) {  // what the object holds may need memory too
+        return E_OUTOFMEMORY;
+    }
 }
 
 /// ISupportErrorInfo for one interface.

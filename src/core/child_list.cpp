@@ -69,7 +69,11 @@ PropertyBase* NodeBehind(IUnknown* object) {
     if (!ours) return nullptr;
     PropertyBase& node = ours->Node();
     if (object == static_cast<IProperty*>(&node)) return &node;
-    return Query<IProperty>(object).get() == static_cast<IProperty*>(&node) ? &node : nullptr;
+    // An object around a node may answer for itself; it counts as the node only where it doesn't.
+    const bool same = Query<IProperty>(object).get() == static_cast<IProperty*>(&node) &&
+                      Query<ISettingsWriter>(object).get() == static_cast<ISettingsWriter*>(&node) &&
+                      Query<IEnumProperties>(object).get() == node.Children();
+    return same ? &node : nullptr;
 }
 
 ComPtr<IProperty> NodeAt(IEnumProperties* children, ChildList* own, LONG index, bool* end) {
@@ -165,7 +169,8 @@ STDMETHODIMP ChildList::FindPropertyExactly(BSTR, IProperty**) { return S_FALSE;
 
 STDMETHODIMP ChildList::InitProperty(IDispatch* pVal) {
     const auto map = Query<IMap>(pVal);
-    for (size_t i = 0; i < items_.size(); ++i) {
+    // An index may be asked to take itself in: what that adds isn't walked.
+    for (size_t i = 0, count = items_.size(); i < count && i < items_.size(); ++i) {
         const ComPtr<IUnknown> item = items_[i].object;
         if (map) std::ignore = map->InsertProperty(item.get());
         if (auto node = item.As<IProperty>()) std::ignore = node->put_MediaObject(pVal);

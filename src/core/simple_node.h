@@ -27,8 +27,8 @@ public:
     STDMETHODIMP put_DescriptionID(int newVal) override { return PropertyBase::put_DescriptionID(newVal); }
 
 protected:
-    /// The class of the node that SetPathExtension makes: another of its own.
-    virtual const CLSID& PathClass() const { return ClassId(); }
+    /// The class of the node that SetPathExtension makes.
+    virtual const CLSID& PathClass() const { return clsid::PropertySimplePath; }
 };
 
 }  // namespace bv

@@ -30,6 +30,9 @@ public:
         const size_t length = prefix + text.copy(full_name + prefix, text.size());
         return SetInfo(Bstr(std::wstring_view(full_name, length)).get(), Variant());
     }
+
+protected:
+    const CLSID& PathClass() const override { return ClassId(); }
 };
 
 }  // namespace

@@ -43,7 +43,7 @@ public:
         if (!pVal) return E_POINTER;
         PathBuffer stored, base, resolved;
         if (!ToPath(Stored(), stored) || !PathIsRelativeA(stored) || !BaseFolder(base) ||
-            (stored[0] && !PathAppendA(base, stored)) || !PathCanonicalizeA(resolved, base))
+            (stored[0] && !PathAppendA(base, stored)) || !base[0] || !PathCanonicalizeA(resolved, base))
             return Unresolved(pVal);
         Variant(ToBstr(resolved).View()).DetachTo(pVal);
         return S_OK;

@@ -5,6 +5,7 @@ namespace bv {
 namespace {
 
 constexpr int kMaxDepth = 32;  // of the input node's subtree
+constexpr int kMaxVisits = 10000;
 
 constexpr NodeDecl kChildren[] = {
     {.name = names::kOutputFileFormat, .cls = clsid::PropertyListOutFormats},
@@ -12,10 +13,11 @@ constexpr NodeDecl kChildren[] = {
 };
 constexpr NodeDecl kMain = {.name = L"Main", .cls = clsid::PropertyMain, .children = kChildren};
 
-/// Takes a node and all below it out of the index, leaves first, by name.
-void RemoveFromMap(IMap& map, BSTR name, IProperty* root, int depth) {
+/// Takes a node and all below it out of the index, leaves first, by name. visits: how many nodes are still walked into, as a
+/// host's nodes may hang below each other more than once.
+void RemoveFromMap(IMap& map, BSTR name, IProperty* root, int depth, int& visits) {
     ComPtr<IProperty> node;
-    if (depth < kMaxDepth && map.get_Property(name, root, node.Put()) == S_OK) {
+    if (depth < kMaxDepth && visits-- > 0 && map.get_Property(name, root, node.Put()) == S_OK) {
         const auto children = node.As<IEnumProperties>();
         LONG count = 0;
         if (children) std::ignore = children->get_Count(&count);
@@ -24,7 +26,7 @@ void RemoveFromMap(IMap& map, BSTR name, IProperty* root, int depth) {
             if (FAILED(children->get_Item(i, item.Put()))) break;
             Bstr child_name;
             if (auto child = item.As<IProperty>(); child && SUCCEEDED(child->get_Name(child_name.Put())))
-                RemoveFromMap(map, child_name.get(), root, depth + 1);
+                RemoveFromMap(map, child_name.get(), root, depth + 1, visits);
         }
     }
     std::ignore = map.RemoveProperties(name, root);
@@ -40,7 +42,8 @@ public:
         const auto map = Query<IMap>(Media());
         if (!map) return E_FAIL;
         const BSTR name = names::kPathToMediaFile.get();
-        RemoveFromMap(*map, name, this, 0);
+        int visits = kMaxVisits;
+        RemoveFromMap(*map, name, this, 0, visits);
         RETURN_IF_FAILED(path->SetInfo(name, Lend(static_cast<IDispatch*>(static_cast<IProperty*>(this)))));
         RETURN_IF_FAILED(map->InsertProperty(path));
         std::ignore = path->put_MediaObject(Media());

@@ -85,8 +85,7 @@ private:
         path[name.copy(path, MAX_PATH - 1)] = 0;
         if (lstrcmpiA(PathFindExtensionA(path), extension.c_str()) == 0) return name;
         PathRemoveExtensionA(path);
-        PathAddExtensionA(path, extension.c_str());
-        return path;
+        return path + extension;  // PathAddExtension leaves a name alone that has a dot left
     }
 };
 

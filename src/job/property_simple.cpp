@@ -8,9 +8,6 @@ constexpr NodeDecl kSimple = {};
 class PropertySimple : public SimpleNode {
 public:
     PropertySimple() : SimpleNode(kSimple) {}
-
-protected:
-    const CLSID& PathClass() const override { return clsid::PropertySimplePath; }
 };
 
 }  // namespace

@@ -12,6 +12,8 @@ namespace {
 // The header, little-endian: fingerprint (8 bytes), kind (4), nothing (4). The index follows to the end.
 constexpr DWORD kHeaderSize = 16;
 constexpr DWORD kKindAt = 8;
+constexpr std::wstring_view kExtension = L".idx";
+constexpr size_t kMaxName = 255 - kExtension.size();
 
 void PutNumber(BYTE* bytes, ULONGLONG number, int size) {
     for (int i = 0; i < size; ++i) bytes[i] = BYTE(number >> (8 * i));
@@ -66,14 +68,14 @@ bool IsDeviceName(std::wstring_view name) {
     return false;
 }
 
-bool IsSafeName(std::wstring_view name) {
-    if (name.empty() || name.find(L"..") != name.npos || IsDeviceName(name)) return false;
+}  // namespace
+
+bool IndexFile::IsSafeName(std::wstring_view name) {
+    if (name.empty() || name.size() > kMaxName || name.find(L"..") != name.npos || IsDeviceName(name)) return false;
     for (const wchar_t c : name)
         if (c < L' ' || std::wcschr(L"/\\:*?\"<>|", c)) return false;
     return true;
 }
-
-}  // namespace
 
 ULONGLONG Fingerprint(const wchar_t* source) {
     if (!source || !*source) return 0;
@@ -101,8 +103,6 @@ IndexFile::IndexFile(std::wstring_view name) {
     if (!IsSafeName(name) || length == 0 || length >= MAX_PATH) return;
     PathRemoveFileSpecW(path);
     wchar_t file[MAX_PATH];
-    constexpr std::wstring_view kExtension = L".idx";
-    if (name.size() + kExtension.size() >= MAX_PATH) return;
     name.copy(file, name.size());
     kExtension.copy(file + name.size(), kExtension.size());
     file[name.size() + kExtension.size()] = 0;
@@ -131,7 +131,8 @@ IndexFile::Reading IndexFile::Read(ULONGLONG fingerprint, int& kind, ByteBlock& 
         !file.Read(header, kHeaderSize) || GetNumber(header, 8) != fingerprint)
         return Reading::kStale;
     const DWORD length = DWORD(size - kHeaderSize);
-    if (!index.Allocate(length) || !file.Read(index.data(), length)) {
+    if (!index.Allocate(length)) return Reading::kMissing;
+    if (!file.Read(index.data(), length)) {
         index.Free();
         return Reading::kStale;
     }

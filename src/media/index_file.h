@@ -16,13 +16,16 @@ ULONGLONG Fingerprint(const wchar_t* source);
 /// The file that an IDX value names. A name with a separator, a colon or ".." names none.
 class IndexFile {
 public:
+    /// A name that can't lead out of the folder of the indexes.
+    static bool IsSafeName(std::wstring_view name);
+
     explicit IndexFile(std::wstring_view name);
     explicit operator bool() const { return path_[0] != 0; }
 
     /// False: it couldn't be written, and isn't there.
     bool Write(ULONGLONG fingerprint, int kind, const ByteBlock& index) const;
     enum class Reading { kMissing, kGood, kStale };
-    /// kStale: of another source, or damaged. The block is empty unless kGood.
+    /// kMissing: there is none, or no memory for it. kStale: of another source, or damaged. The block is empty unless kGood.
     Reading Read(ULONGLONG fingerprint, int& kind, ByteBlock& index) const;
     void Delete() const;
 

@@ -108,6 +108,7 @@ STDMETHODIMP MediaFiles::Move(IProperty* ptrProp, int nDir) {
 
 STDMETHODIMP MediaFiles::GetTopMedia(IProperty** pProp) {
     if (!pProp) return E_POINTER;
+    *pProp = nullptr;
     if (items_.empty()) {
         std::ignore = Add(nullptr, pProp);
         return S_OK;

@@ -112,12 +112,13 @@ STDMETHODIMP PropertyMediaPath::PutSample(BYTE* data, LONG size, AM_MEDIA_TYPE* 
     if (!type || (!data && size)) return E_POINTER;
     if (size < 0 || typeSize < LONG(sizeof(AM_MEDIA_TYPE))) return E_INVALIDARG;
     if (sample_type_ || sample_count.load() >= kMaxSamples) return S_FALSE;
-    if (!sample_.Assign(data, size_t(size)) || !sample_type_.Allocate(size_t(typeSize))) {
+    const bool room = sample_.Assign(data, size_t(size)) && sample_type_.Allocate(size_t(typeSize));
+    if (room) std::memset(sample_type_.data(), 0, sample_type_.size());
+    if (!room || !CopyMediaType(SampleType(), *type)) {
         sample_.Free();
+        sample_type_.Free();
         return E_OUTOFMEMORY;
     }
-    std::memset(sample_type_.data(), 0, sample_type_.size());
-    CopyMediaType(SampleType(), *type);
     ++sample_count;
     return S_OK;
 }
@@ -191,7 +192,7 @@ void PropertyMediaPath::WriteExtra() {
     const auto idx = Find(names::kIdx);
     if (!idx) return;
     Bstr name = IdxValue(idx.get());
-    if (!IndexFile(name.View())) {  // empty, or no name of ours
+    if (!IndexFile::IsSafeName(name.View())) {  // empty, or no name of ours
         GUID id;
         wchar_t text[40];
         if (FAILED(CoCreateGuid(&id)) || !StringFromGUID2(id, text, 40)) return;

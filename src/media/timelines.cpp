@@ -71,11 +71,12 @@ STDMETHODIMP Timelines::get_Item(LONG Index, IUnknown** pVal) {
     return items_[size_t(Index)].object.CopyTo(pVal);
 }
 
-/// First to last; an end that asks finds the list empty.
+/// First to last. One that is ending is out of the list already.
 void Timelines::Clear() {
-    std::deque<Item> going;
-    going.swap(items_);
-    while (!going.empty()) going.pop_front();
+    while (!items_.empty()) {
+        const Item going = std::move(items_.front());
+        items_.pop_front();
+    }
 }
 
 /// A cut that isn't in the list yet. Without a source its length can't be told in seconds, and that is raised; but not

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <new>
 
+#include "com/module_lock.h"
 #include "com/variant.h"
 #include "server/messages.h"
 
@@ -52,8 +53,10 @@ XmlSink::Spare XmlSink::spare_;
 
 ComPtr<XmlSink> XmlSink::For(ISequentialStream* stream) {
     if (auto sink = Query<XmlSink>(stream)) return sink;
-    XmlSink* const sink = spare_.Take();
-    if (!sink) return new (std::nothrow) XmlSink(stream);
+    XmlSink* sink = spare_.Take();
+    if (!sink) sink = new (std::nothrow) XmlSink;
+    if (!sink) return nullptr;
+    LockModule();  // somebody may keep it after the call
     sink->target_ = stream;
     sink->used_ = 0;
     return sink;
@@ -70,7 +73,10 @@ STDMETHODIMP XmlSink::QueryInterface(REFIID iid, void** out) {
 
 STDMETHODIMP_(ULONG) XmlSink::Release() {
     const ULONG left = --references_;
-    if (left == 0) spare_.Give(this);
+    if (left == 0) {
+        spare_.Give(this);
+        UnlockModule();
+    }
     return left;
 }
 
@@ -109,6 +115,7 @@ void XmlSink::Append(std::string_view text) {
 }
 
 XmlSink::Name::Name(std::wstring_view text) {
+    if (text.find(L'\0') != text.npos) return;
     const int length = ToNarrowBytes(bytes_, text, int(kRoom));
     if (length < 0) return;
     size_ = size_t(length);
@@ -116,12 +123,14 @@ XmlSink::Name::Name(std::wstring_view text) {
 }
 
 void XmlSink::AppendName(std::wstring_view text) {
+    text = text.substr(0, text.find(L'\0'));  // no document can hold one
     const int length = ToNarrowBytes(Room(kTextLimit), text, int(kTextLimit));
     if (length > 0) used_ += size_t(length);
 }
 
 void XmlSink::AppendSafe(std::wstring_view text) {
-    if (text.size() > kTextLimit) return;  // a character takes a byte or more
+    text = text.substr(0, text.find(L'\0'));  // no document can hold one
+    if (text.size() > kTextLimit) return;      // a character takes a byte or more
     char* out = Room(kTextLimit);
     size_t bytes = 0;
     size_t added = 0;  // characters that the replacements add

@@ -76,7 +76,7 @@ private:
     template <size_t N>
     void AppendTag(const char (&bracket)[N], const Name& name, std::wstring_view text);
     void Flush();
-    explicit XmlSink(ISequentialStream* target) : target_(target) {}
+    XmlSink() = default;
     ~XmlSink() = default;
     /// Where so many bytes can be written.
     char* Room(size_t bytes) {
@@ -88,7 +88,7 @@ private:
     static Spare spare_;
     static constexpr size_t kCapacity = 32 * 1024;
     ULONG references_ = 0;
-    ISequentialStream* target_;  // the caller's, who keeps it for the call; null once that is over
+    ISequentialStream* target_ = nullptr;  // the caller's, who keeps it for the call; null once that is over
     size_t used_ = 0;
     char buffer_[kCapacity];
 };

@@ -27,7 +27,7 @@ public:
     STDMETHODIMP SetMedia(_AMMediaType* pValue) override {
         if (!pValue) return E_POINTER;
         AM_MEDIA_TYPE copy;
-        CopyMediaType(copy, *pValue);
+        if (!CopyMediaType(copy, *pValue)) return E_OUTOFMEMORY;
         ClearMediaType(type_);
         type_ = copy;
         return S_OK;
@@ -45,7 +45,10 @@ public:
     STDMETHODIMP GetMedia(_AMMediaType** pRetMedia) override {
         if (!pRetMedia) return E_POINTER;
         *pRetMedia = static_cast<AM_MEDIA_TYPE*>(CoTaskMemAlloc(sizeof(AM_MEDIA_TYPE)));
-        if (*pRetMedia) CopyMediaType(**pRetMedia, type_);
+        if (*pRetMedia && !CopyMediaType(**pRetMedia, type_)) {
+            CoTaskMemFree(*pRetMedia);
+            *pRetMedia = nullptr;
+        }
         return S_OK;
     }
 

@@ -28,9 +28,10 @@ private:
     static void AddFilter(IMoniker* moniker, const CLSID& wrapper, IListOfValues* list) {
         ComPtr<IPropertyBag> bag;
         Variant name;
-        if (SUCCEEDED(moniker->BindToStorage(nullptr, nullptr, kIid<IPropertyBag>, bag.PutVoid())))
-            std::ignore = bag->Read(L"FriendlyName", name.Put(), nullptr);
-        const BSTR label = name.vt == VT_BSTR ? name.bstrVal : nullptr;
+        if (FAILED(moniker->BindToStorage(nullptr, nullptr, kIid<IPropertyBag>, bag.PutVoid())) ||
+            FAILED(bag->Read(L"FriendlyName", name.Put(), nullptr)) || name.vt != VT_BSTR)
+            return;
+        const BSTR label = name.bstrVal;
         ComPtr<IBaseFilter> filter;
         if (moniker->BindToObject(nullptr, nullptr, kIid<IBaseFilter>, filter.PutVoid()) != S_OK || !filter) return;
         VARIANT value = Lend(static_cast<IDispatch*>(nullptr));

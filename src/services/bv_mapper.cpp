@@ -1,4 +1,5 @@
 // The application's components, read from its own registry tree.
+#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
@@ -27,12 +28,12 @@ public:
 
     /// The default value; empty when it is missing, no text, or longer than it may be.
     Bstr Text() const {
-        char text[kMaxText + 1];
-        DWORD kind = 0, size = kMaxText;
+        char text[kMaxText + 2];
+        DWORD kind = 0, size = kMaxText + 1;  // with the zero that is stored with it
         const LSTATUS status = RegQueryValueExA(key_, nullptr, nullptr, &kind, reinterpret_cast<BYTE*>(text), &size);
         if (status != ERROR_SUCCESS || (kind != REG_SZ && kind != REG_EXPAND_SZ)) size = 0;
         text[size] = 0;  // what is stored need not end in one
-        return ToBstr(text);
+        return std::strlen(text) <= kMaxText ? ToBstr(text) : Bstr();
     }
     /// Calls each(name) for the subkeys in the registry's order.
     template <class Each>
@@ -86,7 +87,7 @@ class BVMapper : public Dispatch<IBVMapper>, public ObjectRoot {
 public:
     using Answers = InterfaceMap<IBVMapper, IDispatch>;
 
-    STDMETHODIMP Init(GUID* pCategory) override {
+    STDMETHODIMP Init(GUID* pCategory) override try {
         if (!pCategory) return E_POINTER;
         RegistryKey key;
         const LSTATUS error = key.Open(HKEY_CLASSES_ROOT, CategoryPath(*pCategory).c_str());
@@ -95,6 +96,8 @@ public:
             if (auto record = ReadComponent(key.get(), name)) std::ignore = TryAppend(records_, std::move(record));
         });
         return S_OK;
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
     }
     STDMETHODIMP get_Count(LONG* pVal) override {
         if (!pVal) return E_POINTER;

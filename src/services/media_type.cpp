@@ -4,15 +4,19 @@
 
 namespace bv {
 
-void CopyMediaType(AM_MEDIA_TYPE& target, const AM_MEDIA_TYPE& source) {
-    target = source;
-    target.pbFormat = nullptr;
+bool CopyMediaType(AM_MEDIA_TYPE& target, const AM_MEDIA_TYPE& source) {
+    AM_MEDIA_TYPE copy = source;
+    copy.pbFormat = nullptr;
     if (source.cbFormat && source.pbFormat) {
-        target.pbFormat = static_cast<BYTE*>(CoTaskMemAlloc(source.cbFormat));
-        if (target.pbFormat) std::memcpy(target.pbFormat, source.pbFormat, source.cbFormat);
+        copy.pbFormat = static_cast<BYTE*>(CoTaskMemAlloc(source.cbFormat));
+        if (!copy.pbFormat) return false;
+        std::memcpy(copy.pbFormat, source.pbFormat, source.cbFormat);
+    } else {
+        copy.cbFormat = 0;
     }
-    if (!target.pbFormat) target.cbFormat = 0;
-    if (target.pUnk) target.pUnk->AddRef();
+    if (copy.pUnk) copy.pUnk->AddRef();
+    target = copy;
+    return true;
 }
 
 void ClearMediaType(AM_MEDIA_TYPE& type) {

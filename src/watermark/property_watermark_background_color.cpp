@@ -43,6 +43,7 @@ public:
     PropertyWatermarkBackgroundColor() : SimpleNode(kColor) {}
 
 protected:
+    const CLSID& PathClass() const override { return ClassId(); }
     HRESULT OnShowDialog() override try {
         CustomColors custom;
         DWORD color = ReadColour(TextOf(Stored()));

@@ -160,14 +160,14 @@ Classes::Classes() {
 
 // --- Finding a class ----------------------------------------------------------------------------------
 
-/// The path of the class's module as the registry names it; empty when it names none.
-std::string ModuleOf(REFCLSID class_id) {
+/// The path of the class's module as the registry names it; empty when it names none. False: the registry can't be read.
+bool FindModule(REFCLSID class_id, std::string& module) {
     wchar_t id[39];
     StringFromGUID2(class_id, id, 39);
     HKEY key = nullptr;
     const std::wstring path = std::wstring(L"CLSID\\") + id + L"\\InprocServer32";
-    if (RegOpenKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return {};
-    std::string module;
+    const LSTATUS status = RegOpenKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, KEY_READ, &key);
+    if (status != ERROR_SUCCESS) return status == ERROR_FILE_NOT_FOUND || status == ERROR_PATH_NOT_FOUND;
     DWORD type = 0;
     DWORD size = 0;
     if (RegQueryValueExA(key, nullptr, nullptr, &type, nullptr, &size) == ERROR_SUCCESS &&
@@ -181,7 +181,7 @@ std::string ModuleOf(REFCLSID class_id) {
     module.resize(std::min(module.size(), module.find('\0')));
     if (module.size() >= 2 && module.front() == '"' && module.back() == '"')
         module = module.substr(1, module.size() - 2);
-    return module;
+    return true;
 }
 
 template <class Call>
@@ -191,7 +191,8 @@ Call Export(HMODULE module, const char* name) {
 
 /// Loads the class's module and puts the class into the cache. The result is in use already.
 HRESULT LoadServer(REFCLSID class_id, Use& result) {
-    const std::string path = ModuleOf(class_id);
+    std::string path;
+    if (!FindModule(class_id, path)) return REGDB_E_READREGDB;
     if (path.empty()) return REGDB_E_CLASSNOTREG;
     const HMODULE module = LoadLibraryA(path.c_str());
     if (!module) return HRESULT_FROM_WIN32(GetLastError());
