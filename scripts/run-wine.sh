@@ -34,9 +34,10 @@ mkdir -p "$(dirname "$WINEPREFIX")"
         "$server" -w
         touch "$WINEPREFIX/.ready"
     fi
-    # By itself the server ends three seconds after its last program, and a program that starts just then fails without
-    # a word. This one waits; where it runs already, the call does nothing.
-    "$server" -p600 >/dev/null 2>&1 9>&- || true
+    # By itself the server ends with its last program, and a program that starts just then fails without a word. This one
+    # waits; where it runs already, the call fails. What Wine starts beside the first program lives as long as the
+    # server, so that program isn't one whose output somebody waits for.
+    if "$server" -p600 >/dev/null 2>&1 9>&-; then wine cmd /c exit >/dev/null 2>&1 </dev/null 9>&- || true; fi
 ) 9>"$WINEPREFIX.lock"
 
 state=$(mktemp -d "${TMPDIR:-/tmp}/bvtest.XXXXXX")

@@ -20,6 +20,8 @@ ComPtr<IDispatch> ParentOf(const VARIANT& value) {
 
 }  // namespace
 
+thread_local int PropertyBase::Passage::depth_ = 0;
+
 PropertyBase::PropertyBase(const NodeDecl& decl)
     : class_id_(&decl.cls),
       name_(decl.name),
@@ -45,7 +47,16 @@ HRESULT PropertyBase::FinalConstruct() {
     return S_OK;
 }
 
+// A node takes what it holds with it. Where that would go deeper than the stack is sure to last, the parts wait in a list
+// for the node at that depth, which ends them one after another.
 void PropertyBase::FinalRelease() {
+    static thread_local int depth = 0;
+    static thread_local std::vector<ComPtr<IUnknown>>* waiting = nullptr;
+    ++depth;
+    std::vector<ComPtr<IUnknown>> parts;
+    if (depth == kDeepest) waiting = &parts;
+    const auto put_off = [&](IUnknown* part) { return !part || TryAppend(*waiting, ComPtr<IUnknown>(part)); };
+    if (depth > kDeepest) std::ignore = put_off(HeldObject()) && put_off(children_.get());
     value_.reset();
     OnFinalRelease();
     extension_.Reset();
@@ -54,6 +65,14 @@ void PropertyBase::FinalRelease() {
     values_.Reset();
     own_children_ = nullptr;
     children_.Reset();
+    if (depth == kDeepest) {
+        while (!parts.empty()) {
+            const ComPtr<IUnknown> part = std::move(parts.back());
+            parts.pop_back();
+        }
+        waiting = nullptr;
+    }
+    --depth;
 }
 
 // --- Name, title, description, flags ---

@@ -23,7 +23,7 @@ template <>
 inline constexpr IID kIid<INode> = GuidOf("0C5E1C66-5D34-4F5C-8A59-2C4C1B5F6D02");
 
 /// The node of ours behind an object, null for a foreign one, also for one that stands in front of a node of ours with an
-/// IProperty of its own. Valid as long as the object.
+/// IProperty, an ISettingsWriter or children of its own. Valid as long as the object.
 PropertyBase* NodeBehind(IUnknown* object);
 
 class PropertyBase : public Dispatch<IProperty>,
@@ -83,15 +83,19 @@ public:
 
     /// The walks that go through a whole tree.
     enum Walk : unsigned char { kHide = 1, kDisable = 2, kActivate = 4, kSearch = 8, kWrite = 16, kInit = 32, kGive = 64 };
-    /// A walk's way through a node and all below it. False while the same walk is on its way there already: scripts can
-    /// make a node its own value or descendant, and nothing refuses that.
+    /// A walk's way through a node and all below it. False while the same walk is on its way there already, and too deep
+    /// for the stack: scripts can make a node its own value or descendant, or a chain of any length, and nothing refuses
+    /// that.
     class Passage {
     public:
-        Passage(PropertyBase& node, Walk walk) : node_(node), walk_(walk), free_(!(node.walks_ & walk)) {
-            node_.walks_ |= walk_;
+        Passage(PropertyBase& node, Walk walk)
+            : node_(node), walk_(walk), free_(!(node.walks_ & walk) && depth_ < kDeepest) {
+            ++depth_;
+            if (free_) node_.walks_ |= walk_;
         }
         Passage(const Passage&) = delete;
         ~Passage() {
+            --depth_;
             if (free_) node_.walks_ &= static_cast<unsigned char>(~walk_);
         }
         explicit operator bool() const { return free_; }
@@ -100,7 +104,9 @@ public:
         PropertyBase& node_;
         const Walk walk_;
         const bool free_;
+        static thread_local int depth_;
     };
+    static constexpr int kDeepest = 1000;  // nodes that hang or are held below each other
 
     // What our own nodes and collections ask each other.
     std::wstring_view NameView() const { return name_.View(); }

@@ -289,7 +289,7 @@ TEST_F(DialogTest, TheOutputFileBearsTheFormatsExtension) {
         const char* typed;
         const char* stored;
     };
-    const Case cases[] = {{"film", "film.vid"}, {"film.avi", "film.vid"}, {"film.VID", "film.VID"}, {"a.b.vid", "a.b.vid"}};
+    const Case cases[] = {{"film", "film.vid"}, {"film.avi", "film.vid"}, {"film.VID", "film.VID"}, {"a.b.avi", "a.b.vid"}, {"a.b.vid", "a.b.vid"}};
     for (const Case& c : cases) {
         person.answer = Folder() + c.typed;
         EXPECT_EQ(name->ShowDialog(), S_OK);

@@ -80,6 +80,7 @@ TEST_F(SettingsXmlTest, ALimitEmptiesATextAndLeavesTheElement) {
             safe += x == '&' ? "&amp;" : x == '<' ? "&lt;" : x == '\'' ? "&apos;" : std::string(1, x);
         EXPECT_EQ(XmlOf(Str(c.text)), "<N value='" + (c.written ? safe : "") + "' type='8'>\n</N>\n");
     }
+    EXPECT_EQ(XmlOf(Str(std::wstring(L"a\0b&", 4))), "<N value='a' type='8'>\n</N>\n") << "a text ends at its zero";
     // The three texts of one line together, and a name that is too long.
     node.As<ISimpleInit>()->SetPathExtension(Text(Repeat(512)));
     const std::string most(512, 'x');

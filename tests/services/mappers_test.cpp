@@ -74,8 +74,8 @@ TEST_F(MapperTest, WhatIsNoComponentIsPassedOver) {
          {L"no class id", L"{D0B1E000-0000-4000-8000-0000000000}", L"{zzzzzzzz-0000-4000-8000-0000000000A1}"})
         category.Put(name, nullptr, L"Not I");
     category.Put(std::wstring(200, L'k'), nullptr, L"Nor I");
-    category.Put(TextOf(kFirst), nullptr, std::wstring(254, L'n'));
-    category.Put(TextOf(kFirst) + L"\\x", nullptr, std::wstring(300, L'x'));
+    category.Put(TextOf(kFirst), nullptr, std::wstring(255, L'n'));
+    category.Put(TextOf(kFirst) + L"\\x", nullptr, std::wstring(256, L'x'));
     HKEY key = nullptr;
     ASSERT_EQ(RegCreateKeyExW(category, (TextOf(kFirst) + L"\\y").c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
                               &key, nullptr),
@@ -85,7 +85,7 @@ TEST_F(MapperTest, WhatIsNoComponentIsPassedOver) {
     RegCloseKey(key);
     ASSERT_EQ(Init(), S_OK);
     ASSERT_EQ(Count(), 1);
-    EXPECT_EQ(std::wstring(At(0).bstrName), std::wstring(254, L'n'));
+    EXPECT_EQ(std::wstring(At(0).bstrName), std::wstring(255, L'n'));
     ASSERT_EQ(At(0).cbCount, 2);
     EXPECT_EQ(SysStringLen(At(0).pExtrData[0]), 0u) << "longer than a text may be";
     EXPECT_EQ(SysStringLen(At(0).pExtrData[1]), 0u) << "no text";

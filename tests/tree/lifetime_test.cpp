@@ -26,6 +26,19 @@ TEST_F(LifetimeTest, AChildOutlivesItsParent) {
     EXPECT_FALSE(mode.Find(L"IsSplit"));
 }
 
+TEST_F(LifetimeTest, AnyObjectMayBeTheParentThatEnds) {
+    const Node child = CreateNode(clsid::PropertySimple);
+    for (const CLSID& cls : {clsid::MediaFiles, clsid::ListItem, clsid::Timelines, clsid::LiveTimeFilters,
+                             clsid::AMMediaType, clsid::BVMapper, clsid::CriticalSection}) {
+        auto parent = New<IDispatch>(cls);
+        ASSERT_TRUE(parent);
+        EXPECT_EQ(child->put_Parent(parent.get()), S_OK);
+        EXPECT_TRUE(ParentOf(child));
+        parent = {};
+        EXPECT_FALSE(ParentOf(child));
+    }
+}
+
 TEST_F(LifetimeTest, ACollectionOutlivesItsNode) {
     Node node = CreateNode(clsid::PropertyCommon);
     const auto children = node.As<IEnumProperties>();

@@ -144,6 +144,34 @@ TEST_F(SearchTest, AWalkPassesANodeOnceThatHangsBelowItself) {
     }
 }
 
+/// ... or hold nodes by each other, as many as it likes.
+TEST_F(SearchTest, AChainOfAnyLengthIsNoHarm) {
+    Node chain;
+    for (int i = 0; i < 30000; ++i) {
+        Node above = CreateNode(clsid::PropertySimple);
+        if (i % 2 == 0 || !chain.get())
+            above.Put(Obj(chain.get()));
+        else
+            above.As<IEnumProperties>()->AddObject(Text(L"child"), nullptr, chain.get());
+        chain = above;
+    }
+    EXPECT_EQ(chain->Hide(1), S_OK);
+    EXPECT_EQ(chain->put_Active(0), S_OK);
+    EXPECT_FALSE(chain.Find(L"none"));
+    EXPECT_GT(chain.Xml().size(), 1000u);
+}
+
+TEST_F(SearchTest, AnIndexTakesItselfInOnce) {
+    const auto map = New<IMap>(clsid::Map);
+    const auto list = map.As<IEnumProperties>();
+    ASSERT_EQ(map->InsertProperty(top.get()), S_OK);
+    EXPECT_EQ(list->InitProperty(map.get()), S_OK);
+    LONG count = 0;
+    list->get_Count(&count);
+    EXPECT_LT(count, 100);
+    top.Give(nullptr);
+}
+
 TEST_F(SearchTest, Collection) {
     const auto list = top.As<IEnumProperties>();
     CLSID cls = clsid::PropertySimple, gone = kNoClass, folder = clsid::PropertyFolder;
