@@ -33,7 +33,7 @@ stop_wine() {
         WINEPREFIX=$PWD/build/windows-x64/wineprefix timeout 30 wineserver -k >/dev/null 2>&1 || true
     fi
 }
-trap stop_wine EXIT
+trap 'if [ -n "${testing:-}" ]; then kill "$testing" 2>/dev/null || true; fi; stop_wine' EXIT
 
 record() { echo "$1 $2 $3" >>"$results/all.txt"; }
 
@@ -142,6 +142,41 @@ replay_corpora() {
     done
 }
 
+test_native() {
+    run_programs native run-native.sh
+    check native exports tests/checks/exports.sh build/native/bin
+    check native install tests/install/check.sh build/native
+    check native environment tests/checks/environment.sh scripts/run-native.sh build/native/bin/platform_tests
+}
+
+test_windows() {
+    run_programs windows-x64 run-wine.sh
+    check windows-x64 exports tests/checks/exports.sh build/windows-x64/bin
+    check windows-x64 host_compare tests/checks/host_compare.sh build/native/bin build/windows-x64/bin
+    check windows-x64 script tests/checks/script.sh build/windows-x64
+    check windows-x64 environment tests/checks/environment.sh scripts/run-wine.sh build/windows-x64/bin/platform_tests.exe
+}
+
+test_asan() {
+    run_programs native-asan run-native.sh
+    replay_corpora
+}
+
+# Tests wait more than they compute, so they run beside the next build, one platform at a time.
+testing=
+beside() {
+    await_tests
+    "$@" >"$results/beside.log" 2>&1 &
+    testing=$!
+}
+await_tests() {
+    if [ -n "$testing" ]; then
+        wait "$testing" || record test.sh fail "ended_early"
+        cat "$results/beside.log"
+    fi
+    testing=
+}
+
 # --- The run ----------------------------------------------------------------------------------------------------------
 
 if ! scripts/setup.sh test; then
@@ -152,32 +187,17 @@ fi
 check source platform_names tests/checks/source.sh
 
 if build native; then
-    run_programs native run-native.sh
-    check native exports tests/checks/exports.sh build/native/bin
-    check native install tests/install/check.sh build/native
-    check native environment tests/checks/environment.sh scripts/run-native.sh build/native/bin/platform_tests
+    beside test_native
 fi
-
 if [ $quick = 0 ]; then
-    if build native-asan; then
-        run_programs native-asan run-native.sh
-        replay_corpora
-    fi
-    if [ -d tests/threads ] && build native-tsan threads_tests; then
-        run_programs native-tsan run-native.sh
-    fi
-    if build windows-x64; then
-        run_programs windows-x64 run-wine.sh
-        check windows-x64 exports tests/checks/exports.sh build/windows-x64/bin
-        check windows-x64 host_compare tests/checks/host_compare.sh build/native/bin build/windows-x64/bin
-        check windows-x64 script tests/checks/script.sh build/windows-x64
-        check windows-x64 environment tests/checks/environment.sh scripts/run-wine.sh \
-            build/windows-x64/bin/platform_tests.exe
-    fi
+    if build windows-x64; then beside test_windows; fi
+    if build native-asan; then beside test_asan; fi
+    if [ -d tests/threads ] && build native-tsan threads_tests; then beside run_programs native-tsan run-native.sh; fi
     if build windows-x86 product; then
         check windows-x86 exports tests/checks/exports.sh build/windows-x86/bin
     fi
 fi
+await_tests
 
 echo
 awk '
