@@ -109,12 +109,13 @@ struct IProperty : IBaseObj {
     STDMETHOD(put_Description)(BSTR newVal) PURE;
     /// The text shown beside the value.
     STDMETHOD(get_Title)(BSTR* pVal) PURE;
-    /// A copy of the stored value, in the kind in which it was stored. S_FALSE, and *pVal untouched, for a node that has no
-    /// value (a group).
+    /// A copy of the stored value, in the kind in which it was stored. S_FALSE, and *pVal untouched, for a node that
+    /// has no value (a group).
     STDMETHOD(get_Value)(VARIANT* pVal) PURE;
-    /// Stores a copy of newVal in its own kind, with nothing converted, and runs the node's hooks, which show, hide and
-    /// enable what depends on it. E_NOTIMPL for a node that has no value; E_FAIL with "This value cannot be negative." for a
-    /// negative number on a node with the bit 0x80000; the value stays and no hook runs then. A class may check more.
+    /// Stores a copy of newVal in its own kind, with nothing converted, and runs the node's hooks, which show, hide
+    /// and enable what depends on it. E_NOTIMPL for a node that has no value; E_FAIL with "This value cannot be
+    /// negative." for a negative number on a node with the bit 0x80000; the value stays and no hook runs then. A
+    /// class may check more.
     STDMETHOD(put_Value)(VARIANT newVal) PURE;
     /// Opens the node's editor, modal. S_OK: a value was stored. S_FALSE: cancelled, or not there. E_NOTIMPL: no editor.
     STDMETHOD(ShowDialog)() PURE;
@@ -148,8 +149,8 @@ struct IProperty : IBaseObj {
     STDMETHOD(get_Format)(VARIANT* pVal) PURE;
     /// Takes the shown form: parses it where the extension can, checks it and stores it as put_Value does.
     STDMETHOD(put_Format)(VARIANT newVal) PURE;
-    /// The opaque block that was put here: its kind, its length in bytes, and the node's own buffer, which is valid until the
-    /// next PutData or PutExData and isn't the caller's to free. S_OK with null and 0 when there is none.
+    /// The opaque block that was put here: its kind, its length in bytes, and the node's own buffer, which is valid
+    /// until the next PutData or PutExData and isn't the caller's to free. S_OK with null and 0 when there is none.
     STDMETHOD(GetData)(int* nDataType, LONG* pLength, BYTE** pData) PURE;
     /// Keeps a copy of nLength bytes and drops the extra object. E_OUTOFMEMORY: the old block is gone all the same,
     /// and GetData gives null with the kind and the length that it had.
@@ -175,31 +176,43 @@ BV_INTERFACE_ID(IProperty, "48ADEF10-6C76-40CE-8D40-34771934785D")
 
 /// How the code that creates a simple node sets it up. To be used on a new node.
 struct ISimpleInit : IUnknown {
+    /// The flags that IProperty.Type gives.
     STDMETHOD(SetType)(LONG type) PURE;
+    /// Hides the node and what is below it; 0 shows it.
     STDMETHOD(put_IsHide)(LONG newVal) PURE;
+    /// Disables the node and what is below it; 0 enables it.
     STDMETHOD(put_IsDisabled)(LONG newVal) PURE;
+    /// The help text, where the node has no id of one. Null is empty.
     STDMETHOD(put_Description)(BSTR newVal) PURE;
+    /// What a person reads in place of the name. Null is empty.
     STDMETHOD(SetTitle)(BSTR title) PURE;
     /// As IProperty's, but makes the value when the node has none.
     STDMETHOD(put_Value)(VARIANT newVal) PURE;
+    /// The object above, to which no reference is kept. Null: none.
     STDMETHOD(put_Parent)(IDispatch* newVal) PURE;
-    /// Gives the node an extension that holds a path.
+    /// Gives the node an extension that holds a path. The status of its creation; the old extension stays then.
     STDMETHOD(SetPathExtension)(BSTR path) PURE;
     /// The three additions of IListOfValues, on the node's own list. S_OK whatever becomes of the entry.
     STDMETHOD(AddItem)(BSTR name, VARIANT value) PURE;
+    /// With a new object of the class, under its title.
     STDMETHOD(AddObject)(CLSID* pClsID) PURE;
+    /// With a new node of the class, under its own value.
     STDMETHOD(AddObject2)(BSTR name, CLSID* pClsID) PURE;
     /// Gives the value of the list's entry to put_Value. E_INVALIDARG when there is no such entry.
     STDMETHOD(SelectItem)(LONG index) PURE;
     /// Creates an object of the class as the extension; the status of the creation.
     STDMETHOD(SetExtensionClass)(CLSID* pClsID) PURE;
+    /// The string of the module that is the help text; 0: put_Description's.
     STDMETHOD(put_DescriptionID)(int newVal) PURE;
 };
 BV_INTERFACE_ID(ISimpleInit, "B7047ECE-CCB6-41C9-AFC1-98DA6412ECC3")
 
 /// A converter between a stored and a shown value, asked of a node's extension.
 struct IValueFormat : IUnknown {
+    /// What is to be stored for what a person typed; the caller owns it. A kind that needs no conversion is copied. A
+    /// text that makes no sense fails with a message, and *stored is untouched.
     STDMETHOD(ParseValue)(VARIANT shown, VARIANT* stored) PURE;
+    /// Replaces a stored value by what is shown for it. After a failure it is as it was.
     STDMETHOD(FormatValue)(VARIANT* value) PURE;
 };
 BV_INTERFACE_ID(IValueFormat, "FE946CF5-1D77-4AB8-943D-26EA1373639C")
@@ -232,8 +245,8 @@ struct IEnumProperties : ICollection {
     /// Creates a node of the class, names it, gives it the parent and appends it. pRet may be null. The status of the
     /// creation; nothing is added then.
     STDMETHOD(AddProperty)(BSTR Name, GUID* refclsid, IDispatch* pParent, IProperty** pRet) PURE;
-    /// Searches the tree below pParent, which may be null, then this collection's own items; active nodes only. S_FALSE, and
-    /// *pRet untouched, when there is none.
+    /// Searches the tree below pParent, which may be null, then this collection's own items; active nodes only.
+    /// S_FALSE, and *pRet untouched, when there is none.
     STDMETHOD(FindProperty)(BSTR Name, IProperty* pParent, IProperty** pRet) PURE;
     /// Gives S_FALSE.
     STDMETHOD(FindPropertyExactly)(BSTR Name, IProperty** pRet) PURE;
@@ -280,7 +293,8 @@ BV_INTERFACE_ID(IListItem, "6DE6CE67-1578-4B80-9B41-B9EA98B11458")
 
 /// The flat index of a job's nodes, which the media object answers.
 struct IMap : IDispatch {
-    /// Searches below pParent, which may be null, then the whole index. S_FALSE, and *pVal untouched: no such active node.
+    /// Searches below pParent, which may be null, then the whole index. S_FALSE, and *pVal untouched: no such active
+    /// node.
     STDMETHOD(get_Property)(BSTR Name, IProperty* pParent, IProperty** pVal) PURE;
     /// The value of that node, with the status of its get_Value. E_INVALIDARG: no such active node.
     STDMETHOD(get_PropertyVal)(BSTR Name, IProperty* pParent, VARIANT* pVal) PURE;
@@ -303,14 +317,14 @@ struct IEnumObject : IDispatch {
     STDMETHOD(Item)(LONG nID, IUnknown** ppUnk) PURE;
     /// Takes out the first entry that is this very pointer. S_FALSE: there is none.
     STDMETHOD(Remove)(IUnknown* ppUnk) PURE;
-    /// Appends the object that *ppUnk holds, with a reference of the list's own; null adds nothing. A node gets the media object
-    /// that the list has. E_OUTOFMEMORY: not added.
+    /// Appends the object that *ppUnk holds, with a reference of the list's own; null adds nothing. A node gets the
+    /// media object that the list has. E_OUTOFMEMORY: not added.
     STDMETHOD(Add)(IUnknown** ppUnk) PURE;
-    /// The media object of the job, which the list passes on to its nodes by put_MediaObject and keeps for later ones without a
-    /// reference. Null takes it back.
+    /// The media object of the job, which the list passes on to its nodes by put_MediaObject and keeps for later ones
+    /// without a reference. Null takes it back.
     STDMETHOD(SetMediaObject)(IDispatch* ppUnk) PURE;
-    /// Creates an object in process as IFilterEntry, appends it as Add does and gives it in *ppUnk with a reference of the caller's.
-    /// The status of the creation; nothing is added then.
+    /// Creates an object in process as IFilterEntry, appends it as Add does and gives it in *ppUnk with a reference
+    /// of the caller's. The status of the creation; nothing is added then.
     STDMETHOD(AddByCLSID)(CLSID* pClsID, IUnknown** ppUnk) PURE;
 };
 BV_INTERFACE_ID(IEnumObject, "80E93B00-7E4C-419D-90FB-28EB8E498E18")
@@ -319,8 +333,8 @@ BV_INTERFACE_ID(IEnumObject, "80E93B00-7E4C-419D-90FB-28EB8E498E18")
 
 /// The second interface of the root.
 struct IMainMediaPath : IUnknown {
-    /// Makes an input node the current one: the node "PathToMediaFile" of the media object's index. The root must have its
-    /// media object; E_FAIL without one that answers IMap.
+    /// Makes an input node the current one: the node "PathToMediaFile" of the media object's index. The root must
+    /// have its media object; E_FAIL without one that answers IMap.
     STDMETHOD(SetMediaPath)(IProperty* path) PURE;
 };
 BV_INTERFACE_ID(IMainMediaPath, "83359A42-4FA7-4B21-AD15-83B804855DD0")
@@ -332,9 +346,10 @@ struct IActionImplInit : IUnknown {
 BV_INTERFACE_ID(IActionImplInit, "0E3E26B1-21B1-4377-8C4D-45F5AB90701B")
 
 struct IFilterImplInit : IUnknown {
-    /// Creates the filter object in process and hangs its node below this one, under the name; this node's Name becomes
-    /// "FltImplement" and the name, 255 characters at most. From then on the node answers IBaseFilter with the object. To be
-    /// called once. The status of the creation, or E_NOINTERFACE for a filter that is no node; the node stays as it was then.
+    /// Creates the filter object in process and hangs its node below this one, under the name; this node's Name
+    /// becomes "FltImplement" and the name, 255 characters at most. From then on the node answers IBaseFilter with
+    /// the object. To be called once. The status of the creation, or E_NOINTERFACE for a filter that is no node; the
+    /// node stays as it was then.
     STDMETHOD(Init)(BSTR name, CLSID* filter) PURE;
 };
 BV_INTERFACE_ID(IFilterImplInit, "A06B2128-9FB4-4874-813B-AFA5149D32A0")
@@ -347,8 +362,8 @@ struct IMediaOpenState : IUnknown {
     STDMETHOD(get_StateSet)(LONG* pVal) PURE;
     /// 1 when the state was set and is 1.
     STDMETHOD(get_IsGood)(LONG* pVal) PURE;
-    /// State and text of the last attempt. Unless the state is 1, an error object of the thread is taken: its description becomes
-    /// the text, and the state 2. E_POINTER, E_OUTOFMEMORY.
+    /// State and text of the last attempt. Unless the state is 1, an error object of the thread is taken: its
+    /// description becomes the text, and the state 2. E_POINTER, E_OUTOFMEMORY.
     STDMETHOD(GetState)(LONG* state, BSTR* text) PURE;
     /// What became of an attempt: 1 for success, other numbers are the host's. A change of the path takes it back.
     STDMETHOD(SetState)(LONG state, BSTR text) PURE;
@@ -357,8 +372,8 @@ BV_INTERFACE_ID(IMediaOpenState, "82B1FF6F-5DD0-4F2C-8231-88FDFF27DCF3")
 
 /// One sample of an input, kept with its node.
 struct ICachedSample : IUnknown {
-    /// Keeps a copy of the bytes and of the media type, with its format block. S_FALSE, and nothing is kept: the node has a sample
-    /// already, or 201 nodes of the process have one.
+    /// Keeps a copy of the bytes and of the media type, with its format block. S_FALSE, and nothing is kept: the node
+    /// has a sample already, or 201 nodes of the process have one.
     STDMETHOD(PutSample)(BYTE* data, LONG size, AM_MEDIA_TYPE* type, LONG typeSize) PURE;
     /// The node's own block and type, which are not the caller's to free. S_FALSE, and nothing is written: there is none.
     STDMETHOD(GetSample)(BYTE** data, LONG* size, AM_MEDIA_TYPE** type, LONG* typeSize) PURE;
@@ -367,15 +382,16 @@ BV_INTERFACE_ID(ICachedSample, "2712A0D5-BC8E-45D6-867A-EAD5C41CDD2C")
 
 /// The ordered list of a job's inputs, nodes of the class PropertyMediaPath.
 struct IMediaFiles : ICollection {
-    /// Lets the user choose files, and adds each. S_OK also when the dialog is cancelled; the first failure ends it, what was
-    /// added stays.
+    /// Lets the user choose files, and adds each. S_OK also when the dialog is cancelled; the first failure ends it,
+    /// what was added stays.
     STDMETHOD(AddNew)() PURE;
-    /// Adds an input with that path. A lone entry without a path is filled instead. The status of the creation or of put_Value.
+    /// Adds an input with that path. A lone entry without a path is filled instead. The status of the creation or of
+    /// put_Value.
     STDMETHOD(Insert)(BSTR Path) PURE;
     /// Takes an entry out, and the list's reference with it. S_OK also when it isn't in the list.
     STDMETHOD(RemoveItem)(IProperty* pIt) PURE;
-    /// Swaps an entry with the one nDir places further, -1 for one up. E_INVALIDARG, and nothing moves, outside the list; S_OK
-    /// when the entry isn't in it.
+    /// Swaps an entry with the one nDir places further, -1 for one up. E_INVALIDARG, and nothing moves, outside the
+    /// list; S_OK when the entry isn't in it.
     STDMETHOD(Move)(IProperty* ptrProp, int nDir) PURE;
     /// The first entry; an empty list gets one without a path.
     STDMETHOD(GetTopMedia)(IProperty** pProp) PURE;
@@ -384,11 +400,23 @@ BV_INTERFACE_ID(IMediaFiles, "93AED99E-EBD6-4410-906F-D33E587E10BD")
 
 /// The cuts of one input.
 struct ITimelines : ICollection {
+    /// Appends a cut, in frames from 0, and gives it; ptrRet may be null. The frames aren't checked here. The status
+    /// of the creation, or E_OUTOFMEMORY; nothing is added then.
     STDMETHOD(AddTimeline)(LONG nStartFrm, LONG nEndFrm, IProperty** ptrRet) PURE;
+    /// Takes a cut out, and the list's reference with it. S_OK also when it isn't in the list.
     STDMETHOD(RemoveTimeline)(IProperty* ptrProp) PURE;
+    /// Writes all cuts to a file, which is made anew. A file that can't be made or written whole, and an item that
+    /// can't be written, fail with a message; what was written so far stays.
     STDMETHOD(Save)(BSTR bstrFileName) PURE;
+    /// Clears the list, and fills it from a file. One that is no document fails with a message, and the list is empty
+    /// then; in a document, what isn't a cut is passed over.
     STDMETHOD(Load)(BSTR bstrFileName) PURE;
+    /// The media object of the job, for the cuts that are there and those to come. No reference is kept; null takes
+    /// it back.
     STDMETHOD(SetMediaObject)(IMediaObject* ptrMediaObj) PURE;
+    /// What will be encoded, in 100 ns: the cuts that lie in the source, overlaps as often as they occur, or the
+    /// whole source while cuts aren't in use. Fails with a message when the media object is missing or knows no
+    /// source. *pVal is untouched for a source that has neither sound nor moving pictures and is no still.
     STDMETHOD(get_ActiveDuration)(LONGLONG* pVal) PURE;
 };
 BV_INTERFACE_ID(ITimelines, "8D6996E4-2F2E-4F29-B0A3-D4032EB2D074")
@@ -434,9 +462,9 @@ static_assert(sizeof(void*) != 4 ||
 static_assert(sizeof(void*) != 4 ||
               (sizeof(DVDInfo) == 40 && offsetof(DVDInfo, FileCount) == 32 && offsetof(DVDInfo, Files) == 36));
 
-/// The record of a DVD, and what the user chose on it: files, parts and pieces to leave out, audio tracks. Put into a node
-/// with PutExData, it is written with the settings, the choices alone; read back through ISettingsWriter, they wait for
-/// the record of the fresh scan. No length argument but that of SetDVDIndex is looked at.
+/// The record of a DVD, and what the user chose on it: files, parts and pieces to leave out, audio tracks. Put into a
+/// node with PutExData, it is written with the settings, the choices alone; read back through ISettingsWriter, they
+/// wait for the record of the fresh scan. No length argument but that of SetDVDIndex is looked at.
 struct IDVDIndexData : IDispatch {
     /// Takes a copy of a DVDInfo, and lays the choices that were read over it if they fit its counts; they are gone then.
     /// E_INVALIDARG, and nothing changes, for counts that no disc has.
@@ -461,9 +489,10 @@ struct IDynamicText : IUnknown {
     STDMETHOD(GetVariableCount)(LONG* count) PURE;
     /// Key ("%sf") and title ("Full Source File Name") of a variable, from 0. E_INVALIDARG outside the list.
     STDMETHOD(GetVariable)(LONG index, BSTR* key, BSTR* title) PURE;
-    /// The text with the variables put in as they are now: names of the input and the output, index, date and time. Keys count in
-    /// any case; one that has no value stays as it is, and so does any other text with "%". Text and result have at most 512 bytes in
-    /// the 8-bit code page; a longer one becomes empty. A null text is an empty one. S_OK; E_POINTER for a null result.
+    /// The text with the variables put in as they are now: names of the input and the output, index, date and time.
+    /// Keys count in any case; one that has no value stays as it is, and so does any other text with "%". Text and
+    /// result have at most 512 bytes in the 8-bit code page; a longer one becomes empty. A null text is an empty one.
+    /// S_OK; E_POINTER for a null result.
     STDMETHOD(Expand)(BSTR text, BSTR* result) PURE;
 };
 BV_INTERFACE_ID(IDynamicText, "31EA8AE3-62DF-47E7-8D82-7C65EB15A5BF")
@@ -483,8 +512,8 @@ static_assert(sizeof(FontInfo) == 332);
 struct IFontStringParser : IUnknown {
     /// Makes the node's value from a record, without a check and without the hooks of put_Value.
     STDMETHOD(PutFontInfo)(FontInfo* font) PURE;
-    /// Reads the node's value into a record. Fields that the text doesn't name stay as the caller filled them; a text is cut at
-    /// its field's size, and a size that is no number counts as 8.
+    /// Reads the node's value into a record. Fields that the text doesn't name stay as the caller filled them; a text
+    /// is cut at its field's size, and a size that is no number counts as 8.
     STDMETHOD(GetFontInfo)(FontInfo* font) PURE;
 };
 BV_INTERFACE_ID(IFontStringParser, "6BF2C055-C880-475D-9B0D-B2AC7918696C")
@@ -498,44 +527,72 @@ struct tagGUIDREG {
     LONG cbCount;  // how many of pExtrData are set
     BSTR pExtrData[10];
 };
+static_assert(sizeof(void*) != 4 ||
+              (sizeof(tagGUIDREG) == 64 && offsetof(tagGUIDREG, bstrName) == 16 && offsetof(tagGUIDREG, cbCount) == 20 &&
+               offsetof(tagGUIDREG, pExtrData) == 24));
+static_assert(sizeof(void*) != 4 ||
+              (sizeof(_AMMediaType) == 72 && offsetof(_AMMediaType, lSampleSize) == 40 &&
+               offsetof(_AMMediaType, formattype) == 44 && offsetof(_AMMediaType, pUnk) == 60 &&
+               offsetof(_AMMediaType, cbFormat) == 64 && offsetof(_AMMediaType, pbFormat) == 68));
 
 /// The components of one category of the application's registry tree.
 struct IBVMapper : IDispatch {
+    /// Reads the category's components, in the registry's order. The registry's status when the category can't be opened;
+    /// a component that can't be read is passed over.
     STDMETHOD(Init)(GUID* pCategory) PURE;
+    /// How many components were read.
     STDMETHOD(get_Count)(LONG* pVal) PURE;
+    /// The record at that index, from 0; it is the mapper's, and lives as long. E_INVALIDARG outside the list.
     STDMETHOD(get_Item)(LONG nID, tagGUIDREG** pRet) PURE;
 };
 BV_INTERFACE_ID(IBVMapper, "39DDB819-D74A-4E60-BEFF-216BCBC2CB48")
 
 /// The media framework's filters of one category, put in a value list.
 struct IBVFilterMapper : IDispatch {
+    /// Appends an entry for each filter of the category: the filter itself when it is a node, else a new object of
+    /// the class pItem that is given the filter. One that can't be made is passed over; S_OK also when there is none.
+    /// pItem may be null: nodes alone then.
     STDMETHOD(Init)(GUID* pCategory, GUID* pItem, IListOfValues* pDest) PURE;
 };
 BV_INTERFACE_ID(IBVFilterMapper, "F0E6D02D-08C5-4BDC-B08E-7E334F55516C")
 
 /// A media type as an object.
 struct IAMMediaType : IDispatch {
+    /// Keeps a deep copy. E_OUTOFMEMORY: the former one stays.
     STDMETHOD(SetMedia)(_AMMediaType* pValue) PURE;
+    /// A type of sound in words: "128 Kbits/s, 44100 Hz, Stereo". Empty where the format block is too short to be one.
     STDMETHOD(get_Description)(BSTR* pVal) PURE;
+    /// A deep copy; the caller frees its format block, releases its pUnk and frees the record, by CoTaskMemFree. Null
+    /// when there is no memory.
     STDMETHOD(GetMedia)(_AMMediaType** pRetMedia) PURE;
 };
 BV_INTERFACE_ID(IAMMediaType, "2A11ABD2-57C4-4E3D-8CD6-9349D973A726")
 
 /// The file and folder dialogs.
 struct IMediaSelecter : IDispatch {
+    /// Lets the user choose one or more input files, beginning in the folder of the last time. They are added to the
+    /// paths; S_OK also when the dialog is cancelled.
     STDMETHOD(Simple)() PURE;
+    /// How many paths were chosen.
     STDMETHOD(get_Count)(LONG* pVal) PURE;
+    /// The path at that index, from 0. E_INVALIDARG outside the list.
     STDMETHOD(get_Path)(LONG nID, BSTR* pVal) PURE;
+    /// Lets the user choose a folder, beginning with CurFolder. S_FALSE, and *pRet untouched: cancelled.
     STDMETHOD(SelectFolder)(BSTR CurFolder, BSTR* pRet) PURE;
+    /// Lets the user choose a file of cuts to be loaded; a name without an extension gets ".tlc". S_FALSE, and *pRet
+    /// untouched: cancelled.
     STDMETHOD(LoadTimelines)(BSTR* pRet) PURE;
+    /// The same for a file to be saved.
     STDMETHOD(SaveTimelines)(BSTR* pRet) PURE;
 };
 BV_INTERFACE_ID(IMediaSelecter, "FE7D78A5-0F63-4530-965E-15E453E16803")
 
-/// The job's two locks and its stop flag, shared by the host and the media object; made for several threads. bWork selects
-/// the lock: 0 the one, any other number the work lock. Both want Initialize before their use and Delete after it.
+/// The job's two locks and its stop flag, shared by the host and the media object; made for several threads. bWork
+/// selects the lock: 0 the one, any other number the work lock. Both want Initialize before their use and Delete
+/// after it.
 struct ICriticalSection : IDispatch {
-    /// Enters the lock, and waits until it is free. A thread may enter again what it holds. E_UNEXPECTED: not initialized.
+    /// Enters the lock, and waits until it is free. A thread may enter again what it holds. E_UNEXPECTED: not
+    /// initialized.
     STDMETHOD(Enter)(LONG bWork) PURE;
     /// To be called as often as Enter, by the same thread.
     STDMETHOD(Leave)(LONG bWork) PURE;
