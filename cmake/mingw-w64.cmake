@@ -1,0 +1,15 @@
+# Windows builds on Linux: mingw-w64 with posix threads, everything but the system's own libraries linked in. BV_MINGW is the
+# processor as the packages name it.
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_PROCESSOR ${BV_MINGW})
+set(CMAKE_C_COMPILER ${BV_MINGW}-w64-mingw32-gcc-posix)
+set(CMAKE_CXX_COMPILER ${BV_MINGW}-w64-mingw32-g++-posix)
+set(CMAKE_RC_COMPILER ${BV_MINGW}-w64-mingw32-windres)
+set(CMAKE_FIND_ROOT_PATH /usr/${BV_MINGW}-w64-mingw32)
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
+set(CMAKE_SHARED_LINKER_FLAGS_INIT "-static")
+set(CMAKE_MODULE_LINKER_FLAGS_INIT "-static")
