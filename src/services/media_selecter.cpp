@@ -14,7 +14,7 @@ namespace {
 constexpr char kOptionsKey[] = "Software\\Brenvaltide\\Brenvaltide2\\Options";
 constexpr char kFolderValue[] = "sel";
 constexpr char kTimelinesFilter[] = "Timelines config(*.tlc)|*.tlc;|All files(*.*)|*.*||";
-constexpr size_t kMaxPath = 255;   // characters of a chosen path
+constexpr size_t kLongestPath = 255;   // characters of a chosen path
 constexpr char kTimelinesExtension[] = ".tlc";
 
 /// The name with ".tlc" if it was typed without an extension.
@@ -40,7 +40,7 @@ public:
         // The dialog puts the name that was clicked last in front.
         if (names.size() > 1) std::swap(names.front(), names.back());
         for (const std::string& name : names)
-            if (Bstr path = ToBstr(name); path.View().size() <= kMaxPath)
+            if (Bstr path = ToBstr(name); path.View().size() <= kLongestPath)
                 std::ignore = TryAppend(paths_, std::move(path));
         char folder[MAX_PATH];
         if (names.front().size() < MAX_PATH) {

@@ -147,15 +147,16 @@ TEST_F(SearchTest, AWalkPassesANodeOnceThatHangsBelowItself) {
 
 /// ... or hold nodes by each other, as many as it likes.
 TEST_F(SearchTest, AChainOfAnyLengthIsNoHarm) {
-    Node chain;
-    for (int i = 0; i < (kInFull ? 30000 : 5000); ++i) {
-        Node above = CreateNode(clsid::PropertySimple);
-        if (i % 2 == 0 || !chain.get())
-            above.Put(Obj(chain.get()));
+    Node chain = CreateNode(clsid::PropertySimple), last = chain;
+    for (int i = 0; i < (kInFull ? 60000 : 10000); ++i) {
+        const Node below = CreateNode(clsid::PropertySimple);
+        if (i % 2 == 0)
+            last.Put(Obj(below.get()));
         else
-            above.As<IEnumProperties>()->AddObject(Text(L"child"), nullptr, chain.get());
-        chain = above;
+            last.As<IEnumProperties>()->AddObject(Text(L"child"), nullptr, below.get());
+        last = below;
     }
+    last = {};
     EXPECT_EQ(chain->Hide(1), S_OK);
     EXPECT_EQ(chain->put_Active(0), S_OK);
     EXPECT_FALSE(chain.Find(L"none"));

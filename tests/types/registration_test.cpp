@@ -38,7 +38,8 @@ std::wstring KeyOf(REFCLSID cls) { return L"CLSID\\" + TextOf(cls); }
 template <class Change>
 fs::path Copied(const char* folder, Change change) {
     std::ifstream original(BinFolder() / kModuleFile, std::ios::binary);
-    std::string bytes{std::istreambuf_iterator<char>(original), {}};
+    std::string bytes(fs::file_size(BinFolder() / kModuleFile), 0);
+    original.read(bytes.data(), std::streamsize(bytes.size()));
     change(bytes);
     const fs::path copy = TempFolder() / folder / kModuleFile;
     fs::create_directories(copy.parent_path());
