@@ -25,6 +25,8 @@ for candidate in wineserver /usr/lib/wine/wineserver64 /usr/lib/wine/wineserver;
     if command -v "$candidate" >/dev/null; then server=$candidate; break; fi
 done
 
+export LC_ALL=${BV_TEST_LOCALE:-C.UTF-8}
+
 mkdir -p "$(dirname "$WINEPREFIX")"
 (
     flock 9
@@ -49,5 +51,4 @@ export BV_PRIVATE_RUN=1
 export BV_TEST_DATA BV_TEST_TEMP
 BV_TEST_DATA=$(windows_path "$root/tests")
 BV_TEST_TEMP=$(windows_path "$state")
-export LC_ALL=${BV_TEST_LOCALE:-C.UTF-8}
 wine "$program" "$@" </dev/null
