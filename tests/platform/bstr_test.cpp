@@ -50,21 +50,4 @@ TEST(Bstr, NullIsAnEmptyText) {
     EXPECT_EQ(SysAllocStringLen(nullptr, 0xFFFFFFFF), nullptr);
 }
 
-TEST(Bstr, IsReplacedByATextThatMayLieInIt) {
-    BSTR text = SysAllocString(L"hello");
-    ASSERT_TRUE(SysReAllocString(&text, text + 2));
-    EXPECT_EQ(TextOf(text), L"llo");
-    ASSERT_TRUE(SysReAllocStringLen(&text, text + 1, 2));
-    EXPECT_EQ(TextOf(text), L"lo");
-    ASSERT_TRUE(SysReAllocStringLen(&text, nullptr, 4));
-    EXPECT_EQ(SysStringLen(text), 4u);
-    EXPECT_EQ(std::wstring(text, 2), L"lo");
-    SysFreeString(text);
-
-    text = nullptr;
-    ASSERT_TRUE(SysReAllocString(&text, L"new"));
-    EXPECT_EQ(TextOf(text), L"new");
-    SysFreeString(text);
-}
-
 }  // namespace

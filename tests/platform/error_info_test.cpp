@@ -54,34 +54,4 @@ TEST(ErrorInfo, BelongsToItsThread) {
     EXPECT_EQ(Take(), L"mine");
 }
 
-TEST(ErrorInfo, KeepsWhatIsSet) {
-    ICreateErrorInfo* made = nullptr;
-    ASSERT_EQ(CreateErrorInfo(&made), S_OK);
-    IErrorInfo* info = nullptr;
-    ASSERT_EQ(made->QueryInterface(IID_IErrorInfo, reinterpret_cast<void**>(&info)), S_OK);
-    BSTR text = nullptr;
-    EXPECT_EQ(info->GetSource(&text), S_OK);
-    EXPECT_EQ(text, nullptr) << "nothing is set at first";
-
-    const GUID id = {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
-    EXPECT_EQ(made->SetGUID(id), S_OK);
-    EXPECT_EQ(made->SetSource(const_cast<LPOLESTR>(L"BVProbe.Probe.1")), S_OK);
-    EXPECT_EQ(made->SetHelpFile(const_cast<LPOLESTR>(L"help")), S_OK);
-    EXPECT_EQ(made->SetHelpContext(7), S_OK);
-    GUID read = {};
-    EXPECT_EQ(info->GetGUID(&read), S_OK);
-    EXPECT_TRUE(IsEqualGUID(read, id));
-    EXPECT_EQ(info->GetSource(&text), S_OK);
-    EXPECT_STREQ(text, L"BVProbe.Probe.1");
-    SysFreeString(text);
-    EXPECT_EQ(info->GetHelpFile(&text), S_OK);
-    EXPECT_STREQ(text, L"help");
-    SysFreeString(text);
-    DWORD context = 0;
-    EXPECT_EQ(info->GetHelpContext(&context), S_OK);
-    EXPECT_EQ(context, 7u);
-    info->Release();
-    EXPECT_EQ(made->Release(), 0u);
-}
-
 }  // namespace

@@ -54,7 +54,8 @@ TEST_F(Registry, KeysAreFoundWithoutCaseAndKeepTheirFirstSpelling) {
     EXPECT_NE(Make(std::wstring(300, L'n').c_str()), ERROR_SUCCESS);
     EXPECT_EQ(Make(std::wstring(255, L'n').c_str()), ERROR_SUCCESS);
     char name[4] = {};
-    EXPECT_EQ(RegEnumKeyA(key, 1, name, 4), ERROR_MORE_DATA);
+    DWORD length = sizeof name;
+    EXPECT_EQ(RegEnumKeyExA(key, 1, name, &length, nullptr, nullptr, nullptr, nullptr), ERROR_MORE_DATA);
 }
 
 TEST_F(Registry, SubkeysComeInAlphabeticalOrderWithoutCase) {

@@ -5,7 +5,6 @@
 #include "minwinbase.h"
 
 #define INVALID_HANDLE_VALUE ((HANDLE)(LONG_PTR)-1)
-#define INVALID_FILE_SIZE ((DWORD)0xFFFFFFFF)
 #define INVALID_FILE_ATTRIBUTES ((DWORD)-1)
 
 #define GENERIC_READ 0x80000000u
@@ -67,8 +66,6 @@ BV_PLATFORM_API WINBOOL ReadFile(HANDLE hFile, LPVOID lpBuffer, DWORD nNumberOfB
                                  LPDWORD lpNumberOfBytesRead, LPOVERLAPPED lpOverlapped);
 BV_PLATFORM_API WINBOOL WriteFile(HANDLE hFile, LPCVOID lpBuffer, DWORD nNumberOfBytesToWrite,
                                   LPDWORD lpNumberOfBytesWritten, LPOVERLAPPED lpOverlapped);
-/// The low 32 bits of the size, the high ones in *lpFileSizeHigh (may be null). INVALID_FILE_SIZE on failure.
-BV_PLATFORM_API DWORD GetFileSize(HANDLE hFile, LPDWORD lpFileSizeHigh);
 BV_PLATFORM_API WINBOOL GetFileSizeEx(HANDLE hFile, PLARGE_INTEGER lpFileSize);
 
 BV_PLATFORM_API WINBOOL DeleteFileA(LPCSTR lpFileName);

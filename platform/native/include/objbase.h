@@ -62,8 +62,6 @@ BV_PLATFORM_API HRESULT CLSIDFromString(LPCOLESTR text, LPCLSID result);
 /// Writes that form, in upper case. Gives 39, its length with the NUL; 0, and nothing written, when size is
 /// less.
 BV_PLATFORM_API int StringFromGUID2(REFGUID id, LPOLESTR buffer, int size);
-/// The same as a new text, which the caller frees with CoTaskMemFree.
-BV_PLATFORM_API HRESULT StringFromCLSID(REFCLSID id, LPOLESTR* result);
 
 /// Memory that passes between components. Null: none left. A size of 0 gives a block that must be freed as
 /// well.

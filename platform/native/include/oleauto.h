@@ -12,10 +12,6 @@ extern "C" {
 BV_PLATFORM_API BSTR SysAllocString(const OLECHAR* text);
 BV_PLATFORM_API BSTR SysAllocStringLen(const OLECHAR* text, UINT length);
 BV_PLATFORM_API BSTR SysAllocStringByteLen(LPCSTR bytes, UINT length);
-/// Replaces *target by a copy of the text, which may lie in the old one, and frees the old one. False for no
-/// memory; the old text then stays.
-BV_PLATFORM_API INT SysReAllocString(BSTR* target, const OLECHAR* text);
-BV_PLATFORM_API INT SysReAllocStringLen(BSTR* target, const OLECHAR* text, UINT length);
 /// Null is allowed here and has the length 0.
 BV_PLATFORM_API void SysFreeString(BSTR text);
 BV_PLATFORM_API UINT SysStringLen(BSTR text);

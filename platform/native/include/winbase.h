@@ -1,4 +1,4 @@
-// Modules and their resources, threads, critical sections, interlocked operations, the last error.
+// Modules and their resources, critical sections, interlocked operations, the last error.
 #pragma once
 
 #include <pthread.h>
@@ -10,18 +10,12 @@ extern "C" {
 /// The calling thread's last error, a system error code. A call that succeeds leaves it alone.
 BV_PLATFORM_API DWORD GetLastError();
 BV_PLATFORM_API void SetLastError(DWORD error);
-
-BV_PLATFORM_API DWORD GetCurrentThreadId();
-BV_PLATFORM_API DWORD GetCurrentProcessId();
-BV_PLATFORM_API void Sleep(DWORD milliseconds);
 }
 
 // --- Modules ------------------------------------------------------------------------------------------
 
 #define DLL_PROCESS_DETACH 0
 #define DLL_PROCESS_ATTACH 1
-#define DLL_THREAD_ATTACH 2
-#define DLL_THREAD_DETACH 3
 #define LOAD_LIBRARY_AS_DATAFILE 0x00000002
 
 extern "C" {
@@ -34,7 +28,6 @@ BV_PLATFORM_API HMODULE LoadLibraryA(LPCSTR name);
 BV_PLATFORM_API HMODULE LoadLibraryW(LPCWSTR name);
 /// As LoadLibrary. file: null. flags: 0 or LOAD_LIBRARY_AS_DATAFILE, which makes no difference here.
 BV_PLATFORM_API HMODULE LoadLibraryExA(LPCSTR name, HANDLE file, DWORD flags);
-BV_PLATFORM_API HMODULE LoadLibraryExW(LPCWSTR name, HANDLE file, DWORD flags);
 /// FALSE with ERROR_MOD_NOT_FOUND for what is no loaded module. The last call unloads the module.
 BV_PLATFORM_API BOOL FreeLibrary(HMODULE module);
 /// The address of an exported operation, null with ERROR_PROC_NOT_FOUND.
@@ -91,28 +84,15 @@ BV_PLATFORM_API void InitializeCriticalSection(LPCRITICAL_SECTION section);
 /// The section must not be held.
 BV_PLATFORM_API void DeleteCriticalSection(LPCRITICAL_SECTION section);
 BV_PLATFORM_API void EnterCriticalSection(LPCRITICAL_SECTION section);
-/// FALSE, at once, when another thread holds the section.
-BV_PLATFORM_API BOOL TryEnterCriticalSection(LPCRITICAL_SECTION section);
 BV_PLATFORM_API void LeaveCriticalSection(LPCRITICAL_SECTION section);
 }
 
 // --- Interlocked operations: each is a full barrier ---------------------------------------------------
 
-/// These two give the new value.
+/// Both give the new value.
 inline LONG InterlockedIncrement(LONG volatile* value) {
     return __atomic_add_fetch(value, 1, __ATOMIC_SEQ_CST);
 }
 inline LONG InterlockedDecrement(LONG volatile* value) {
     return __atomic_sub_fetch(value, 1, __ATOMIC_SEQ_CST);
-}
-/// These three give the value before.
-inline LONG InterlockedExchangeAdd(LONG volatile* value, LONG summand) {
-    return __atomic_fetch_add(value, summand, __ATOMIC_SEQ_CST);
-}
-inline LONG InterlockedExchange(LONG volatile* value, LONG replacement) {
-    return __atomic_exchange_n(value, replacement, __ATOMIC_SEQ_CST);
-}
-inline LONG InterlockedCompareExchange(LONG volatile* value, LONG replacement, LONG expected) {
-    __atomic_compare_exchange_n(value, &expected, replacement, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST);
-    return expected;
 }

@@ -15,13 +15,9 @@ BV_PLATFORM_API void GetLocalTime(LPSYSTEMTIME lpSystemTime);
 /// ERROR_INVALID_FLAGS or ERROR_INSUFFICIENT_BUFFER.
 BV_PLATFORM_API int GetDateFormatA(LCID Locale, DWORD dwFlags, const SYSTEMTIME* lpDate, LPCSTR lpFormat,
                                    LPSTR lpDateStr, int cchDate);
-BV_PLATFORM_API int GetDateFormatW(LCID Locale, DWORD dwFlags, const SYSTEMTIME* lpDate, LPCWSTR lpFormat,
-                                   LPWSTR lpDateStr, int cchDate);
 
 /// The same for the time of day: h hh (12 hours), H HH (24 hours), m mm, s ss, t tt (A or AM, P or PM). A
 /// null picture is "h:mm:ss tt".
 BV_PLATFORM_API int GetTimeFormatA(LCID Locale, DWORD dwFlags, const SYSTEMTIME* lpTime, LPCSTR lpFormat,
                                    LPSTR lpTimeStr, int cchTime);
-BV_PLATFORM_API int GetTimeFormatW(LCID Locale, DWORD dwFlags, const SYSTEMTIME* lpTime, LPCWSTR lpFormat,
-                                   LPWSTR lpTimeStr, int cchTime);
 }

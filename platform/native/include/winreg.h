@@ -84,7 +84,6 @@ BV_PLATFORM_API LONG RegEnumKeyExA(HKEY key, DWORD index, LPSTR name, LPDWORD le
                                    LPSTR class_name, LPDWORD class_length, PFILETIME written);
 BV_PLATFORM_API LONG RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, LPDWORD length, LPDWORD reserved,
                                    LPWSTR class_name, LPDWORD class_length, PFILETIME written);
-BV_PLATFORM_API LONG RegEnumKeyA(HKEY key, DWORD index, LPSTR name, DWORD size);
 /// The name and the content of the value at that place; lengths and sizes as above.
 BV_PLATFORM_API LONG RegEnumValueA(HKEY key, DWORD index, LPSTR name, LPDWORD length, LPDWORD reserved,
                                    LPDWORD type, LPBYTE data, LPDWORD size);

@@ -39,28 +39,6 @@ BSTR SysAllocStringLen(const OLECHAR* text, UINT length) {
 
 BSTR SysAllocStringByteLen(LPCSTR bytes, UINT length) { return CopyOf(bytes, length); }
 
-INT SysReAllocString(BSTR* target, const OLECHAR* text) {
-    if (!target) return FALSE;
-    BSTR copy = SysAllocString(text);
-    if (text && !copy) return FALSE;
-    SysFreeString(*target);
-    *target = copy;
-    return TRUE;
-}
-
-INT SysReAllocStringLen(BSTR* target, const OLECHAR* text, UINT length) {
-    if (!target) return FALSE;
-    BSTR copy = SysAllocStringLen(text, length);
-    if (!copy) return FALSE;
-    if (!text && *target) {  // a change of length alone keeps the characters
-        const UINT kept = SysStringLen(*target) < length ? SysStringLen(*target) : length;
-        std::memcpy(copy, *target, kept * sizeof(OLECHAR));
-    }
-    SysFreeString(*target);
-    *target = copy;
-    return TRUE;
-}
-
 void SysFreeString(BSTR text) {
     if (text) std::free(HeadOf(text));
 }

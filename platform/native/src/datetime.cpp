@@ -21,17 +21,16 @@ constexpr int kFirstYear = 1601;
 constexpr int kLastYear = 30827;
 
 /// Text into the caller's buffer as far as it goes, counted to the end.
-template <typename Char>
 class Writer {
 public:
-    Writer(Char* buffer, int size) : buffer_(buffer), size_(static_cast<std::size_t>(size)) {}
+    Writer(char* buffer, int size) : buffer_(buffer), size_(static_cast<std::size_t>(size)) {}
 
-    void Put(Char c) {
+    void Put(char c) {
         if (used_ < size_) buffer_[used_] = c;
         ++used_;
     }
     void Put(std::string_view text) {
-        for (const char c : text) Put(static_cast<Char>(c));
+        for (const char c : text) Put(c);
     }
     void Number(int value, int least_digits) {
         char digits[8];
@@ -42,7 +41,7 @@ public:
     }
     /// Ends the text. What the call gives: its length with the NUL, or 0 for no room.
     int Finish() {
-        Put(Char{});
+        Put('\0');
         if (used_ > INT32_MAX || (size_ != 0 && used_ > size_)) {
             SetLastError(ERROR_INSUFFICIENT_BUFFER);
             return 0;
@@ -51,17 +50,17 @@ public:
     }
 
 private:
-    Char* buffer_;
+    char* buffer_;
     std::size_t size_;
     std::size_t used_ = 0;
 };
 
 /// Walks through a picture: quoted text and other characters go out, runs of a letter go to put(letter,
 /// length), which gives false for a letter that it has no meaning for.
-template <typename Char, typename PutField>
-int Fill(const Char* picture, Writer<Char> out, PutField put) {
+template <typename PutField>
+int Fill(const char* picture, Writer out, PutField put) {
     while (*picture) {
-        const Char c = *picture;
+        const char c = *picture;
         if (c == '\'') {
             ++picture;
             for (; *picture; ++picture) {
@@ -72,7 +71,7 @@ int Fill(const Char* picture, Writer<Char> out, PutField put) {
         }
         int length = 1;
         while (picture[length] == c) ++length;
-        if (c >= 0x80 || c < 0 || !put(out, static_cast<char>(c), length)) {
+        if (!put(out, c, length)) {
             for (int i = 0; i < length; ++i) out.Put(c);
         }
         picture += length;
@@ -101,8 +100,7 @@ SYSTEMTIME Now() {
     return now;
 }
 
-template <typename Char>
-int FormatDate(DWORD flags, const SYSTEMTIME& when, const Char* picture, Char* buffer, int size) {
+int FormatDate(DWORD flags, const SYSTEMTIME& when, const char* picture, char* buffer, int size) {
     const std::chrono::year_month_day date{std::chrono::year{when.wYear}, std::chrono::month{when.wMonth},
                                            std::chrono::day{when.wDay}};
     const bool valid = when.wYear >= kFirstYear && when.wYear <= kLastYear && date.ok();
@@ -110,7 +108,7 @@ int FormatDate(DWORD flags, const SYSTEMTIME& when, const Char* picture, Char* b
     const std::string_view weekday =
         kWeekdays[std::chrono::weekday{std::chrono::sys_days{date}}.c_encoding()];
     const std::string_view month = kMonths[when.wMonth - 1];
-    return Fill(picture, Writer<Char>(buffer, size), [&](Writer<Char>& out, char letter, int length) {
+    return Fill(picture, Writer(buffer, size), [&](Writer& out, char letter, int length) {
         switch (letter) {
             case 'd':
                 if (length > 2) {
@@ -138,11 +136,10 @@ int FormatDate(DWORD flags, const SYSTEMTIME& when, const Char* picture, Char* b
     });
 }
 
-template <typename Char>
-int FormatTime(DWORD flags, const SYSTEMTIME& when, const Char* picture, Char* buffer, int size) {
+int FormatTime(DWORD flags, const SYSTEMTIME& when, const char* picture, char* buffer, int size) {
     const bool valid = when.wHour < 24 && when.wMinute < 60 && when.wSecond < 60 && when.wMilliseconds < 1000;
     if (!CanFormat(flags, buffer, size, valid)) return 0;
-    return Fill(picture, Writer<Char>(buffer, size), [&](Writer<Char>& out, char letter, int length) {
+    return Fill(picture, Writer(buffer, size), [&](Writer& out, char letter, int length) {
         const int digits = length > 1 ? 2 : 1;
         switch (letter) {
             case 'h':
@@ -185,20 +182,8 @@ int GetDateFormatA(LCID, DWORD dwFlags, const SYSTEMTIME* lpDate, LPCSTR lpForma
                       cchDate);
 }
 
-int GetDateFormatW(LCID, DWORD dwFlags, const SYSTEMTIME* lpDate, LPCWSTR lpFormat, LPWSTR lpDateStr,
-                   int cchDate) {
-    return FormatDate(dwFlags, lpDate ? *lpDate : Now(), lpFormat ? lpFormat : L"M/d/yyyy", lpDateStr,
-                      cchDate);
-}
-
 int GetTimeFormatA(LCID, DWORD dwFlags, const SYSTEMTIME* lpTime, LPCSTR lpFormat, LPSTR lpTimeStr,
                    int cchTime) {
     return FormatTime(dwFlags, lpTime ? *lpTime : Now(), lpFormat ? lpFormat : "h:mm:ss tt", lpTimeStr,
-                      cchTime);
-}
-
-int GetTimeFormatW(LCID, DWORD dwFlags, const SYSTEMTIME* lpTime, LPCWSTR lpFormat, LPWSTR lpTimeStr,
-                   int cchTime) {
-    return FormatTime(dwFlags, lpTime ? *lpTime : Now(), lpFormat ? lpFormat : L"h:mm:ss tt", lpTimeStr,
                       cchTime);
 }

@@ -324,14 +324,6 @@ WINBOOL GetFileSizeEx(HANDLE hFile, PLARGE_INTEGER lpFileSize) {
     return TRUE;
 }
 
-DWORD GetFileSize(HANDLE hFile, LPDWORD lpFileSizeHigh) {
-    LARGE_INTEGER size;
-    if (!GetFileSizeEx(hFile, &size)) return INVALID_FILE_SIZE;
-    if (lpFileSizeHigh) *lpFileSizeHigh = static_cast<DWORD>(size.HighPart);
-    if (size.LowPart == INVALID_FILE_SIZE) SetLastError(NO_ERROR);
-    return size.LowPart;
-}
-
 WINBOOL DeleteFileA(LPCSTR lpFileName) {
     if (!lpFileName) return Fail(ERROR_PATH_NOT_FOUND);
     if (unlink(lpFileName) == 0) return TRUE;

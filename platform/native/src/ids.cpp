@@ -120,14 +120,6 @@ int StringFromGUID2(REFGUID id, LPOLESTR buffer, int size) {
     return kFormSize;
 }
 
-HRESULT StringFromCLSID(REFCLSID id, LPOLESTR* result) {
-    if (!result) return E_INVALIDARG;
-    *result = static_cast<LPOLESTR>(CoTaskMemAlloc(sizeof kForm));
-    if (!*result) return E_OUTOFMEMORY;
-    StringFromGUID2(id, *result, kFormSize);
-    return S_OK;
-}
-
 HRESULT ProgIDFromCLSID(REFCLSID class_id, LPOLESTR* result) try {
     if (!result) return E_INVALIDARG;
     *result = nullptr;

@@ -257,10 +257,6 @@ HMODULE LoadLibraryW(LPCWSTR name) {
 HMODULE LoadLibraryExA(LPCSTR name, HANDLE, DWORD) {
     return name ? Load(name, __builtin_return_address(0)) : Failed(ERROR_INVALID_PARAMETER, HMODULE());
 }
-HMODULE LoadLibraryExW(LPCWSTR name, HANDLE, DWORD) {
-    return name ? Load(ToUtf8(name), __builtin_return_address(0))
-                : Failed(ERROR_INVALID_PARAMETER, HMODULE());
-}
 
 BOOL FreeLibrary(HMODULE module) {
     void* handle = nullptr;

@@ -363,9 +363,6 @@ LONG RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, LPDWORD length, LPDWORD, 
                    PFILETIME written) {
     return EnumKey(key, index, name, length, written);
 }
-LONG RegEnumKeyA(HKEY key, DWORD index, LPSTR name, DWORD size) {
-    return EnumKey(key, index, name, &size, nullptr);
-}
 LONG RegEnumValueA(HKEY key, DWORD index, LPSTR name, LPDWORD length, LPDWORD, LPDWORD type, LPBYTE data,
                    LPDWORD size) {
     return EnumValue(key, index, name, length, type, data, size);

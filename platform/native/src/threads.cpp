@@ -1,10 +1,5 @@
-// Last error, threads, critical sections.
-#include <sys/syscall.h>
-#include <unistd.h>
+// Last error, critical sections.
 #include <windows.h>
-
-#include <cerrno>
-#include <ctime>
 
 namespace {
 thread_local DWORD last_error = ERROR_SUCCESS;
@@ -14,20 +9,6 @@ extern "C" {
 
 DWORD GetLastError() { return last_error; }
 void SetLastError(DWORD error) { last_error = error; }
-
-DWORD GetCurrentThreadId() {
-    static thread_local const DWORD id = static_cast<DWORD>(syscall(SYS_gettid));
-    return id;
-}
-
-DWORD GetCurrentProcessId() { return static_cast<DWORD>(getpid()); }
-
-void Sleep(DWORD milliseconds) {
-    timespec rest = {static_cast<time_t>(milliseconds / 1000),
-                     static_cast<long>(milliseconds % 1000) * 1000000};
-    while (nanosleep(&rest, &rest) != 0 && errno == EINTR) {
-    }
-}
 
 void InitializeCriticalSection(LPCRITICAL_SECTION section) {
     pthread_mutexattr_t attributes;
@@ -39,8 +20,5 @@ void InitializeCriticalSection(LPCRITICAL_SECTION section) {
 
 void DeleteCriticalSection(LPCRITICAL_SECTION section) { pthread_mutex_destroy(&section->mutex); }
 void EnterCriticalSection(LPCRITICAL_SECTION section) { pthread_mutex_lock(&section->mutex); }
-BOOL TryEnterCriticalSection(LPCRITICAL_SECTION section) {
-    return pthread_mutex_trylock(&section->mutex) == 0;
-}
 void LeaveCriticalSection(LPCRITICAL_SECTION section) { pthread_mutex_unlock(&section->mutex); }
 }
