@@ -17,65 +17,12 @@
 #include <filesystem>
 #include <string>
 
+#include "support/media.h"
 #include "support/memory_stream.h"
 
 namespace {
 
 constexpr double kNodes = 12;  // of a cut: ten elements and two units
-
-/// A host's media object, as far as cuts need it: the index of the job, and 25 frames a second.
-class Media final : public IMediaParser, public IMediaObject {
-public:
-    Media() {
-        CoCreateInstance(bv::clsid::Map, static_cast<IMediaParser*>(this), CLSCTX_INPROC_SERVER, bv::kIid<IUnknown>,
-                         reinterpret_cast<void**>(&map_));
-    }
-    ~Media() {
-        if (map_) map_->Release();
-    }
-    STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
-        *out = nullptr;
-        if (iid == bv::kIid<IMap>) return map_->QueryInterface(iid, out);
-        if (iid == bv::kIid<IMediaParser> || iid == bv::kIid<IUnknown> || iid == bv::kIid<IDispatch>)
-            *out = static_cast<IMediaParser*>(this);
-        else if (iid == bv::kIid<IMediaObject>)
-            *out = static_cast<IMediaObject*>(this);
-        else
-            return E_NOINTERFACE;
-        AddRef();
-        return S_OK;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
-    STDMETHODIMP_(ULONG) Release() override { return --references_; }
-    STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
-    STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
-    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
-    STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) override {
-        return E_NOTIMPL;
-    }
-    STDMETHODIMP get_Duration(LONGLONG* pVal) override { return Give(pVal, 1LL << 60); }
-    STDMETHODIMP get_TimePerFrame(LONGLONG* pVal) override { return Give(pVal, 400000LL); }
-    STDMETHODIMP get_StreamFlagA(int* pVal) override { return Give(pVal, 1); }
-    STDMETHODIMP get_StreamFlagB(int* pVal) override { return Give(pVal, 1); }
-    STDMETHODIMP get_IsStill(int* pVal) override { return Give(pVal, 0); }
-    STDMETHODIMP PreOpen(IUnknown*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_TitleInfo(BSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_CurrentFormat(IDispatch**) override { return E_NOTIMPL; }
-    STDMETHODIMP InitDefault() override { return S_OK; }
-    STDMETHODIMP Encoding(ICriticalSection*, LONG*) override { return E_NOTIMPL; }
-    STDMETHODIMP Stop() override { return S_OK; }
-    STDMETHODIMP GetOuputFileName(BSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP GetCurIndex(int*) override { return E_NOTIMPL; }
-
-private:
-    template <class T>
-    static HRESULT Give(T* out, T value) {
-        *out = value;
-        return S_OK;
-    }
-    ULONG references_ = 1;
-    IUnknown* map_ = nullptr;
-};
 
 void Put(IProperty* from, const wchar_t* name, LONG number, bool unit = false) {
     BSTR text = SysAllocString(name);
@@ -102,7 +49,8 @@ public:
                          reinterpret_cast<void**>(&node_));
         node_->QueryInterface(bv::kIid<ITimelines>, reinterpret_cast<void**>(&list_));
         node_->QueryInterface(bv::kIid<ISettingsWriter>, reinterpret_cast<void**>(&writer_));
-        node_->put_MediaObject(static_cast<IMediaParser*>(&media_));
+        media_.duration = 1LL << 60;
+        node_->put_MediaObject(media_.dispatch());
     }
     Cuts(const Cuts&) = delete;
     ~Cuts() {
@@ -152,7 +100,7 @@ private:
         if ((list_->*operation)(text) != S_OK) std::abort();
         SysFreeString(text);
     }
-    Media media_;
+    bv::test::MediaDouble media_;
     IProperty* node_ = nullptr;
     ITimelines* list_ = nullptr;
     ISettingsWriter* writer_ = nullptr;

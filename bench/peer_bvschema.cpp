@@ -86,7 +86,8 @@ IProperty* Build() {
     }
     for (IEnumProperties* list : children)
         if (list) list->Release();
-    return root.Detach();
+    root->AddRef();
+    return root.get();
 }
 
 struct BvSchema {

@@ -11,44 +11,18 @@
 #include <string>
 
 #include "support/memory_stream.h"
+#include "support/ref.h"
 
 namespace bv::bench {
 
 using test::MemoryStream;
+using test::Ref;
 
 inline void Need(bool ok, const char* what) {
     if (ok) return;
     std::fprintf(stderr, "failed: %s\n", what);
     std::exit(1);
 }
-
-template <class T>
-class Ref {
-public:
-    Ref() = default;
-    Ref(const Ref&) = delete;
-    Ref& operator=(const Ref&) = delete;
-    ~Ref() { Reset(); }
-    void Reset() {
-        if (pointer_) pointer_->Release();
-        pointer_ = nullptr;
-    }
-    T** Put() {
-        Reset();
-        return &pointer_;
-    }
-    void** PutVoid() { return reinterpret_cast<void**>(Put()); }
-    T* get() const { return pointer_; }
-    T* operator->() const { return pointer_; }
-    T* Detach() {
-        T* pointer = pointer_;
-        pointer_ = nullptr;
-        return pointer;
-    }
-
-private:
-    T* pointer_ = nullptr;
-};
 
 template <class I>
 void Create(REFCLSID cls, Ref<I>& out) {

@@ -8,6 +8,7 @@
 #include "com/object.h"
 #include "com/variant.h"
 #include "host.h"
+#include "support/media.h"
 
 namespace {
 
@@ -34,13 +35,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static const bv::Bstr first_name(first.wstring()), second_name(second.wstring());
     std::ofstream(first, std::ios::binary).write(reinterpret_cast<const char*>(data), std::streamsize(size));
 
-    fuzz::Media media;
+    bv::test::MediaDouble media;
     const auto node = bv::Create<IProperty>(bv::clsid::PropertyTimelines);
-    node->put_MediaObject(static_cast<IMediaParser*>(&media));
+    node->put_MediaObject(media.dispatch());
     const auto list = node.As<ITimelines>();
     if (list->Load(first_name.get()) == S_OK) {
         LONGLONG duration = 0;
-        bv::ComPtr<IMap> map = bv::Query<IMap>(static_cast<IMediaParser*>(&media));
+        const bv::test::Ref<IMap> map = media.map();
         map->InsertProperty(node.get());
         std::ignore = list->get_ActiveDuration(&duration);
         // What a first save can't keep, such as an overlong text, it has left out: from then on nothing

@@ -1,5 +1,6 @@
 // A DVD's record with any counts, and choices of any content: 1 byte of files, then for each 2 bytes of
 // counts and flags, then the text of the choices.
+#include <climits>
 #include <cstdint>
 #include <cstring>
 #include <memory>

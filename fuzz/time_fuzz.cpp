@@ -7,14 +7,15 @@
 #include "com/variant.h"
 #include "host.h"
 #include "media/frame_time.h"
+#include "support/media.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::StartServer();
     if (size < 13) return 0;
-    static fuzz::Media media;
+    static bv::test::MediaDouble media;
     static const auto cut = [] {
         auto timeline = bv::Create<IProperty>(bv::clsid::PropertyTimeline);
-        timeline->SetMediaObject(static_cast<IMediaParser*>(&media));
+        timeline->SetMediaObject(media.dispatch());
         return timeline;
     }();
     LONG frame = 0;

@@ -256,6 +256,7 @@ std::string Json(const std::wstring& text) {
 }
 
 std::string Json(const Value& value) {
+    if (IsWhole(value.kind())) return Utf8(value.AsText());
     char text[40];
     switch (value.kind()) {
         case VT_EMPTY:
@@ -265,19 +266,6 @@ std::string Json(const Value& value) {
             return "null";
         case VT_BOOL:
             return value.get().boolVal ? "true" : "false";
-        case VT_I1:
-        case VT_I2:
-        case VT_I4:
-        case VT_I8:
-        case VT_INT:
-        case VT_UI1:
-        case VT_UI2:
-        case VT_UI4:
-        case VT_UINT: {
-            Value number;
-            if (FAILED(value.ChangeTo(VT_I8, &number))) break;
-            return std::to_string(number.get().llVal);
-        }
         case VT_R4:
         case VT_R8: {
             Value number;

@@ -183,31 +183,12 @@ void WriteWhole(const std::filesystem::path& file, std::string_view bytes) {
 }
 
 std::optional<Value> Restored(const Element::Stored& stored) {
-    switch (stored.kind) {
-        case VT_I1:
-        case VT_I2:
-        case VT_I4:
-        case VT_I8:
-        case VT_INT:
-        case VT_UI1:
-        case VT_UI2:
-        case VT_UI4:
-        case VT_UI8:
-        case VT_UINT:
-        case VT_R4:
-        case VT_R8:
-        case VT_BOOL:
-        case VT_BSTR:
-        case VT_CY:
-        case VT_DATE:
-        case VT_DECIMAL: {
-            Value value;
-            if (FAILED(Value::Of(stored.text).ChangeTo(stored.kind, &value))) return {};
-            return value;
-        }
-        default:
-            return {};  // objects, references, kinds that have no text
-    }
+    const VARTYPE kind = stored.kind;
+    // Not objects, references and kinds that have no text.
+    if (!IsWhole(kind) && !(kind >= VT_R4 && kind <= VT_BSTR) && kind != VT_BOOL && kind != VT_DECIMAL) return {};
+    Value value;
+    if (FAILED(Value::Of(stored.text).ChangeTo(kind, &value))) return {};
+    return value;
 }
 
 }  // namespace host

@@ -5,8 +5,8 @@
 #include <optional>
 
 #include "services/dialogs.h"
+#include "support/doubles.h"
 #include "support/environment.h"
-#include "support/node.h"
 #include "support/registry.h"
 
 namespace bv {
@@ -241,22 +241,8 @@ TEST_F(DialogTest, AnOpenDialogStartsFromAFileThatIsThere) {
 }
 
 /// A format, as the job's root shows it to the output file's dialog.
-class Format final : public IOutputFormatInfo {
+class Format final : public Fake<IOutputFormatInfo> {
 public:
-    STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
-        *out = nullptr;
-        if (iid != kIid<IUnknown> && iid != kIid<IDispatch> && iid != kIid<IOutputFormatInfo>) return E_NOINTERFACE;
-        *out = this;
-        return S_OK;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return 2; }
-    STDMETHODIMP_(ULONG) Release() override { return 1; }
-    STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
-    STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
-    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
-    STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) override {
-        return E_NOTIMPL;
-    }
     STDMETHODIMP GetFormatInfo(BSTR* name, BSTR* extension) override {
         *name = SysAllocString(L"Video N");
         *extension = SysAllocString(L".vid");

@@ -293,46 +293,6 @@ bool ModuleCanGo(const wchar_t* file) {
     return ask && ask() == S_OK;
 }
 
-// --- Media object ---
-
-FakeMedia::FakeMedia() {
-    CoCreateInstance(clsid::Map, static_cast<IMediaParser*>(this), CLSCTX_INPROC_SERVER, kIid<IUnknown>,
-                     reinterpret_cast<void**>(&map_));
-}
-
-FakeMedia::~FakeMedia() {
-    if (map_) map_->Release();
-    EXPECT_EQ(references_, 1u) << "references on the media object";
-}
-
-Ref<IMap> FakeMedia::map() {
-    Ref<IMap> map;
-    map_->QueryInterface(kIid<IMap>, map.PutVoid());
-    return map;
-}
-
-STDMETHODIMP FakeMedia::QueryInterface(REFIID iid, void** out) {
-    *out = nullptr;
-    if (iid == kIid<IUnknown> || iid == kIid<IDispatch>)
-        *out = static_cast<IMediaParser*>(this);
-    else if (iid == kIid<IMediaParser> && has_parser)
-        *out = static_cast<IMediaParser*>(this);
-    else if (iid == kIid<IMediaFilesHost> && files)
-        *out = static_cast<IMediaFilesHost*>(this);
-    else if (iid == kIid<IMediaObject> && has_media_object)
-        *out = static_cast<IMediaObject*>(this);
-    else if (iid == kIid<IMediaFiles>)
-        return files ? files->QueryInterface(iid, out) : E_NOINTERFACE;
-    else if (iid == kIid<IProperty>)
-        return root ? root->QueryInterface(iid, out) : E_NOINTERFACE;
-    else if (iid == kIid<IMap>)
-        return has_map && map_ ? map_->QueryInterface(iid, out) : E_NOINTERFACE;
-    else
-        return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-}
-
 // --- Class objects ---
 
 ClassDouble::ClassDouble(REFCLSID cls, Maker maker) : maker_(std::move(maker)) {

@@ -3,7 +3,6 @@
 
 #include <gmock/gmock.h>
 
-#include <atomic>
 #include <functional>
 #include <map>
 #include <string>
@@ -12,45 +11,11 @@
 
 #include <bvschema/bvschema.h>
 
+#include "support/media.h"
 #include "support/memory_stream.h"
+#include "support/ref.h"
 
 namespace bv::test {
-
-/// A counted reference, as a host would write one.
-template <class T>
-class Ref {
-public:
-    Ref() = default;
-    Ref(T* pointer) : pointer_(pointer) {  // NOLINT
-        if (pointer_) pointer_->AddRef();
-    }
-    Ref(const Ref& other) : Ref(other.pointer_) {}
-    Ref(Ref&& other) noexcept : pointer_(std::exchange(other.pointer_, nullptr)) {}
-    ~Ref() {
-        if (pointer_) pointer_->Release();
-    }
-    Ref& operator=(Ref other) noexcept {
-        std::swap(pointer_, other.pointer_);
-        return *this;
-    }
-    T* get() const { return pointer_; }
-    T* operator->() const { return pointer_; }
-    explicit operator bool() const { return pointer_ != nullptr; }
-    T** Put() {
-        *this = Ref();
-        return &pointer_;
-    }
-    void** PutVoid() { return reinterpret_cast<void**>(Put()); }
-    template <class I>
-    Ref<I> As() const {
-        Ref<I> result;
-        if (pointer_ && FAILED(pointer_->QueryInterface(kIid<I>, result.PutVoid()))) return {};
-        return result;
-    }
-
-private:
-    T* pointer_ = nullptr;
-};
 
 /// A VARIANT of a test, freed at its end. Literals say their kind: I4(1), I2(1), Str(L"x"), R8(1.5), Obj(node).
 class Value {
@@ -182,57 +147,10 @@ public:
     ~NothingLeft() { EXPECT_TRUE(ModuleCanGo()) << "an object outlives the test"; }
 };
 
-/// A media object that aggregates a Map, and stands for the job whose root it was given.
-class FakeMedia final : public IMediaParser, public IMediaFilesHost, public IMediaObject {
+/// The media object of a test, which nobody may hold at its end.
+class FakeMedia final : public MediaDouble {
 public:
-    FakeMedia();
-    ~FakeMedia();
-    FakeMedia(const FakeMedia&) = delete;
-
-    LONGLONG duration = 100000000;       // 10 s
-    LONGLONG time_per_frame = 400000;    // 25 frames a second
-    int flag_a = 1, flag_b = 1, still = 0;
-    std::wstring output_name = L"out.avi";
-    int index = 3;
-    IProperty* root = nullptr;           // what it answers IProperty with
-    IUnknown* files = nullptr;           // what it answers IMediaFiles with
-    bool has_map = true, has_parser = true, has_media_object = true;
-
-    IDispatch* dispatch() { return static_cast<IMediaParser*>(this); }
-    Ref<IMap> map();
-    ULONG references() const { return references_; }
-
-    STDMETHODIMP QueryInterface(REFIID iid, void** out) override;
-    STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
-    STDMETHODIMP_(ULONG) Release() override { return --references_; }
-    STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
-    STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
-    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
-    STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) override {
-        return E_NOTIMPL;
-    }
-    STDMETHODIMP get_Duration(LONGLONG* pVal) override { return Give(pVal, duration); }
-    STDMETHODIMP get_TimePerFrame(LONGLONG* pVal) override { return Give(pVal, time_per_frame); }
-    STDMETHODIMP get_StreamFlagA(int* pVal) override { return Give(pVal, flag_a); }
-    STDMETHODIMP get_StreamFlagB(int* pVal) override { return Give(pVal, flag_b); }
-    STDMETHODIMP get_IsStill(int* pVal) override { return Give(pVal, still); }
-    STDMETHODIMP PreOpen(IUnknown*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_TitleInfo(BSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_CurrentFormat(IDispatch**) override { return E_NOTIMPL; }
-    STDMETHODIMP InitDefault() override { return S_OK; }
-    STDMETHODIMP Encoding(ICriticalSection*, LONG*) override { return E_NOTIMPL; }
-    STDMETHODIMP Stop() override { return S_OK; }
-    STDMETHODIMP GetOuputFileName(BSTR* pVal) override { return Give(pVal, SysAllocString(output_name.c_str())); }
-    STDMETHODIMP GetCurIndex(int* pVal) override { return Give(pVal, index); }
-
-private:
-    template <class T>
-    static HRESULT Give(T* out, T value) {
-        *out = value;
-        return S_OK;
-    }
-    ULONG references_ = 1;
-    IUnknown* map_ = nullptr;  // the inner object of the aggregated Map
+    ~FakeMedia() { EXPECT_EQ(references(), 1u) << "references on the media object"; }
 };
 
 /// A job as a host makes it: root created by class id, media object given. Fails if an object outlives the test.

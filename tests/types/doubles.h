@@ -7,7 +7,7 @@
 #include <sstream>
 #include <string>
 
-#include "support/node.h"
+#include "support/doubles.h"
 
 namespace bv::test {
 
@@ -69,30 +69,9 @@ inline void Fill(GUID* place) { *place = clsid::Map; }
 
 /// The part of every double that isn't the interface's own.
 template <class I>
-class Double : public I {
+class Double : public Fake<I> {
 public:
     Record record;
-    LONG references = 1;
-
-    virtual ~Double() = default;
-    STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
-        if (!out) return E_POINTER;
-        *out = nullptr;
-        if (iid == kIid<IUnknown> || iid == kIid<IDispatch> || iid == kIid<I>)
-            *out = static_cast<I*>(this);
-        else
-            return E_NOINTERFACE;
-        AddRef();
-        return S_OK;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ULONG(++references); }
-    STDMETHODIMP_(ULONG) Release() override { return ULONG(--references); }
-    STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
-    STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
-    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
-    STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) override {
-        return E_NOTIMPL;
-    }
 
 protected:
     template <class... Args>

@@ -75,14 +75,14 @@ TEST_F(InvokeTest, AsksObjectsForTheInterfaceWanted) {
         {"null", Null(), false, ""},
         {"left out", Missing(), false, ""},
     };
-    const LONG references = property.references;
+    const ULONG references = property.references();
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         map.record.last.clear();
         EXPECT_EQ(SUCCEEDED(Get(1, {Str(L"a"), c.parent}).On(map_type.get(), &map).status), c.passed);
         EXPECT_EQ(map.record.last, c.call);
     }
-    EXPECT_EQ(property.references, references);
+    EXPECT_EQ(property.references(), references);
 }
 
 TEST_F(InvokeTest, PlacesNamedAndUnnamedArguments) {
@@ -136,7 +136,7 @@ TEST_F(InvokeTest, FindsAnOperationByIdAndKind) {
     };
     for (const Case& c : cases)
         EXPECT_EQ((LateCall{c.id, c.flags, {}, {}}.On(property_type.get(), &property).status), c.status) << c.id;
-    EXPECT_EQ(property.references, 1);
+    EXPECT_EQ(property.references(), 1u);
 }
 
 TEST_F(InvokeTest, GivesResultsAndPassesReferences) {
@@ -145,11 +145,11 @@ TEST_F(InvokeTest, GivesResultsAndPassesReferences) {
     EXPECT_EQ(Get(0x7D2).On(property_type.get(), &property).result, Str(L"given"));
     EXPECT_EQ(Get(0x1A).On(property_type.get(), &property).result, I4(77)) << "int is VT_I4";
     EXPECT_EQ(Method(8, {Str(L"a")}).On(property_type.get(), &property).result, Obj(&property));
-    EXPECT_EQ(property.references, 1);
+    EXPECT_EQ(property.references(), 1u);
     LateCall unwanted = Method(8, {Str(L"a")});
     unwanted.wants_result = false;
     EXPECT_EQ(unwanted.On(property_type.get(), &property).status, S_OK);
-    EXPECT_EQ(property.references, 1) << "a result that nobody wants is released";
+    EXPECT_EQ(property.references(), 1u) << "a result that nobody wants is released";
 
     // Nothing found: what comes back is empty, and the call went well.
     property.record.status = S_FALSE;
