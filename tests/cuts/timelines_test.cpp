@@ -181,11 +181,7 @@ TEST_F(TimelinesTest, ActiveDurationStaysInItsRange) {
 TEST_F(TimelinesTest, ActiveDurationTellsWhatItMisses) {
     LONGLONG duration = 33;
     const auto expect = [&](HRESULT status, const wchar_t* text) {
-        SetErrorInfo(0, nullptr);
-        EXPECT_EQ(cuts->get_ActiveDuration(&duration), status);
-        const Refusal refusal = TakeRefusal();
-        EXPECT_EQ(refusal.text, text);
-        EXPECT_EQ(refusal.source, L"BVSchema.Timelines.1");
+        ExpectRaised([&] { return cuts->get_ActiveDuration(&duration); }, text, L"BVSchema.Timelines.1", status);
         EXPECT_EQ(duration, 33);
     };
     media.has_parser = false;

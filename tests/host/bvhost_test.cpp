@@ -19,6 +19,19 @@ protected:
     static Outcome Run(const std::string& arguments, const std::string& before = "") {
         return RunBvhost(arguments, "", before);
     }
+    struct Case {
+        std::string arguments;
+        int exit_code;
+        std::string text;  // what stands somewhere in what it prints
+    };
+    static void Check(std::initializer_list<Case> cases) {
+        for (const Case& c : cases) {
+            SCOPED_TRACE(c.arguments);
+            const Outcome outcome = Run(c.arguments);
+            EXPECT_EQ(outcome.exit_code, c.exit_code);
+            EXPECT_THAT(outcome.text, HasSubstr(c.text));
+        }
+    }
     static std::string File(const char* name) { return '"' + (TempFolder() / name).string() + '"'; }
     static std::string Clip() {
         return '"' + (DataFolder().parent_path() / "samples/media/clip.mp4").make_preferred().string() + '"';
@@ -64,31 +77,21 @@ TEST_F(BvhostTest, CutsGoThroughFilesAndJobs) {
     EXPECT_EQ(Run("cuts list " + file + of_clip).text, made.text);
     EXPECT_THAT(Run("cuts list " + file).text, HasSubstr("2  37     75   Length: 38 frm  Use global settings\n"));
 
-    struct Case {
-        std::string arguments;
-        const char* text;
-    };
-    const Case refused[] = {
-        {"cuts add " + file + " 0-1 30-20", "bvhost: cut 30-20: Start point should be less than End point!\n"},
-        {"cuts add " + file + " 5--10", "bvhost: cut 5--10: This value cannot be negative.\n"},
-        {"cuts add " + file + " 0:0:1-9" + of_clip, "The time value is wrong. Please use: hh:mm:ss.nn\n"},
-        {"cuts add " + file + " 0:0:1.0-99", "Couldn't find parser. Times need the clip: --input FILE\n"},
-        {"cuts add " + file + " 1.5-9", "\"1.5\" is neither a frame nor a time\n"},
-        {"cuts add " + file + " 0-99999999999", "is neither a frame nor a time\n"},
-        {"cuts add " + file + " 12", "a cut is START-END, in frames or times, not \"12\"\n"},
-        {"cuts remove " + file + " 1 3", "there is no cut 3; the file has 2\n"},
-        {"cuts save " + file, "takes a job: --from or --input\n"},
-        {"cuts list " + File("gone.tlc"), "gone.tlc: Couldn't load config.\n"},
-        {"cuts save \"" + TempFolder().string() + '"' + of_clip, ": Couldn't create file.\n"},
-        {"job --cut 0-1", "there is no input to cut\n"},
-    };
-    for (const Case& c : refused) {
-        SCOPED_TRACE(c.arguments);
-        const Outcome outcome = Run(c.arguments);
-        EXPECT_EQ(outcome.exit_code, 1);
-        EXPECT_THAT(outcome.text, HasSubstr(c.text));
-        EXPECT_EQ(ReadAll(TempFolder() / "cuts.tlc"), kept);
-    }
+    Check({
+        {"cuts add " + file + " 0-1 30-20", 1, "bvhost: cut 30-20: Start point should be less than End point!\n"},
+        {"cuts add " + file + " 5--10", 1, "bvhost: cut 5--10: This value cannot be negative.\n"},
+        {"cuts add " + file + " 0:0:1-9" + of_clip, 1, "The time value is wrong. Please use: hh:mm:ss.nn\n"},
+        {"cuts add " + file + " 0:0:1.0-99", 1, "Couldn't find parser. Times need the clip: --input FILE\n"},
+        {"cuts add " + file + " 1.5-9", 1, "\"1.5\" is neither a frame nor a time\n"},
+        {"cuts add " + file + " 0-99999999999", 1, "is neither a frame nor a time\n"},
+        {"cuts add " + file + " 12", 1, "a cut is START-END, in frames or times, not \"12\"\n"},
+        {"cuts remove " + file + " 1 3", 1, "there is no cut 3; the file has 2\n"},
+        {"cuts save " + file, 1, "takes a job: --from or --input\n"},
+        {"cuts list " + File("gone.tlc"), 1, "gone.tlc: Couldn't load config.\n"},
+        {"cuts save \"" + TempFolder().string() + '"' + of_clip, 1, ": Couldn't create file.\n"},
+        {"job --cut 0-1", 1, "there is no input to cut\n"},
+    });
+    EXPECT_EQ(ReadAll(TempFolder() / "cuts.tlc"), kept);
 
     // The same cuts given to a job, or taken from the file into one: inside of its input.
     const Outcome job = Run("job" + of_clip + " --cut 0-25 --cut 0:00:01.500-0:00:03.000 --output " + File("job.xml"));
@@ -132,12 +135,7 @@ TEST_F(BvhostTest, SaysWhatIsWrongInOneLine) {
     WriteAll(TempFolder() / "entity.xml", "<Main>\n<Mode value='&bomb;' type='8'>\n</Mode>\n</Main>\n");
     WriteAll(TempFolder() / "deep.xml", deep);
     WriteAll(TempFolder() / "other.xml", "<Timeline>\n</Timeline>\n");
-    struct Case {
-        std::string arguments;
-        int exit_code;
-        const char* text;
-    };
-    const Case cases[] = {
+    Check({
         {"job --set SplitLength=-5 --output " + File("none.xml"), 1,
          "bvhost: SplitLength=-5: This value cannot be negative.\n"},
         {"job --set Mod=Single", 1, "bvhost: there is no setting \"Mod\", did you mean \"Mode\"?\n"},
@@ -160,13 +158,7 @@ TEST_F(BvhostTest, SaysWhatIsWrongInOneLine) {
         {"expand " + wide, 1, "bvhost: the text is too long"},
         {"expand --set FORMAT=1 x", 1, "bvhost: there is no setting \"FORMAT\""},
         {"tree --nonsense", 2, "--nonsense"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.arguments);
-        const Outcome outcome = Run(c.arguments);
-        EXPECT_EQ(outcome.exit_code, c.exit_code);
-        EXPECT_THAT(outcome.text, HasSubstr(c.text));
-    }
+    });
     EXPECT_FALSE(fs::exists(TempFolder() / "none.xml"));
 }
 
@@ -225,53 +217,32 @@ TEST_F(BvhostTest, ShowsHiddenNodesOnlyWhenAsked) {
 }
 
 TEST_F(BvhostTest, PicksByDialog) {
-    struct Case {
-        const char* arguments;
-        int exit_code;
-        const char* text;
-    };
-    const Case cases[] = {  // without a display each dialog is cancelled
+    Check({  // without a display each dialog is cancelled
         {"pick Mode", 1, "bvhost: Mode has no dialog\n"},
         {"pick Mod", 1, "bvhost: there is no setting \"Mod\", did you mean \"Mode\"?\n"},
         {"pick DestinationPath", 0, "DestinationPath: cancelled, or no dialog could be shown\n"},
         {"pick OutputMediaName --output -", 0, "<Main>\n"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.arguments);
-        const Outcome outcome = Run(c.arguments);
-        EXPECT_EQ(outcome.exit_code, c.exit_code);
-        EXPECT_EQ(outcome.text.substr(0, std::strlen(c.text)), c.text);
-    }
+    });
 }
 
 TEST_F(BvhostTest, ExpandsTextsAndReadsFonts) {
     const std::string given = "expand --input " + Clip() + " --duration 3 ";
-    struct Case {
-        std::string arguments;
-        const char* text;
-    };
-    const Case cases[] = {
-        {given + "--index 7 --set FORMAT_i=%04d \"%sf|%s|%i|%%|%x\"", "clip.mp4|clip|0007|%%|%x\n"},
-        {given + "--set OutputMediaName=out.b.avi \"%OF|%o\"", "out.b.avi|out.b\n"},
-        {given + "--set Mode=Multiply --set FileNamePattern=new-{SOURCE_FILE_NAME} --format png \"%of|%o\"",
+    Check({
+        {given + "--index 7 --set FORMAT_i=%04d \"%sf|%s|%i|%%|%x\"", 0, "clip.mp4|clip|0007|%%|%x\n"},
+        {given + "--set OutputMediaName=out.b.avi \"%OF|%o\"", 0, "out.b.avi|out.b\n"},
+        {given + "--set Mode=Multiply --set FileNamePattern=new-{SOURCE_FILE_NAME} --format png \"%of|%o\"", 0,
          "new-clip.png|new-clip\n"},
-        {"expand \"%s %i\"", "%s 00\n"},
-        {"expand \"%s %i\"", "bvhost: note: %s stays: no input; --input names one\n"},
-        {"expand", "%i        Index                     00\n"},
-        {"font", "As text     FONT=Tahoma;STYLE=Regular;SIZE=10;U=OFF;S=OFF;CHARSET=Default;\n"},
-        {"font \"font=Arial;size=12pt;U=on;junk\"",
+        {"expand \"%s %i\"", 0, "%s 00\n"},
+        {"expand \"%s %i\"", 0, "bvhost: note: %s stays: no input; --input names one\n"},
+        {"expand", 0, "%i        Index                     00\n"},
+        {"font", 0, "As text     FONT=Tahoma;STYLE=Regular;SIZE=10;U=OFF;S=OFF;CHARSET=Default;\n"},
+        {"font \"font=Arial;size=12pt;U=on;junk\"", 0,
          "Size        12\nUnderline   on\nStrikeout   off  (by default)\nCharset     Default  (by default)\n"
          "As text     FONT=Arial;STYLE=Regular;SIZE=12;U=ON;S=OFF;CHARSET=Default;\n"},
-        {"font \"font=Arial;junk\"", "bvhost: note: \"junk\" is no item of a font and is left out\n"},
-        {"font FONT=" + std::string(600, 'x'), "bvhost: note: nothing of the string counts"},
-        {"tree --format .PNG", "  ├─ Image  "},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.arguments);
-        const Outcome outcome = Run(c.arguments);
-        EXPECT_EQ(outcome.exit_code, 0);
-        EXPECT_THAT(outcome.text, HasSubstr(c.text));
-    }
+        {"font \"font=Arial;junk\"", 0, "bvhost: note: \"junk\" is no item of a font and is left out\n"},
+        {"font FONT=" + std::string(600, 'x'), 0, "bvhost: note: nothing of the string counts"},
+        {"tree --format .PNG", 0, "  ├─ Image  "},
+    });
 }
 
 TEST_F(BvhostTest, TellsOfLongPathsThatTheFileCantHold) {
@@ -296,29 +267,18 @@ TEST_F(BvhostTest, SaysHowToRegisterWhatIsNotRegistered) {
 
 TEST_F(BvhostTest, CallsByNameWhatTheTypeLibraryTells) {
     EXPECT_EQ(Run("types").text, ReadAll(DataFolder() / "golden/types.txt")) << "on every platform";
-    struct Case {
-        const char* arguments;
-        int exit_code;
-        const char* text;
-    };
-    const Case cases[] = {
-        {"Mode.Value", 0, "32-bit number 1\n"},
-        {"Mode.value 2", 0, "nothing\n"},
-        {"Mode.FindProperty splitlength", 0, "node SplitLength\n"},
-        {"Mode.FindProperty None", 0, "no object\n"},
-        {"SplitLength.Value -5", 1, "bvhost: This value cannot be negative. (BVSchema.Property.1)\n"},
-        {"SplitLength.ShowDialog", 1, "bvhost: "},
-        {"SplitLength.Nonsense", 1, "bvhost: a node has no operation Nonsense\n"},
-        {"SplitLength.Hide many", 1, "bvhost: the call is refused: a value of another kind is needed\n"},
-        {"SplitLength.Hide", 1, "bvhost: the call is refused: another number of arguments is needed\n"},
-        {"SplitLength", 1, "bvhost: what is called is written NAME.Operation\n"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.arguments);
-        const Outcome outcome = Run(std::string("call ") + c.arguments);
-        EXPECT_EQ(outcome.exit_code, c.exit_code);
-        EXPECT_THAT(outcome.text, testing::StartsWith(c.text));
-    }
+    Check({
+        {"call Mode.Value", 0, "32-bit number 1\n"},
+        {"call Mode.value 2", 0, "nothing\n"},
+        {"call Mode.FindProperty splitlength", 0, "node SplitLength\n"},
+        {"call Mode.FindProperty None", 0, "no object\n"},
+        {"call SplitLength.Value -5", 1, "bvhost: This value cannot be negative. (BVSchema.Property.1)\n"},
+        {"call SplitLength.ShowDialog", 1, "bvhost: "},
+        {"call SplitLength.Nonsense", 1, "bvhost: a node has no operation Nonsense\n"},
+        {"call SplitLength.Hide many", 1, "bvhost: the call is refused: a value of another kind is needed\n"},
+        {"call SplitLength.Hide", 1, "bvhost: the call is refused: another number of arguments is needed\n"},
+        {"call SplitLength", 1, "bvhost: what is called is written NAME.Operation\n"},
+    });
 }
 
 TEST_F(BvhostTest, KeepsTheIndexOfARealFile) {

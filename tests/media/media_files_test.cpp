@@ -6,16 +6,10 @@ namespace {
 
 class MediaFilesTest : public testing::Test {
 protected:
-    Node At(LONG index) const {
-        Ref<IUnknown> item;
-        EXPECT_EQ(files->get_Item(index, item.Put()), S_OK);
-        return Node(item.As<IProperty>());
-    }
+    Node At(LONG index) const { return Node(ItemOf(files, index).As<IProperty>()); }
     std::vector<std::wstring> Paths() const {
-        LONG count = 0;
-        EXPECT_EQ(files->get_Count(&count), S_OK);
         std::vector<std::wstring> paths;
-        for (LONG i = 0; i < count; ++i) paths.push_back(At(i).Value().text());
+        for (LONG i = 0; i < CountOf(files); ++i) paths.push_back(At(i).Value().text());
         return paths;
     }
     using Texts = std::vector<std::wstring>;
@@ -64,9 +58,7 @@ TEST_F(MediaFilesTest, EntriesMoveAndGo) {
     EXPECT_EQ(middle.Value(), Str(L"1")) << "whoever holds it keeps it";
     Ref<IUnknown> none;
     for (const LONG index : {-1, 2}) EXPECT_EQ(files->get_Item(index, none.Put()), E_INVALIDARG);
-    BSTR name = nullptr;
-    EXPECT_EQ(files->get_Name(&name), S_OK);
-    EXPECT_EQ(Take(name), L"");
+    EXPECT_EQ(TextFrom(files.get(), &IMediaFiles::get_Name), L"");
 }
 
 TEST_F(MediaFilesTest, AnInputThatCantBeMadeIsNotAdded) {
@@ -86,19 +78,13 @@ TEST_F(JobTest, OneInputIsTheCurrentOne) {
     ASSERT_EQ(first.Put(Str(L"first")), S_OK);
     ASSERT_EQ(second.Put(Str(L"second")), S_OK);
     second->SetInfo(Text(L"something else"), Nothing().get());
-    const auto in_index = [&] {
-        const auto index = media.map().As<IEnumProperties>();
-        LONG count = 0;
-        index->get_Count(&count);
-        return count;
-    };
-    const LONG before = in_index();
+    const LONG before = CountOf(media.map().As<IEnumProperties>());
     for (const Node& input : {first, second, second}) {
         ASSERT_EQ(job->SetMediaPath(input.get()), S_OK);
         EXPECT_EQ((*this)[L"PathToMediaFile"].get(), input.get());
         EXPECT_EQ((*this)[L"IDX"].get(), input.Child(1).get());
         EXPECT_EQ(input.Parent().get(), root.get());
-        EXPECT_EQ(in_index(), before + 3) << "the old one has left the index, with what is below it";
+        EXPECT_EQ(CountOf(media.map().As<IEnumProperties>()), before + 3) << "the old one has left the index, with what is below it";
     }
     EXPECT_EQ(root.Children().size(), 2u) << "it is nobody's child";
     EXPECT_EQ(root.Xml(), Golden("main.xml"));

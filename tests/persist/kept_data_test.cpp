@@ -2,8 +2,7 @@
 #include <cstdlib>
 #include <new>
 
-#include "server/class_table.h"
-#include "support/node.h"
+#include "support/own.h"
 
 namespace {
 bool no_memory = false;
@@ -24,12 +23,7 @@ namespace {
 
 TEST(KeptData, ABlockThatGetsNoMemoryLeavesKindAndLength) {
     // Of this program's own code, since a module on Windows has operators of its own.
-    Ref<IProperty> own;
-    for (const ClassEntry& entry : ClassTable())
-        if (entry.cls == clsid::PropertySimple) {
-            ASSERT_EQ(entry.create(nullptr, kIid<IProperty>, own.PutVoid()), S_OK);
-        }
-    const Node node(own);
+    const Node node(NewOwn<IProperty>(clsid::PropertySimple));
     BYTE bytes[] = {1, 2, 3};
     ASSERT_EQ(node->PutData(7, 3, bytes), S_OK);
     no_memory = true;

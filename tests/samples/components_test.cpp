@@ -65,18 +65,6 @@ TEST_F(SamplesTest, FormatsAreSelectedInAnyOrder) {
     ExpectRefused((*this)[L"VideoBitrate"], I4(-1), L"This value cannot be negative.");
 }
 
-TEST_F(SamplesTest, TheAudioSwitchReachesTheFormatsSettings) {
-    const std::pair<int, const char*> steps[] = {{0, ""}, {1, "AiI"}};
-    for (const auto& [on, shown] : steps) {
-        ASSERT_EQ((*this)[L"HasAudio"].Put(I4(on)), S_OK);
-        std::string seen;
-        if ((*this)[L"Audio"].Shown()) seen += 'A';
-        if ((*this)[L"IsInterleave"].Shown()) seen += 'i';
-        if ((*this)[L"Interleave"].Shown()) seen += 'I';
-        EXPECT_EQ(seen, shown);
-    }
-}
-
 TEST_F(SamplesTest, AFormatIsOneObjectWithItsNode) {
     const auto info = Format(1).As<IOutputFormatInfo>();
     ASSERT_TRUE(info);

@@ -15,11 +15,7 @@ protected:
         GUID category = kCategory;
         return mapper->Init(&category);
     }
-    LONG Count() const {
-        LONG count = -1;
-        EXPECT_EQ(mapper->get_Count(&count), S_OK);
-        return count;
-    }
+    LONG Count() const { return CountOf(mapper); }
     const tagGUIDREG& At(LONG index) const {
         tagGUIDREG* record = nullptr;
         EXPECT_EQ(mapper->get_Item(index, &record), S_OK);
@@ -182,9 +178,7 @@ protected:
         media.cbFormat = size;
         media.pbFormat = size ? reinterpret_cast<BYTE*>(&wave) : nullptr;
         EXPECT_EQ(type->SetMedia(&media), S_OK);
-        BSTR text = nullptr;
-        EXPECT_EQ(type->get_Description(&text), S_OK);
-        return Take(text);
+        return TextFrom(type.get(), &IAMMediaType::get_Description);
     }
     NothingLeft no_leaks;
     Ref<IAMMediaType> type = New<IAMMediaType>(clsid::AMMediaType);

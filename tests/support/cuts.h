@@ -20,16 +20,8 @@ protected:
         EXPECT_EQ(cuts->AddTimeline(start, end, cut.Put()), S_OK);
         return Node(std::move(cut));
     }
-    LONG Count() const {
-        LONG count = -1;
-        EXPECT_EQ(cuts->get_Count(&count), S_OK);
-        return count;
-    }
-    Node At(LONG index) const {
-        Ref<IUnknown> item;
-        EXPECT_EQ(cuts->get_Item(index, item.Put()), S_OK);
-        return Node(item.As<IProperty>());
-    }
+    LONG Count() const { return CountOf(cuts); }
+    Node At(LONG index) const { return Node(ItemOf(cuts, index).As<IProperty>()); }
     LONGLONG Active() const {
         LONGLONG duration = -1;
         EXPECT_EQ(cuts->get_ActiveDuration(&duration), S_OK);
@@ -45,11 +37,7 @@ protected:
 inline void ExpectFormatRefused(const Node& node, const Value& shown, const std::wstring& text,
                                 const std::wstring& source = L"BVSchema.Property.1", HRESULT status = E_FAIL) {
     const Value before = node.Value();
-    SetErrorInfo(0, nullptr);
-    EXPECT_EQ(node.PutFormat(shown), status);
-    const Refusal refusal = TakeRefusal();
-    EXPECT_EQ(refusal.text, text);
-    EXPECT_EQ(refusal.source, source);
+    ExpectRaised([&] { return node.PutFormat(shown); }, text, source, status);
     EXPECT_EQ(node.Value(), before);
 }
 

@@ -99,13 +99,9 @@ T Read(IProperty* node, HRESULT (STDMETHODCALLTYPE IProperty::*get)(T*)) {
 }
 }  // namespace
 
-std::wstring Node::Name() const {
-    BSTR text = nullptr;
-    EXPECT_EQ(node_->get_Name(&text), S_OK);
-    return Take(text);
-}
-std::wstring Node::Title() const { return Take(Read(get(), &IProperty::get_Title)); }
-std::wstring Node::Description() const { return Take(Read(get(), &IProperty::get_Description)); }
+std::wstring Node::Name() const { return TextFrom(get(), &IProperty::get_Name); }
+std::wstring Node::Title() const { return TextFrom(get(), &IProperty::get_Title); }
+std::wstring Node::Description() const { return TextFrom(get(), &IProperty::get_Description); }
 LONG Node::Type() const { return Read(get(), &IProperty::get_Type); }
 bool Node::Shown() const { return Read(get(), &IProperty::get_IsHide) == 0; }
 bool Node::Enabled() const { return Read(get(), &IProperty::get_IsDisabled) == 0; }
@@ -140,29 +136,17 @@ Node Node::Parent() const {
 std::vector<Node> Node::Children() const {
     std::vector<Node> children;
     const auto list = As<IEnumProperties>();
-    LONG count = 0;
-    EXPECT_EQ(list->get_Count(&count), S_OK);
-    for (LONG i = 0; i < count; ++i) {
-        Ref<IUnknown> item;
-        EXPECT_EQ(list->get_Item(i, item.Put()), S_OK);
-        children.emplace_back(item.As<IProperty>());
-    }
+    for (LONG i = 0; i < CountOf(list); ++i) children.emplace_back(ItemOf(list, i).As<IProperty>());
     return children;
 }
 std::vector<std::pair<std::wstring, bv::test::Value>> Node::Choices() const {
     std::vector<std::pair<std::wstring, bv::test::Value>> choices;
     const auto list = As<IListOfValues>();
-    LONG count = 0;
-    EXPECT_EQ(list->get_Count(&count), S_OK);
-    for (LONG i = 0; i < count; ++i) {
-        Ref<IUnknown> item;
-        EXPECT_EQ(list->get_Item(i, item.Put()), S_OK);
-        const auto entry = item.As<IListItem>();
-        BSTR label = nullptr;
+    for (LONG i = 0; i < CountOf(list); ++i) {
+        const auto entry = ItemOf(list, i).As<IListItem>();
         bv::test::Value value;
-        EXPECT_EQ(entry->get_Name(&label), S_OK);
         EXPECT_EQ(entry->get_Value(value.Put()), S_OK);
-        choices.emplace_back(Take(label), value);
+        choices.emplace_back(TextFrom(entry.get(), &IListItem::get_Name), value);
     }
     return choices;
 }
@@ -274,12 +258,7 @@ Refusal TakeRefusal() {
 void ExpectRefused(const Node& node, const Value& value, const std::wstring& text, HRESULT status,
                    const std::wstring& source) {
     const Value before = node.Value();
-    SetErrorInfo(0, nullptr);
-    EXPECT_EQ(node.Put(value), status);
-    const Refusal refusal = TakeRefusal();
-    EXPECT_EQ(refusal.text, text);
-    EXPECT_EQ(refusal.source, source);
-    EXPECT_EQ(refusal.iid, GUID{});
+    ExpectRaised([&] { return node.Put(value); }, text, source, status);
     EXPECT_EQ(node.Value(), before);
 }
 

@@ -68,6 +68,27 @@ private:
 /// Takes a BSTR result.
 std::wstring Take(BSTR text);
 std::string Narrow(const std::wstring& text);
+/// A text that an operation gives: TextFrom(files.get(), &IMediaFiles::get_Name).
+template <class I, class Base>
+std::wstring TextFrom(I* object, HRESULT (STDMETHODCALLTYPE Base::*get)(BSTR*)) {
+    BSTR text = nullptr;
+    EXPECT_EQ((object->*get)(&text), S_OK);
+    return Take(text);
+}
+
+/// What a collection holds.
+template <class Collection>
+LONG CountOf(const Ref<Collection>& list) {
+    LONG count = -1;
+    EXPECT_EQ(list->get_Count(&count), S_OK);
+    return count;
+}
+template <class Collection>
+Ref<IUnknown> ItemOf(const Ref<Collection>& list, LONG index) {
+    Ref<IUnknown> item;
+    EXPECT_EQ(list->get_Item(index, item.Put()), S_OK);
+    return item;
+}
 
 /// A node as its host sees it.
 class Node {
@@ -133,7 +154,17 @@ struct Refusal {
 };
 Refusal TakeRefusal();
 
-/// Checks that putting a value is refused whole: status, text and source of the error object, and that the value stays.
+/// Checks what a failing call tells: status, text and source of the error object.
+template <class Call>
+void ExpectRaised(Call call, const std::wstring& text, const std::wstring& source, HRESULT status = E_FAIL) {
+    SetErrorInfo(0, nullptr);
+    EXPECT_EQ(call(), status);
+    const Refusal refusal = TakeRefusal();
+    EXPECT_EQ(refusal.text, text);
+    EXPECT_EQ(refusal.source, source);
+    EXPECT_EQ(refusal.iid, GUID{});
+}
+/// Checks that putting a value is refused whole: what is told, and that the value stays.
 void ExpectRefused(const Node& node, const Value& value, const std::wstring& text, HRESULT status = E_FAIL,
                    const std::wstring& source = L"BVSchema.Property.1");
 

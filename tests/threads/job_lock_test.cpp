@@ -35,15 +35,6 @@ protected:
     Ref<ICriticalSection> lock = New<ICriticalSection>(clsid::CriticalSection);
 };
 
-TEST_F(JobLockTest, KeepsTheWindowToTell) {
-    HWND window = reinterpret_cast<HWND>(1);
-    ASSERT_EQ(lock->get_NotifyWnd(&window), S_OK);
-    EXPECT_EQ(window, nullptr);
-    ASSERT_EQ(lock->put_NotifyWnd(reinterpret_cast<HWND>(0x1234)), S_OK);
-    ASSERT_EQ(lock->get_NotifyWnd(&window), S_OK);
-    EXPECT_EQ(window, reinterpret_cast<HWND>(0x1234));
-}
-
 TEST_F(JobLockTest, ANewJobTakesAStopBack) {
     ASSERT_EQ(lock->Stop(), S_OK);
     EXPECT_EQ(IsStop(), 1);

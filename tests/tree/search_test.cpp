@@ -84,9 +84,7 @@ TEST_F(SearchTest, ForeignNodesAreSearchedThroughTheirInterfaces) {
     ASSERT_EQ(list->AddObject(Text(L"Foreign"), nullptr, foreign.unknown()), S_OK);
     ASSERT_EQ(foreign.children->AddObject(Text(L"Inner"), nullptr, inner.unknown()), S_OK);
     EXPECT_EQ(foreign.name, L"Foreign");
-    LONG count = 0;
-    ASSERT_EQ(list->get_Count(&count), S_OK);
-    EXPECT_EQ(count, 4);
+    EXPECT_EQ(CountOf(list), 4);
     EXPECT_EQ(Find(L"foreign").get(), &foreign);
 
     top.Give(media.dispatch());
@@ -168,9 +166,7 @@ TEST_F(SearchTest, AnIndexTakesItselfInOnce) {
     const auto list = map.As<IEnumProperties>();
     ASSERT_EQ(map->InsertProperty(top.get()), S_OK);
     EXPECT_EQ(list->InitProperty(map.get()), S_OK);
-    LONG count = 0;
-    list->get_Count(&count);
-    EXPECT_LT(count, 100);
+    EXPECT_LT(CountOf(list), 100);
     top.Give(nullptr);
 }
 
@@ -203,15 +199,11 @@ TEST_F(SearchTest, Collection) {
     EXPECT_EQ(list->RemoveByName(Text(L"x"), nullptr), S_OK);
     EXPECT_EQ(top.Children().size(), 3u);
 
-    BSTR name = nullptr;
-    EXPECT_EQ(list->get_Name(&name), S_OK);
-    EXPECT_EQ(Take(name), L"");
+    EXPECT_EQ(TextFrom(list.get(), &IEnumProperties::get_Name), L"");
     Ref<IUnknown> item;
     for (const LONG index : {-1, 3, 0x7FFFFFFF}) EXPECT_EQ(list->get_Item(index, item.Put()), E_INVALIDARG);
     const auto empty = New<IEnumProperties>(clsid::EnumProperties);
-    LONG count = -1;
-    EXPECT_EQ(empty->get_Count(&count), S_OK);
-    EXPECT_EQ(count, 0);
+    EXPECT_EQ(CountOf(empty), 0);
     EXPECT_EQ(empty->get_Item(0, item.Put()), E_INVALIDARG);
     EXPECT_EQ(empty->FindProperty(Text(L""), nullptr, found.Put()), S_FALSE);
     EXPECT_EQ(empty->AddObject(Text(L""), nullptr, nullptr), E_POINTER);
@@ -238,18 +230,11 @@ TEST_F(SearchTest, TheMediaObjectReachesEveryChoice) {
 
     // In the index: children before their own, then the entries' descendants, the entries themselves not.
     std::vector<std::wstring> names;
-    Ref<IEnumProperties> index = media.map().As<IEnumProperties>();
-    LONG count = 0;
-    index->get_Count(&count);
-    for (LONG i = 0; i < count; ++i) {
-        Ref<IUnknown> item;
-        index->get_Item(i, item.Put());
-        names.push_back(Node(item.As<IProperty>()).Name());
-    }
+    const auto index = media.map().As<IEnumProperties>();
+    for (LONG i = 0; i < CountOf(index); ++i) names.push_back(Node(ItemOf(index, i).As<IProperty>()).Name());
     EXPECT_EQ(names, (std::vector<std::wstring>{L"a", L"x", L"b", L"x", L"c", L"OfChoice"}));
     top.Give(media.dispatch());
-    index->get_Count(&count);
-    EXPECT_EQ(count, 12) << "a second time registers a second time";
+    EXPECT_EQ(CountOf(index), 12) << "a second time registers a second time";
     list->Clear();
 }
 

@@ -178,11 +178,8 @@ TEST_F(SelectionTest, EntriesAreAddedAsTheyAre) {
         EXPECT_EQ(choices[i].first, want[i].label);
         EXPECT_EQ(choices[i].second.kind(), want[i].kind);
     }
-    Ref<IUnknown> entry;
-    ASSERT_EQ(list->get_Item(2, entry.Put()), S_OK);
-    BSTR title = nullptr;
-    ASSERT_EQ(entry.As<IListItem>()->get_Title(&title), S_OK);
-    EXPECT_EQ(Take(title), L"new");
+    const auto entry = ItemOf(list, 2);
+    EXPECT_EQ(TextFrom(entry.As<IListItem>().get(), &IListItem::get_Title), L"new");
     EXPECT_EQ(entry.As<IListItem>()->get_Title(nullptr), E_POINTER);
     EXPECT_EQ(entry.As<IListItem>()->get_Value(nullptr), E_POINTER);
 

@@ -73,6 +73,10 @@ class Double : public Fake<I> {
 public:
     Record record;
 
+    ~Double() override {
+        while (this->references() > 1) this->Release();  // some systems keep an argument that they refuse
+    }
+
 protected:
     template <class... Args>
     HRESULT Call(DISPID id, const char* name, Args... args) {

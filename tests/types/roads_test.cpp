@@ -19,6 +19,15 @@ class AnyObject final : public Fake<IDispatch> {
 
 class RoadsTest : public testing::Test {
 protected:
+    static bool IsInterface(const Ref<ITypeInfo>& type, HREFTYPE reference) {
+        Ref<ITypeInfo> target;
+        TYPEATTR* attributes = nullptr;
+        EXPECT_EQ(type->GetRefTypeInfo(reference, target.Put()), S_OK);
+        EXPECT_EQ(target->GetTypeAttr(&attributes), S_OK);
+        const bool is_interface = attributes->typekind == TKIND_DISPATCH;
+        target->ReleaseTypeAttr(attributes);
+        return is_interface;
+    }
     /// Some value of a parameter's type. No value: a VARIANT can't hold one.
     std::optional<Value> Sample(const Ref<ITypeInfo>& type, const TYPEDESC& kind) {
         switch (kind.vt) {
@@ -39,13 +48,7 @@ protected:
         if (target.vt == VT_I4 || target.vt == VT_INT) return Raw(VT_BYREF | VT_I4, &number);
         if (target.vt == VT_UNKNOWN) return Raw(VT_BYREF | VT_UNKNOWN, &unknown);
         if (target.vt != VT_USERDEFINED) return std::nullopt;
-        Ref<ITypeInfo> interface_type;
-        TYPEATTR* attributes = nullptr;
-        EXPECT_EQ(type->GetRefTypeInfo(target.hreftype, interface_type.Put()), S_OK);
-        EXPECT_EQ(interface_type->GetTypeAttr(&attributes), S_OK);
-        const bool is_interface = attributes->typekind == TKIND_DISPATCH;
-        interface_type->ReleaseTypeAttr(attributes);
-        if (!is_interface) return std::nullopt;
+        if (!IsInterface(type, target.hreftype)) return std::nullopt;
         return Obj(&object);
     }
     /// A result that a VARIANT can't hold: a record, a pointer to one.
@@ -53,13 +56,7 @@ protected:
         if (result.vt == VT_USERDEFINED) return false;
         if (result.vt != VT_PTR) return true;
         if (result.lptdesc->vt != VT_USERDEFINED) return false;
-        Ref<ITypeInfo> target;
-        TYPEATTR* attributes = nullptr;
-        EXPECT_EQ(type->GetRefTypeInfo(result.lptdesc->hreftype, target.Put()), S_OK);
-        EXPECT_EQ(target->GetTypeAttr(&attributes), S_OK);
-        const bool is_interface = attributes->typekind == TKIND_DISPATCH;
-        target->ReleaseTypeAttr(attributes);
-        return is_interface;
+        return IsInterface(type, result.lptdesc->hreftype);
     }
 
     template <class I, class DoubleOfIt>
@@ -174,23 +171,8 @@ TEST_F(RoadsTest, EndInTheOperationOfTheHeaders) {
     Check<IMediaSelecter, MediaSelecterDouble>(6, 6);
 }
 
-TEST_F(RoadsTest, LibraryHoldsNothingElse) {
+TEST_F(RoadsTest, EachClassOfTheModuleIsInTheLibrary) {
     ASSERT_TRUE(library);
-    size_t dual = 0, plain = 0, records = 0, classes = 0;
-    for (UINT i = 0; i < library->GetTypeInfoCount(); ++i) {
-        TYPEKIND kind = TKIND_MAX;
-        ASSERT_EQ(library->GetTypeInfoType(i, &kind), S_OK);
-        if (kind == TKIND_DISPATCH) ++dual;
-        if (kind == TKIND_INTERFACE) ++plain;
-        if (kind == TKIND_RECORD) ++records;
-        if (kind == TKIND_COCLASS) ++classes;
-    }
-    EXPECT_EQ(dual, 17u);
-    EXPECT_EQ(plain, 1u);
-    EXPECT_EQ(records, 2u);
-    EXPECT_EQ(classes, 61u);
-    EXPECT_EQ(library->GetTypeInfoCount(), 81u);
-
     struct Class {
         const wchar_t* name;
         CLSID id;
@@ -199,8 +181,6 @@ TEST_F(RoadsTest, LibraryHoldsNothingElse) {
 #define BV_CLASS(Name, text) {L## #Name, clsid::Name},
 #include <bvschema/classes.def>
 #undef BV_CLASS
-        {L"PropertyMpegVideoFormat", clsid::PropertyMpegVideoFormat},
-        {L"MediaInfo", clsid::MediaInfo},
     };
     for (const Class& c : expected) {
         Ref<ITypeInfo> type;
@@ -209,43 +189,6 @@ TEST_F(RoadsTest, LibraryHoldsNothingElse) {
         EXPECT_EQ(type->GetDocumentation(MEMBERID_NIL, &name, nullptr, nullptr, nullptr), S_OK);
         EXPECT_EQ(Take(name), c.name);
     }
-}
-
-/// Records as the C++ headers have them: where each field lies.
-TEST_F(RoadsTest, RecordsLieAsInTheHeaders) {
-    ASSERT_TRUE(library);
-    struct Field {
-        const wchar_t* name;
-        size_t offset;
-    };
-    const auto check = [&](UINT index, size_t size, const std::vector<Field>& fields) {
-        Ref<ITypeInfo> type;
-        ASSERT_EQ(library->GetTypeInfo(index, type.Put()), S_OK);
-        TYPEATTR* attributes = nullptr;
-        ASSERT_EQ(type->GetTypeAttr(&attributes), S_OK);
-        EXPECT_EQ(attributes->cbSizeInstance, size);
-        ASSERT_EQ(attributes->cVars, fields.size());
-        type->ReleaseTypeAttr(attributes);
-        for (UINT i = 0; i < fields.size(); ++i) {
-            VARDESC* field = nullptr;
-            BSTR name = nullptr;
-            UINT count = 0;
-            ASSERT_EQ(type->GetVarDesc(i, &field), S_OK);
-            EXPECT_EQ(type->GetNames(field->memid, &name, 1, &count), S_OK);
-            EXPECT_EQ(Take(name), fields[i].name);
-            EXPECT_EQ(field->oInst, fields[i].offset) << Narrow(fields[i].name);
-            type->ReleaseVarDesc(field);
-        }
-    };
-#define FIELD(Record, name) {L## #name, offsetof(Record, name)}
-    check(0, sizeof(_AMMediaType),
-          {FIELD(_AMMediaType, majortype), FIELD(_AMMediaType, subtype), FIELD(_AMMediaType, bFixedSizeSamples),
-           FIELD(_AMMediaType, bTemporalCompression), FIELD(_AMMediaType, lSampleSize), FIELD(_AMMediaType, formattype),
-           FIELD(_AMMediaType, pUnk), FIELD(_AMMediaType, cbFormat), FIELD(_AMMediaType, pbFormat)});
-    check(1, sizeof(tagGUIDREG),
-          {FIELD(tagGUIDREG, clsGUID), FIELD(tagGUIDREG, bstrName), FIELD(tagGUIDREG, cbCount),
-           FIELD(tagGUIDREG, pExtrData)});
-#undef FIELD
 }
 
 }  // namespace

@@ -43,13 +43,6 @@ TEST_F(WatermarkTest, OneSourceIsShown) {
     }
 }
 
-TEST_F(WatermarkTest, ASourceThatIsGoneIsSkipped) {
-    const Node mode = (*this)[L"WaterMarkSourceMode"];
-    ASSERT_EQ(mode.As<IEnumProperties>()->RemoveByName(Text(L"WaterMarkSrcText"), nullptr), S_OK);
-    ASSERT_EQ(mode.Put(I4(1)), S_OK);
-    EXPECT_TRUE((*this)[L"WaterMarkSrcImage"].Shown());
-}
-
 TEST_F(WatermarkTest, TransparencyIsAPercentage) {
     const Node depth = (*this)[L"WaterMarkFiltersAlphaBlendValue"];
     const Value taken[] = {I4(0), I4(100), I2(100), Str(L"50"), R8(99.9), R8(100.4), UI1(7), Nothing(), Bool(false)};
@@ -75,21 +68,6 @@ TEST_F(WatermarkTest, TransparencyIsAPercentage) {
         EXPECT_EQ(TakeRefusal().text, L"");
         EXPECT_EQ(depth.Value(), I4(33));
     }
-}
-
-TEST_F(WatermarkTest, PlacesAndModesTakeAnyNumber) {
-    for (const wchar_t* name : {L"WaterMarkLeft", L"WaterMarkBottom", L"WaterMarkLogoImageTop",
-                                L"WaterMarkBackgroundMode", L"WaterMarkOrientation"}) {
-        EXPECT_EQ((*this)[name].Put(I4(-1000)), S_OK) << Narrow(name);
-        EXPECT_EQ((*this)[name].Value(), I4(-1000)) << Narrow(name);
-    }
-}
-
-TEST_F(WatermarkTest, NodesAreFoundByNameAtAnyDepth) {
-    EXPECT_EQ((*this)[L"watermarkORIENTATION"].Title(), L"Rotate");
-    EXPECT_EQ((*this)[L"WaterMarkSrcImage"].Find(L"WaterMarkLogoImageLeft").Title(), L"Left");
-    EXPECT_EQ((*this)[L"WaterMarkLogoImageLeft"].Parent().Name(), L"WaterMarkImageLogoPlacement");
-    EXPECT_EQ((*this)[L"WaterMarkBackgroundMode"].Parent().Name(), L"WaterMarkBackground");
 }
 
 TEST_F(WatermarkTest, ColoursAreSimpleNodes) {
