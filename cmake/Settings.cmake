@@ -20,7 +20,10 @@ endif()
 set(CMAKE_UNITY_BUILD ON CACHE BOOL "Compile sources in groups")
 set(CMAKE_UNITY_BUILD_BATCH_SIZE 8)
 set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
-set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O1 -g1 -DNDEBUG")  # for sanitizers and fuzzers: built often, run once
+set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O1 -g1 -DNDEBUG")  # for fuzzers
+if(BV_SANITIZE)
+  set(CMAKE_CXX_FLAGS_DEBUG "-O0 -g1")  # built often, run once
+endif()
 
 find_program(CCACHE ccache)
 if(CCACHE)

@@ -10,12 +10,12 @@ packages_for() {
         build) echo "$build" ;;
         demo) echo "$build $samples" ;;
         test)
-            echo "$build $samples googletest libpugixml-dev locales sqlite3 libxml2-utils git"
+            echo "$build $samples googletest libgtest-dev libgmock-dev locales sqlite3 libxml2-utils git"
             echo "xvfb zenity xdotool"
             echo "g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools wine wine64 libwine-dev"
             ;;
         bench) echo "$build libbenchmark-dev" ;;
-        fuzz) echo "$build clang libclang-rt-14-dev llvm libpugixml-dev" ;;
+        fuzz) echo "$build clang libclang-rt-14-dev llvm" ;;
         lint) echo "clang-format clang-tidy shellcheck" ;;
         *) echo "setup.sh: no such purpose: $1" >&2; return 1 ;;
     esac
