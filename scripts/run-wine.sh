@@ -33,6 +33,8 @@ mkdir -p "$(dirname "$WINEPREFIX")"
     if [ ! -e "$WINEPREFIX/.ready" ]; then
         rm -rf "$WINEPREFIX"
         timeout 180 wine wineboot --init >/dev/null 2>&1 </dev/null
+        # A lent screen has no window manager; Wine would wait seconds for its word on each window.
+        wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null 2>&1 </dev/null
         "$server" -w
         touch "$WINEPREFIX/.ready"
     fi
