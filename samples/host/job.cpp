@@ -39,36 +39,65 @@ public:
 // --- Flags before and after a change
 
 struct Flags {
+    IProperty* node;
+    IProperty* parent;  // null: the root
     std::wstring name;
     bool shown, enabled;
+    bool in_sight;  // all above it are shown too
 };
 
 /// What counts as the same node in two looks: the object. Nodes of another choice are others.
-void CollectFlags(const NodeView& view, std::vector<std::pair<IProperty*, Flags>>* flags) {
-    flags->push_back({view.node.get(), {view.name, !view.hidden, !view.disabled}});
-    if (view.held) CollectFlags(*view.held, flags);
-    for (const NodeView& child : view.children) CollectFlags(child, flags);
+void CollectFlags(const NodeView& view, const Flags& above, std::vector<Flags>* flags) {
+    const Flags own = {view.node.get(), above.node,     view.name,
+                       !view.hidden,    !view.disabled, !view.hidden && above.in_sight};
+    flags->push_back(own);
+    if (view.held) CollectFlags(*view.held, own, flags);
+    for (const NodeView& child : view.children) CollectFlags(child, own, flags);
 }
 
-Effects Compare(const NodeView& before, const NodeView& after) {
-    std::vector<std::pair<IProperty*, Flags>> old_flags, new_flags;
-    CollectFlags(before, &old_flags);
-    CollectFlags(after, &new_flags);
-    const std::map<IProperty*, Flags> was(old_flags.begin(), old_flags.end());
-    const std::map<IProperty*, Flags> is(new_flags.begin(), new_flags.end());
-    Effects effects;
-    for (const auto& [node, now] : new_flags) {
-        const auto old = was.find(node);
-        const bool was_shown = old != was.end() && old->second.shown;
-        if (now.shown && !was_shown) effects.shown.push_back(now.name);
-        if (!now.shown && was_shown) effects.hidden.push_back(now.name);
-        if (old == was.end()) continue;
-        if (now.enabled && !old->second.enabled) effects.enabled.push_back(now.name);
-        if (!now.enabled && old->second.enabled) effects.disabled.push_back(now.name);
+class TreeFlags {
+public:
+    explicit TreeFlags(const NodeView& view) {
+        CollectFlags(view, {nullptr, nullptr, {}, true, true, true}, &all_);
+        for (const Flags& flags : all_) by_node_.emplace(flags.node, &flags);
     }
-    for (const auto& [node, old] : old_flags)
-        if (old.shown && !is.contains(node))
-            effects.hidden.push_back(old.name);  // went with the choice that held it
+    const std::vector<Flags>& all() const { return all_; }
+    const Flags* Find(IProperty* node) const {
+        const auto found = by_node_.find(node);
+        return found == by_node_.end() ? nullptr : found->second;
+    }
+    /// The nodes that another look doesn't have, each topmost one with the number of those below it.
+    void Without(const TreeFlags& other, std::vector<Effects::Touched>* touched) const {
+        const Flags* top = nullptr;  // whole trees come or go, and they stand together
+        for (const Flags& flags : all_) {
+            if (other.Find(flags.node)) continue;
+            if (flags.parent && !other.Find(flags.parent)) {
+                if (flags.in_sight && top->shown) ++touched->back().below;
+                continue;
+            }
+            top = &flags;
+            if (flags.shown) touched->push_back({flags.name});
+        }
+    }
+
+private:
+    std::vector<Flags> all_;
+    std::map<IProperty*, const Flags*> by_node_;
+};
+
+Effects Compare(const NodeView& before, const NodeView& after) {
+    const TreeFlags was(before), is(after);
+    Effects effects;
+    for (const Flags& now : is.all()) {
+        const Flags* old = was.Find(now.node);
+        if (!old) continue;
+        if (now.shown && !old->shown) effects.shown.push_back({now.name});
+        if (!now.shown && old->shown) effects.hidden.push_back({now.name});
+        if (now.enabled && !old->enabled) effects.enabled.push_back({now.name});
+        if (!now.enabled && old->enabled) effects.disabled.push_back({now.name});
+    }
+    is.Without(was, &effects.shown);
+    was.Without(is, &effects.hidden);  // went with the choice that held them
     return effects;
 }
 

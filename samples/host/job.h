@@ -23,9 +23,13 @@ struct Input {
     size_t key_frames = 0;
 };
 
-/// What one change did to the rest of the tree: names of nodes.
+/// What one change did to the rest of the tree.
 struct Effects {
-    std::vector<std::wstring> shown, hidden, enabled, disabled;
+    struct Touched {
+        std::wstring name;
+        size_t below = 0;  // nodes that came or went with it
+    };
+    std::vector<Touched> shown, hidden, enabled, disabled;
 };
 
 class Job {

@@ -26,9 +26,12 @@ private:
     bool quiet_;
 };
 
-void SayNames(const Report& report, const char* what, const std::vector<std::wstring>& names) {
+void SayNames(const Report& report, const char* what, const std::vector<Effects::Touched>& nodes) {
     std::string text;
-    for (const std::wstring& name : names) text += (text.empty() ? "" : ", ") + OneLine(Utf8(name));
+    for (const auto& [name, below] : nodes) {
+        text += (text.empty() ? "" : ", ") + OneLine(Utf8(name));
+        if (below != 0) text += " with " + std::to_string(below) + " below it";
+    }
     for (const std::string& line : Wrapped(text, 80)) {
         report.Say("", "  " + Padded(what, 10) + line);
         what = "";

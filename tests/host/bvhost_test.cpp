@@ -50,6 +50,7 @@ TEST_F(BvhostTest, WritesReadsAndWritesTheSameBytes) {
                 HasSubstr("shows     DestinationPath, FileNamePattern, IsSplit, SplitLength, Exactly\n"));
     EXPECT_THAT(made.text, HasSubstr("hides     OutputMediaName\n"));
     EXPECT_THAT(made.text, HasSubstr("enables   SplitLength, Exactly\n"));
+    EXPECT_THAT(made.text, testing::ContainsRegex("shows     MP4 with .* below it\n"));
     const std::string first = ReadAll(TempFolder() / "first.xml");
     EXPECT_THAT(first, HasSubstr("<Mode value='2' type='3'>\n"));
     EXPECT_THAT(first, HasSubstr("<SplitLength value='250' type='3' ext='3' extType='3'>\n"));
