@@ -27,8 +27,8 @@ public:
     }
     HRESULT Leave() {
         if (!ready_) return E_UNEXPECTED;
+        --entries_;  // first, or the next owner would still see this entry
         LeaveCriticalSection(&section_);
-        --entries_;
         return S_OK;
     }
     /// Held, with one more entry that waits or was made by the owner again.

@@ -72,23 +72,28 @@ TEST_F(JobLockTest, KeepsOthersOut) {
 }
 
 TEST_F(JobLockTest, IsLockTellsOfAWaiter) {
-    lock->Enter(kWork);
-    EXPECT_EQ(IsLock(kWork), 0);  // held, and nobody else asks
-    std::atomic<bool> entered{false};
-    std::thread waiter([&] {
+    for (int round = 0; round < 200; ++round) {
         lock->Enter(kWork);
-        entered = true;
+        ASSERT_EQ(IsLock(kWork), 0);  // held, and nobody else asks
+        std::atomic<bool> entered{false};
+        LONG seen = -1;
+        std::thread waiter([&] {
+            lock->Enter(kWork);
+            entered = true;
+            lock->get_IsLock(kWork, &seen);
+            lock->Leave(kWork);
+        });
+        while (!IsLock(kWork)) std::this_thread::yield();
+        EXPECT_FALSE(entered);
+        EXPECT_EQ(IsLock(kOther), 0);
+        lock->Enter(kOther);  // the other lock is free
+        lock->Leave(kOther);
         lock->Leave(kWork);
-    });
-    while (!IsLock(kWork)) std::this_thread::yield();
-    EXPECT_FALSE(entered);
-    EXPECT_EQ(IsLock(kOther), 0);
-    lock->Enter(kOther);  // the other lock is free
-    lock->Leave(kOther);
-    lock->Leave(kWork);
-    waiter.join();
-    EXPECT_TRUE(entered);
-    EXPECT_EQ(IsLock(kWork), 0);
+        waiter.join();
+        EXPECT_TRUE(entered);
+        ASSERT_EQ(seen, 0) << "the last owner counts no longer";
+        EXPECT_EQ(IsLock(kWork), 0);
+    }
 }
 
 TEST_F(JobLockTest, ARunningJobSeesTheStop) {
