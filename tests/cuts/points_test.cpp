@@ -189,8 +189,11 @@ TEST_F(PointsTest, AUnitTakesWhatItIsGiven) {
     EXPECT_EQ(unit.Put(Str(L"2")), S_OK);  // 2 in any form is time
     EXPECT_EQ(Start().Format(), Str(L"00:00:00.000"));
     EXPECT_EQ(End().Format(), I4(INT_MAX));  // each point has its own
-    EXPECT_EQ(unit->put_IsHide(1), S_OK);
-    EXPECT_FALSE(unit.Shown());
+    EXPECT_EQ(setup->SetPathExtension(Text(L"C:\\a")), S_OK);
+    GUID cls = {};
+    EXPECT_EQ(unit.Extension()->get_ClassID(&cls), S_OK);
+    EXPECT_EQ(cls, clsid::PropertySimplePath);
+    EXPECT_EQ(unit.Extension().Value(), Str(L"C:\\a"));
 }
 
 }  // namespace

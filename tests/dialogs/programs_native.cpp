@@ -7,7 +7,8 @@
 
 #include "services/dialogs.h"
 #include "support/environment.h"
-#include "support/node.h"
+#include "support/own.h"
+#include "support/registry.h"
 
 namespace bv::test {
 namespace {
@@ -133,6 +134,26 @@ TEST_F(ProgramsTest, ColoursComeInTheFormsOfTheProgramsVersions) {
         EXPECT_EQ(color, c.color.value_or(0x0080FF));
         EXPECT_THAT(Asked(), testing::Contains("--color=#ff8000"));
     }
+}
+
+TEST_F(ProgramsTest, WhatCantBeRememberedStillCounts) {
+    const auto change = [](const std::string& sql) {
+        return std::system(("sqlite3 \"$BV_REGISTRY\" \"" + sql + '"').c_str());
+    };
+    for (const char* table : {"keys", "entries"})
+        ASSERT_EQ(change(std::string("CREATE TRIGGER no_") + table + " BEFORE INSERT ON " + table +
+                         " BEGIN SELECT RAISE(ABORT, 'barred'); END"),
+                  0);
+    const auto selecter = NewOwn<IMediaSelecter>(clsid::MediaSelecter);
+    Answer("/d/a.avi\n");
+    EXPECT_EQ(selecter->Simple(), S_OK);
+    EXPECT_EQ(CountOf(selecter), 1);
+    const Node color(NewOwn<IProperty>(clsid::PropertyWatermarkBackgroundColor));
+    Answer("#010203\n");
+    EXPECT_EQ(color->ShowDialog(), S_OK);
+    EXPECT_EQ(color.Value(), Str(L"0x010203"));
+    EXPECT_EQ(change("DROP TRIGGER no_keys; DROP TRIGGER no_entries"), 0);
+    EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, L"Software\\Brenvaltide"));
 }
 
 TEST_F(ProgramsTest, WithoutADisplayOrAProgramItIsCancelledAtOnce) {

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "host/bvhost_process.h"
+#include "platform/probe.h"
 #include "support/node.h"
 
 namespace bv::test {
@@ -163,6 +164,26 @@ TEST_F(BvhostTest, SaysWhatIsWrongInOneLine) {
     EXPECT_FALSE(fs::exists(TempFolder() / "none.xml"));
 }
 
+TEST_F(BvhostTest, WritesNoJobThatItCouldNotRead) {
+    // A node is named as its action is registered.
+    const TestKey action(HKEY_CLASSES_ROOT, L"CLSID\\" + TextOf(category::Root) + L"\\" + TextOf(category::Actions) +
+                                                L"\\{00000000-0000-0000-0000-000000000001}");
+    action.Put(L"", nullptr, L"a<b");
+    const Outcome outcome = Run("job --output " + File("unread.xml"));
+    EXPECT_EQ(outcome.exit_code, 1);
+    EXPECT_THAT(outcome.text, HasSubstr("bvhost: the settings can't be written so that they are read again: line "));
+    EXPECT_FALSE(fs::exists(TempFolder() / "unread.xml"));
+}
+
+TEST_F(BvhostTest, SaysThatTheRegistryCannotBeRead) {
+    if (!kInFull) GTEST_SKIP() << "the registry is the system's";
+    for (const std::string& place : {std::string("/proc/none/r.db"), TempFolder().string()}) {
+        const Outcome outcome = Run("tree", "BV_REGISTRY='" + place + "' ");
+        EXPECT_EQ(outcome.exit_code, 1);
+        EXPECT_EQ(outcome.text, "bvhost: can't create Map: the registry can't be read\n");
+    }
+}
+
 TEST_F(BvhostTest, RestoresTheRestOfADamagedJob) {
     WriteAll(TempFolder() / "odd.xml",
              "<Main>\n<FILES>\n<PathToMediaFile value='/no/such/file.avi' type='8'>\n"
@@ -231,8 +252,8 @@ TEST_F(BvhostTest, ExpandsTextsAndReadsFonts) {
     Check({
         {given + "--index 7 --set FORMAT_i=%04d \"%sf|%s|%i|%%|%x\"", 0, "clip.mp4|clip|0007|%%|%x\n"},
         {given + "--set OutputMediaName=out.b.avi \"%OF|%o\"", 0, "out.b.avi|out.b\n"},
-        {given + "--set Mode=Multiply --set FileNamePattern=new-{SOURCE_FILE_NAME} --format png \"%of|%o\"", 0,
-         "new-clip.png|new-clip\n"},
+        {given + "--set Mode=Multiply --set FileNamePattern={SOURCE_FILE_NAME}-{SOURCE_FILE_NAME} --format png \"%of|%o\"",
+         0, "clip-clip.png|clip-clip\n"},
         {"expand \"%s %i\"", 0, "%s 00\n"},
         {"expand \"%s %i\"", 0, "bvhost: note: %s stays: no input; --input names one\n"},
         {"expand", 0, "%i        Index                     00\n"},

@@ -218,6 +218,50 @@ TEST_F(SettingsXmlTest, ContentsStandInTheirOrder) {
     node.Release();
 }
 
+TEST_F(SettingsXmlTest, AStreamThatIsKeptKeepsTheModule) {
+    WriterDouble child;
+    ASSERT_EQ(node.As<IEnumProperties>()->AddObject(Text(L""), nullptr, child.unknown()), S_OK);
+    EXPECT_EQ(node.Xml(), "<N>\n</N>\n");
+    node.Release();
+    EXPECT_FALSE(ModuleCanGo());
+    child.kept = {};
+    EXPECT_TRUE(ModuleCanGo());
+}
+
+/// Is a node of ours in all but what it writes.
+class OuterWriter : public WriterDouble {
+public:
+    OuterWriter() {
+        EXPECT_EQ(CoCreateInstance(clsid::PropertySimple, unknown(), CLSCTX_INPROC_SERVER, kIid<IUnknown>, inner.PutVoid()),
+                  S_OK);
+    }
+    Ref<IUnknown> inner;
+
+private:
+    bool TakeMore(REFIID iid, void** out) override {
+        if (!inner || FAILED(inner->QueryInterface(iid, out))) return false;
+        Release();  // the query has counted on us
+        return true;
+    }
+};
+
+TEST_F(SettingsXmlTest, AnObjectAroundANodeWritesForIt) {
+    OuterWriter outer;
+    outer.text = "<mine/>\n";
+    const auto list = node.As<IEnumProperties>();
+    ASSERT_EQ(list->AddObject(Text(L"child"), node.get(), outer.unknown()), S_OK);
+    EXPECT_TRUE(node.Find(L"child"));
+    EXPECT_EQ(node.Xml(), "<N>\n<mine/>\n</N>\n");
+    ASSERT_EQ(list->RemoveByName(Text(L"child"), nullptr), S_OK);
+    const auto choices = node.As<IListOfValues>();
+    ASSERT_EQ(choices->AddItem(Text(L"held"), Unk(outer.unknown()).get()), S_OK);
+    EXPECT_EQ(XmlOf(Unk(outer.unknown())), "<N value='held' type='72'>\n<mine/>\n</N>\n");
+    ASSERT_EQ(choices->Clear(), S_OK);
+    ASSERT_EQ(node.Put(Nothing()), S_OK);
+    outer.kept = {};
+    outer.inner = {};
+}
+
 TEST_F(SettingsXmlTest, AStreamThatFailsIsTheCallersAffair) {
     for (int i = 0; i < 2000; ++i) Child(L"child");
     const std::string whole = node.Xml();
