@@ -72,13 +72,9 @@ TEST_F(MapperTest, WhatIsNoComponentIsPassedOver) {
     category.Put(std::wstring(200, L'k'), nullptr, L"Nor I");
     category.Put(TextOf(kFirst), nullptr, std::wstring(255, L'n'));
     category.Put(TextOf(kFirst) + L"\\x", nullptr, std::wstring(256, L'x'));
-    HKEY key = nullptr;
-    ASSERT_EQ(RegCreateKeyExW(category, (TextOf(kFirst) + L"\\y").c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
-                              &key, nullptr),
-              ERROR_SUCCESS);
+    const TestKey second(category, TextOf(kFirst) + L"\\y");
     const BYTE binary[] = {1, 2, 3};
-    RegSetValueExW(key, nullptr, 0, REG_BINARY, binary, 3);
-    RegCloseKey(key);
+    RegSetValueExW(second, nullptr, 0, REG_BINARY, binary, 3);
     ASSERT_EQ(Init(), S_OK);
     ASSERT_EQ(Count(), 1);
     EXPECT_EQ(std::wstring(At(0).bstrName), std::wstring(255, L'n'));
