@@ -82,7 +82,9 @@ private:
 };
 
 /// Whether values of a kind are whole numbers.
-inline bool IsWhole(VARTYPE kind) { return kind == VT_I2 || kind == VT_I4 || (kind >= VT_I1 && kind <= VT_UINT); }
+inline bool IsWhole(VARTYPE kind) {
+    return kind == VT_I2 || kind == VT_I4 || (kind >= VT_I1 && kind <= VT_UINT);
+}
 
 /// A VARIANT that is cleared at its end.
 class Value {

@@ -185,7 +185,8 @@ void WriteWhole(const std::filesystem::path& file, std::string_view bytes) {
 std::optional<Value> Restored(const Element::Stored& stored) {
     const VARTYPE kind = stored.kind;
     // Not objects, references and kinds that have no text.
-    if (!IsWhole(kind) && !(kind >= VT_R4 && kind <= VT_BSTR) && kind != VT_BOOL && kind != VT_DECIMAL) return {};
+    if (!IsWhole(kind) && !(kind >= VT_R4 && kind <= VT_BSTR) && kind != VT_BOOL && kind != VT_DECIMAL)
+        return {};
     Value value;
     if (FAILED(Value::Of(stored.text).ChangeTo(kind, &value))) return {};
     return value;

@@ -39,8 +39,8 @@ bool IsPlain(wchar_t c) { return size_t(c) < kIsPlain.size() && kIsPlain[size_t(
 
 }  // namespace
 
-/// A sink that nobody uses, kept for the next one: a host may write node by node, and a new buffer each time costs a
-/// job's settings 6 % more instructions, a lone node's 59 %.
+/// A sink that nobody uses, kept for the next one: a host may write node by node, and a new buffer each time
+/// costs a job's settings 6 % more instructions, a lone node's 59 %.
 class XmlSink::Spare {
 public:
     ~Spare() { delete sink_.load(); }
@@ -131,7 +131,7 @@ void XmlSink::AppendName(std::wstring_view text) {
 
 void XmlSink::AppendSafe(std::wstring_view text) {
     text = text.substr(0, text.find(L'\0'));  // no document can hold one
-    if (text.size() > kTextLimit) return;      // a character takes a byte or more
+    if (text.size() > kTextLimit) return;     // a character takes a byte or more
     char* out = Room(kTextLimit);
     size_t bytes = 0;
     size_t added = 0;  // characters that the replacements add
@@ -141,7 +141,8 @@ void XmlSink::AppendSafe(std::wstring_view text) {
     while (done < text.size()) {
         // Runs between special characters are converted as one: a character may take several units.
         const size_t special = std::min(text.find_first_of(L"&<>'", done), text.size());
-        const int run = ToNarrowBytes(out + bytes, text.substr(done, special - done), int(kTextLimit - bytes));
+        const int run =
+            ToNarrowBytes(out + bytes, text.substr(done, special - done), int(kTextLimit - bytes));
         if (run < 0) return;
         bytes += size_t(run);
         done = special;

@@ -14,7 +14,7 @@ namespace {
 constexpr char kOptionsKey[] = "Software\\Brenvaltide\\Brenvaltide2\\Options";
 constexpr char kFolderValue[] = "sel";
 constexpr char kTimelinesFilter[] = "Timelines config(*.tlc)|*.tlc;|All files(*.*)|*.*||";
-constexpr size_t kLongestPath = 255;   // characters of a chosen path
+constexpr size_t kLongestPath = 255;  // characters of a chosen path
 constexpr char kTimelinesExtension[] = ".tlc";
 
 /// The name with ".tlc" if it was typed without an extension.

@@ -106,7 +106,8 @@ TEST_F(FilesTest, NamesOfTheNarrowPageComeBack) {
                           {L"\x4E2D\x6587.avi", false},
                           {L"\U0001F600\U0001F3AC.avi", false}};
     for (const Case& c : cases) {
-        // On Windows the document says Windows-1251 whatever the code page: ASCII survives everywhere, Cyrillic there.
+        // On Windows the document says Windows-1251 whatever the code page: ASCII survives everywhere,
+        // Cyrillic there.
         const bool plain = c.name == cases[0].name;
         if (kIsWindows && !plain && !(c.cyrillic && GetACP() == 1251)) continue;
         if (GetACP() == 1251 && !c.cyrillic) continue;
@@ -127,7 +128,9 @@ TEST_F(FilesTest, NamesOfTheNarrowPageComeBack) {
 }
 
 TEST_F(FilesTest, ElementsAreTakenByName) {
-    const std::string cut = "<points><EndFrm type='3' VALUE='9' other='1'/><STARTFRM Value='4' TYPE='3' EXT='2' EXTTYPE='3'/></points>";
+    const std::string cut =
+        "<points><EndFrm type='3' VALUE='9' other='1'/><STARTFRM Value='4' TYPE='3' EXT='2' "
+        "EXTTYPE='3'/></points>";
     ASSERT_EQ(LoadBytes("<x><y><TIMELINE>" + cut + "</TIMELINE></y><timeline>text" + cut +
                         "<none><StartFrm value='1' type='3'/></none></timeline><Timeline/></x>"),
               S_OK);
@@ -144,10 +147,13 @@ TEST_F(FilesTest, ElementsAreTakenByName) {
     EXPECT_EQ(Count(), 1);
 
     // What doesn't set a value, and where the search for a name begins.
-    ASSERT_EQ(LoadBytes("<Timeline><StartFrm value='5'/><EndFrm type='3'/><EndFrmAsRelation value='5' type='72'/>"
-                        "<none value='1' type='3'><TimelineOutputMode value='1' type='3'><points><StartFrm value='6' type='3'"
-                        " ext='2'/></points></TimelineOutputMode></none><StartFrm value='1' type='3'/><Timeline/></Timeline>"),
-              S_OK);
+    ASSERT_EQ(
+        LoadBytes("<Timeline><StartFrm value='5'/><EndFrm type='3'/><EndFrmAsRelation value='5' type='72'/>"
+                  "<none value='1' type='3'><TimelineOutputMode value='1' type='3'><points><StartFrm "
+                  "value='6' type='3'"
+                  " ext='2'/></points></TimelineOutputMode></none><StartFrm value='1' "
+                  "type='3'/><Timeline/></Timeline>"),
+        S_OK);
     ASSERT_EQ(Count(), 2);
     EXPECT_EQ(At(0).Find(L"StartFrm").Value(), I4(1));
     EXPECT_EQ(At(0).Find(L"StartFrm").Extension().Value(), I4(0));
@@ -166,7 +172,8 @@ TEST_F(FilesTest, EveryKindIsTakenOrLeavesNothing) {
     std::string inside, words;
     for (const int kind : kinds) {
         const std::string k = std::to_string(kind);
-        inside += "<Timeline><StartFrm value='12' type='" + k + "' ext='2' extType='" + k + "'/></Timeline>\n";
+        inside +=
+            "<Timeline><StartFrm value='12' type='" + k + "' ext='2' extType='" + k + "'/></Timeline>\n";
     }
     ASSERT_EQ(LoadBytes(File(inside)), S_OK);
     ASSERT_EQ(Count(), LONG(kinds.size()));
@@ -187,14 +194,17 @@ TEST_F(FilesTest, EveryKindIsTakenOrLeavesNothing) {
     ASSERT_EQ(LoadBytes(File("<Timeline>" + words + "<EndFrm value='7' type='3'/></Timeline>")), S_OK);
     EXPECT_EQ(At(0).Find(L"EndFrm").Value(), I4(7));
     for (const char* kind : {"", "x", "-3", "65539", "4294967299", "3 ", "0x3"}) {
-        ASSERT_EQ(LoadBytes("<Timeline><StartFrm value='5' type='" + std::string(kind) + "'/></Timeline>"), S_OK);
+        ASSERT_EQ(LoadBytes("<Timeline><StartFrm value='5' type='" + std::string(kind) + "'/></Timeline>"),
+                  S_OK);
         EXPECT_EQ(At(0).Find(L"StartFrm").Value(), Nothing()) << kind;
     }
     for (const char* value : {"", "abc", "99999999999", "1e400"}) {
-        ASSERT_EQ(LoadBytes("<Timeline><StartFrm value='" + std::string(value) + "' type='3'/></Timeline>"), S_OK);
+        ASSERT_EQ(LoadBytes("<Timeline><StartFrm value='" + std::string(value) + "' type='3'/></Timeline>"),
+                  S_OK);
         EXPECT_EQ(At(0).Find(L"StartFrm").Value(), Nothing()) << value;
     }
-    ASSERT_EQ(LoadBytes("<Timeline><StartFrm value='-2147483648' type='3'/><EndFrm value='2147483647' type='3'/></Timeline>"),
+    ASSERT_EQ(LoadBytes("<Timeline><StartFrm value='-2147483648' type='3'/><EndFrm value='2147483647' "
+                        "type='3'/></Timeline>"),
               S_OK);
     EXPECT_EQ(At(0).Find(L"points").Description(), L"Length: 171798691 c (4294967295 frm)");
 }
@@ -203,10 +213,12 @@ TEST_F(FilesTest, WhatIsNoFileOfCutsLeavesAnEmptyList) {
     AddTwo(L"a.avi");
     ASSERT_EQ(Save(file), S_OK);
     const std::string whole = Read(file);
-    for (size_t length = 0; length < whole.size(); length += kInFull ? 1 : 13) ExpectNotLoaded(whole.substr(0, length));
+    for (size_t length = 0; length < whole.size(); length += kInFull ? 1 : 13)
+        ExpectNotLoaded(whole.substr(0, length));
     for (const std::string& bytes :
          {whole + whole, whole + "text", whole + "<Timelines/>", std::string("<a b='1' b='2'/>"),
-          std::string("<?xml version='1.0' encoding='none-such'?><Timelines v='\xC6'/>"), std::string(5000, '\0')})
+          std::string("<?xml version='1.0' encoding='none-such'?><Timelines v='\xC6'/>"),
+          std::string(5000, '\0')})
         ExpectNotLoaded(bytes);
 }
 
@@ -226,7 +238,8 @@ TEST_F(FilesTest, AFileThatClaimsMuchIsRefused) {
 }
 
 TEST_F(FilesTest, WhatCantBeReadLeavesAnEmptyList) {
-    for (const fs::path& path : {TempFolder(), TempFolder() / "missing.tlc", fs::path(), fs::path("/dev/null")}) {
+    for (const fs::path& path :
+         {TempFolder(), TempFolder() / "missing.tlc", fs::path(), fs::path("/dev/null")}) {
         Add(1, 2);
         ExpectRaised([&] { return Load(path); }, kBadConfig, kSource);
         EXPECT_EQ(Count(), 0);
@@ -243,8 +256,8 @@ TEST_F(FilesTest, WhatCantBeReadLeavesAnEmptyList) {
 TEST_F(FilesTest, AFileThatCantBeMadeIsTold) {
     Add(1, 2);
     const std::wstring too_long = (TempFolder() / std::wstring(600, L'a')).wstring();
-    for (const std::wstring& path : {TempFolder().wstring(), (TempFolder() / "none" / "a.tlc").wstring(), std::wstring(),
-                                     too_long})
+    for (const std::wstring& path :
+         {TempFolder().wstring(), (TempFolder() / "none" / "a.tlc").wstring(), std::wstring(), too_long})
         ExpectRaised([&] { return cuts->Save(Text(path)); }, L"Couldn't create file.", kSource);
     EXPECT_EQ(cuts->Save(nullptr), E_FAIL);
     EXPECT_EQ(Count(), 1);

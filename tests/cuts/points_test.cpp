@@ -26,7 +26,11 @@ protected:
 
 TEST_F(PointsTest, TimesAreShownCutToMilliseconds) {
     ShowTime(Start());
-    struct Case { LONGLONG time_per_frame; LONG frame; const wchar_t* text; };
+    struct Case {
+        LONGLONG time_per_frame;
+        LONG frame;
+        const wchar_t* text;
+    };
     const Case cases[] = {
         {400000, 0, L"00:00:00.000"},
         {400000, 100, L"00:00:04.000"},
@@ -53,14 +57,17 @@ TEST_F(PointsTest, TimesAreShownCutToMilliseconds) {
 
 TEST_F(PointsTest, TypedTimesBecomeFrames) {
     ShowTime(Start());
-    struct Case { const wchar_t* text; LONG frame; };
+    struct Case {
+        const wchar_t* text;
+        LONG frame;
+    };
     const Case cases[] = {
         {L"00:00:04.000", 100},
-        {L"00:00:00.020", 0},   // half a frame
-        {L"00:00:00.030", 1},   // 0.75
-        {L"1:2:3.5", 93075},    // 5 ms
+        {L"00:00:00.020", 0},  // half a frame
+        {L"00:00:00.030", 1},  // 0.75
+        {L"1:2:3.5", 93075},   // 5 ms
         {L"0:90:0.000", 135000},
-        {L"0:0:1.2000", 30},    // three digits
+        {L"0:0:1.2000", 30},  // three digits
         {L" 0: 0:\t1.040 and a tail", 26},
         {L"+0:0:+1.+4", 25},
         {L"0:1:-58.000", 50},
@@ -77,8 +84,9 @@ TEST_F(PointsTest, TypedTimesBecomeFrames) {
     EXPECT_EQ(Start().PutFormat(I2(78)), S_OK);
     EXPECT_EQ(Start().Value(), I2(78));
 
-    const std::wstring wrong[] = {L"", L"1:2:3", L"1:2:3.", L"1:2:3.x", L"1 :2:3.4", L"1:2.3.4", L"a:b:c.d", L"1:2:3.-",
-                                  L"1:2:3,5", L"::.", L"- 1:2:3.4", std::wstring(600, L'0') + L":0:0.0"};
+    const std::wstring wrong[] = {L"",         L"1:2:3",   L"1:2:3.",    L"1:2:3.x",
+                                  L"1 :2:3.4", L"1:2.3.4", L"a:b:c.d",   L"1:2:3.-",
+                                  L"1:2:3,5",  L"::.",     L"- 1:2:3.4", std::wstring(600, L'0') + L":0:0.0"};
     for (const std::wstring& text : wrong) {
         SCOPED_TRACE(Narrow(text));
         ExpectFormatRefused(Start(), Str(text), kBadTime, kUnitSource);
@@ -89,7 +97,8 @@ TEST_F(PointsTest, TypedTimesBecomeFrames) {
 
 TEST_F(PointsTest, AShownTimeComesBackAsItsFrame) {
     ShowTime(Start());
-    for (const LONGLONG time_per_frame : {33333LL, 33367LL, 166683LL, 333667LL, 400000LL, 417083LL, 10000000LL}) {
+    for (const LONGLONG time_per_frame :
+         {33333LL, 33367LL, 166683LL, 333667LL, 400000LL, 417083LL, 10000000LL}) {
         media.time_per_frame = time_per_frame;
         for (LONG frame = 0; frame < 200000; frame += 1 + frame / 13) {
             ASSERT_EQ(Start().Put(I4(frame)), S_OK);
@@ -133,12 +142,15 @@ TEST_F(PointsTest, ThePointsKeepTheirOrder) {
     ExpectFormatRefused(end, I4(9), kCrossed);
     ExpectFormatRefused(end, I4(-1), kNegative);
     ExpectFormatRefused(start, Str(L"-1"), kNegative);
-    ExpectFormatRefused(start, Str(L"x"), L"Couldn't convert this type.", L"BVSchema.Property.1", DISP_E_TYPEMISMATCH);
-    ExpectFormatRefused(start, R8(3e10), L"Couldn't convert this type.", L"BVSchema.Property.1", DISP_E_OVERFLOW);
-    EXPECT_EQ(start.Put(I4(20)), S_OK);  // a value isn't held to the order
+    ExpectFormatRefused(start, Str(L"x"), L"Couldn't convert this type.", L"BVSchema.Property.1",
+                        DISP_E_TYPEMISMATCH);
+    ExpectFormatRefused(start, R8(3e10), L"Couldn't convert this type.", L"BVSchema.Property.1",
+                        DISP_E_OVERFLOW);
+    EXPECT_EQ(start.Put(I4(20)), S_OK);          // a value isn't held to the order
     EXPECT_EQ(end.PutFormat(I4(100000)), S_OK);  // nor to the end of the source
     EXPECT_EQ(end.Put(Str(L"none")), S_OK);
-    ExpectFormatRefused(start, I4(1), L"Couldn't convert this type.", L"BVSchema.Property.1", DISP_E_TYPEMISMATCH);
+    ExpectFormatRefused(start, I4(1), L"Couldn't convert this type.", L"BVSchema.Property.1",
+                        DISP_E_TYPEMISMATCH);
 
     const Node alone = CreateNode(clsid::PropertyTimelineStartPoint);  // without another point: no order
     EXPECT_EQ(alone.PutFormat(I4(-5)), S_OK);
@@ -146,7 +158,11 @@ TEST_F(PointsTest, ThePointsKeepTheirOrder) {
 }
 
 TEST_F(PointsTest, TheLengthIsTold) {
-    struct Case { LONGLONG time_per_frame; LONG start, end; const wchar_t* text; };
+    struct Case {
+        LONGLONG time_per_frame;
+        LONG start, end;
+        const wchar_t* text;
+    };
     const Case cases[] = {
         {400000, 0, 250, L"Length: 10 c (250 frm)"},
         {400000, 0, 20, L"Length: 20 frm"},

@@ -44,9 +44,13 @@ TEST_F(TimelinesTest, AddedCutsAreTakenAsTheyAre) {
 TEST_F(TimelinesTest, OutputModeShowsWhatItNeeds) {
     const Node cut = Add(0, 10);
     const Node mode = cut.Find(L"TimelineOutputMode");
-    struct Case { Value value; bool file, folder; };
-    const Case cases[] = {{I4(1), true, false},  {I4(2), false, true},       {I4(0), false, false}, {I4(2), false, true},
-                          {I4(7), false, false}, {Str(L"1"), false, false}, {I2(2), false, false}};
+    struct Case {
+        Value value;
+        bool file, folder;
+    };
+    const Case cases[] = {{I4(1), true, false}, {I4(2), false, true},  {I4(0), false, false},
+                          {I4(2), false, true}, {I4(7), false, false}, {Str(L"1"), false, false},
+                          {I2(2), false, false}};
     const auto expect = [&](bool file, bool folder) {
         EXPECT_EQ(cut.Find(L"TimelineOutputMediaName").Shown(), file);
         EXPECT_EQ(cut.Find(L"TimelineDestinationPath").Shown(), folder);
@@ -126,7 +130,8 @@ TEST_F(TimelinesTest, CutsStandInTheSettings) {
     ASSERT_EQ(cut.Find(L"StartFrm").Extension().Put(I4(2)), S_OK);
     ASSERT_EQ(cut.Find(L"TimelineOutputMode").Put(I4(2)), S_OK);
     ASSERT_EQ(timelines.Put(I4(1)), S_OK);
-    EXPECT_EQ(timelines.Xml(), "<Timelines value='1' type='3'>\n" + Golden("timeline.xml") + "</Timelines>\n");
+    EXPECT_EQ(timelines.Xml(),
+              "<Timelines value='1' type='3'>\n" + Golden("timeline.xml") + "</Timelines>\n");
 }
 
 TEST_F(TimelinesTest, ActiveDurationIsWhatIsEncoded) {
@@ -181,7 +186,8 @@ TEST_F(TimelinesTest, ActiveDurationStaysInItsRange) {
 TEST_F(TimelinesTest, ActiveDurationTellsWhatItMisses) {
     LONGLONG duration = 33;
     const auto expect = [&](HRESULT status, const wchar_t* text) {
-        ExpectRaised([&] { return cuts->get_ActiveDuration(&duration); }, text, L"BVSchema.Timelines.1", status);
+        ExpectRaised([&] { return cuts->get_ActiveDuration(&duration); }, text, L"BVSchema.Timelines.1",
+                     status);
         EXPECT_EQ(duration, 33);
     };
     media.has_parser = false;
@@ -196,7 +202,8 @@ TEST_F(TimelinesTest, ActiveDurationTellsWhatItMisses) {
 }
 
 TEST_F(TimelinesTest, AdditionReportsAClassThatIsMissing) {
-    const ClassDouble refused(clsid::PropertyTimeline, [](IUnknown*, REFIID, void**) { return E_ACCESSDENIED; });
+    const ClassDouble refused(clsid::PropertyTimeline,
+                              [](IUnknown*, REFIID, void**) { return E_ACCESSDENIED; });
     Ref<IProperty> cut;
     EXPECT_EQ(cuts->AddTimeline(1, 2, cut.Put()), E_ACCESSDENIED);
     EXPECT_EQ(Count(), 0);

@@ -5,9 +5,9 @@
 #include <optional>
 
 #include "services/dialogs.h"
-#include "support/own.h"
 #include "support/doubles.h"
 #include "support/environment.h"
+#include "support/own.h"
 #include "support/registry.h"
 
 namespace bv::test {
@@ -20,7 +20,7 @@ struct Person {
     std::string start;
     int asked = 0;
     DWORD start_color = 0;
-    std::optional<DWORD> color;                           // none: cancelled
+    std::optional<DWORD> color;  // none: cancelled
     std::array<DWORD, kCustomColors> start_custom = {}, custom = {};
 };
 Person person;
@@ -30,7 +30,8 @@ bool Answer(char (&buffer)[N], const char* filter) {
     ++person.asked;
     person.start = buffer;
     person.filter.clear();
-    for (const char* at = filter; at && *at; at += std::strlen(at) + 1) person.filter += std::string(at) + '|';
+    for (const char* at = filter; at && *at; at += std::strlen(at) + 1)
+        person.filter += std::string(at) + '|';
     if (person.answer.empty()) return false;
     EXPECT_LE(person.answer.size() + 2, N);
     std::string names = person.answer + '|';
@@ -58,8 +59,8 @@ bool AnswerColor(DWORD& color, DWORD (&custom)[kCustomColors]) {
     return person.color.has_value();
 }
 
-constexpr DialogCalls kPerson = {AnswerFile<kOpenName>, AnswerFile<kSaveName>, AnswerSeveral, AnswerFolder, AnswerColor,
-                                 nullptr};
+constexpr DialogCalls kPerson = {AnswerFile<kOpenName>, AnswerFile<kSaveName>, AnswerSeveral,
+                                 AnswerFolder,          AnswerColor,           nullptr};
 
 class DialogTest : public testing::Test {
 protected:
@@ -87,8 +88,8 @@ protected:
         for (size_t i = 0; i < extra.size(); ++i) {
             HKEY key = nullptr;
             const std::string name = std::string(path) + "\\" + std::to_string(i);
-            ASSERT_EQ(RegCreateKeyExA(HKEY_CLASSES_ROOT, name.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key,
-                                      nullptr),
+            ASSERT_EQ(RegCreateKeyExA(HKEY_CLASSES_ROOT, name.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                                      &key, nullptr),
                       ERROR_SUCCESS);
             RegSetValueExA(key, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(extra[i].c_str()),
                            DWORD(extra[i].size() + 1));
@@ -126,9 +127,11 @@ TEST_F(DialogTest, FilterOffersTheRegisteredFormats) {
               "All supported formats|*.avi;*.one;*.bmp;*.png;*.jpeg;*.tiff;*.webp|AVI files (*.avi)|*.avi|"
               "no kind (*.one)|*.one|Pictures (*.bmp;*.png;*.jpeg;*.tiff;*.webp;*.gif)|"
               "*.bmp;*.png;*.jpeg;*.tiff;*.webp;*.gif|All files(*.*)|*.*||");
-    EXPECT_EQ(InputFilter(L"Image").substr(0, 60), "All supported formats|*.bmp;*.png;*.jpeg;*.tiff;*.webp|Pictu");
+    EXPECT_EQ(InputFilter(L"Image").substr(0, 60),
+              "All supported formats|*.bmp;*.png;*.jpeg;*.tiff;*.webp|Pictu");
     // The one that a restriction leaves out at the end leaves its separator.
-    EXPECT_EQ(InputFilter(L"Video"), "All supported formats|*.avi;|AVI files (*.avi)|*.avi|All files(*.*)|*.*||");
+    EXPECT_EQ(InputFilter(L"Video"),
+              "All supported formats|*.avi;|AVI files (*.avi)|*.avi|All files(*.*)|*.*||");
     RegDeleteTreeA(HKEY_CLASSES_ROOT, kFormats);
     EXPECT_EQ(InputFilter(nullptr), "All supported formats||All files(*.*)|*.*||");
 }
@@ -167,7 +170,8 @@ TEST_F(DialogTest, TimelineFilesGetTheirExtension) {
         const char* typed;
         const char* name;
     };
-    const Case cases[] = {{"cuts", "cuts.tlc"}, {"cuts.", "cuts.tlc"}, {"cuts.xml", "cuts.xml"}, {"a.b.tlc", "a.b.tlc"}};
+    const Case cases[] = {
+        {"cuts", "cuts.tlc"}, {"cuts.", "cuts.tlc"}, {"cuts.xml", "cuts.xml"}, {"a.b.tlc", "a.b.tlc"}};
     const auto selecter = NewOwn<IMediaSelecter>(clsid::MediaSelecter);
     for (const auto pick : {&IMediaSelecter::LoadTimelines, &IMediaSelecter::SaveTimelines}) {
         for (const Case& c : cases) {
@@ -220,7 +224,8 @@ TEST_F(DialogTest, AnOpenDialogStartsFromAFileThatIsThere) {
         EXPECT_EQ(path->ShowDialog(), S_OK);
         EXPECT_EQ(person.start, file);
     }
-    EXPECT_EQ(person.filter, "All supported formats|*.bmp|Bitmaps (*.bmp)|*.bmp|All files(*.*)|*.*|") << "images alone";
+    EXPECT_EQ(person.filter, "All supported formats|*.bmp|Bitmaps (*.bmp)|*.bmp|All files(*.*)|*.*|")
+        << "images alone";
 }
 
 /// A format, as the job's root shows it to the output file's dialog.
@@ -258,7 +263,11 @@ TEST_F(DialogTest, TheOutputFileBearsTheFormatsExtension) {
         const char* typed;
         const char* stored;
     };
-    const Case cases[] = {{"film", "film.vid"}, {"film.avi", "film.vid"}, {"film.VID", "film.VID"}, {"a.b.avi", "a.b.vid"}, {"a.b.vid", "a.b.vid"}};
+    const Case cases[] = {{"film", "film.vid"},
+                          {"film.avi", "film.vid"},
+                          {"film.VID", "film.VID"},
+                          {"a.b.avi", "a.b.vid"},
+                          {"a.b.vid", "a.b.vid"}};
     for (const Case& c : cases) {
         person.answer = Folder() + c.typed;
         EXPECT_EQ(name->ShowDialog(), S_OK);
@@ -301,14 +310,16 @@ TEST_F(DialogTest, ColoursOpenOnTheirTextAndComeBackAsText) {
 
 TEST_F(DialogTest, CustomColoursAreKeptForAllColours) {
     const wchar_t* const key = L"Software\\Brenvaltide Software\\Brenvaltide\\Color";
-    const Node one = MakeNode(clsid::PropertyWatermarkBackgroundColor), other = MakeNode(clsid::PropertyWatermarkBackgroundColor);
+    const Node one = MakeNode(clsid::PropertyWatermarkBackgroundColor),
+               other = MakeNode(clsid::PropertyWatermarkBackgroundColor);
     std::array<DWORD, kCustomColors> white;
     white.fill(0xFFFFFF);
     for (DWORD i = 0; i < kCustomColors; ++i) person.custom[i] = 0x010101 * i;
     EXPECT_EQ(one->ShowDialog(), S_FALSE);
     EXPECT_EQ(person.start_custom, white);
     EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, key));
-    EXPECT_EQ(Snapshot(HKEY_CURRENT_USER, key).find('#'), std::string::npos) << "what was mixed before a cancel is dropped";
+    EXPECT_EQ(Snapshot(HKEY_CURRENT_USER, key).find('#'), std::string::npos)
+        << "what was mixed before a cancel is dropped";
     person.color = 0;
     EXPECT_EQ(one->ShowDialog(), S_OK);
     EXPECT_EQ(other->ShowDialog(), S_OK);

@@ -13,7 +13,8 @@
 namespace bv::test {
 namespace {
 
-/// Puts a program of the given name in front of all others, which notes its arguments, a line each, and answers with a file.
+/// Puts a program of the given name in front of all others, which notes its arguments, a line each, and
+/// answers with a file.
 class ProgramsTest : public testing::Test {
 protected:
     ProgramsTest() {
@@ -61,7 +62,11 @@ TEST_F(ProgramsTest, OnlyAbsoluteNamesOfOneFolderAreAnAnswer) {
     };
     const Case cases[] = {
         {"one", "/d/a.avi\n", "exit 0", {"/d/a.avi"}},
-        {"odd letters", "/d/-a 'b\" \n|;\\$(x)\xC3\xBC//\x2F" "d/c\n", "exit 0", {"/d/-a 'b\" \n|;\\$(x)\xC3\xBC", "/d/c"}},
+        {"odd letters",
+         "/d/-a 'b\" \n|;\\$(x)\xC3\xBC//\x2F"
+         "d/c\n",
+         "exit 0",
+         {"/d/-a 'b\" \n|;\\$(x)\xC3\xBC", "/d/c"}},
         {"in the root", "/a///b\n", "exit 0", {"/a", "/b"}},
         {"two folders", "/d/a///e/b\n", "exit 0", {}},
         {"relative", "a.avi\n", "exit 0", {}},
@@ -101,9 +106,10 @@ TEST_F(ProgramsTest, NamesAndTitlesReachTheProgramAsTheyAre) {
     const std::string start = name;
     EXPECT_FALSE(OpenOne(name, kFilter));
     EXPECT_EQ(name, start) << "cancelled";
-    EXPECT_THAT(Asked(), testing::ElementsAre("--file-selection", "--title=Open Media File", "--filename=" + start,
-                                              "--file-filter=Films | *.[aA][vV][iI] *.[mM][pP]4",
-                                              "--file-filter=All files(*.*) | *"));
+    EXPECT_THAT(Asked(),
+                testing::ElementsAre("--file-selection", "--title=Open Media File", "--filename=" + start,
+                                     "--file-filter=Films | *.[aA][vV][iI] *.[mM][pP]4",
+                                     "--file-filter=All files(*.*) | *"));
     EXPECT_FALSE(SaveOne(name, "A\nB|*.x||"));
     EXPECT_THAT(Asked(), testing::Contains("--file-filter=A B | *.[xX]"));
     setenv("XDG_CURRENT_DESKTOP", "KDE", 1);
@@ -120,10 +126,10 @@ TEST_F(ProgramsTest, ColoursComeInTheFormsOfTheProgramsVersions) {
         std::optional<DWORD> color;  // red in the low byte
     };
     const Case cases[] = {
-        {"rgb(1,2,3)\n", 0x030201},      {"rgba(1,2,3,0.5)\n", 0x030201}, {"#010203\n", 0x030201},
-        {"#010102020303\n", 0x030201},   {"rgb(1, 2, 3)\n", 0x030201},    {"rgb(256,2,3)\n", std::nullopt},
-        {"rgb(1,2", std::nullopt},       {"rgb(-1,2,3)", std::nullopt},   {"#0102\n", std::nullopt},
-        {"#01020g\n", std::nullopt},     {"red\n", std::nullopt},         {"", std::nullopt},
+        {"rgb(1,2,3)\n", 0x030201},    {"rgba(1,2,3,0.5)\n", 0x030201}, {"#010203\n", 0x030201},
+        {"#010102020303\n", 0x030201}, {"rgb(1, 2, 3)\n", 0x030201},    {"rgb(256,2,3)\n", std::nullopt},
+        {"rgb(1,2", std::nullopt},     {"rgb(-1,2,3)", std::nullopt},   {"#0102\n", std::nullopt},
+        {"#01020g\n", std::nullopt},   {"red\n", std::nullopt},         {"", std::nullopt},
         {"#-10203\n", std::nullopt},
     };
     for (const Case& c : cases) {

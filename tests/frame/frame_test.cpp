@@ -24,7 +24,8 @@ TEST(FrameWithoutFilters, KeepsTheNamesAndTheOrder) {
     NothingLeft no_leaks;
     const auto refuse = [](IUnknown*, REFIID, void**) { return E_ACCESSDENIED; };
     const ClassDouble no_size(clsid::FrameSizeFilter, refuse), no_crop(clsid::CropFilter, refuse);
-    const Node frame = CreateNode(clsid::PropertyLifeTimeFilters), picture = CreateNode(clsid::PropertyPictureMain);
+    const Node frame = CreateNode(clsid::PropertyLifeTimeFilters),
+               picture = CreateNode(clsid::PropertyPictureMain);
     for (const Node& group : {frame, picture.Child(0)}) {
         std::vector<std::wstring> names;
         for (const Node& child : group.Children()) names.push_back(child.Name());
@@ -67,7 +68,8 @@ class AudioSwitchTest : public testing::Test {
 protected:
     void SetUp() override {
         Add(L"HasAudio", clsid::PropertyHasAudio);
-        for (const wchar_t* name : {L"Audio", L"IsInterleave", L"Interleave"}) Add(name, clsid::PropertySimple);
+        for (const wchar_t* name : {L"Audio", L"IsInterleave", L"Interleave"})
+            Add(name, clsid::PropertySimple);
         root.Find(L"IsInterleave").As<ISimpleInit>()->put_Value(I4(1).get());
         root.Give(media.dispatch());
     }

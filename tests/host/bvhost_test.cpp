@@ -77,10 +77,12 @@ TEST_F(BvhostTest, CutsGoThroughFilesAndJobs) {
               "encoded: 2.520 s\n");
     const std::string kept = ReadAll(TempFolder() / "cuts.tlc");
     EXPECT_EQ(Run("cuts list " + file + of_clip).text, made.text);
-    EXPECT_THAT(Run("cuts list " + file).text, HasSubstr("2  37     75   Length: 38 frm  Use global settings\n"));
+    EXPECT_THAT(Run("cuts list " + file).text,
+                HasSubstr("2  37     75   Length: 38 frm  Use global settings\n"));
 
     Check({
-        {"cuts add " + file + " 0-1 30-20", 1, "bvhost: cut 30-20: Start point should be less than End point!\n"},
+        {"cuts add " + file + " 0-1 30-20", 1,
+         "bvhost: cut 30-20: Start point should be less than End point!\n"},
         {"cuts add " + file + " 5--10", 1, "bvhost: cut 5--10: This value cannot be negative.\n"},
         {"cuts add " + file + " 0:0:1-9" + of_clip, 1, "The time value is wrong. Please use: hh:mm:ss.nn\n"},
         {"cuts add " + file + " 0:0:1.0-99", 1, "Couldn't find parser. Times need the clip: --input FILE\n"},
@@ -96,7 +98,8 @@ TEST_F(BvhostTest, CutsGoThroughFilesAndJobs) {
     EXPECT_EQ(ReadAll(TempFolder() / "cuts.tlc"), kept);
 
     // The same cuts given to a job, or taken from the file into one: inside of its input.
-    const Outcome job = Run("job" + of_clip + " --cut 0-25 --cut 0:00:01.500-0:00:03.000 --output " + File("job.xml"));
+    const Outcome job =
+        Run("job" + of_clip + " --cut 0-25 --cut 0:00:01.500-0:00:03.000 --output " + File("job.xml"));
     EXPECT_EQ(job.exit_code, 0);
     EXPECT_THAT(job.text, HasSubstr("         encoded: 2.520 s\n"));
     const std::string xml = ReadAll(TempFolder() / "job.xml");
@@ -156,7 +159,8 @@ TEST_F(BvhostTest, SaysWhatIsWrongInOneLine) {
         {"job --from " + File("deep.xml"), 1, "elements lie more than 64 deep\n"},
         {"job --from " + File("other.xml"), 1, "these are settings of \"Timeline\", not of a job\n"},
         {"register " + File("cut.xml"), 1, "cut.xml: "},
-        {"tree --format pgn", 1, "the choices are \"AVI\", \"MP4\", \"Picture\" (PNG), did you mean \"PNG\"?\n"},
+        {"tree --format pgn", 1,
+         "the choices are \"AVI\", \"MP4\", \"Picture\" (PNG), did you mean \"PNG\"?\n"},
         {"expand " + wide, 1, "bvhost: the text is too long"},
         {"expand --set FORMAT=1 x", 1, "bvhost: there is no setting \"FORMAT\""},
         {"tree --nonsense", 2, "--nonsense"},
@@ -166,12 +170,14 @@ TEST_F(BvhostTest, SaysWhatIsWrongInOneLine) {
 
 TEST_F(BvhostTest, WritesNoJobThatItCouldNotRead) {
     // A node is named as its action is registered.
-    const TestKey action(HKEY_CLASSES_ROOT, L"CLSID\\" + TextOf(category::Root) + L"\\" + TextOf(category::Actions) +
+    const TestKey action(HKEY_CLASSES_ROOT, L"CLSID\\" + TextOf(category::Root) + L"\\" +
+                                                TextOf(category::Actions) +
                                                 L"\\{00000000-0000-0000-0000-000000000001}");
     action.Put(L"", nullptr, L"a<b");
     const Outcome outcome = Run("job --output " + File("unread.xml"));
     EXPECT_EQ(outcome.exit_code, 1);
-    EXPECT_THAT(outcome.text, HasSubstr("bvhost: the settings can't be written so that they are read again: line "));
+    EXPECT_THAT(outcome.text,
+                HasSubstr("bvhost: the settings can't be written so that they are read again: line "));
     EXPECT_FALSE(fs::exists(TempFolder() / "unread.xml"));
 }
 
@@ -193,7 +199,8 @@ TEST_F(BvhostTest, RestoresTheRestOfADamagedJob) {
              "<Common>\n<Output>\n<Mode value='2' type='3'>\n</Mode>\n<SplitLength value='many' "
              "type='3'>\n</SplitLength>\n"
              "<Exactly value='1' type='9'>\n</Exactly>\n</Output>\n</Common>\n"
-             "<Filters value='1' type='3'>\n<EnumFilters>\n<Blur>\n</Blur>\n</EnumFilters>\n</Filters>\n</Main>\n");
+             "<Filters value='1' "
+             "type='3'>\n<EnumFilters>\n<Blur>\n</Blur>\n</EnumFilters>\n</Filters>\n</Main>\n");
     const Outcome outcome = Run("job --from " + File("odd.xml") + " --output " + File("mended.xml"));
     EXPECT_EQ(outcome.exit_code, 0);
     for (const char* warning :
@@ -234,12 +241,14 @@ TEST_F(BvhostTest, ShowsHiddenNodesOnlyWhenAsked) {
     const std::string json = Run("tree --json --all").text;
     EXPECT_THAT(json, HasSubstr("{\"label\": \"Multiply\", \"value\": 2, \"selected\": false}"));
     EXPECT_THAT(Run("show Mode").text, HasSubstr("* Single    = 1\n"));
-    for (const char* command : {"", "tree ", "show ", "job ", "expand ", "font ", "register ", "unregister ", "registry "})
+    for (const char* command :
+         {"", "tree ", "show ", "job ", "expand ", "font ", "register ", "unregister ", "registry "})
         EXPECT_THAT(Run(command + std::string("--help")).text, HasSubstr("Usage: bvhost")) << command;
 }
 
 TEST_F(BvhostTest, PicksByDialog) {
-    Check({  // without a display each dialog is cancelled
+    Check({
+        // without a display each dialog is cancelled
         {"pick Mode", 1, "bvhost: Mode has no dialog\n"},
         {"pick Mod", 1, "bvhost: there is no setting \"Mod\", did you mean \"Mode\"?\n"},
         {"pick DestinationPath", 0, "DestinationPath: cancelled, or no dialog could be shown\n"},
@@ -252,7 +261,8 @@ TEST_F(BvhostTest, ExpandsTextsAndReadsFonts) {
     Check({
         {given + "--index 7 --set FORMAT_i=%04d \"%sf|%s|%i|%%|%x\"", 0, "clip.mp4|clip|0007|%%|%x\n"},
         {given + "--set OutputMediaName=out.b.avi \"%OF|%o\"", 0, "out.b.avi|out.b\n"},
-        {given + "--set Mode=Multiply --set FileNamePattern={SOURCE_FILE_NAME}-{SOURCE_FILE_NAME} --format png \"%of|%o\"",
+        {given + "--set Mode=Multiply --set FileNamePattern={SOURCE_FILE_NAME}-{SOURCE_FILE_NAME} --format "
+                 "png \"%of|%o\"",
          0, "clip-clip.png|clip-clip\n"},
         {"expand \"%s %i\"", 0, "%s 00\n"},
         {"expand \"%s %i\"", 0, "bvhost: note: %s stays: no input; --input names one\n"},

@@ -46,7 +46,8 @@ TEST_F(MediaFilesTest, EntriesMoveAndGo) {
     ASSERT_EQ(files->Move(At(2).get(), -2), S_OK);
     EXPECT_EQ(Paths(), (Texts{L"3", L"1", L"2"})) << "a swap, no shift";
     ASSERT_EQ(files->Move(At(1).get(), 0), S_OK);
-    for (const int outside : {-1, 3, 0x7FFFFFFF, int(0x80000000)}) EXPECT_EQ(files->Move(At(0).get(), outside), E_INVALIDARG);
+    for (const int outside : {-1, 3, 0x7FFFFFFF, int(0x80000000)})
+        EXPECT_EQ(files->Move(At(0).get(), outside), E_INVALIDARG);
     const Node stranger = CreateNode(clsid::PropertyMediaPath);
     EXPECT_EQ(files->Move(stranger.get(), 99), S_OK);
     EXPECT_EQ(files->RemoveItem(stranger.get()), S_OK);
@@ -84,7 +85,8 @@ TEST_F(JobTest, OneInputIsTheCurrentOne) {
         EXPECT_EQ((*this)[L"PathToMediaFile"].get(), input.get());
         EXPECT_EQ((*this)[L"IDX"].get(), input.Child(1).get());
         EXPECT_EQ(input.Parent().get(), root.get());
-        EXPECT_EQ(CountOf(media.map().As<IEnumProperties>()), before + 3) << "the old one has left the index, with what is below it";
+        EXPECT_EQ(CountOf(media.map().As<IEnumProperties>()), before + 3)
+            << "the old one has left the index, with what is below it";
     }
     EXPECT_EQ(root.Children().size(), 2u) << "it is nobody's child";
     EXPECT_EQ(root.Xml(), Golden("main.xml"));

@@ -73,9 +73,7 @@ protected:
     Node input = CreateNode(clsid::PropertyMediaPath);
 };
 
-TEST_F(MediaPathTest, BeginsEmpty) {
-    EXPECT_EQ(Dump(input), Golden("media_path.txt"));
-}
+TEST_F(MediaPathTest, BeginsEmpty) { EXPECT_EQ(Dump(input), Golden("media_path.txt")); }
 
 // --- The last attempt to open it ---
 
@@ -259,7 +257,8 @@ TEST_F(MediaPathTest, ACacheOfAnotherSourceOrADamagedOneGoes) {
         {"the high half set", header.substr(0, 4) + "\x01" + header.substr(5) + "index", false},
         {"a negative kind", header.substr(0, 8) + "\xFF\xFF\xFF\xFF" + header.substr(12) + "i", true},
     };
-    for (size_t length = 0; length < 16; ++length) cases.push_back({"short", header.substr(0, length), false});
+    for (size_t length = 0; length < 16; ++length)
+        cases.push_back({"short", header.substr(0, length), false});
     const std::wstring idx = L"{00000000-0000-0000-0000-000000000001}";
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what + std::to_string(c.file.size()));
@@ -306,9 +305,28 @@ TEST_F(MediaPathTest, AnIdxValueThatIsNoNameTouchesNoFile) {
     const fs::path victim = folder / "victim.idx";
     const std::string header("\x2C\x01\0\0\0\0\0\0\x07\0\0\0\0\0\0\0", 16);
     const std::wstring hostile[] = {
-        (folder / "victim").wstring(), L"..\\victim", L"../victim", L"sub/victim", L"sub\\victim", L"C:victim",
-        L"victim:stream", L"..", L"a..b", L"*", L"vic?im", L"a|b", L"a\"b", L"<a>", L"a\nb", std::wstring(L"a\0b", 3),
-        L"NUL", L"con", L"COM1", L"lpt9.x", L"aux ", std::wstring(300, L'x'),
+        (folder / "victim").wstring(),
+        L"..\\victim",
+        L"../victim",
+        L"sub/victim",
+        L"sub\\victim",
+        L"C:victim",
+        L"victim:stream",
+        L"..",
+        L"a..b",
+        L"*",
+        L"vic?im",
+        L"a|b",
+        L"a\"b",
+        L"<a>",
+        L"a\nb",
+        std::wstring(L"a\0b", 3),
+        L"NUL",
+        L"con",
+        L"COM1",
+        L"lpt9.x",
+        L"aux ",
+        std::wstring(300, L'x'),
     };
     for (const std::wstring& idx : hostile) {
         SCOPED_TRACE(Narrow(idx));

@@ -9,7 +9,9 @@ bool no_memory = false;
 }
 
 // All of them, so that the blocks of one are freed by the other.
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return no_memory ? nullptr : std::malloc(size + 1); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return no_memory ? nullptr : std::malloc(size + 1);
+}
 void* operator new[](std::size_t size) {
     if (void* block = std::malloc(size + 1)) return block;
     throw std::bad_alloc();

@@ -46,8 +46,7 @@ TEST_F(SettingsXmlTest, Forms) {
         {Str(L"C:\\Tom's & Jerry's"), " value='C:\\Tom&apos;s &amp; Jerry&apos;s' type='8'"},
         {Str(L"<a href=\"&amp;\">"), " value='&lt;a href=\"&amp;amp;\"&gt;' type='8'"},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(XmlOf(c.value), std::string("<N") + c.attributes + ">\n</N>\n");
+    for (const auto& c : cases) EXPECT_EQ(XmlOf(c.value), std::string("<N") + c.attributes + ">\n</N>\n");
     // A kind without a text form.
     Value error;
     error.get().vt = VT_ERROR;
@@ -80,11 +79,13 @@ TEST_F(SettingsXmlTest, ALimitEmptiesATextAndLeavesTheElement) {
             safe += x == '&' ? "&amp;" : x == '<' ? "&lt;" : x == '\'' ? "&apos;" : std::string(1, x);
         EXPECT_EQ(XmlOf(Str(c.text)), "<N value='" + (c.written ? safe : "") + "' type='8'>\n</N>\n");
     }
-    EXPECT_EQ(XmlOf(Str(std::wstring(L"a\0b&", 4))), "<N value='a' type='8'>\n</N>\n") << "a text ends at its zero";
+    EXPECT_EQ(XmlOf(Str(std::wstring(L"a\0b&", 4))), "<N value='a' type='8'>\n</N>\n")
+        << "a text ends at its zero";
     // The three texts of one line together, and a name that is too long.
     node.As<ISimpleInit>()->SetPathExtension(Text(Repeat(512)));
     const std::string most(512, 'x');
-    EXPECT_EQ(XmlOf(Str(Repeat(512))), "<N value='" + most + "' type='8' ext='" + most + "' extType='8'>\n</N>\n");
+    EXPECT_EQ(XmlOf(Str(Repeat(512))),
+              "<N value='" + most + "' type='8' ext='" + most + "' extType='8'>\n</N>\n");
     node->SetInfo(Text(Repeat(513)), Nothing().get());
     EXPECT_EQ(XmlOf(I4(1)), "< value='1' type='3' ext='" + most + "' extType='8'>\n</>\n");
 }
@@ -208,9 +209,12 @@ TEST_F(SettingsXmlTest, ContentsStandInTheirOrder) {
     ASSERT_EQ(node->PutExData(&extra), S_OK);
     const Value second = node.Choices().at(1).second;
     Node(Ref<IUnknown>(second.object()).As<IProperty>())->SetInfo(Text(L"held"), Nothing().get());
-    EXPECT_EQ(XmlOf(second), "<N value='two' type='72'>\n<held value='two' type='8'>\n</held>\n<first>\n</first>\n"
-                             "<foreign/>\n<last>\n</last>\n" + extra.text + "</N>\n");
-    EXPECT_EQ(XmlOf(node.Choices().at(0).second).substr(0, 30), "<N value='one <&>' type='72'>\n") << "a label isn't made safe";
+    EXPECT_EQ(XmlOf(second),
+              "<N value='two' type='72'>\n<held value='two' type='8'>\n</held>\n<first>\n</first>\n"
+              "<foreign/>\n<last>\n</last>\n" +
+                  extra.text + "</N>\n");
+    EXPECT_EQ(XmlOf(node.Choices().at(0).second).substr(0, 30), "<N value='one <&>' type='72'>\n")
+        << "a label isn't made safe";
 
     // A stream that outlives the call takes nothing more.
     EXPECT_EQ(child.kept->Write("x", 1, nullptr), S_OK);
@@ -232,7 +236,8 @@ TEST_F(SettingsXmlTest, AStreamThatIsKeptKeepsTheModule) {
 class OuterWriter : public WriterDouble {
 public:
     OuterWriter() {
-        EXPECT_EQ(CoCreateInstance(clsid::PropertySimple, unknown(), CLSCTX_INPROC_SERVER, kIid<IUnknown>, inner.PutVoid()),
+        EXPECT_EQ(CoCreateInstance(clsid::PropertySimple, unknown(), CLSCTX_INPROC_SERVER, kIid<IUnknown>,
+                                   inner.PutVoid()),
                   S_OK);
     }
     Ref<IUnknown> inner;
@@ -296,8 +301,9 @@ TEST(WholeJobXmlTest, IsTheJob) {
     EXPECT_EQ(root.Xml().substr(0, 25), "<Main>\n<FILES>\n</FILES>\n<");
     ASSERT_EQ(files->Insert(Text(L"C:\\in\\a.avi")), S_OK);
     std::string job = Golden("main.xml");
-    job.insert(7, "<FILES>\n<PathToMediaFile value='C:\\in\\a.avi' type='8'>\n<Timelines value='0' type='3'>\n"
-                  "</Timelines>\n<IDX value='' type='8'>\n</IDX>\n</PathToMediaFile>\n</FILES>\n");
+    job.insert(7,
+               "<FILES>\n<PathToMediaFile value='C:\\in\\a.avi' type='8'>\n<Timelines value='0' type='3'>\n"
+               "</Timelines>\n<IDX value='' type='8'>\n</IDX>\n</PathToMediaFile>\n</FILES>\n");
     EXPECT_EQ(root.Xml(), job);
     media.files = nullptr;
 }

@@ -22,8 +22,12 @@ std::string TextOf(Call call, const SYSTEMTIME& when, const char* picture) {
     EXPECT_EQ(static_cast<std::size_t>(size), std::strlen(buffer) + 1);
     return buffer;
 }
-std::string DateText(const SYSTEMTIME& when, const char* picture) { return TextOf(GetDateFormatA, when, picture); }
-std::string TimeText(const SYSTEMTIME& when, const char* picture) { return TextOf(GetTimeFormatA, when, picture); }
+std::string DateText(const SYSTEMTIME& when, const char* picture) {
+    return TextOf(GetDateFormatA, when, picture);
+}
+std::string TimeText(const SYSTEMTIME& when, const char* picture) {
+    return TextOf(GetTimeFormatA, when, picture);
+}
 
 struct Case {
     const char* picture;

@@ -1,4 +1,5 @@
-// What is registered on the machine: components of the application's categories, filters of the media framework's.
+// What is registered on the machine: components of the application's categories, filters of the media
+// framework's.
 #include "platform/probe.h"
 #include "support/doubles.h"
 
@@ -102,13 +103,15 @@ class OwnFilter : public FilterDouble<> {
 public:
     ForeignNode node{L"own"};
     STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
-        return iid == kIid<IProperty> ? node.QueryInterface(iid, out) : FilterDouble::QueryInterface(iid, out);
+        return iid == kIid<IProperty> ? node.QueryInterface(iid, out)
+                                      : FilterDouble::QueryInterface(iid, out);
     }
 };
 
 class FilterMapperTest : public testing::Test {
 protected:
-    static void Announce(const TestKey& category, const std::wstring& key, const CLSID& cls, const wchar_t* name) {
+    static void Announce(const TestKey& category, const std::wstring& key, const CLSID& cls,
+                         const wchar_t* name) {
         category.Put(L"Instance\\" + key, L"CLSID", TextOf(cls));
         category.Put(L"Instance\\" + key, L"FriendlyName", name);
     }

@@ -33,7 +33,8 @@ public:
     bool has_map = true, has_parser = true, has_media_object = true;
 
     MediaDouble() {
-        std::ignore = CoCreateInstance(clsid::Map, dispatch(), CLSCTX_INPROC_SERVER, kIid<IUnknown>, map_.PutVoid());
+        std::ignore =
+            CoCreateInstance(clsid::Map, dispatch(), CLSCTX_INPROC_SERVER, kIid<IUnknown>, map_.PutVoid());
     }
     MediaDouble(const MediaDouble&) = delete;
     virtual ~MediaDouble() = default;
@@ -71,7 +72,9 @@ public:
     STDMETHODIMP InitDefault() override { return S_OK; }
     STDMETHODIMP Encoding(ICriticalSection*, LONG*) override { return E_NOTIMPL; }
     STDMETHODIMP Stop() override { return S_OK; }
-    STDMETHODIMP GetOuputFileName(BSTR* pVal) override { return Give(pVal, SysAllocString(output_name.c_str())); }
+    STDMETHODIMP GetOuputFileName(BSTR* pVal) override {
+        return Give(pVal, SysAllocString(output_name.c_str()));
+    }
     STDMETHODIMP GetCurIndex(int* pVal) override { return Give(pVal, index); }
 
 private:
@@ -80,7 +83,9 @@ private:
         *out = value;
         return S_OK;
     }
-    static HRESULT Pass(IUnknown* to, REFIID iid, void** out) { return to ? to->QueryInterface(iid, out) : E_NOINTERFACE; }
+    static HRESULT Pass(IUnknown* to, REFIID iid, void** out) {
+        return to ? to->QueryInterface(iid, out) : E_NOINTERFACE;
+    }
 
     ULONG references_ = 1;
     Ref<IUnknown> map_;  // the inner object of the aggregated Map

@@ -236,7 +236,8 @@ std::string Golden(const std::string& name) {
         words >> part >> root;
         std::istringstream lines(Golden(part));
         for (std::string below; std::getline(lines, below); root.clear())
-            text += std::string(at, ' ') + (root.empty() ? below : root + below.substr(below.find(' '))) + '\n';
+            text +=
+                std::string(at, ' ') + (root.empty() ? below : root + below.substr(below.find(' '))) + '\n';
     }
     return text;
 }
@@ -268,7 +269,8 @@ bool ModuleCanGo(const wchar_t* file) {
     const HMODULE module = GetModuleHandleW(file);
     if (!module) return true;
     using Operation = HRESULT(STDAPICALLTYPE*)();
-    const auto ask = reinterpret_cast<Operation>(reinterpret_cast<void*>(GetProcAddress(module, "DllCanUnloadNow")));
+    const auto ask =
+        reinterpret_cast<Operation>(reinterpret_cast<void*>(GetProcAddress(module, "DllCanUnloadNow")));
     return ask && ask() == S_OK;
 }
 

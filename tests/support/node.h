@@ -17,7 +17,8 @@
 
 namespace bv::test {
 
-/// A VARIANT of a test, freed at its end. Literals say their kind: I4(1), I2(1), Str(L"x"), R8(1.5), Obj(node).
+/// A VARIANT of a test, freed at its end. Literals say their kind: I4(1), I2(1), Str(L"x"), R8(1.5),
+/// Obj(node).
 class Value {
 public:
     Value() { VariantInit(&variant_); }
@@ -34,8 +35,12 @@ public:
     const VARIANT& get() const { return variant_; }
     VARIANT& get() { return variant_; }
     VARTYPE kind() const { return variant_.vt; }
-    std::wstring text() const { return kind() == VT_BSTR ? std::wstring(variant_.bstrVal, SysStringLen(variant_.bstrVal)) : L""; }
-    IUnknown* object() const { return kind() == VT_DISPATCH || kind() == VT_UNKNOWN ? variant_.punkVal : nullptr; }
+    std::wstring text() const {
+        return kind() == VT_BSTR ? std::wstring(variant_.bstrVal, SysStringLen(variant_.bstrVal)) : L"";
+    }
+    IUnknown* object() const {
+        return kind() == VT_DISPATCH || kind() == VT_UNKNOWN ? variant_.punkVal : nullptr;
+    }
     /// By kind and value; objects by pointer.
     friend bool operator==(const Value& a, const Value& b);
     friend void PrintTo(const Value& value, std::ostream* out);
@@ -56,8 +61,8 @@ Value Unk(IUnknown* object);
 /// A BSTR argument.
 class Text {
 public:
-    Text(const wchar_t* text) : bstr_(SysAllocString(text)) {}                                       // NOLINT
-    Text(const std::wstring& text) : bstr_(SysAllocStringLen(text.data(), UINT(text.size()))) {}     // NOLINT
+    Text(const wchar_t* text) : bstr_(SysAllocString(text)) {}                                    // NOLINT
+    Text(const std::wstring& text) : bstr_(SysAllocStringLen(text.data(), UINT(text.size()))) {}  // NOLINT
     Text(const Text&) = delete;
     ~Text() { SysFreeString(bstr_); }
     operator BSTR() const { return bstr_; }  // NOLINT
@@ -139,11 +144,11 @@ Ref<I> New(REFCLSID cls) {
 }
 inline Node CreateNode(REFCLSID cls) { return Node(New<IProperty>(cls)); }
 
-/// Name, class, title, type, value, choices, description, extension and flags of a node and all below it, a line each, as
-/// tests/golden has them.
+/// Name, class, title, type, value, choices, description, extension and flags of a node and all below it, a
+/// line each, as tests/golden has them.
 std::string Dump(const Node& node, bool hidden_too = true);
-/// The text of tests/golden/<name>. A line "@<other> <node>" stands for the whole of another one, at the same place and with
-/// its first name changed to <node>, if one is given.
+/// The text of tests/golden/<name>. A line "@<other> <node>" stands for the whole of another one, at the same
+/// place and with its first name changed to <node>, if one is given.
 std::string Golden(const std::string& name);
 
 /// The thread's error object, taken.
@@ -184,7 +189,8 @@ public:
     ~FakeMedia() { EXPECT_EQ(references(), 1u) << "references on the media object"; }
 };
 
-/// A job as a host makes it: root created by class id, media object given. Fails if an object outlives the test.
+/// A job as a host makes it: root created by class id, media object given. Fails if an object outlives the
+/// test.
 class JobTest : public testing::Test {
 protected:
     JobTest() : root(CreateNode(clsid::PropertyMain)) {
@@ -208,7 +214,9 @@ public:
     STDMETHODIMP QueryInterface(REFIID iid, void** out) override;
     STDMETHODIMP_(ULONG) AddRef() override { return 2; }
     STDMETHODIMP_(ULONG) Release() override { return 1; }
-    STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, void** out) override { return maker_(outer, iid, out); }
+    STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, void** out) override {
+        return maker_(outer, iid, out);
+    }
     STDMETHODIMP LockServer(BOOL) override { return S_OK; }
 
 private:

@@ -1,4 +1,5 @@
-// Child collections, the search through a tree, the flat index of a job, and the media object that a tree is given.
+// Child collections, the search through a tree, the flat index of a job, and the media object that a tree is
+// given.
 #include "support/doubles.h"
 #include "support/environment.h"
 
@@ -105,7 +106,9 @@ TEST_F(SearchTest, AWalkPassesANodeOnceThatHangsBelowItself) {
     const auto hang = [&](const Node& above, const Node& node) {
         EXPECT_EQ(above.As<IEnumProperties>()->AddObject(Text(L"loop"), above.get(), node.get()), S_OK);
     };
-    const auto take = [&](const Node& above) { above.As<IEnumProperties>()->RemoveByName(Text(L"loop"), nullptr); };
+    const auto take = [&](const Node& above) {
+        above.As<IEnumProperties>()->RemoveByName(Text(L"loop"), nullptr);
+    };
     const Node filters = AddTo(c, L"filters", clsid::PropertyFilters);
     const auto list = filters.As<IEnumObject>();
     IUnknown *node = filters.get(), *itself = list.get();

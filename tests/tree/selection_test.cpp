@@ -16,7 +16,9 @@ protected:
         EXPECT_EQ(list->AddItem(Text(L"plain"), I4(3).get()), S_OK);
         for (size_t i = 0; i < 2; ++i) {
             CLSID cls = clsid::PropertySimple;
-            EXPECT_EQ(Entry(i).As<IEnumProperties>()->InsertProperty(Text(i ? L"OfB" : L"OfA"), &cls, nullptr), S_OK);
+            EXPECT_EQ(
+                Entry(i).As<IEnumProperties>()->InsertProperty(Text(i ? L"OfB" : L"OfA"), &cls, nullptr),
+                S_OK);
             EXPECT_EQ(Entry(i).Child(0)->put_Active(0), S_OK);
         }
     }
@@ -120,11 +122,24 @@ TEST_F(SelectionTest, TextGivesTheFirstLabelOfAValue) {
     const struct {
         Value value;
         const wchar_t* label;  // null: not there
-    } cases[] = {{I4(3), L"plain"},       {I2(3), nullptr},          {Str(L"3"), nullptr},     {Bool(true), L"bool"},
-                 {I2(-1), nullptr},       {Str(L"Word"), L"word"},   {Str(L"word"), nullptr},  {Str(L"Words"), nullptr},
-                 {UI1(1), L"byte"},       {I4(1), nullptr},          {R8(0.5), L"real"},       {R8(0.25), nullptr},
-                 {Nothing(), L"nothing"}, {Obj(&object), L"item"},   {Unk(&object), L"item"},  {Choice(1), L"B"},
-                 {Unk(Entry(1).get()), L"B"}, {Unk(Entry(1).As<ISettingsWriter>().get()), L"B"},
+    } cases[] = {{I4(3), L"plain"},
+                 {I2(3), nullptr},
+                 {Str(L"3"), nullptr},
+                 {Bool(true), L"bool"},
+                 {I2(-1), nullptr},
+                 {Str(L"Word"), L"word"},
+                 {Str(L"word"), nullptr},
+                 {Str(L"Words"), nullptr},
+                 {UI1(1), L"byte"},
+                 {I4(1), nullptr},
+                 {R8(0.5), L"real"},
+                 {R8(0.25), nullptr},
+                 {Nothing(), L"nothing"},
+                 {Obj(&object), L"item"},
+                 {Unk(&object), L"item"},
+                 {Choice(1), L"B"},
+                 {Unk(Entry(1).get()), L"B"},
+                 {Unk(Entry(1).As<ISettingsWriter>().get()), L"B"},
                  {Obj(chooser.get()), nullptr}};
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::PrintToString(c.value));
@@ -150,7 +165,8 @@ TEST_F(SelectionTest, EntriesAreAddedAsTheyAre) {
         GUID cls = kNoClass;
         const ClassDouble made(cls, no_node.Maker());
         EXPECT_EQ(list->AddObject(&cls), S_OK);
-        EXPECT_EQ(list->AddObject2(Text(L"x"), &cls), E_NOINTERFACE) << "only a node has a value to be its label";
+        EXPECT_EQ(list->AddObject2(Text(L"x"), &cls), E_NOINTERFACE)
+            << "only a node has a value to be its label";
     }
     EXPECT_EQ(format.active, 0);
     ASSERT_EQ(list->AddNew(Text(L"new"), Obj(&no_node).get()), S_OK);

@@ -29,7 +29,8 @@ TEST_F(ValueTest, AGroupHasNoValue) {
 TEST_F(ValueTest, StaysInTheKindThatWasPut) {
     const Node text = CreateNode(clsid::PropertySimplePath);
     ASSERT_EQ(text.ValueType(), VT_BSTR);
-    for (const Value& value : {I4(1), I2(-3), UI1(200), R8(1.5), Bool(true), Str(L"a\0b"), Str(L""), Nothing()}) {
+    for (const Value& value :
+         {I4(1), I2(-3), UI1(200), R8(1.5), Bool(true), Str(L"a\0b"), Str(L""), Nothing()}) {
         ASSERT_EQ(text.Put(value), S_OK);
         EXPECT_EQ(text.Value(), value);
         EXPECT_EQ(text.Format(), value);
@@ -152,7 +153,8 @@ public:
     ConverterNode() : ForeignNode(L"Unit") {}
     Converter converter;
     STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
-        return iid == kIid<IValueFormat> ? converter.QueryInterface(iid, out) : ForeignNode::QueryInterface(iid, out);
+        return iid == kIid<IValueFormat> ? converter.QueryInterface(iid, out)
+                                         : ForeignNode::QueryInterface(iid, out);
     }
 };
 
@@ -195,7 +197,8 @@ TEST_F(ValueTest, KeepsABlockOrAnObjectForTheHost) {
     ASSERT_EQ(simple->PutData(4, 2, data + 1), S_OK);  // a part of what it has
     ASSERT_EQ(simple->GetData(&kind, &length, &data), S_OK);
     EXPECT_EQ(std::vector<BYTE>(data, data + length), (std::vector<BYTE>{2, 3}));
-    for (const LONG bad : {LONG(-1), LONG(0x80000000)}) EXPECT_EQ(simple->PutData(5, bad, bytes), E_INVALIDARG);
+    for (const LONG bad : {LONG(-1), LONG(0x80000000)})
+        EXPECT_EQ(simple->PutData(5, bad, bytes), E_INVALIDARG);
     ASSERT_EQ(simple->PutData(6, 0, nullptr), S_OK);
     ASSERT_EQ(simple->GetData(&kind, &length, &data), S_OK);
     EXPECT_EQ(kind, 6);

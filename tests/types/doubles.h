@@ -1,4 +1,5 @@
-// Doubles of all interfaces that the type library describes: each operation says its id, its name and what it got.
+// Doubles of all interfaces that the type library describes: each operation says its id, its name and what it
+// got.
 #pragma once
 
 #include <bvschema/bvschema.h>
@@ -13,20 +14,21 @@ namespace bv::test {
 
 /// What the operations of a double saw, and what they give.
 struct Record {
-    std::string last;                // "0x7D1 get_Name(out)"
+    std::string last;  // "0x7D1 get_Name(out)"
     std::set<std::string> called;
     HRESULT status = S_OK;
-    std::wstring raise;              // not empty: the text that a failure leaves in the error object
-    IDispatch* object = nullptr;     // what object results get, with a reference; null: they stay as they are
+    std::wstring raise;           // not empty: the text that a failure leaves in the error object
+    IDispatch* object = nullptr;  // what object results get, with a reference; null: they stay as they are
 };
 
 namespace detail {
 
-inline void Show(std::ostream& out, BSTR text) { out << '\'' << (text ? Narrow(std::wstring(text, SysStringLen(text))) : "") << '\''; }
+inline void Show(std::ostream& out, BSTR text) {
+    out << '\'' << (text ? Narrow(std::wstring(text, SysStringLen(text))) : "") << '\'';
+}
 inline void Show(std::ostream& out, LONG number) { out << number; }
 template <class T>
-    requires(std::is_same_v<T, int> && !std::is_same_v<int, LONG>)
-void Show(std::ostream& out, T number) {
+requires(std::is_same_v<T, int> && !std::is_same_v<int, LONG>) void Show(std::ostream& out, T number) {
     out << number;
 }
 inline void Show(std::ostream& out, HWND window) { out << "window " << reinterpret_cast<ULONG_PTR>(window); }
@@ -52,10 +54,7 @@ struct InOut {
 };
 inline void Fill(LONG* place) { *place = 77; }
 template <class T>
-    requires(std::is_same_v<T, int> && !std::is_same_v<int, LONG>)
-void Fill(T* place) {
-    *place = 77;
-}
+requires(std::is_same_v<T, int> && !std::is_same_v<int, LONG>) void Fill(T* place) { *place = 77; }
 inline void Fill(LONGLONG* place) { *place = 1LL << 40; }
 inline void Fill(BSTR* place) { *place = SysAllocString(L"given"); }
 inline void Fill(VARIANT* place) {
@@ -175,7 +174,9 @@ public:
     STDMETHODIMP get_Value(VARIANT* pVal) override { return Call(0x7D2, "get_Value", Out(pVal)); }
     STDMETHODIMP put_Value(VARIANT newVal) override { return Call(0x7D2, "put_Value", newVal); }
     STDMETHODIMP ShowDialog() override { return Call(7, "ShowDialog"); }
-    STDMETHODIMP FindProperty(BSTR Name, IProperty** pRet) override { return Call(8, "FindProperty", Name, Out(pRet)); }
+    STDMETHODIMP FindProperty(BSTR Name, IProperty** pRet) override {
+        return Call(8, "FindProperty", Name, Out(pRet));
+    }
     STDMETHODIMP get_MediaObject(IDispatch** pVal) override { return Call(9, "get_MediaObject", Out(pVal)); }
     STDMETHODIMP put_MediaObject(IDispatch* newVal) override { return Call(9, "put_MediaObject", newVal); }
     STDMETHODIMP get_Parent(IDispatch** pVal) override { return Call(0xA, "get_Parent", Out(pVal)); }
@@ -219,7 +220,9 @@ public:
         return Call(0xE1, "FindPropertyExactly", Name, Out(pRet));
     }
     STDMETHODIMP InitProperty(IDispatch* pVal) override { return Call(0xE2, "InitProperty", pVal); }
-    STDMETHODIMP RemoveByName(BSTR Name, IProperty* pParent) override { return Call(0xE3, "RemoveByName", Name, pParent); }
+    STDMETHODIMP RemoveByName(BSTR Name, IProperty* pParent) override {
+        return Call(0xE3, "RemoveByName", Name, pParent);
+    }
     STDMETHODIMP PutParent(IProperty* pParent) override { return Call(0xE4, "PutParent", pParent); }
     STDMETHODIMP AddObject(BSTR Name, IUnknown* pParent, IUnknown* pUnk) override {
         return Call(0xE5, "AddObject", Name, pParent, pUnk);
@@ -228,9 +231,13 @@ public:
 
 class ListOfValuesDouble final : public CollectionDouble<IListOfValues> {
 public:
-    STDMETHODIMP get_Text(VARIANT varValue, BSTR* pVal) override { return Call(0x11, "get_Text", varValue, Out(pVal)); }
+    STDMETHODIMP get_Text(VARIANT varValue, BSTR* pVal) override {
+        return Call(0x11, "get_Text", varValue, Out(pVal));
+    }
     STDMETHODIMP AddNew(BSTR Name, VARIANT var) override { return Call(0x12, "AddNew", Name, var); }
-    STDMETHODIMP AddObject2(BSTR Name, GUID* pClsID) override { return Call(0x13, "AddObject2", Name, pClsID); }
+    STDMETHODIMP AddObject2(BSTR Name, GUID* pClsID) override {
+        return Call(0x13, "AddObject2", Name, pClsID);
+    }
     STDMETHODIMP AddObject(GUID* pClsID) override { return Call(0x14, "AddObject", pClsID); }
     STDMETHODIMP AddItem(BSTR Name, VARIANT var) override { return Call(0x15, "AddItem", Name, var); }
     STDMETHODIMP Clear() override { return Call(0x16, "Clear"); }
@@ -269,14 +276,18 @@ public:
     STDMETHODIMP Remove(IUnknown* ppUnk) override { return Call(3, "Remove", ppUnk); }
     STDMETHODIMP Add(IUnknown** ppUnk) override { return Call(4, "Add", InOut(ppUnk)); }
     STDMETHODIMP SetMediaObject(IDispatch* ppUnk) override { return Call(5, "SetMediaObject", ppUnk); }
-    STDMETHODIMP AddByCLSID(CLSID* pClsID, IUnknown** ppUnk) override { return Call(6, "AddByCLSID", pClsID, Out(ppUnk)); }
+    STDMETHODIMP AddByCLSID(CLSID* pClsID, IUnknown** ppUnk) override {
+        return Call(6, "AddByCLSID", pClsID, Out(ppUnk));
+    }
 };
 
 class CriticalSectionDouble final : public Double<ICriticalSection> {
 public:
     STDMETHODIMP Enter(LONG bWork) override { return Call(1, "Enter", bWork); }
     STDMETHODIMP Leave(LONG bWork) override { return Call(2, "Leave", bWork); }
-    STDMETHODIMP get_IsLock(LONG bWork, LONG* pVal) override { return Call(3, "get_IsLock", bWork, Out(pVal)); }
+    STDMETHODIMP get_IsLock(LONG bWork, LONG* pVal) override {
+        return Call(3, "get_IsLock", bWork, Out(pVal));
+    }
     STDMETHODIMP get_NotifyWnd(HWND* pVal) override { return Call(4, "get_NotifyWnd", Out(pVal)); }
     STDMETHODIMP put_NotifyWnd(HWND newVal) override { return Call(4, "put_NotifyWnd", newVal); }
     STDMETHODIMP Initialize(LONG bWork) override { return Call(5, "Initialize", bWork); }
@@ -289,7 +300,9 @@ class MediaObjectDouble final : public Double<IMediaObject> {
 public:
     STDMETHODIMP PreOpen(IUnknown* source) override { return Call(1, "PreOpen", source); }
     STDMETHODIMP get_TitleInfo(BSTR* pVal) override { return Call(2, "get_TitleInfo", Out(pVal)); }
-    STDMETHODIMP get_CurrentFormat(IDispatch** pVal) override { return Call(3, "get_CurrentFormat", Out(pVal)); }
+    STDMETHODIMP get_CurrentFormat(IDispatch** pVal) override {
+        return Call(3, "get_CurrentFormat", Out(pVal));
+    }
     STDMETHODIMP InitDefault() override { return Call(5, "InitDefault"); }
     STDMETHODIMP Encoding(ICriticalSection* pCritical, LONG* pnIndexStart) override {
         return Call(6, "Encoding", static_cast<IUnknown*>(pCritical), InOut(pnIndexStart));
@@ -316,8 +329,12 @@ public:
     STDMETHODIMP RemoveTimeline(IProperty* ptrProp) override { return Call(0x14, "RemoveTimeline", ptrProp); }
     STDMETHODIMP Save(BSTR bstrFileName) override { return Call(0x15, "Save", bstrFileName); }
     STDMETHODIMP Load(BSTR bstrFileName) override { return Call(0x16, "Load", bstrFileName); }
-    STDMETHODIMP SetMediaObject(IMediaObject* ptrMediaObj) override { return Call(0x17, "SetMediaObject", ptrMediaObj); }
-    STDMETHODIMP get_ActiveDuration(LONGLONG* pVal) override { return Call(0x18, "get_ActiveDuration", Out(pVal)); }
+    STDMETHODIMP SetMediaObject(IMediaObject* ptrMediaObj) override {
+        return Call(0x17, "SetMediaObject", ptrMediaObj);
+    }
+    STDMETHODIMP get_ActiveDuration(LONGLONG* pVal) override {
+        return Call(0x18, "get_ActiveDuration", Out(pVal));
+    }
 };
 
 class DVDIndexDataDouble final : public Double<IDVDIndexData> {
@@ -325,15 +342,21 @@ public:
     STDMETHODIMP SetDVDInfo(BYTE* pData, int nLen) override { return Call(1, "SetDVDInfo", pData, nLen); }
     STDMETHODIMP SetDVDIndex(BYTE* pData, int nLen) override { return Call(2, "SetDVDIndex", pData, nLen); }
     STDMETHODIMP Equal(BYTE* pData, int nLen) override { return Call(3, "Equal", pData, nLen); }
-    STDMETHODIMP GetDVDInfo(BYTE** pData, int* nLen) override { return Call(4, "GetDVDInfo", Out(pData), Out(nLen)); }
-    STDMETHODIMP GetDVDIndex(BYTE** pData, int* nLen) override { return Call(5, "GetDVDIndex", Out(pData), Out(nLen)); }
+    STDMETHODIMP GetDVDInfo(BYTE** pData, int* nLen) override {
+        return Call(4, "GetDVDInfo", Out(pData), Out(nLen));
+    }
+    STDMETHODIMP GetDVDIndex(BYTE** pData, int* nLen) override {
+        return Call(5, "GetDVDIndex", Out(pData), Out(nLen));
+    }
 };
 
 class BVMapperDouble final : public Double<IBVMapper> {
 public:
     STDMETHODIMP Init(GUID* pCategory) override { return Call(1, "Init", pCategory); }
     STDMETHODIMP get_Count(LONG* pVal) override { return Call(2, "get_Count", Out(pVal)); }
-    STDMETHODIMP get_Item(LONG nID, tagGUIDREG** pRet) override { return Call(3, "get_Item", nID, Out(pRet)); }
+    STDMETHODIMP get_Item(LONG nID, tagGUIDREG** pRet) override {
+        return Call(3, "get_Item", nID, Out(pRet));
+    }
 };
 
 class BVFilterMapperDouble final : public Double<IBVFilterMapper> {

@@ -66,7 +66,8 @@ TEST_F(InvokeTest, AsksObjectsForTheInterfaceWanted) {
     const Case cases[] = {
         {"a node", Obj(&property), true, "0x1 get_Property('a', object, out)"},
         {"a node as VT_UNKNOWN", Unk(&property), true, "0x1 get_Property('a', object, out)"},
-        {"a node by reference", Raw(VT_BYREF | VT_DISPATCH, &node), true, "0x1 get_Property('a', object, out)"},
+        {"a node by reference", Raw(VT_BYREF | VT_DISPATCH, &node), true,
+         "0x1 get_Property('a', object, out)"},
         {"no object", Obj(nullptr), true, "0x1 get_Property('a', null, out)"},
         {"an object that is no node", Obj(&map), false, ""},
         {"that by reference", Raw(VT_BYREF | VT_DISPATCH, &foreign), false, ""},
@@ -93,13 +94,17 @@ TEST_F(InvokeTest, PlacesNamedAndUnnamedArguments) {
             .On(property_type.get(), &property)
             .status;
     };
-    for (const auto& [unnamed, named] : std::vector<std::pair<std::vector<Value>, std::vector<std::pair<DISPID, Value>>>>{
-             {{name, value}, {}}, {{}, {{0, name}, {1, value}}}, {{}, {{1, value}, {0, name}}}, {{name}, {{1, value}}}}) {
+    for (const auto& [unnamed, named] :
+         std::vector<std::pair<std::vector<Value>, std::vector<std::pair<DISPID, Value>>>>{
+             {{name, value}, {}},
+             {{}, {{0, name}, {1, value}}},
+             {{}, {{1, value}, {0, name}}},
+             {{name}, {{1, value}}}}) {
         EXPECT_EQ(call(unnamed, named), S_OK);
         EXPECT_EQ(property.record.last, "0x16 SetInfo('n', vt3 1)");
     }
-    const auto refused = AnyOf(Eq(DISP_E_PARAMNOTFOUND), Eq(DISP_E_BADPARAMCOUNT), Eq(DISP_E_PARAMNOTOPTIONAL),
-                               Eq(DISP_E_TYPEMISMATCH));
+    const auto refused = AnyOf(Eq(DISP_E_PARAMNOTFOUND), Eq(DISP_E_BADPARAMCOUNT),
+                               Eq(DISP_E_PARAMNOTOPTIONAL), Eq(DISP_E_TYPEMISMATCH));
     EXPECT_THAT(call({name}, {}), refused) << "one is missing";
     EXPECT_THAT(call({}, {{1, value}}), refused);
     EXPECT_THAT(call({name}, {{7, value}}), refused) << "there is no such parameter";
@@ -135,7 +140,8 @@ TEST_F(InvokeTest, FindsAnOperationByIdAndKind) {
         {0x60000001, DISPATCH_METHOD, DISP_E_MEMBERNOTFOUND},  // AddRef isn't for scripts
     };
     for (const Case& c : cases)
-        EXPECT_EQ((LateCall{c.id, c.flags, {}, {}}.On(property_type.get(), &property).status), c.status) << c.id;
+        EXPECT_EQ((LateCall{c.id, c.flags, {}, {}}.On(property_type.get(), &property).status), c.status)
+            << c.id;
     EXPECT_EQ(property.references(), 1u);
 }
 
@@ -159,7 +165,8 @@ TEST_F(InvokeTest, GivesResultsAndPassesReferences) {
 
     CriticalSectionDouble section;
     const Ref<ITypeInfo> section_type = TypeOf<ICriticalSection>(library);
-    EXPECT_EQ(V_VT(&Get(4).On(section_type.get(), &section).result.get()), VT_I8) << "as wide as a window handle";
+    EXPECT_EQ(V_VT(&Get(4).On(section_type.get(), &section).result.get()), VT_I8)
+        << "as wide as a window handle";
     TimelinesDouble timelines;
     const Outcome duration = Get(0x18).On(TypeOf<ITimelines>(library).get(), &timelines);
     EXPECT_EQ(duration.result.kind(), VT_I8);
@@ -168,7 +175,8 @@ TEST_F(InvokeTest, GivesResultsAndPassesReferences) {
     MediaObjectDouble media;
     const Ref<ITypeInfo> media_type = TypeOf<IMediaObject>(library);
     LONG start = 42;
-    EXPECT_EQ(Method(6, {Obj(nullptr), Raw(VT_BYREF | VT_I4, &start)}).On(media_type.get(), &media).status, S_OK);
+    EXPECT_EQ(Method(6, {Obj(nullptr), Raw(VT_BYREF | VT_I4, &start)}).On(media_type.get(), &media).status,
+              S_OK);
     EXPECT_EQ(media.record.last, "0x6 Encoding(null, 42)");
     EXPECT_EQ(start, 43);
     EXPECT_EQ(Method(6, {Obj(nullptr), I4(3)}).On(media_type.get(), &media).status, S_OK);
@@ -215,12 +223,14 @@ TEST_F(InvokeTest, SaysWhichArgumentIsBad) {
 TEST_F(InvokeTest, GivesBackThroughAVariant) {
     MediaObjectDouble media;
     Value place = Str(L"10");
-    const Outcome outcome =
-        Method(6, {Obj(nullptr), Raw(VT_BYREF | VT_VARIANT, &place)}).On(TypeOf<IMediaObject>(library).get(), &media);
-    if (outcome.status == DISP_E_TYPEMISMATCH) GTEST_SKIP() << "this system passes no result through a VARIANT";
+    const Outcome outcome = Method(6, {Obj(nullptr), Raw(VT_BYREF | VT_VARIANT, &place)})
+                                .On(TypeOf<IMediaObject>(library).get(), &media);
+    if (outcome.status == DISP_E_TYPEMISMATCH)
+        GTEST_SKIP() << "this system passes no result through a VARIANT";
     EXPECT_EQ(media.record.last, "0x6 Encoding(null, 10)");
     EXPECT_EQ(place, I4(11));
-    EXPECT_EQ(Method(0xE, {I4(1)}).On(TypeOf<IMediaObject>(library).get(), &media).status, DISP_E_BADPARAMCOUNT);
+    EXPECT_EQ(Method(0xE, {I4(1)}).On(TypeOf<IMediaObject>(library).get(), &media).status,
+              DISP_E_BADPARAMCOUNT);
 }
 
 TEST_F(InvokeTest, FindsIdsByName) {
@@ -239,8 +249,9 @@ TEST_F(InvokeTest, FindsIdsByName) {
     for (const Case& c : cases) {
         SCOPED_TRACE(Narrow(c.names[0]));
         std::vector<DISPID> ids(c.names.size(), 999);
-        EXPECT_EQ(map_type->GetIDsOfNames(const_cast<LPOLESTR*>(c.names.data()), UINT(c.names.size()), ids.data()),
-                  c.status);
+        EXPECT_EQ(
+            map_type->GetIDsOfNames(const_cast<LPOLESTR*>(c.names.data()), UINT(c.names.size()), ids.data()),
+            c.status);
         EXPECT_EQ(ids, c.ids);
     }
 }
@@ -309,7 +320,8 @@ TEST_F(LateBoundTest, ARefusalReachesTheCaller) {
     EXPECT_EQ(other.text, L"");
     EXPECT_EQ(length.Put(I4(-1)), E_FAIL);
     EXPECT_EQ(On(length, Get(0x7D1)).status, S_OK);
-    EXPECT_EQ(TakeRefusal().text, L"This value cannot be negative.") << "a call that went well doesn't take it";
+    EXPECT_EQ(TakeRefusal().text, L"This value cannot be negative.")
+        << "a call that went well doesn't take it";
 }
 
 TEST_F(LateBoundTest, TakesBytesFromThoseWhoHaveThem) {

@@ -1,5 +1,5 @@
-// Each operation of each dual interface, called by its place in the table and by its description: both roads end in the
-// operation that the C++ headers have.
+// Each operation of each dual interface, called by its place in the table and by its description: both roads
+// end in the operation that the C++ headers have.
 #include <optional>
 #include <typeinfo>
 
@@ -77,7 +77,8 @@ protected:
         for (UINT i = 0; i < count; ++i) {
             FUNCDESC* function = nullptr;
             ASSERT_EQ(type->GetFuncDesc(i, &function), S_OK);
-            if (!(function->wFuncFlags & FUNCFLAG_FRESTRICTED)) CheckOperation(type, target, object_of_it, *function, called_late);
+            if (!(function->wFuncFlags & FUNCFLAG_FRESTRICTED))
+                CheckOperation(type, target, object_of_it, *function, called_late);
             type->ReleaseFuncDesc(function);
         }
         EXPECT_EQ(object_of_it.record.called.size(), operations);
@@ -85,8 +86,8 @@ protected:
     }
 
     template <class I, class DoubleOfIt>
-    void CheckOperation(const Ref<ITypeInfo>& type, I* target, DoubleOfIt& double_of_it, const FUNCDESC& function,
-                        size_t& called_late) {
+    void CheckOperation(const Ref<ITypeInfo>& type, I* target, DoubleOfIt& double_of_it,
+                        const FUNCDESC& function, size_t& called_late) {
         BSTR name = nullptr;
         UINT names = 0;
         ASSERT_EQ(type->GetNames(function.memid, &name, 1, &names), S_OK);
@@ -113,8 +114,8 @@ protected:
         for (Value& zero : zeros) places.push_back(&zero.get());
         Value status;
         double_of_it.record.last.clear();
-        ASSERT_EQ(DispCallFunc(target, ULONG_PTR(function.oVft), CC_STDCALL, VT_ERROR, UINT(kinds.size()), kinds.data(),
-                               places.data(), status.Put()),
+        ASSERT_EQ(DispCallFunc(target, ULONG_PTR(function.oVft), CC_STDCALL, VT_ERROR, UINT(kinds.size()),
+                               kinds.data(), places.data(), status.Put()),
                   S_OK);
         EXPECT_EQ(double_of_it.record.last.substr(0, expected.str().size()), expected.str());
         EXPECT_EQ(status.get().scode, S_OK);

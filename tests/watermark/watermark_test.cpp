@@ -35,7 +35,8 @@ TEST_F(WatermarkTest, OneSourceIsShown) {
         ASSERT_EQ((*this)[L"WaterMarkSourceMode"].Put(c.mode), S_OK);
         for (const wchar_t* name : {L"WaterMarkSrcText", L"WaterMarkTextFont", L"FORMAT_i"})
             EXPECT_EQ((*this)[name].Shown(), c.text) << Narrow(name);
-        for (const wchar_t* name : {L"WaterMarkSrcImage", L"WatermarkTransparentColor", L"WaterMarkLogoImageSize"})
+        for (const wchar_t* name :
+             {L"WaterMarkSrcImage", L"WatermarkTransparentColor", L"WaterMarkLogoImageSize"})
             EXPECT_EQ((*this)[name].Shown(), !c.text) << Narrow(name);
         EXPECT_TRUE((*this)[L"WaterMarkBackgroundColor"].Shown());
         EXPECT_EQ((*this)[L"FORMAT_t"].Value(), Str(L"HH:mm"));
@@ -45,7 +46,8 @@ TEST_F(WatermarkTest, OneSourceIsShown) {
 
 TEST_F(WatermarkTest, TransparencyIsAPercentage) {
     const Node depth = (*this)[L"WaterMarkFiltersAlphaBlendValue"];
-    const Value taken[] = {I4(0), I4(100), I2(100), Str(L"50"), R8(99.9), R8(100.4), UI1(7), Nothing(), Bool(false)};
+    const Value taken[] = {I4(0),     I4(100), I2(100),   Str(L"50"), R8(99.9),
+                           R8(100.4), UI1(7),  Nothing(), Bool(false)};
     for (const Value& value : taken) {
         EXPECT_EQ(depth.Put(value), S_OK);
         EXPECT_EQ(depth.Value(), value);  // as it was given

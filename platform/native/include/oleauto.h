@@ -43,26 +43,29 @@ BV_PLATFORM_API HRESULT SetErrorInfo(ULONG reserved, IErrorInfo* info);
 /// Takes the calling thread's error object; S_FALSE and null when there is none.
 BV_PLATFORM_API HRESULT GetErrorInfo(ULONG reserved, IErrorInfo** result);
 
-/// The type library in a file: a module, whose resource "TYPELIB" number 1 it is ("path\\2": number 2), or a ".tlb" file
-/// of its own. TYPE_E_CANTLOADLIBRARY when there is none, or it is damaged.
+/// The type library in a file: a module, whose resource "TYPELIB" number 1 it is ("path\\2": number 2), or a
+/// ".tlb" file of its own. TYPE_E_CANTLOADLIBRARY when there is none, or it is damaged.
 BV_PLATFORM_API HRESULT LoadTypeLib(const OLECHAR* file, ITypeLib** result);
 /// REGKIND_REGISTER registers it as well. REGKIND_DEFAULT, which is LoadTypeLib, doesn't.
 BV_PLATFORM_API HRESULT LoadTypeLibEx(LPCOLESTR file, REGKIND kind, ITypeLib** result);
-/// The registered library of that major version, of that minor one or the highest above it, for the locale, its language
-/// or none. TYPE_E_LIBNOTREGISTERED; else as LoadTypeLib.
-BV_PLATFORM_API HRESULT LoadRegTypeLib(REFGUID library, WORD major, WORD minor, LCID locale, ITypeLib** result);
-/// Writes what says where the library lies, and the keys of its dual interfaces. A null help folder is that of the path.
-/// TYPE_E_REGISTRYACCESS when that can't be done.
+/// The registered library of that major version, of that minor one or the highest above it, for the locale,
+/// its language or none. TYPE_E_LIBNOTREGISTERED; else as LoadTypeLib.
+BV_PLATFORM_API HRESULT LoadRegTypeLib(REFGUID library, WORD major, WORD minor, LCID locale,
+                                       ITypeLib** result);
+/// Writes what says where the library lies, and the keys of its dual interfaces. A null help folder is that
+/// of the path. TYPE_E_REGISTRYACCESS when that can't be done.
 BV_PLATFORM_API HRESULT RegisterTypeLib(ITypeLib* library, OLECHAR* path, OLECHAR* help_folder);
-/// Deletes those keys, as far as nobody else needs them. TYPE_E_REGISTRYACCESS when the library isn't registered.
-BV_PLATFORM_API HRESULT UnRegisterTypeLib(REFGUID library, WORD major, WORD minor, LCID locale, SYSKIND system);
+/// Deletes those keys, as far as nobody else needs them. TYPE_E_REGISTRYACCESS when the library isn't
+/// registered.
+BV_PLATFORM_API HRESULT UnRegisterTypeLib(REFGUID library, WORD major, WORD minor, LCID locale,
+                                          SYSKIND system);
 
-/// Calls the operation at that offset in an object's table of operations. kinds, arguments: one each, given as they are;
-/// VT_VARIANT is given whole, VT_BYREF as a pointer. result may be null. convention: CC_STDCALL, CC_CDECL.
-/// DISP_E_BADVARTYPE for a kind that can't be passed, DISP_E_BADCALLEE for another convention; else S_OK: what the
-/// operation gives is the result, of the kind result_kind.
-BV_PLATFORM_API HRESULT DispCallFunc(void* object, ULONG_PTR offset, CALLCONV convention, VARTYPE result_kind, UINT count,
-                                     VARTYPE* kinds, VARIANTARG** arguments, VARIANT* result);
+/// Calls the operation at that offset in an object's table of operations. kinds, arguments: one each, given
+/// as they are; VT_VARIANT is given whole, VT_BYREF as a pointer. result may be null. convention: CC_STDCALL,
+/// CC_CDECL. DISP_E_BADVARTYPE for a kind that can't be passed, DISP_E_BADCALLEE for another convention; else
+/// S_OK: what the operation gives is the result, of the kind result_kind.
+BV_PLATFORM_API HRESULT DispCallFunc(void* object, ULONG_PTR offset, CALLCONV convention, VARTYPE result_kind,
+                                     UINT count, VARTYPE* kinds, VARIANTARG** arguments, VARIANT* result);
 }
 
 #define V_VT(X) ((X)->vt)
