@@ -82,7 +82,7 @@ TEST_F(DesktopTest, FoldersAreBrowsed) {
     fs::create_directories(folder);
     const Node node = CreateNode(clsid::PropertyFolder);
     ASSERT_EQ(node.Put(Str(TempFolder().wstring())), S_OK);
-    const Dialog dialog = {kFolderDialog};
+    const Dialog dialog = {"Browse For Folder"};
     EXPECT_EQ(Shown(node, [&] { dialog.Cancel(); }), S_FALSE);
     EXPECT_EQ(Narrow(node.Format().text()), TempFolder().string());
     EXPECT_EQ(Shown(node, [&] { dialog.Accept(folder.string()); }), S_OK);

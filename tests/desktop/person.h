@@ -21,9 +21,6 @@ struct Dialog {
     void AcceptColor(int red, int green, int blue) const;
     void Cancel() const;
 };
-/// What the folder dialog is called; its other words stand elsewhere in it.
-extern const char* const kFolderDialog;
-
 /// Does something with a dialog while the caller shows it.
 class Meanwhile {
 public:

@@ -20,8 +20,6 @@ void Show(const std::string& title) {
 
 }  // namespace
 
-const char* const kFolderDialog = "Please select a folder";
-
 void Dialog::Accept(const std::string& path) const {
     Show(title);
     if (path.empty())

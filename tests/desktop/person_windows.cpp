@@ -83,8 +83,6 @@ void TypeName(HWND dialog, const std::string& name) {
 
 }  // namespace
 
-const char* const kFolderDialog = "Browse For Folder";
-
 void Dialog::Accept(const std::string& path) const {
     const HWND dialog = Shown(title);
     if (!path.empty()) TypeName(dialog, path);

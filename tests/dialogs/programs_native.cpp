@@ -112,6 +112,10 @@ TEST_F(ProgramsTest, NamesAndTitlesReachTheProgramAsTheyAre) {
                                      "--file-filter=All files(*.*) | *"));
     EXPECT_FALSE(SaveOne(name, "A\nB|*.x||"));
     EXPECT_THAT(Asked(), testing::Contains("--file-filter=A B | *.[xX]"));
+    std::string folder = TempFolder().string();
+    EXPECT_EQ(BrowseFolder(folder), S_FALSE);
+    EXPECT_THAT(Asked(), testing::ElementsAre("--file-selection", "--title=Browse For Folder", "--directory",
+                                              "--filename=" + folder));
     setenv("XDG_CURRENT_DESKTOP", "KDE", 1);
     EXPECT_FALSE(OpenOne(name, kFilter));
     EXPECT_THAT(Asked(), testing::ElementsAre("--title", "Open Media File", "--getopenfilename", start,

@@ -189,8 +189,7 @@ LPITEMIDLIST SHBrowseForFolderA(BROWSEINFOA* dialog) {
     if (dialog->lpfn) dialog->lpfn(reinterpret_cast<HWND>(&window), BFFM_INITIALIZED, 0, dialog->lParam);
     FileDialog shown;
     shown.kind = FileDialog::kFolder;
-    // The programs have a title and no prompt: the prompt says what to do.
-    shown.title = dialog->lpszTitle ? dialog->lpszTitle : window.title;
+    shown.title = window.title;  // the programs have no place for the prompt
     shown.initial = window.initial;
     const auto names = bv::platform::ShowFileDialog(shown);
     return names && names->size() == 1 ? NewItem(names->front()) : nullptr;
