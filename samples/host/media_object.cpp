@@ -152,8 +152,9 @@ STDMETHODIMP MediaObject::GetOuputFileName(BSTR* pVal) try {
 STDMETHODIMP MediaObject::GetCurIndex(int* pVal) { return Give(pVal, index_); }
 STDMETHODIMP MediaObject::get_Duration(LONGLONG* pVal) { return Give(pVal, info_.duration); }
 STDMETHODIMP MediaObject::get_TimePerFrame(LONGLONG* pVal) { return Give(pVal, info_.frame_time); }
-STDMETHODIMP MediaObject::get_StreamFlagA(int* pVal) { return Give(pVal, int(info_.video)); }
-STDMETHODIMP MediaObject::get_StreamFlagB(int* pVal) { return Give(pVal, int(info_.audio)); }
+// A still image is no stream: its length is that of one picture, whatever its cuts say.
+STDMETHODIMP MediaObject::get_StreamFlagA(int* pVal) { return Give(pVal, int(info_.video && !info_.still)); }
+STDMETHODIMP MediaObject::get_StreamFlagB(int* pVal) { return Give(pVal, int(info_.audio && !info_.still)); }
 STDMETHODIMP MediaObject::get_IsStill(int* pVal) { return Give(pVal, int(info_.still)); }
 
 }  // namespace host

@@ -92,6 +92,7 @@ TEST_F(BvhostTest, CutsGoThroughFilesAndJobs) {
         {"cuts remove " + file + " 1 3", 1, "there is no cut 3; the file has 2\n"},
         {"cuts save " + file, 1, "takes a job: --from or --input\n"},
         {"cuts list " + File("gone.tlc"), 1, "gone.tlc: Couldn't load config.\n"},
+        {"cuts list " + file + of_clip + " --still", 0, "encoded: 0.004 s\n"},
         {"cuts save \"" + TempFolder().string() + '"' + of_clip, 1, ": Couldn't create file.\n"},
         {"job --cut 0-1", 1, "there is no input to cut\n"},
     });
