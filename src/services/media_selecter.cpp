@@ -20,7 +20,7 @@ constexpr char kTimelinesExtension[] = ".tlc";
 /// The name with ".tlc" if it was typed without an extension.
 std::string WithExtension(const std::string& name) {
     char path[MAX_PATH];
-    if (name.size() >= MAX_PATH - sizeof kTimelinesExtension) return name;
+    if (name.size() >= MAX_PATH) return name;
     path[name.copy(path, name.size())] = 0;
     const std::string_view extension = PathFindExtensionA(path);
     if (!extension.empty() && extension != ".") return name;
