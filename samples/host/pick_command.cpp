@@ -12,14 +12,14 @@ namespace {
 
 std::string Shown(const std::wstring& text) { return text.empty() ? "(empty)" : OneLine(Utf8(text)); }
 
-/// All values below a node by the node that holds them; nodes of its units too.
+/// All values below a node by the node that holds them, with the length of a list beside one; nodes of its units too.
 void CollectValues(const NodeView& view, std::vector<std::pair<IProperty*, std::string>>* values) {
-    if (view.has_value) values->push_back({view.node.get(), Shown(view.shown)});
-    if (const auto list = Ask<IEnumObject>(view.node.get())) {
-        LONG count = 0;
-        if (SUCCEEDED(list->Count(&count)))
-            values->back().second = std::to_string(count) + (count == 1 ? " filter" : " filters");
-    }
+    LONG count = 0;
+    const auto list = Ask<IEnumObject>(view.node.get());
+    std::string text = view.has_value ? Shown(view.shown) : std::string();
+    if (list && SUCCEEDED(list->Count(&count)))
+        text += (text.empty() ? "" : ", ") + std::to_string(count) + (count == 1 ? " filter" : " filters");
+    if (!text.empty()) values->push_back({view.node.get(), text});
     if (view.unit) CollectValues(*view.unit, values);
     if (view.held) CollectValues(*view.held, values);
     for (const NodeView& child : view.children) CollectValues(child, values);
