@@ -45,7 +45,7 @@ private:
     };
 
     void Clear();
-    ComPtr<IProperty> Make(LONG first, LONG last, bool loading, HRESULT& status);
+    ComPtr<IProperty> Make(LONG first, LONG last, bool quietly, HRESULT& status);
     ComPtr<IProperty> AddLoaded() override;
     HRESULT Append(const ComPtr<IProperty>& timeline);
     LONGLONG Sum(IMediaParser& parser) const;
@@ -79,9 +79,9 @@ void Timelines::Clear() {
     }
 }
 
-/// A cut that isn't in the list yet. Without a source its length can't be told in seconds, and that is raised; but not
-/// while a file is loaded, where the source is known by the time that the file's own points are set.
-ComPtr<IProperty> Timelines::Make(LONG first, LONG last, bool loading, HRESULT& status) {
+/// A cut that isn't in the list yet. Without a source its length can't be told in seconds, and that is raised unless it is
+/// to be made quietly.
+ComPtr<IProperty> Timelines::Make(LONG first, LONG last, bool quietly, HRESULT& status) {
     auto timeline = Create<IProperty>(clsid::PropertyTimeline, &status);
     if (!timeline) return nullptr;
     std::ignore = timeline->put_Parent(static_cast<ITimelines*>(this));
@@ -90,7 +90,7 @@ ComPtr<IProperty> Timelines::Make(LONG first, LONG last, bool loading, HRESULT& 
     if (own_start && own_end) {
         own_start->SetFrame(first);  // the second point tells the length of both
         own_end->SetFrame(last);
-        own_end->TellLength(loading);
+        own_end->TellLength(quietly);
     } else {
         if (start) std::ignore = start->put_Value(Variant(I4(first)));
         if (end) std::ignore = end->put_Value(Variant(I4(last)));
@@ -108,7 +108,7 @@ STDMETHODIMP Timelines::AddTimeline(LONG nStartFrm, LONG nEndFrm, IProperty** pt
 
 ComPtr<IProperty> Timelines::AddLoaded() {
     HRESULT status = S_OK;
-    auto timeline = Make(0, 0, true, status);
+    auto timeline = Make(0, 0, !items_.empty(), status);  // what is raised is the same for each: once will do
     return timeline && SUCCEEDED(Append(timeline)) ? std::move(timeline) : nullptr;
 }
 
