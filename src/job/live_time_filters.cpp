@@ -2,6 +2,7 @@
 #include <vector>
 
 #include "com/byte_block.h"
+#include "com/let_go.h"
 #include "com/object.h"
 #include "persist/xml_sink.h"
 
@@ -26,8 +27,9 @@ public:
     STDMETHODIMP ReadExtraData(IUnknown*) override { return S_OK; }
 
     void FinalRelease() {
-        const auto gone = std::move(objects_);  // an object's end sees an empty list
+        auto gone = std::move(objects_);  // an object's end sees an empty list
         objects_.clear();
+        for (auto& object : gone) LetGo(object);
     }
 
 private:

@@ -1,3 +1,4 @@
+#include "com/let_go.h"
 #include "core/property_base.h"
 #include "persist/xml_sink.h"
 #include "services/editor_library.h"
@@ -32,6 +33,7 @@ protected:
         Build(kFilters);
         filters_ = Create<IEnumObject>(clsid::LiveTimeFilters);
     }
+    void OnFinalRelease() override { LetGo(filters_); }
     HRESULT OnShowDialog() override { return RunEditor("Filters", this); }
     void WriteChildrenExtra(XmlSink& sink) override {
         if (const auto writer = filters_.As<ISettingsWriter>()) std::ignore = writer->WriteXml(&sink);

@@ -148,20 +148,33 @@ TEST_F(SearchTest, AWalkPassesANodeOnceThatHangsBelowItself) {
 
 /// ... or hold nodes by each other, as many as it likes.
 TEST_F(SearchTest, AChainOfAnyLengthIsNoHarm) {
-    Node chain = CreateNode(clsid::PropertySimple), last = chain;
-    for (int i = 0; i < (kInFull ? 60000 : 10000); ++i) {
-        const Node below = CreateNode(clsid::PropertySimple);
-        if (i % 2 == 0)
-            last.Put(Obj(below.get()));
-        else
-            last.As<IEnumProperties>()->AddObject(Text(L"child"), nullptr, below.get());
-        last = below;
+    using Hold = void (*)(const Node& node, const Node& below);
+    const Hold by_value = [](const Node& node, const Node& below) { node.Put(Obj(below.get())); };
+    const Hold as_child = [](const Node& node, const Node& below) {
+        node.As<IEnumProperties>()->AddObject(Text(L"child"), nullptr, below.get());
+    };
+    const Hold as_filter = [](const Node& node, const Node& below) {
+        IUnknown* object = below.get();
+        node.As<IEnumObject>()->Add(&object);
+    };
+    const struct {
+        CLSID cls;
+        Hold even, odd;
+    } chains[] = {{clsid::PropertySimple, by_value, as_child}, {clsid::PropertyFilters, as_filter, as_filter}};
+    for (const auto& kind : chains) {
+        Node chain = CreateNode(kind.cls), last = chain;
+        for (int i = 0; i < (kInFull ? 60000 : 3000); ++i) {
+            const Node below = CreateNode(kind.cls);
+            (i % 2 == 0 ? kind.even : kind.odd)(last, below);
+            last = below;
+        }
+        last = {};
+        EXPECT_EQ(chain->Hide(1), S_OK);
+        EXPECT_EQ(chain->put_Active(0), S_OK);
+        EXPECT_EQ(chain->SetMediaObject(nullptr), S_OK);
+        EXPECT_FALSE(chain.Find(L"none"));
+        EXPECT_GT(chain.Xml().size(), 1000u);
     }
-    last = {};
-    EXPECT_EQ(chain->Hide(1), S_OK);
-    EXPECT_EQ(chain->put_Active(0), S_OK);
-    EXPECT_FALSE(chain.Find(L"none"));
-    EXPECT_GT(chain.Xml().size(), 1000u);
 }
 
 TEST_F(SearchTest, AnIndexTakesItselfInOnce) {
