@@ -104,6 +104,8 @@ private:
         element.line = line_;
         const std::string name = ReadName("an element");
         element.name = Wide(name);
+        // They are kept by an object that wants the record of a fresh scan before it writes them again.
+        if (name == "DVDEXT") Fail("choices on a DVD can't be kept: this host reads no discs");
 
         std::optional<std::wstring> value, unit;
         std::optional<VARTYPE> value_kind, unit_kind;
