@@ -281,11 +281,15 @@ public:
     }
 };
 
+/// CoCreateInstance without an outer object. A class of this module that a creation call would come back to is made
+/// without it.
+HRESULT CreateByClass(REFCLSID cls, DWORD context, REFIID iid, void** out);
+
 /// Creates an in-process object by class id, through the component model. Null and the status when it can't be made.
 template <class I>
 ComPtr<I> Create(REFCLSID cls, HRESULT* status = nullptr, DWORD context = 0x17) {
     ComPtr<I> object;
-    const HRESULT result = CoCreateInstance(cls, nullptr, context, kIid<I>, object.PutVoid());
+    const HRESULT result = CreateByClass(cls, context, kIid<I>, object.PutVoid());
     if (status) *status = result;
     if (FAILED(result)) return nullptr;
     return object;
