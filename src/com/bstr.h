@@ -89,8 +89,14 @@ public:
     NodeText() = default;
     explicit NodeText(const wchar_t* literal)
         : text_(literal), length_(literal ? unsigned(std::wcslen(literal)) : 0) {}
-    NodeText(const NodeText&) = delete;
-    NodeText& operator=(const NodeText&) = delete;
+    NodeText(NodeText&& other) noexcept
+        : text_(other.text_), length_(other.length_), owned_(std::exchange(other.owned_, false)) {}
+    NodeText& operator=(NodeText&& other) noexcept {
+        std::swap(text_, other.text_);
+        std::swap(length_, other.length_);
+        std::swap(owned_, other.owned_);
+        return *this;
+    }
     ~NodeText() { Free(); }
 
     std::wstring_view View() const { return {text_ ? text_ : L"", length_}; }

@@ -1,5 +1,7 @@
 #include "core/property_base.h"
 
+#include <algorithm>
+
 #include "core/child_list.h"
 #include "server/messages.h"
 
@@ -33,18 +35,42 @@ PropertyBase::PropertyBase(const NodeDecl& decl)
 
 HRESULT PropertyBase::FinalConstruct() {
     HRESULT status = S_OK;
-    values_ = Create<IListOfValues>(clsid::ListOfValues, &status, CLSCTX_INPROC_SERVER);
-    if (!values_) return FAILED(status) ? status : E_FAIL;
-    children_ = Create<IEnumProperties>(clsid::EnumProperties, &status, CLSCTX_INPROC_SERVER);
-    if (!children_) return FAILED(status) ? status : E_FAIL;
+    if (!ComesBack(clsid::ListOfValues, CLSCTX_INPROC_SERVER)) {
+        values_ = Create<IListOfValues>(clsid::ListOfValues, &status, CLSCTX_INPROC_SERVER);
+        if (!values_) return FAILED(status) ? status : E_FAIL;
+    }
+    if (!ComesBack(clsid::EnumProperties, CLSCTX_INPROC_SERVER)) {
+        auto children = Create<IEnumProperties>(clsid::EnumProperties, &status, CLSCTX_INPROC_SERVER);
+        if (!children) return FAILED(status) ? status : E_FAIL;
+        TakeChildren(std::move(children));
+    }
+    BuildChildren();
+    return S_OK;
+}
+
+void PropertyBase::TakeChildren(ComPtr<IEnumProperties> children) {
+    children_ = std::move(children);
     if (auto own = children_.As<IChildList>()) {
         own_children_ = &own->List();
         own_children_->SetOwner(*this);
     } else {
         std::ignore = children_->PutParent(this);
     }
-    BuildChildren();
-    return S_OK;
+}
+
+IEnumProperties* PropertyBase::Children() {
+    if (children_) return children_.get();
+    ComPtr<IEnumProperties> children;
+    if (SUCCEEDED(CreateHere(clsid::EnumProperties, kIid<IEnumProperties>, children.PutVoid())))
+        TakeChildren(std::move(children));
+    return children_.get();
+}
+
+IListOfValues* PropertyBase::Values() {
+    if (values_) return values_.get();
+    if (SUCCEEDED(CreateHere(clsid::ListOfValues, kIid<IListOfValues>, values_.PutVoid())))
+        AddChoices(std::exchange(choices_, {}));
+    return values_.get();
 }
 
 // A node takes what it holds with it. Where that would go deeper than the stack is sure to last, the parts wait in a list
@@ -336,10 +362,10 @@ STDMETHODIMP PropertyBase::put_MediaObject(IDispatch* newVal) {
     media_.Set(newVal);
     const Passage passage(*this, kInit);
     if (!passage) return S_OK;
-    std::ignore = children_->InitProperty(newVal);
+    if (children_) std::ignore = children_->InitProperty(newVal);
     OnMediaObjectChanged(newVal);
     LONG count = 0;
-    std::ignore = values_->get_Count(&count);
+    if (values_) std::ignore = values_->get_Count(&count);  // `choices_` hold no objects
     for (LONG i = 0; i < count; ++i) {
         ComPtr<IUnknown> entry;
         if (FAILED(values_->get_Item(i, entry.Put()))) break;
@@ -410,19 +436,28 @@ void PropertyBase::Enable(bool enabled, std::initializer_list<Name> nodes) {
 
 void PropertyBase::BuildChildren() { Build(*decl_); }
 
-void PropertyBase::AddChoice(const Choice& choice) {
-    const Bstr label(choice.label);
-    if (choice.value.node) {
-        CLSID cls = *choice.value.node;
-        std::ignore = values_->AddObject2(label.get(), &cls);
-    } else {
-        std::ignore = values_->AddItem(label.get(), Variant(choice.value));
+void PropertyBase::AddChoices(Rows<Choice> choices) {
+    const bool plain = std::none_of(choices.begin(), choices.end(), [](const Choice& c) { return c.value.node; });
+    if (plain && !values_ && choices_.count == 0 && ComesBack(clsid::ListItem)) {
+        choices_ = choices;
+        return;
+    }
+    IListOfValues* const values = Values();
+    if (!values) return;
+    for (const Choice& choice : choices) {
+        const Bstr label(choice.label);
+        if (choice.value.node) {
+            CLSID cls = *choice.value.node;
+            std::ignore = values->AddObject2(label.get(), &cls);
+        } else {
+            std::ignore = values->AddItem(label.get(), Variant(choice.value));
+        }
     }
 }
 
 void PropertyBase::Build(const NodeDecl& decl) {
     if (!decl.value.IsNone()) value_.emplace(decl.value);
-    for (const Choice& choice : decl.choices) AddChoice(choice);
+    if (decl.choices.count) AddChoices(decl.choices);
     if (decl.extension) {
         const NodeDecl& unit = *decl.extension;
         if (auto extension = Create<IProperty>(unit.cls)) {
@@ -444,12 +479,14 @@ void PropertyBase::Adopt(const NodeDecl& decl) {
 
 ComPtr<IProperty> PropertyBase::AddDeclared(const NodeDecl& decl, bool literal_name) {
     ComPtr<IProperty> child;
+    IEnumProperties* const children = Children();
+    if (!children) return nullptr;
     if (own_children_) {
         const wchar_t* const name = decl.name ? decl.name : L"";
         child = own_children_->AddNode(name, literal_name ? name : nullptr, decl.cls, *this);
     } else {
         CLSID cls = decl.cls;
-        std::ignore = children_->AddProperty(Bstr(decl.name).get(), &cls, this, child.Put());
+        std::ignore = children->AddProperty(Bstr(decl.name).get(), &cls, this, child.Put());
     }
     if (!child) return nullptr;
     if (PropertyBase* node = NodeBehind(child.get())) node->Adopt(decl);

@@ -26,7 +26,9 @@ public:
             const size_t prefix = std::wcslen(root_name);
             const std::wstring_view text = View(name).substr(0, kMaxName - prefix);
             root_name[prefix + text.copy(root_name + prefix, text.size())] = 0;
-            std::ignore = Children()->AddObject(Bstr(root_name).get(), static_cast<IProperty*>(this), root.get());
+            IEnumProperties* const children = Children();
+            if (!children) return E_OUTOFMEMORY;
+            std::ignore = children->AddObject(Bstr(root_name).get(), static_cast<IProperty*>(this), root.get());
         }
         SetTitle(View(title));
         SetDescriptionText(View(description));

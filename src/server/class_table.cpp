@@ -103,6 +103,11 @@ std::atomic<ClassObject*> class_objects[kCount];
 constexpr int kContextBits = 8;
 std::atomic<std::uint64_t> came_back[kCount];
 
+bool CameBack(const ClassEntry& entry, std::uint64_t state, DWORD context) {
+    const std::uint64_t known = came_back[&entry - kClasses].load(std::memory_order_relaxed);
+    return state != 0 && known >> kContextBits == state && !(context & ~known);
+}
+
 }  // namespace
 
 std::span<const ClassEntry> ClassTable() { return kClasses; }
@@ -132,19 +137,27 @@ HRESULT GetClassObject(REFCLSID cls, REFIID iid, void** out) {
 
 // Most objects of a tree are our own. Who registers a class object in front of one of our classes changes the state of the
 // classes, and is asked from then on.
+bool ComesBack(REFCLSID cls, DWORD context) {
+    const ClassEntry* const entry = FindClass(cls);
+    return entry && CameBack(*entry, BvClassChanges(), context);
+}
+
+HRESULT CreateHere(REFCLSID cls, REFIID iid, void** out) {
+    const ClassEntry* const entry = FindClass(cls);
+    return entry ? entry->create(nullptr, iid, out) : CLASS_E_CLASSNOTAVAILABLE;
+}
+
 HRESULT CreateByClass(REFCLSID cls, DWORD context, REFIID iid, void** out) {
     const ClassEntry* const entry = FindClass(cls);
     const std::uint64_t state = entry ? BvClassChanges() : 0;
     if (state == 0) return CoCreateInstance(cls, nullptr, context, iid, out);
-    auto& seen = came_back[entry - kClasses];
-    const std::uint64_t known = seen.load(std::memory_order_relaxed);
-    if (known >> kContextBits == state && !(context & ~known)) return entry->create(nullptr, iid, out);
+    if (CameBack(*entry, state, context)) return entry->create(nullptr, iid, out);
 
     *out = nullptr;
     ComPtr<IClassFactory> factory;
     RETURN_IF_FAILED(CoGetClassObject(cls, context, nullptr, kIid<IClassFactory>, factory.PutVoid()));
     if (factory.get() == class_objects[entry - kClasses].load(std::memory_order_relaxed))
-        seen.store(state << kContextBits | context, std::memory_order_relaxed);
+        came_back[entry - kClasses].store(state << kContextBits | context, std::memory_order_relaxed);
     return factory ? factory->CreateInstance(nullptr, iid, out) : E_UNEXPECTED;
 }
 
