@@ -68,6 +68,29 @@ struct ConstBstr {
     wchar_t text[N];
 };
 
+/// A copy that can be passed where a BSTR goes in, on the stack if it isn't longer than names are.
+class CallBstr {
+public:
+    explicit CallBstr(std::wstring_view text) : bytes_(std::uint32_t(text.size() * sizeof(wchar_t))) {
+        if (text.size() >= kRoom) {
+            long_ = Bstr(text);
+            return;
+        }
+        text.copy(text_, text.size());
+        text_[text.size()] = 0;
+    }
+    CallBstr(const CallBstr&) = delete;
+    CallBstr& operator=(const CallBstr&) = delete;
+    BSTR get() { return long_.get() ? long_.get() : text_; }
+
+private:
+    static constexpr size_t kRoom = 64;
+    Bstr long_;
+    alignas(8) std::uint32_t before_ = 0;  // so that the length ends where the characters begin
+    std::uint32_t bytes_;
+    wchar_t text_[kRoom];
+};
+
 /// Whether two names are the same, without regard to case.
 inline bool SameName(std::wstring_view a, std::wstring_view b) {
     if (a.size() != b.size()) return false;

@@ -1,5 +1,7 @@
 #include "media/timeline_file.h"
 
+#include <optional>
+
 #include "com/variant.h"
 #include "core/names.h"
 
@@ -12,33 +14,22 @@ constexpr VARTYPE kObjectKind = 72;  // what "type" says of an object value, whi
 
 /// What an element says of its node.
 struct Fields {
-    Bstr value, type, ext, ext_type;
-    bool has_value = false, has_type = false, has_ext = false, has_ext_type = false;
+    std::optional<std::wstring_view> value, type, ext, ext_type;
 
-    void Take(std::wstring_view name, Bstr text) {
-        if (SameName(name, L"value"))
-            value = std::move(text), has_value = true;
-        else if (SameName(name, L"type"))
-            type = std::move(text), has_type = true;
-        else if (SameName(name, L"ext"))
-            ext = std::move(text), has_ext = true;
-        else if (SameName(name, L"extType"))
-            ext_type = std::move(text), has_ext_type = true;
+    explicit Fields(const XmlElement& element) {
+        for (size_t i = 0; i < element.attribute_count; ++i) {
+            const auto [name, text] = element.attributes[i];
+            if (SameName(name, L"value"))
+                value = text;
+            else if (SameName(name, L"type"))
+                type = text;
+            else if (SameName(name, L"ext"))
+                ext = text;
+            else if (SameName(name, L"extType"))
+                ext_type = text;
+        }
     }
 };
-
-Fields FieldsOf(IXMLDOMNode* node) {
-    Fields fields;
-    ComPtr<IXMLDOMNamedNodeMap> attributes;
-    if (node->get_attributes(attributes.Put()) != S_OK || !attributes) return fields;
-    ComPtr<IXMLDOMNode> attribute;
-    while (attributes->nextNode(attribute.Put()) == S_OK && attribute) {
-        Bstr name, text;
-        if (FAILED(attribute->get_nodeName(name.Put())) || FAILED(attribute->get_text(text.Put()))) continue;
-        fields.Take(name.View(), std::move(text));
-    }
-    return fields;
-}
 
 /// A plain decimal number; false for any other text.
 bool ToNumber(std::wstring_view text, LONG& number) {
@@ -51,9 +42,9 @@ bool ToNumber(std::wstring_view text, LONG& number) {
     return true;
 }
 
-VARTYPE KindIn(const Bstr& text) {
+VARTYPE KindIn(std::wstring_view text) {
     LONG number = 0;
-    return ToNumber(text.View(), number) && number < kNoKind ? VARTYPE(number) : kNoKind;
+    return ToNumber(text, number) && number < kNoKind ? VARTYPE(number) : kNoKind;
 }
 
 /// The kinds that a text can become. Objects, arrays and references are none of them.
@@ -68,16 +59,13 @@ bool IsPlainKind(VARTYPE kind) {
 }
 
 /// The value of a kind that a text stands for; an empty one when it stands for none.
-Variant ValueOf(Bstr text, VARTYPE kind) {
+Variant ValueOf(std::wstring_view text, VARTYPE kind) {
+    if (kind == VT_BSTR) return Variant(text);
     Variant value;
-    if (kind == VT_I4 && ToNumber(text.View(), value.lVal)) {
+    if (kind == VT_I4 && ToNumber(text, value.lVal))
         value.vt = VT_I4;
-    } else if (kind == VT_BSTR) {
-        value.bstrVal = text.Detach();
-        value.vt = VT_BSTR;
-    } else if (IsPlainKind(kind)) {
-        std::ignore = value.ChangeFrom(Lend(text.get()), kind);
-    }
+    else if (IsPlainKind(kind))
+        std::ignore = value.ChangeFrom(Lend(Bstr(text).get()), kind);
     return value;
 }
 
@@ -116,42 +104,36 @@ STDMETHODIMP TextFile::Write(const void* bytes, ULONG count, ULONG* written) {
 
 // --- Reading ---
 
-void TimelineReader::ReadChildren(IXMLDOMNode* node, IProperty* parent, int depth) {
-    if (depth > kMaxDepth) return;
-    ComPtr<IXMLDOMNode> child;
-    if (node->get_firstChild(child.Put()) != S_OK) return;
-    while (child) {
-        Read(child.get(), parent, depth);
-        ComPtr<IXMLDOMNode> next;
-        if (child->get_nextSibling(next.Put()) != S_OK) return;
-        child = std::move(next);
-    }
+void TimelineReader::ReadChildren(IProperty* parent, int depth) {
+    if (depth > kMaxDepth || !cursor_.Enter()) return;
+    do Read(parent, depth);
+    while (cursor_.Next());
+    cursor_.Leave();
 }
 
-void TimelineReader::Read(IXMLDOMNode* node, IProperty* parent, int depth) {
-    DOMNodeType type = NODE_INVALID;
-    Bstr name;
-    if (FAILED(node->get_nodeType(&type)) || type != NODE_ELEMENT || FAILED(node->get_nodeName(name.Put()))) return;
-    if (SameName(name.View(), names::kTimeline.View())) {
-        if (const auto timeline = list_.AddLoaded()) ReadChildren(node, timeline.get(), depth + 1);
+void TimelineReader::Read(IProperty* parent, int depth) {
+    XmlElement element;
+    if (!cursor_.Look(element)) return;
+    if (SameName(element.name, names::kTimeline.View())) {
+        if (const auto timeline = list_.AddLoaded()) ReadChildren(timeline.get(), depth + 1);
         return;
     }
-    if (!parent) return ReadChildren(node, nullptr, depth + 1);
+    if (!parent) return ReadChildren(nullptr, depth + 1);
 
-    Fields fields = FieldsOf(node);
+    const Fields fields(element);
     ComPtr<IProperty> found;
-    if (parent->FindProperty(name.get(), found.Put()) != S_OK) found.Reset();
-    if (!fields.has_value || !fields.has_type) {
-        if (found) ReadChildren(node, found.get(), depth + 1);
+    if (parent->FindProperty(CallBstr(element.name).get(), found.Put()) != S_OK) found.Reset();
+    if (!fields.value || !fields.type) {
+        if (found) ReadChildren(found.get(), depth + 1);
         return;
     }
-    if (const VARTYPE kind = KindIn(fields.type); found && kind != kObjectKind) {
-        std::ignore = found->put_Value(ValueOf(std::move(fields.value), kind));
+    if (const VARTYPE kind = KindIn(*fields.type); found && kind != kObjectKind) {
+        std::ignore = found->put_Value(ValueOf(*fields.value, kind));
         ComPtr<IProperty> extension;
-        if (fields.has_ext && fields.has_ext_type && found->get_Extension(extension.Put()) == S_OK && extension)
-            std::ignore = extension->put_Value(ValueOf(std::move(fields.ext), KindIn(fields.ext_type)));
+        if (fields.ext && fields.ext_type && found->get_Extension(extension.Put()) == S_OK && extension)
+            std::ignore = extension->put_Value(ValueOf(*fields.ext, KindIn(*fields.ext_type)));
     }
-    ReadChildren(node, parent, depth + 1);  // names are unique within a cut: a child is found from here as well
+    ReadChildren(parent, depth + 1);  // names are unique within a cut: a child is found from here as well
 }
 
 }  // namespace bv

@@ -44,16 +44,18 @@ protected:
     ~LoadedCuts() = default;
 };
 
-/// Fills a list from the nodes of a document, which may come from anywhere.
+/// Fills a list from the elements of a document, which may come from anywhere.
 class TimelineReader {
 public:
-    explicit TimelineReader(LoadedCuts& list) : list_(list) {}
-    /// The node's children, in order. parent: where the names are looked up; null outside a cut.
-    void ReadChildren(IXMLDOMNode* node, IProperty* parent, int depth = 0);
+    TimelineReader(LoadedCuts& list, IXmlCursor& cursor) : list_(list), cursor_(cursor) {}
+    /// The elements inside the one where the cursor stands, in order. parent: where the names are looked up; null outside a
+    /// cut.
+    void ReadChildren(IProperty* parent, int depth = 0);
 
 private:
-    void Read(IXMLDOMNode* node, IProperty* parent, int depth);
+    void Read(IProperty* parent, int depth);
     LoadedCuts& list_;
+    IXmlCursor& cursor_;
 };
 
 }  // namespace bv

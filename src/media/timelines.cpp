@@ -179,7 +179,9 @@ STDMETHODIMP Timelines::Load(BSTR bstrFileName) {
     VARIANT_BOOL loaded = VARIANT_FALSE;
     if (document->load(Lend(bstrFileName), &loaded) != S_OK || !loaded)
         return RaiseMessage(clsid::Timelines, msg::kBadConfig);
-    TimelineReader(*this).ReadChildren(document.get(), nullptr);
+    const auto cursor = CursorOf(document.get());
+    if (!cursor) return E_OUTOFMEMORY;
+    TimelineReader(*this, *cursor).ReadChildren(nullptr);
     return S_OK;
 }
 

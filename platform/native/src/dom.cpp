@@ -1,10 +1,12 @@
 // The XML document: objects in front of a parsed tree.
+#include <bv_xml_cursor.h>
 #include <msxml.h>
 #include <windows.h>
 
 #include <atomic>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "builtin.h"
 #include "object.h"
@@ -358,6 +360,55 @@ private:
     Sequence<pugi::xml_attribute> attributes_;
 };
 
+class Cursor final : public Object<IXmlCursor, IID_IXmlCursor> {
+public:
+    explicit Cursor(const TreePtr& tree) : tree_(tree), at_(tree_->document) {}
+
+    bool Enter() override { return MoveTo(at_.first_child()); }
+    bool Next() override { return MoveTo(at_.next_sibling()); }
+    void Leave() override { at_ = at_.parent(); }
+    bool Look(XmlElement& element) override try {
+        attributes_.clear();
+        size_t room = std::strlen(at_.name());  // never more characters than bytes
+        for (pugi::xml_attribute each = at_.first_attribute(); each; each = each.next_attribute())
+            room += std::strlen(each.name()) + std::strlen(each.value());
+        if (texts_.size() < room) texts_.resize(2 * room);
+        wchar_t* end = texts_.data();
+        element.name = Widen(at_.name(), end);
+        for (pugi::xml_attribute each = at_.first_attribute(); each; each = each.next_attribute()) {
+            const std::wstring_view name = Widen(each.name(), end);
+            attributes_.push_back({name, Widen(each.value(), end)});
+        }
+        element.attributes = attributes_.data();
+        element.attribute_count = attributes_.size();
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+
+private:
+    bool MoveTo(pugi::xml_node node) {
+        while (node && node.type() != pugi::node_element) node = node.next_sibling();
+        if (node) at_ = node;
+        return bool(node);
+    }
+    /// Appends a text of the tree, which is valid UTF-8.
+    static std::wstring_view Widen(const char* text, wchar_t*& end) {
+        wchar_t* const begin = end;
+        while (*text > 0) *end++ = static_cast<wchar_t>(*text++);
+        if (*text) {
+            const std::wstring rest = ToWide(text);
+            end += rest.copy(end, rest.size());
+        }
+        return {begin, static_cast<size_t>(end - begin)};
+    }
+
+    TreePtr tree_;
+    pugi::xml_node at_;
+    std::vector<wchar_t> texts_;
+    std::vector<XmlAttribute> attributes_;
+};
+
 /// The whole file; false when it can't be read or is too big.
 bool ReadWhole(const wchar_t* path, std::string& bytes) {
     const HANDLE file = CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
@@ -380,9 +431,25 @@ bool ReadWhole(const wchar_t* path, std::string& bytes) {
     return good;
 }
 
-class Document final : public Object<NodeOf<IXMLDOMDocument>, IID_IXMLDOMDocument, IID_IXMLDOMNode, IID_IDispatch> {
+class Document final : public Object<NodeOf<IXMLDOMDocument>, IID_IXMLDOMDocument, IID_IXMLDOMNode, IID_IDispatch>,
+                       public IXmlCursorSource {
 public:
     using Object::Object;
+
+    STDMETHODIMP QueryInterface(REFIID iid, void** result) override {
+        if (iid != IID_IXmlCursorSource) return Object::QueryInterface(iid, result);
+        if (!result) return E_POINTER;
+        *result = static_cast<IXmlCursorSource*>(this);
+        AddRef();
+        return S_OK;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return Object::AddRef(); }
+    STDMETHODIMP_(ULONG) Release() override { return Object::Release(); }
+    STDMETHODIMP NewCursor(IXmlCursor** cursor) override {
+        if (!cursor) return E_POINTER;
+        *cursor = new (std::nothrow) Cursor(tree_);
+        return *cursor ? S_OK : E_OUTOFMEMORY;
+    }
 
     STDMETHODIMP get_documentElement(IXMLDOMElement** DOMElement) override {
         if (!DOMElement) return E_POINTER;
@@ -493,7 +560,8 @@ HRESULT CreateXmlDocument(IUnknown* outer, REFIID iid, void** result) {
     Tree* tree = new (std::nothrow) Tree;
     if (!tree) return E_OUTOFMEMORY;
     const TreePtr empty(tree);
-    return HandOut(new (std::nothrow) Document(empty, tree->document), iid, result);
+    auto* const document = new (std::nothrow) Document(empty, tree->document);
+    return HandOut(static_cast<IXMLDOMDocument*>(document), iid, result);
 }
 
 }  // namespace bv::platform
