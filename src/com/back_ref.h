@@ -71,7 +71,15 @@ public:
     T* get() const { return pointer_; }
     T* operator->() const { return pointer_; }
     explicit operator bool() const { return pointer_ != nullptr; }
-    void Set(T* pointer);
+    void Set(T* pointer) { Set(pointer, ReferrersOf(pointer)); }
+    /// The same with what ReferrersOf gives: one question for many back references.
+    void Set(T* pointer, BackRefLink** referrers) {
+        Unlink();  // also when it is the same: a foreign object may have gone, and one of ours stand in its place
+        pointer_ = pointer;
+        if (referrers) Link(referrers);
+    }
+    /// Those who point back at an object of ours; null for a foreign one.
+    static BackRefLink** ReferrersOf(T* pointer);
     /// Points at an object of our own, which needn't be asked.
     void Set(T* pointer, BackRefTarget& target) {
         Link(target.Referrers());
@@ -87,10 +95,9 @@ template <>
 inline constexpr IID kIid<IBackRefTarget> = GuidOf("5B0F7C7E-30A5-4D0B-9C64-6E1B7F1D9A11");
 
 template <class T>
-void BackRef<T>::Set(T* pointer) {
-    Unlink();  // also when it is the same: a foreign object may have gone, and one of ours stand in its place
-    pointer_ = pointer;
-    if (auto target = Query<IBackRefTarget>(pointer)) Link(target->Referrers());
+BackRefLink** BackRef<T>::ReferrersOf(T* pointer) {
+    const auto target = Query<IBackRefTarget>(pointer);
+    return target ? target->Referrers() : nullptr;
 }
 
 }  // namespace bv

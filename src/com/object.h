@@ -293,11 +293,17 @@ public:
     }
 };
 
+/// The classes of this module, by their place in the list.
+enum class OurClass : unsigned char {
+#define BV_CLASS(Name, text) Name,
+#include <bvschema/classes.def>
+#undef BV_CLASS
+};
 /// Whether a creation call for a class of this module is known to come back here: then CreateHere does what it would do, now
 /// or later.
-bool ComesBack(REFCLSID cls, DWORD context = 0x17);
+bool ComesBack(OurClass cls, DWORD context = 0x17);
 /// Creates an object of this module, whoever stands in front of its class.
-HRESULT CreateHere(REFCLSID cls, REFIID iid, void** out);
+HRESULT CreateHere(OurClass cls, REFIID iid, void** out);
 /// CoCreateInstance without an outer object; without the call where that would come back here.
 HRESULT CreateByClass(REFCLSID cls, DWORD context, REFIID iid, void** out);
 

@@ -16,7 +16,8 @@ public:
     }
     bool From(PropertyBase& node) {
         if (node.IsActive() && SameName(node.NameView(), name_)) return Found(&node);
-        const PropertyBase::Passage passage(node, PropertyBase::kSearch);
+        if (!node.HasBelow()) return false;
+        const PropertyBase::Passage passage(node, PropertyBase::kSearch, depth_);
         if (!passage) return false;
         if (ChildList* children = node.OwnChildren()) {
             for (const ChildList::Item& item : children->Items())
@@ -60,6 +61,7 @@ private:
 
     std::wstring_view name_;
     IProperty** result_;
+    int& depth_ = PropertyBase::Passage::Depth();
 };
 
 }  // namespace
@@ -77,11 +79,12 @@ PropertyBase* NodeBehind(IUnknown* object) {
     return children.get() == node.MadeChildren() ? &node : nullptr;
 }
 
-ComPtr<IProperty> NodeAt(IEnumProperties* children, ChildList* own, LONG index, bool* end) {
+ComPtr<IProperty> NodeAt(IEnumProperties* children, ChildList* own, LONG index, bool* end, PropertyBase** node) {
     if (own) {
         *end = size_t(index) >= own->Items().size();
         if (*end) return nullptr;
         const ChildList::Item& item = own->Items()[size_t(index)];
+        if (node) *node = item.node;
         return item.node ? ComPtr<IProperty>(item.node) : item.object.As<IProperty>();
     }
     LONG count = 0;

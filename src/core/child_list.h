@@ -60,8 +60,9 @@ private:
 };
 
 /// The i-th item of a collection, ours or foreign, as a node: null past the end (and *end is set then) and for an object
-/// that is no node. The caller gets a reference, since what it does may remove the item.
-ComPtr<IProperty> NodeAt(IEnumProperties* children, ChildList* own, LONG index, bool* end);
+/// that is no node. The caller gets a reference, since what it does may remove the item. node: set to the node when it is one of ours.
+ComPtr<IProperty> NodeAt(IEnumProperties* children, ChildList* own, LONG index, bool* end,
+                         PropertyBase** node = nullptr);
 
 template <class Action>
 void PropertyBase::ForEachChild(Action action) {

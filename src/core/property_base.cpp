@@ -22,7 +22,10 @@ ComPtr<IDispatch> ParentOf(const VARIANT& value) {
 
 }  // namespace
 
-thread_local int PropertyBase::Passage::depth_ = 0;
+int& PropertyBase::Passage::Depth() {
+    static thread_local int depth = 0;
+    return depth;
+}
 
 PropertyBase::PropertyBase(const NodeDecl& decl)
     : class_id_(&decl.cls),
@@ -35,11 +38,11 @@ PropertyBase::PropertyBase(const NodeDecl& decl)
 
 HRESULT PropertyBase::FinalConstruct() {
     HRESULT status = S_OK;
-    if (!ComesBack(clsid::ListOfValues, CLSCTX_INPROC_SERVER)) {
+    if (!ComesBack(OurClass::ListOfValues, CLSCTX_INPROC_SERVER)) {
         values_ = Create<IListOfValues>(clsid::ListOfValues, &status, CLSCTX_INPROC_SERVER);
         if (!values_) return FAILED(status) ? status : E_FAIL;
     }
-    if (!ComesBack(clsid::EnumProperties, CLSCTX_INPROC_SERVER)) {
+    if (!ComesBack(OurClass::EnumProperties, CLSCTX_INPROC_SERVER)) {
         auto children = Create<IEnumProperties>(clsid::EnumProperties, &status, CLSCTX_INPROC_SERVER);
         if (!children) return FAILED(status) ? status : E_FAIL;
         TakeChildren(std::move(children));
@@ -61,14 +64,14 @@ void PropertyBase::TakeChildren(ComPtr<IEnumProperties> children) {
 IEnumProperties* PropertyBase::Children() {
     if (children_) return children_.get();
     ComPtr<IEnumProperties> children;
-    if (SUCCEEDED(CreateHere(clsid::EnumProperties, kIid<IEnumProperties>, children.PutVoid())))
+    if (SUCCEEDED(CreateHere(OurClass::EnumProperties, kIid<IEnumProperties>, children.PutVoid())))
         TakeChildren(std::move(children));
     return children_.get();
 }
 
 IListOfValues* PropertyBase::Values() {
     if (values_) return values_.get();
-    if (SUCCEEDED(CreateHere(clsid::ListOfValues, kIid<IListOfValues>, values_.PutVoid())))
+    if (SUCCEEDED(CreateHere(OurClass::ListOfValues, kIid<IListOfValues>, values_.PutVoid())))
         AddChoices(std::exchange(choices_, {}));
     return values_.get();
 }
@@ -76,21 +79,19 @@ IListOfValues* PropertyBase::Values() {
 // A node takes what it holds with it. Where that would go deeper than the stack is sure to last, the parts wait in a list
 // for the node at that depth, which ends them one after another.
 void PropertyBase::FinalRelease() {
+    if (!HasBelow() && !extension_ && !ex_data_ && !values_) return ReleaseParts();
     static thread_local int depth = 0;
     static thread_local std::vector<ComPtr<IUnknown>>* waiting = nullptr;
     ++depth;
     std::vector<ComPtr<IUnknown>> parts;
     if (depth == kDeepest) waiting = &parts;
     const auto put_off = [&](IUnknown* part) { return !part || TryAppend(*waiting, ComPtr<IUnknown>(part)); };
-    if (depth > kDeepest) std::ignore = put_off(HeldObject()) && put_off(children_.get());
-    value_.reset();
-    OnFinalRelease();
-    extension_.Reset();
-    data_.Free();
-    ex_data_.Reset();
-    values_.Reset();
-    own_children_ = nullptr;
-    children_.Reset();
+    if (depth > kDeepest) {
+        for (IUnknown* part : std::initializer_list<IUnknown*>{HeldObject(), extension_.get(), ex_data_.get(), values_.get(),
+                                                               children_.get()})
+            if (!put_off(part)) break;
+    }
+    ReleaseParts();
     if (depth == kDeepest) {
         while (!parts.empty()) {
             const ComPtr<IUnknown> part = std::move(parts.back());
@@ -99,6 +100,17 @@ void PropertyBase::FinalRelease() {
         waiting = nullptr;
     }
     --depth;
+}
+
+void PropertyBase::ReleaseParts() {
+    value_.reset();
+    OnFinalRelease();
+    extension_.Reset();
+    data_.Free();
+    ex_data_.Reset();
+    values_.Reset();
+    own_children_ = nullptr;
+    children_.Reset();
 }
 
 // --- Name, title, description, flags ---
@@ -154,6 +166,7 @@ STDMETHODIMP PropertyBase::get_Active(LONG* pVal) {
 }
 
 void PropertyBase::PassOn(HRESULT (STDMETHODCALLTYPE IProperty::*put)(LONG), LONG flag, Walk walk) {
+    if (!HasBelow()) return;
     const Passage passage(*this, walk);
     if (!passage) return;
     if (auto held = NodeOfValue(value_)) std::ignore = (held.get()->*put)(flag);
@@ -379,12 +392,25 @@ STDMETHODIMP PropertyBase::put_MediaObject(IDispatch* newVal) {
 }
 
 STDMETHODIMP PropertyBase::SetMediaObject(IDispatch* pVal) {
-    media_.Set(pVal);
-    const Passage passage(*this, kGive);
-    if (!passage) return S_OK;
-    ForEachChild([pVal](IProperty* child) { std::ignore = child->SetMediaObject(pVal); });
-    if (extension_) std::ignore = extension_->SetMediaObject(pVal);
+    GiveMedia(pVal, media_.ReferrersOf(pVal));
     return S_OK;
+}
+
+void PropertyBase::GiveMedia(IDispatch* media, BackRefLink** referrers) {
+    media_.Set(media, referrers);
+    if (!children_ && !extension_) return;
+    const Passage passage(*this, kGive);
+    if (!passage) return;
+    bool end = false;
+    for (LONG i = 0; !end; ++i) {
+        PropertyBase* own = nullptr;
+        const auto child = NodeAt(children_.get(), own_children_, i, &end, &own);
+        if (own)
+            own->GiveMedia(media, referrers);
+        else if (child)
+            std::ignore = child->SetMediaObject(media);
+    }
+    if (extension_) std::ignore = extension_->SetMediaObject(media);
 }
 
 HRESULT PropertyBase::Search(std::wstring_view name, BSTR name_text, IProperty** result) {
@@ -392,6 +418,7 @@ HRESULT PropertyBase::Search(std::wstring_view name, BSTR name_text, IProperty**
         const auto map = Query<IMap>(media_.get());
         return map ? map->get_Property(name_text, this, result) : E_FAIL;
     }
+    if (!children_) return S_FALSE;
     const Passage passage(*this, kSearch);
     bool end = !passage;
     for (LONG i = 0; !end; ++i) {
@@ -438,7 +465,7 @@ void PropertyBase::BuildChildren() { Build(*decl_); }
 
 void PropertyBase::AddChoices(Rows<Choice> choices) {
     const bool plain = std::none_of(choices.begin(), choices.end(), [](const Choice& c) { return c.value.node; });
-    if (plain && !values_ && choices_.count == 0 && ComesBack(clsid::ListItem)) {
+    if (plain && !values_ && choices_.count == 0 && ComesBack(OurClass::ListItem)) {
         choices_ = choices;
         return;
     }

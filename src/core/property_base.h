@@ -88,8 +88,8 @@ public:
     /// that.
     class Passage {
     public:
-        Passage(PropertyBase& node, Walk walk)
-            : node_(node), walk_(walk), free_(!(node.walks_ & walk) && depth_ < kDeepest) {
+        Passage(PropertyBase& node, Walk walk, int& depth = Depth())
+            : node_(node), depth_(depth), walk_(walk), free_(!(node.walks_ & walk) && depth < kDeepest) {
             ++depth_;
             if (free_) node_.walks_ |= walk_;
         }
@@ -99,12 +99,14 @@ public:
             if (free_) node_.walks_ &= static_cast<unsigned char>(~walk_);
         }
         explicit operator bool() const { return free_; }
+        /// How deep this thread is in walks of all kinds.
+        static int& Depth();
 
     private:
         PropertyBase& node_;
+        int& depth_;
         const Walk walk_;
         const bool free_;
-        static thread_local int depth_;
     };
     static constexpr int kDeepest = 1000;  // nodes that hang or are held below each other
 
@@ -120,6 +122,8 @@ public:
     IListOfValues* Values();
     /// The object that the stored value holds, null for any other kind. No reference is added.
     IUnknown* HeldObject() const { return value_ ? ObjectOf(*value_) : nullptr; }
+    /// Whether a walk goes on below this node.
+    bool HasBelow() const { return children_ || HeldObject(); }
     /// FindProperty, with the name's characters at hand.
     HRESULT Search(std::wstring_view name, BSTR name_text, IProperty** result);
     /// SetInfo with a node of ours as parent. literal: the name is a constant that needn't be copied.
@@ -144,6 +148,8 @@ protected:
     virtual HRESULT OnDeactivate() { return S_OK; }
     virtual void OnValueChanged();
     virtual void OnValueChanging();
+    /// SetMediaObject. referrers: those who point back at the media object, null for a foreign one.
+    virtual void GiveMedia(IDispatch* media, BackRefLink** referrers);
 
     // Building.
     /// Value, value list, extension and children of the declaration.
@@ -230,12 +236,13 @@ private:
     /// Calls a put of a flag on the held node and on the children.
     void PassOn(HRESULT (STDMETHODCALLTYPE IProperty::*put)(LONG), LONG flag, Walk walk);
     ComPtr<IProperty> AddDeclared(const NodeDecl& decl, bool literal_name);
+    void ReleaseParts();
     void TakeChildren(ComPtr<IEnumProperties> children);
     void AddChoices(Rows<Choice> choices);
 
 public:
     // A node passes two queries on to objects that it holds.
-    using Answers = InterfaceMap<IProperty, IBaseObj, ISupportErrorInfo, ISettingsWriter, INode, IBackRefTarget,
+    using Answers = InterfaceMap<IProperty, INode, IBackRefTarget, IBaseObj, ISupportErrorInfo, ISettingsWriter,
                                  Held<&PropertyBase::Children>, Held<&PropertyBase::Values>>;
 };
 

@@ -78,7 +78,7 @@ STDMETHODIMP ListOfValues::get_Item(LONG Index, IUnknown** pVal) {
     Entry& entry = entries_[size_t(Index)];
     if (!entry.object) {
         ComPtr<IListItem> object;
-        RETURN_IF_FAILED(CreateHere(clsid::ListItem, kIid<IListItem>, object.PutVoid()));
+        RETURN_IF_FAILED(CreateHere(OurClass::ListItem, kIid<IListItem>, object.PutVoid()));
         RETURN_IF_FAILED(object->SetInfo(Bstr(entry.label.View()).get(), entry.value));
         entry = {{}, {}, std::move(object)};
     }
@@ -113,7 +113,7 @@ STDMETHODIMP ListOfValues::AddNew(BSTR Name, VARIANT var) {
 STDMETHODIMP ListOfValues::AddItem(BSTR Name, VARIANT var) {
     if (auto node = Query<IProperty>(ObjectOf(var))) std::ignore = node->put_Active(0);
     Entry entry;
-    if (ComesBack(clsid::ListItem)) {
+    if (ComesBack(OurClass::ListItem)) {
         entry.label.SetCopy(View(Name));
         entry.value.CopyFrom(var);
     } else {

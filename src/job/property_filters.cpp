@@ -22,13 +22,12 @@ public:
         KeepMedia(newVal);
         return S_OK;
     }
-    STDMETHODIMP SetMediaObject(IDispatch* pVal) override {
-        const Passage passage(*this, kGive);
-        if (passage && filters_) std::ignore = filters_->SetMediaObject(pVal);
-        return S_OK;
-    }
 
 protected:
+    void GiveMedia(IDispatch* media, BackRefLink**) override {
+        const Passage passage(*this, kGive);
+        if (passage && filters_) std::ignore = filters_->SetMediaObject(media);
+    }
     void BuildChildren() override {
         Build(kFilters);
         filters_ = Create<IEnumObject>(clsid::LiveTimeFilters);

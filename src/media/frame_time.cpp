@@ -75,7 +75,7 @@ public:
         end_ = std::copy(text.begin(), text.end(), end_);
         return *this;
     }
-    Bstr Done() const { return Bstr(std::wstring_view(text_, size_t(end_ - text_))); }
+    std::wstring_view View() const { return {text_, size_t(end_ - text_)}; }
 
 private:
     wchar_t text_[128];
@@ -102,15 +102,15 @@ Bstr TimeText(LONG frame, double rate) {
     rest -= minutes * 60;
     const double seconds = std::trunc(rest);
     const double milliseconds = std::trunc((rest - seconds) * 1000);
-    return Picture()
-        .Number(Truncate<LONGLONG>(hours), 2)
+    Picture text;
+    text.Number(Truncate<LONGLONG>(hours), 2)
         .Text(L":")
         .Number(Truncate<LONGLONG>(minutes), 2)
         .Text(L":")
         .Number(Truncate<LONGLONG>(seconds), 2)
         .Text(L".")
-        .Number(Truncate<LONGLONG>(milliseconds), 3)
-        .Done();
+        .Number(Truncate<LONGLONG>(milliseconds), 3);
+    return Bstr(text.View());
 }
 
 std::optional<LONG> FrameAt(std::string_view text, double rate) {
@@ -126,13 +126,14 @@ std::optional<LONG> FrameAt(std::string_view text, double rate) {
     return exact - whole > 0.7 && whole < std::numeric_limits<LONG>::max() ? whole + 1 : whole;
 }
 
-Bstr LengthText(LONG start, LONG end, double rate) {
+CallBstr LengthText(LONG start, LONG end, double rate) {
     const LONGLONG length = LONGLONG(end) - start;
     const LONGLONG seconds = rate == 0 ? 0 : Truncate<LONGLONG>(double(length) * (1.0 / rate));
     Picture text;
     text.Text(L"Length: ");
-    if (seconds) return text.Number(seconds).Text(L" c (").Number(length).Text(L" frm)").Done();
-    return text.Number(length).Text(L" frm").Done();
+    if (seconds) text.Number(seconds).Text(L" c (").Number(length).Text(L" frm)");
+    else text.Number(length).Text(L" frm");
+    return CallBstr(text.View());
 }
 
 LONGLONG TimeOf(LONG frame, LONGLONG time_per_frame) {

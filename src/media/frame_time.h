@@ -23,7 +23,7 @@ Bstr TimeText(LONG frame, double rate);
 std::optional<LONG> FrameAt(std::string_view text, double rate);
 
 /// The length of a cut, "Length: 10 c (250 frm)", or "Length: 20 frm" when there is no whole second or no rate (0).
-Bstr LengthText(LONG start, LONG end, double rate);
+CallBstr LengthText(LONG start, LONG end, double rate);
 
 /// The product of a frame number and the time of a frame, or the end of the range that it would leave.
 LONGLONG TimeOf(LONG frame, LONGLONG time_per_frame);

@@ -137,15 +137,9 @@ HRESULT GetClassObject(REFCLSID cls, REFIID iid, void** out) {
 
 // Most objects of a tree are our own. Who registers a class object in front of one of our classes changes the state of the
 // classes, and is asked from then on.
-bool ComesBack(REFCLSID cls, DWORD context) {
-    const ClassEntry* const entry = FindClass(cls);
-    return entry && CameBack(*entry, BvClassChanges(), context);
-}
+bool ComesBack(OurClass cls, DWORD context) { return CameBack(kClasses[size_t(cls)], BvClassChanges(), context); }
 
-HRESULT CreateHere(REFCLSID cls, REFIID iid, void** out) {
-    const ClassEntry* const entry = FindClass(cls);
-    return entry ? entry->create(nullptr, iid, out) : CLASS_E_CLASSNOTAVAILABLE;
-}
+HRESULT CreateHere(OurClass cls, REFIID iid, void** out) { return kClasses[size_t(cls)].create(nullptr, iid, out); }
 
 HRESULT CreateByClass(REFCLSID cls, DWORD context, REFIID iid, void** out) {
     const ClassEntry* const entry = FindClass(cls);

@@ -28,7 +28,8 @@ struct ThreadState {
     LONG initialised = 0;  // CoInitialize without CoUninitialize
     bool free_threaded = false;
 };
-thread_local ThreadState this_thread;
+// Asked by every creation. The layer is there from the start and stays, so its place in a thread is fixed.
+thread_local ThreadState this_thread __attribute__((tls_model("initial-exec")));
 std::atomic<LONG> initialised_count = 0;    // all threads
 std::atomic<LONG> free_threaded_count = 0;  // those that serve the other threads too
 

@@ -130,20 +130,18 @@ bool ReferencesAreGood(std::string_view text) {
     return true;
 }
 
-bool HasDoubledAttribute(pugi::xml_node node, std::vector<std::string_view>& names) {
-    const pugi::xml_attribute first = node.first_attribute();
-    if (!first || !first.next_attribute()) return false;
+bool HasDoubledAttribute(pugi::xml_node node, std::vector<const char*>& names) {
+    const auto same = [](const char* a, const char* b) { return *a == *b && std::strcmp(a, b) == 0; };
     names.clear();
-    for (pugi::xml_attribute attribute = first; attribute; attribute = attribute.next_attribute())
-        names.emplace_back(attribute.name());
+    for (pugi::xml_attribute attribute = node.first_attribute(); attribute; attribute = attribute.next_attribute())
+        names.push_back(attribute.name());
     if (names.size() > 8) {
-        std::sort(names.begin(), names.end());
-        return std::adjacent_find(names.begin(), names.end()) != names.end();
+        std::sort(names.begin(), names.end(), [](const char* a, const char* b) { return std::strcmp(a, b) < 0; });
+        return std::adjacent_find(names.begin(), names.end(), same) != names.end();
     }
     for (size_t i = 1; i < names.size(); ++i)
-        if (std::find(names.begin(), names.begin() + std::ptrdiff_t(i), names[i]) !=
-            names.begin() + std::ptrdiff_t(i))
-            return true;
+        for (size_t k = 0; k < i; ++k)
+            if (same(names[i], names[k])) return true;
     return false;
 }
 
@@ -160,7 +158,7 @@ bool OutsideIsGood(const pugi::xml_document& document) {
 }
 
 bool InsideIsGood(const pugi::xml_document& document) {
-    std::vector<std::string_view> names;
+    std::vector<const char*> names;
     int depth = 1;
     pugi::xml_node node = document.first_child();
     while (node) {
