@@ -30,7 +30,7 @@ protected:
         link_ = nullptr;
         next_ = nullptr;
     }
-    virtual void Forget() = 0;
+    void* pointer_ = nullptr;  // to the target, as the interface that the reference is of
 
 private:
     friend class BackRefTarget;
@@ -51,7 +51,7 @@ public:
     void ForgetReferrers() {
         while (BackRefLink* link = first_) {
             link->Unlink();
-            link->Forget();
+            link->pointer_ = nullptr;
         }
     }
 
@@ -68,8 +68,8 @@ template <class T>
 class BackRef final : public BackRefLink {
 public:
     BackRef() = default;
-    T* get() const { return pointer_; }
-    T* operator->() const { return pointer_; }
+    T* get() const { return static_cast<T*>(pointer_); }
+    T* operator->() const { return get(); }
     explicit operator bool() const { return pointer_ != nullptr; }
     void Set(T* pointer) { Set(pointer, ReferrersOf(pointer)); }
     /// The same with what ReferrersOf gives: one question for many back references.
@@ -85,10 +85,6 @@ public:
         Link(target.Referrers());
         pointer_ = pointer;
     }
-
-private:
-    void Forget() override { pointer_ = nullptr; }
-    T* pointer_ = nullptr;
 };
 
 template <>

@@ -91,9 +91,22 @@ private:
     wchar_t text_[kRoom];
 };
 
-/// Whether two names are the same, without regard to case.
-inline bool SameName(std::wstring_view a, std::wstring_view b) {
-    if (a.size() != b.size()) return false;
+/// A literal with its length, which the compiler counts.
+struct LiteralText {
+    constexpr LiteralText() = default;
+    constexpr LiteralText(const wchar_t* literal)  // NOLINT: it is a literal
+        : text(literal), length(literal ? unsigned(std::char_traits<wchar_t>::length(literal)) : 0) {}
+    template <size_t N>
+    constexpr LiteralText(const ConstBstr<N>& literal) : text(literal.text), length(N - 1) {}  // NOLINT: likewise
+    constexpr explicit operator bool() const { return text != nullptr; }
+    constexpr std::wstring_view View() const { return {text ? text : L"", length}; }
+
+    const wchar_t* text = nullptr;
+    unsigned length = 0;
+};
+
+/// Whether two texts of one length are the same name.
+inline bool SameLetters(std::wstring_view a, std::wstring_view b) {
     for (size_t i = 0; i < a.size(); ++i) {
         wchar_t x = a[i], y = b[i];
         if (x == y) continue;
@@ -106,12 +119,14 @@ inline bool SameName(std::wstring_view a, std::wstring_view b) {
     return true;
 }
 
+/// Whether two names are the same, without regard to case. Most differ in length already.
+inline bool SameName(std::wstring_view a, std::wstring_view b) { return a.size() == b.size() && SameLetters(a, b); }
+
 /// A text that is a literal of ours for most of its life: copied only when somebody puts another.
 class NodeText {
 public:
     NodeText() = default;
-    explicit NodeText(const wchar_t* literal)
-        : text_(literal), length_(literal ? unsigned(std::wcslen(literal)) : 0) {}
+    explicit NodeText(LiteralText literal) : text_(literal.text), length_(literal.length) {}
     NodeText(NodeText&& other) noexcept
         : text_(other.text_), length_(other.length_), owned_(std::exchange(other.owned_, false)) {}
     NodeText& operator=(NodeText&& other) noexcept {
@@ -123,10 +138,10 @@ public:
     ~NodeText() { Free(); }
 
     std::wstring_view View() const { return {text_ ? text_ : L"", length_}; }
-    void SetLiteral(const wchar_t* literal) {
+    void SetLiteral(std::wstring_view literal) {
         Free();
-        text_ = literal;
-        length_ = literal ? unsigned(std::wcslen(literal)) : 0;
+        text_ = literal.data();
+        length_ = unsigned(literal.size());
     }
     /// Empty when there is no memory.
     void SetCopy(std::wstring_view text) {

@@ -128,15 +128,15 @@ STDMETHODIMP ChildList::AddProperty(BSTR Name, GUID* refclsid, IDispatch* pParen
     if (!node) return FAILED(status) ? status : E_FAIL;
     PropertyBase* const ours = NodeBehind(node.get());
     if (ours && owner_ && pParent && pParent == parent_.get())
-        ours->Rename(View(Name), nullptr, *owner_);
+        ours->Rename(View(Name), false, *owner_);
     else
         RETURN_IF_FAILED(node->SetInfo(Name, Lend(pParent)));
     if (!TryAppend(items_, Item{node.get(), ours})) return E_OUTOFMEMORY;
     return pRet ? node.CopyTo(pRet) : S_OK;
 }
 
-ComPtr<IProperty> ChildList::AddNode(std::wstring_view name, const wchar_t* literal, const CLSID& cls,
-                                     PropertyBase& parent) {
+ComPtr<IProperty> ChildList::AddNode(std::wstring_view name, bool literal, const CLSID& cls, PropertyBase& parent,
+                                     PropertyBase** own) {
     auto node = Create<IProperty>(cls);
     if (!node) return nullptr;
     PropertyBase* ours = NodeBehind(node.get());
@@ -145,6 +145,7 @@ ComPtr<IProperty> ChildList::AddNode(std::wstring_view name, const wchar_t* lite
     else if (FAILED(node->SetInfo(Bstr(name).get(), Lend(static_cast<IProperty*>(&parent)))))
         return nullptr;
     if (!TryAppend(items_, Item{node.get(), ours})) return nullptr;
+    *own = ours;
     return node;
 }
 

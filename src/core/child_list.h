@@ -49,8 +49,10 @@ public:
     }
     const std::vector<Item>& Items() const { return items_; }
     HRESULT Append(IUnknown* object);
-    /// Creates a node of the class and appends it, with a parent of ours. Null when it can't be created.
-    ComPtr<IProperty> AddNode(std::wstring_view name, const wchar_t* literal, const CLSID& cls, PropertyBase& parent);
+    /// Creates a node of the class and appends it, with a parent of ours. Null when it can't be created. own: set to the node
+    /// when it is one of ours.
+    ComPtr<IProperty> AddNode(std::wstring_view name, bool literal, const CLSID& cls, PropertyBase& parent,
+                              PropertyBase** own);
     HRESULT Search(std::wstring_view name, IProperty* from, IProperty** result);
 
 private:

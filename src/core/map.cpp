@@ -22,7 +22,7 @@ public:
     }
 
     STDMETHODIMP get_Property(BSTR Name, IProperty* pParent, IProperty** pVal) override {
-        return nodes_->FindProperty(Name, pParent, pVal);
+        return list_->FindProperty(Name, pParent, pVal);
     }
     STDMETHODIMP get_PropertyVal(BSTR Name, IProperty* pParent, VARIANT* pVal) override {
         ComPtr<IProperty> node;

@@ -34,12 +34,12 @@ struct FilterDecl {
 
 /// What a node holds when its creation call returns. Constant data: texts are literals, arrays are static.
 struct NodeDecl {
-    const wchar_t* name = nullptr;     // identifier for search and XML
+    LiteralText name = {};             // identifier for search and XML
     CLSID cls = clsid::PropertySimple; // own class; in `children`, the class to create
-    const wchar_t* title = nullptr;    // shown beside the value
+    LiteralText title = {};            // shown beside the value
     LONG type = 0;                     // style word, for the host
     int description = 0;               // string-table id, 0: none
-    const wchar_t* help = nullptr;     // description as a text of its own
+    LiteralText help = {};             // description as a text of its own
     Literal value = {};                // I4(1), Text(L""), Empty(); {}: no store, a group
     Rows<Choice> choices = {};         // value list, in the order shown
     Rows<NodeDecl> children = {};      // in tree order

@@ -28,8 +28,7 @@ int& PropertyBase::Passage::Depth() {
 }
 
 PropertyBase::PropertyBase(const NodeDecl& decl)
-    : class_id_(&decl.cls),
-      name_(decl.name),
+    : name_(decl.name),
       type_(decl.type),
       title_(decl.title),
       description_(decl.help),
@@ -197,7 +196,7 @@ STDMETHODIMP PropertyBase::BeforeCombo() { return OnBeforeCombo(); }
 
 STDMETHODIMP PropertyBase::get_ClassID(GUID* pVal) {
     if (!pVal) return E_POINTER;
-    *pVal = *class_id_;
+    *pVal = ClassId();
     return S_OK;
 }
 
@@ -353,9 +352,9 @@ STDMETHODIMP PropertyBase::SetInfo(BSTR Name, VARIANT pVal) {
     return S_OK;
 }
 
-void PropertyBase::Rename(std::wstring_view name, const wchar_t* literal, PropertyBase& parent) {
+void PropertyBase::Rename(std::wstring_view name, bool literal, PropertyBase& parent) {
     if (literal)
-        name_.SetLiteral(literal);
+        name_.SetLiteral(name);
     else
         name_.SetCopy(name);
     parent_.Set(&parent, parent);
@@ -488,7 +487,7 @@ void PropertyBase::Build(const NodeDecl& decl) {
     if (decl.extension) {
         const NodeDecl& unit = *decl.extension;
         if (auto extension = Create<IProperty>(unit.cls)) {
-            if (unit.name) std::ignore = extension->SetInfo(Bstr(unit.name).get(), Variant());
+            if (unit.name) std::ignore = extension->SetInfo(Bstr(unit.name.View()).get(), Variant());
             if (PropertyBase* node = NodeBehind(extension.get())) node->Adopt(unit);
             extension_ = std::move(extension);
         }
@@ -497,9 +496,9 @@ void PropertyBase::Build(const NodeDecl& decl) {
 }
 
 void PropertyBase::Adopt(const NodeDecl& decl) {
-    if (decl.title) title_.SetLiteral(decl.title);
+    if (decl.title) title_.SetLiteral(decl.title.View());
     if (decl.type) type_ = decl.type;
-    if (decl.help) description_.SetLiteral(decl.help);
+    if (decl.help) description_.SetLiteral(decl.help.View());
     if (decl.description) description_id_ = decl.description;
     Build(decl);
 }
@@ -508,15 +507,16 @@ ComPtr<IProperty> PropertyBase::AddDeclared(const NodeDecl& decl, bool literal_n
     ComPtr<IProperty> child;
     IEnumProperties* const children = Children();
     if (!children) return nullptr;
+    PropertyBase* node = nullptr;
     if (own_children_) {
-        const wchar_t* const name = decl.name ? decl.name : L"";
-        child = own_children_->AddNode(name, literal_name ? name : nullptr, decl.cls, *this);
+        child = own_children_->AddNode(decl.name.View(), literal_name, decl.cls, *this, &node);
     } else {
         CLSID cls = decl.cls;
-        std::ignore = children->AddProperty(Bstr(decl.name).get(), &cls, this, child.Put());
+        std::ignore = children->AddProperty(Bstr(decl.name.View()).get(), &cls, this, child.Put());
+        node = NodeBehind(child.get());
     }
     if (!child) return nullptr;
-    if (PropertyBase* node = NodeBehind(child.get())) node->Adopt(decl);
+    if (node) node->Adopt(decl);
     if (decl.filter) {
         CLSID cls = decl.filter->cls;
         // Without its filter the node stands as it was declared.

@@ -127,7 +127,7 @@ public:
     /// FindProperty, with the name's characters at hand.
     HRESULT Search(std::wstring_view name, BSTR name_text, IProperty** result);
     /// SetInfo with a node of ours as parent. literal: the name is a constant that needn't be copied.
-    void Rename(std::wstring_view name, const wchar_t* literal, PropertyBase& parent);
+    void Rename(std::wstring_view name, bool literal, PropertyBase& parent);
     /// Takes from a declaration what it sets: a parent's say in what its child looks like.
     void Adopt(const NodeDecl& decl);
     void WriteElement(XmlSink& sink);
@@ -172,7 +172,7 @@ protected:
     IDispatch* Parent() const { return parent_.get(); }
 
     // Values.
-    const CLSID& ClassId() const { return *class_id_; }
+    const CLSID& ClassId() const { return decl_->cls; }
     bool HasStore() const { return value_.has_value(); }
     /// The stored value; an empty one when there is no store.
     const VARIANT& Stored() const;
@@ -208,7 +208,6 @@ protected:
     void DropData() { data_.Free(); }
 
 private:
-    const CLSID* class_id_;
     NodeText name_;
     // Most nodes have no children, and most value lists are never asked for. Both are null as long as they would be empty or
     // hold nothing but `choices_`; those of another module are made with the node, since that may fail.

@@ -160,6 +160,13 @@ TEST_F(FilesTest, ElementsAreTakenByName) {
     EXPECT_EQ(At(0).Find(L"EndFrm").Value(), I4(0));
     EXPECT_EQ(At(0).Find(L"EndFrmAsRelation").Value(), I4(0));
     EXPECT_EQ(At(0).Find(L"TimelineOutputMode").Value(), I4(1));
+
+    // A text of any length, and what follows it.
+    ASSERT_EQ(LoadBytes("<Timeline><TimelineOutputMediaName value='" + std::string(3000, 'x') +
+                        "\xC3\xA9' type='8'/><EndFrm value='7' type='3'/></Timeline>"),
+              S_OK);
+    EXPECT_EQ(At(0).Find(L"TimelineOutputMediaName").Value(), Str((std::wstring(3000, L'x') + L"\u00E9").c_str()));
+    EXPECT_EQ(At(0).Find(L"EndFrm").Value(), I4(7));
 }
 
 TEST_F(FilesTest, EveryKindIsTakenOrLeavesNothing) {

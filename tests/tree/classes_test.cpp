@@ -114,6 +114,7 @@ TEST(ClassesTest, EachAnswersItsInterfacesAndNoOther) {
 TEST(ClassesTest, ANodeWithoutItsCollectionsIsNotMade) {
     NothingLeft no_leaks;
     for (const CLSID& needed : {clsid::ListOfValues, clsid::EnumProperties}) {
+        EXPECT_TRUE(CreateNode(clsid::PropertyOutput).Find(L"Mode")) << "nobody stands in front of a class";
         const ClassDouble refusing(needed, [](IUnknown*, REFIID, void**) { return E_ABORT; });
         void* none = nullptr;
         EXPECT_EQ(Make(clsid::PropertySimple, nullptr, kIid<IProperty>, &none), E_ABORT);

@@ -190,6 +190,12 @@ TEST_F(SelectionTest, EntriesAreAddedAsTheyAre) {
     }
     const auto entry = ItemOf(list, 2);
     EXPECT_EQ(TextFrom(entry.As<IListItem>().get(), &IListItem::get_Title), L"new");
+    EXPECT_EQ(entry.As<IListItem>()->SetInfo(Text(L"other"), I4(8).get()), S_OK);
+    BSTR label = nullptr;
+    EXPECT_EQ(list->get_Text(I4(8).get(), &label), S_OK) << "the list holds what its entry holds";
+    EXPECT_EQ(Take(label), L"other");
+    EXPECT_EQ(ItemOf(list, 2).get(), entry.get());
+    EXPECT_EQ(entry.As<IListItem>()->SetInfo(Text(L"new"), I4(8).get()), S_OK);
     EXPECT_EQ(entry.As<IListItem>()->get_Title(nullptr), E_POINTER);
     EXPECT_EQ(entry.As<IListItem>()->get_Value(nullptr), E_POINTER);
 

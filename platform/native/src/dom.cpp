@@ -4,8 +4,10 @@
 #include <windows.h>
 
 #include <atomic>
+#include <deque>
 #include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "builtin.h"
@@ -369,16 +371,11 @@ public:
     void Leave() override { at_ = at_.parent(); }
     bool Look(XmlElement& element) override try {
         attributes_.clear();
-        size_t room = std::strlen(at_.name());  // never more characters than bytes
+        long_texts_.clear();
+        end_ = texts_;
+        element.name = Widen(at_.name());
         for (pugi::xml_attribute each = at_.first_attribute(); each; each = each.next_attribute())
-            room += std::strlen(each.name()) + std::strlen(each.value());
-        if (texts_.size() < room) texts_.resize(2 * room);
-        wchar_t* end = texts_.data();
-        element.name = Widen(at_.name(), end);
-        for (pugi::xml_attribute each = at_.first_attribute(); each; each = each.next_attribute()) {
-            const std::wstring_view name = Widen(each.name(), end);
-            attributes_.push_back({name, Widen(each.value(), end)});
-        }
+            attributes_.push_back({Widen(each.name()), Widen(each.value())});
         element.attributes = attributes_.data();
         element.attribute_count = attributes_.size();
         return true;
@@ -392,21 +389,22 @@ private:
         if (node) at_ = node;
         return bool(node);
     }
-    /// Appends a text of the tree, which is valid UTF-8.
-    static std::wstring_view Widen(const char* text, wchar_t*& end) {
-        wchar_t* const begin = end;
-        while (*text > 0) *end++ = static_cast<wchar_t>(*text++);
-        if (*text) {
-            const std::wstring rest = ToWide(text);
-            end += rest.copy(end, rest.size());
-        }
-        return {begin, static_cast<size_t>(end - begin)};
+    /// A text of the tree, which is valid UTF-8. Most are ASCII, and short.
+    std::wstring_view Widen(const char* text) {
+        const char* from = text;
+        wchar_t* to = end_;
+        while (*from > 0 && to != std::end(texts_)) *to++ = static_cast<wchar_t>(*from++);
+        if (*from) return long_texts_.emplace_back(ToWide(text));
+        const wchar_t* const begin = std::exchange(end_, to);
+        return {begin, static_cast<size_t>(to - begin)};
     }
 
     TreePtr tree_;
     pugi::xml_node at_;
-    std::vector<wchar_t> texts_;
     std::vector<XmlAttribute> attributes_;
+    std::deque<std::wstring> long_texts_;  // they stay where they are
+    wchar_t texts_[1024];
+    wchar_t* end_ = texts_;
 };
 
 /// The whole file; false when it can't be read or is too big.
