@@ -22,10 +22,7 @@ ComPtr<IDispatch> ParentOf(const VARIANT& value) {
 
 }  // namespace
 
-int& PropertyBase::Passage::Depth() {
-    static thread_local int depth = 0;
-    return depth;
-}
+constinit thread_local int PropertyBase::Passage::thread_depth_ = 0;
 
 PropertyBase::PropertyBase(const NodeDecl& decl)
     : name_(decl.name),

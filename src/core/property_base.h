@@ -100,9 +100,10 @@ public:
         }
         explicit operator bool() const { return free_; }
         /// How deep this thread is in walks of all kinds.
-        static int& Depth();
+        static int& Depth() { return thread_depth_; }
 
     private:
+        static constinit thread_local int thread_depth_;  // constinit: no check before each use
         PropertyBase& node_;
         int& depth_;
         const Walk walk_;
