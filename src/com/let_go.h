@@ -2,6 +2,7 @@
 #pragma once
 
 #include "com/com_ptr.h"
+#include "com/variant.h"
 
 namespace bv {
 
@@ -12,6 +13,12 @@ void LetGo(IUnknown* reference);
 template <class T>
 void LetGo(ComPtr<T>& held) {
     if (T* const reference = held.Detach()) LetGo(static_cast<IUnknown*>(reference));
+}
+inline void LetGo(Variant& held) {
+    IUnknown* const reference = ObjectOf(held);
+    if (!reference) return held.Clear();
+    held.vt = VT_EMPTY;
+    LetGo(reference);
 }
 
 }  // namespace bv

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "com/let_go.h"
 #include "core/child_list.h"
 #include "server/messages.h"
 
@@ -72,41 +73,19 @@ IListOfValues* PropertyBase::Values() {
     return values_.get();
 }
 
-// A node takes what it holds with it. Where that would go deeper than the stack is sure to last, the parts wait in a list
-// for the node at that depth, which ends them one after another.
 void PropertyBase::FinalRelease() {
-    if (!HasBelow() && !extension_ && !ex_data_ && !values_) return ReleaseParts();
-    static thread_local int depth = 0;
-    static thread_local std::vector<ComPtr<IUnknown>>* waiting = nullptr;
-    ++depth;
-    std::vector<ComPtr<IUnknown>> parts;
-    if (depth == kDeepest) waiting = &parts;
-    const auto put_off = [&](IUnknown* part) { return !part || TryAppend(*waiting, ComPtr<IUnknown>(part)); };
-    if (depth > kDeepest) {
-        for (IUnknown* part : std::initializer_list<IUnknown*>{HeldObject(), extension_.get(), ex_data_.get(), values_.get(),
-                                                               children_.get()})
-            if (!put_off(part)) break;
+    if (value_) {
+        Variant value = std::move(*value_);
+        value_.reset();
+        LetGo(value);
     }
-    ReleaseParts();
-    if (depth == kDeepest) {
-        while (!parts.empty()) {
-            const ComPtr<IUnknown> part = std::move(parts.back());
-            parts.pop_back();
-        }
-        waiting = nullptr;
-    }
-    --depth;
-}
-
-void PropertyBase::ReleaseParts() {
-    value_.reset();
     OnFinalRelease();
-    extension_.Reset();
+    LetGo(extension_);
     data_.Free();
-    ex_data_.Reset();
-    values_.Reset();
+    LetGo(ex_data_);
+    LetGo(values_);
     own_children_ = nullptr;
-    children_.Reset();
+    LetGo(children_);
 }
 
 // --- Name, title, description, flags ---

@@ -236,7 +236,6 @@ private:
     /// Calls a put of a flag on the held node and on the children.
     void PassOn(HRESULT (STDMETHODCALLTYPE IProperty::*put)(LONG), LONG flag, Walk walk);
     ComPtr<IProperty> AddDeclared(const NodeDecl& decl, bool literal_name);
-    void ReleaseParts();
     void TakeChildren(ComPtr<IEnumProperties> children);
     void AddChoices(Rows<Choice> choices);
 

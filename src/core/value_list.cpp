@@ -2,6 +2,7 @@
 #include <vector>
 
 #include "com/byte_block.h"
+#include "com/let_go.h"
 #include "com/object.h"
 #include "com/variant.h"
 
@@ -23,7 +24,7 @@ public:
         value_.CopyFrom(pVal);
         return S_OK;
     }
-    void FinalRelease() { value_.Clear(); }
+    void FinalRelease() { LetGo(value_); }
 
 private:
     Bstr label_;  // the name and the title
@@ -145,8 +146,12 @@ STDMETHODIMP ListOfValues::AddObject(GUID* pClsID) {
 }
 
 STDMETHODIMP ListOfValues::Clear() {
-    const auto gone = std::move(entries_);  // an entry's end may ask the list, which is empty by then
+    auto gone = std::move(entries_);  // an entry's end may ask the list, which is empty by then
     entries_.clear();
+    for (Entry& entry : gone) {
+        LetGo(entry.value);
+        LetGo(entry.object);
+    }
     return S_OK;
 }
 
