@@ -127,14 +127,8 @@ class NodeText {
 public:
     NodeText() = default;
     explicit NodeText(LiteralText literal) : text_(literal.text), length_(literal.length) {}
-    NodeText(NodeText&& other) noexcept
-        : text_(other.text_), length_(other.length_), owned_(std::exchange(other.owned_, false)) {}
-    NodeText& operator=(NodeText&& other) noexcept {
-        std::swap(text_, other.text_);
-        std::swap(length_, other.length_);
-        std::swap(owned_, other.owned_);
-        return *this;
-    }
+    NodeText(const NodeText&) = delete;
+    NodeText& operator=(const NodeText&) = delete;
     ~NodeText() { Free(); }
 
     std::wstring_view View() const { return {text_ ? text_ : L"", length_}; }

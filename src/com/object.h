@@ -68,8 +68,7 @@ struct Own {
         return true;
     }
 };
-/// ... or one whose query goes to an object that it holds, a ComPtr<I> or a BackRef<I>, or that a function makes when it is
-/// asked for first.
+/// ... or one whose query goes to an object that it holds, a ComPtr<I> or a BackRef<I>.
 template <auto Member>
 struct Held;
 template <class Owner, template <class> class Pointer, class I, Pointer<I> Owner::*Member>
@@ -79,17 +78,6 @@ struct Held<Member> {
         if (iid != kIid<I>) return false;
         I* held = (object->*Member).get();
         status = held ? held->QueryInterface(iid, out) : E_NOINTERFACE;
-        return true;
-    }
-};
-
-template <class Owner, class I, I* (Owner::*Need)()>
-struct Held<Need> {
-    template <class Object>
-    static bool Answer(Object* object, REFIID iid, void** out, HRESULT& status) {
-        if (iid != kIid<I>) return false;
-        I* held = (object->*Need)();
-        status = held ? held->QueryInterface(iid, out) : E_OUTOFMEMORY;
         return true;
     }
 };
@@ -293,25 +281,11 @@ public:
     }
 };
 
-/// The classes of this module, by their place in the list.
-enum class OurClass : unsigned char {
-#define BV_CLASS(Name, text) Name,
-#include <bvschema/classes.def>
-#undef BV_CLASS
-};
-/// Whether a creation call for a class of this module is known to come back here: then CreateHere does what it would do, now
-/// or later.
-bool ComesBack(OurClass cls, DWORD context = 0x17);
-/// Creates an object of this module, whoever stands in front of its class.
-HRESULT CreateHere(OurClass cls, REFIID iid, void** out);
-/// CoCreateInstance without an outer object; without the call where that would come back here.
-HRESULT CreateByClass(REFCLSID cls, DWORD context, REFIID iid, void** out);
-
 /// Creates an in-process object by class id, through the component model. Null and the status when it can't be made.
 template <class I>
 ComPtr<I> Create(REFCLSID cls, HRESULT* status = nullptr, DWORD context = 0x17) {
     ComPtr<I> object;
-    const HRESULT result = CreateByClass(cls, context, kIid<I>, object.PutVoid());
+    const HRESULT result = CoCreateInstance(cls, nullptr, context, kIid<I>, object.PutVoid());
     if (status) *status = result;
     if (FAILED(result)) return nullptr;
     return object;

@@ -22,7 +22,7 @@ public:
         if (ChildList* children = node.OwnChildren()) {
             for (const ChildList::Item& item : children->Items())
                 if (item.node ? From(*item.node) : From(item.object.get())) return true;
-        } else if (FromItems(node.MadeChildren())) {
+        } else if (FromItems(node.Children())) {
             return true;
         }
         IUnknown* held = node.HeldObject();
@@ -73,10 +73,9 @@ PropertyBase* NodeBehind(IUnknown* object) {
     if (object == static_cast<IProperty*>(&node)) return &node;
     // An object around a node may answer for itself; it counts as the node only where it doesn't.
     const bool same = Query<IProperty>(object).get() == static_cast<IProperty*>(&node) &&
-                      Query<ISettingsWriter>(object).get() == static_cast<ISettingsWriter*>(&node);
-    if (!same) return nullptr;
-    const auto children = Query<IEnumProperties>(object);  // may make them
-    return children.get() == node.MadeChildren() ? &node : nullptr;
+                      Query<ISettingsWriter>(object).get() == static_cast<ISettingsWriter*>(&node) &&
+                      Query<IEnumProperties>(object).get() == node.Children();
+    return same ? &node : nullptr;
 }
 
 ComPtr<IProperty> NodeAt(IEnumProperties* children, ChildList* own, LONG index, bool* end, PropertyBase** node) {

@@ -62,9 +62,14 @@ private:
 };
 
 /// The i-th item of a collection, ours or foreign, as a node: null past the end (and *end is set then) and for an object
-/// that is no node. The caller gets a reference, since what it does may remove the item. node: set to the node when it is one of ours.
+/// that is no node. The caller gets a reference, since what it does may remove the item. node: set to the node when it is
+/// one of ours.
 ComPtr<IProperty> NodeAt(IEnumProperties* children, ChildList* own, LONG index, bool* end,
                          PropertyBase** node = nullptr);
+
+inline bool PropertyBase::HasChildren() const {
+    return own_children_ ? !own_children_->Items().empty() : bool(children_);
+}
 
 template <class Action>
 void PropertyBase::ForEachChild(Action action) {

@@ -1,7 +1,5 @@
 #include "core/property_base.h"
 
-#include <algorithm>
-
 #include "com/let_go.h"
 #include "core/child_list.h"
 #include "server/messages.h"
@@ -35,42 +33,18 @@ PropertyBase::PropertyBase(const NodeDecl& decl)
 
 HRESULT PropertyBase::FinalConstruct() {
     HRESULT status = S_OK;
-    if (!ComesBack(OurClass::ListOfValues, CLSCTX_INPROC_SERVER)) {
-        values_ = Create<IListOfValues>(clsid::ListOfValues, &status, CLSCTX_INPROC_SERVER);
-        if (!values_) return FAILED(status) ? status : E_FAIL;
-    }
-    if (!ComesBack(OurClass::EnumProperties, CLSCTX_INPROC_SERVER)) {
-        auto children = Create<IEnumProperties>(clsid::EnumProperties, &status, CLSCTX_INPROC_SERVER);
-        if (!children) return FAILED(status) ? status : E_FAIL;
-        TakeChildren(std::move(children));
-    }
-    BuildChildren();
-    return S_OK;
-}
-
-void PropertyBase::TakeChildren(ComPtr<IEnumProperties> children) {
-    children_ = std::move(children);
+    values_ = Create<IListOfValues>(clsid::ListOfValues, &status, CLSCTX_INPROC_SERVER);
+    if (!values_) return FAILED(status) ? status : E_FAIL;
+    children_ = Create<IEnumProperties>(clsid::EnumProperties, &status, CLSCTX_INPROC_SERVER);
+    if (!children_) return FAILED(status) ? status : E_FAIL;
     if (auto own = children_.As<IChildList>()) {
         own_children_ = &own->List();
         own_children_->SetOwner(*this);
     } else {
         std::ignore = children_->PutParent(this);
     }
-}
-
-IEnumProperties* PropertyBase::Children() {
-    if (children_) return children_.get();
-    ComPtr<IEnumProperties> children;
-    if (SUCCEEDED(CreateHere(OurClass::EnumProperties, kIid<IEnumProperties>, children.PutVoid())))
-        TakeChildren(std::move(children));
-    return children_.get();
-}
-
-IListOfValues* PropertyBase::Values() {
-    if (values_) return values_.get();
-    if (SUCCEEDED(CreateHere(OurClass::ListOfValues, kIid<IListOfValues>, values_.PutVoid())))
-        AddChoices(std::exchange(choices_, {}));
-    return values_.get();
+    BuildChildren();
+    return S_OK;
 }
 
 void PropertyBase::FinalRelease() {
@@ -350,10 +324,10 @@ STDMETHODIMP PropertyBase::put_MediaObject(IDispatch* newVal) {
     media_.Set(newVal);
     const Passage passage(*this, kInit);
     if (!passage) return S_OK;
-    if (children_) std::ignore = children_->InitProperty(newVal);
+    std::ignore = children_->InitProperty(newVal);
     OnMediaObjectChanged(newVal);
     LONG count = 0;
-    if (values_) std::ignore = values_->get_Count(&count);  // `choices_` hold no objects
+    std::ignore = values_->get_Count(&count);
     for (LONG i = 0; i < count; ++i) {
         ComPtr<IUnknown> entry;
         if (FAILED(values_->get_Item(i, entry.Put()))) break;
@@ -373,7 +347,7 @@ STDMETHODIMP PropertyBase::SetMediaObject(IDispatch* pVal) {
 
 void PropertyBase::GiveMedia(IDispatch* media, BackRefLink** referrers) {
     media_.Set(media, referrers);
-    if (!children_ && !extension_) return;
+    if (!HasChildren() && !extension_) return;
     const Passage passage(*this, kGive);
     if (!passage) return;
     bool end = false;
@@ -393,7 +367,7 @@ HRESULT PropertyBase::Search(std::wstring_view name, BSTR name_text, IProperty**
         const auto map = Query<IMap>(media_.get());
         return map ? map->get_Property(name_text, this, result) : E_FAIL;
     }
-    if (!children_) return S_FALSE;
+    if (!HasChildren()) return S_FALSE;
     const Passage passage(*this, kSearch);
     bool end = !passage;
     for (LONG i = 0; !end; ++i) {
@@ -438,28 +412,19 @@ void PropertyBase::Enable(bool enabled, std::initializer_list<Name> nodes) {
 
 void PropertyBase::BuildChildren() { Build(*decl_); }
 
-void PropertyBase::AddChoices(Rows<Choice> choices) {
-    const bool plain = std::none_of(choices.begin(), choices.end(), [](const Choice& c) { return c.value.node; });
-    if (plain && !values_ && choices_.count == 0 && ComesBack(OurClass::ListItem)) {
-        choices_ = choices;
-        return;
-    }
-    IListOfValues* const values = Values();
-    if (!values) return;
-    for (const Choice& choice : choices) {
-        const Bstr label(choice.label);
-        if (choice.value.node) {
-            CLSID cls = *choice.value.node;
-            std::ignore = values->AddObject2(label.get(), &cls);
-        } else {
-            std::ignore = values->AddItem(label.get(), Variant(choice.value));
-        }
+void PropertyBase::AddChoice(const Choice& choice) {
+    const Bstr label(choice.label);
+    if (choice.value.node) {
+        CLSID cls = *choice.value.node;
+        std::ignore = values_->AddObject2(label.get(), &cls);
+    } else {
+        std::ignore = values_->AddItem(label.get(), Variant(choice.value));
     }
 }
 
 void PropertyBase::Build(const NodeDecl& decl) {
     if (!decl.value.IsNone()) value_.emplace(decl.value);
-    if (decl.choices.count) AddChoices(decl.choices);
+    for (const Choice& choice : decl.choices) AddChoice(choice);
     if (decl.extension) {
         const NodeDecl& unit = *decl.extension;
         if (auto extension = Create<IProperty>(unit.cls)) {
@@ -481,14 +446,12 @@ void PropertyBase::Adopt(const NodeDecl& decl) {
 
 ComPtr<IProperty> PropertyBase::AddDeclared(const NodeDecl& decl, bool literal_name) {
     ComPtr<IProperty> child;
-    IEnumProperties* const children = Children();
-    if (!children) return nullptr;
     PropertyBase* node = nullptr;
     if (own_children_) {
         child = own_children_->AddNode(decl.name.View(), literal_name, decl.cls, *this, &node);
     } else {
         CLSID cls = decl.cls;
-        std::ignore = children->AddProperty(Bstr(decl.name.View()).get(), &cls, this, child.Put());
+        std::ignore = children_->AddProperty(Bstr(decl.name.View()).get(), &cls, this, child.Put());
         node = NodeBehind(child.get());
     }
     if (!child) return nullptr;

@@ -116,15 +116,12 @@ public:
     bool IsActive() const { return active_ != 0; }
     /// The child collection when it is one of ours, else null.
     ChildList* OwnChildren() const { return own_children_; }
-    /// The child collection as far as it is made.
-    IEnumProperties* MadeChildren() const { return children_.get(); }
-    /// The child collection and the value list, made when they are needed first. Null: no memory.
-    IEnumProperties* Children();
-    IListOfValues* Values();
+    IEnumProperties* Children() const { return children_.get(); }
     /// The object that the stored value holds, null for any other kind. No reference is added.
     IUnknown* HeldObject() const { return value_ ? ObjectOf(*value_) : nullptr; }
+    bool HasChildren() const;
     /// Whether a walk goes on below this node.
-    bool HasBelow() const { return children_ || HeldObject(); }
+    bool HasBelow() const { return HasChildren() || HeldObject(); }
     /// FindProperty, with the name's characters at hand.
     HRESULT Search(std::wstring_view name, BSTR name_text, IProperty** result);
     /// SetInfo with a node of ours as parent. literal: the name is a constant that needn't be copied.
@@ -166,6 +163,7 @@ protected:
     void SetType(LONG type) { type_ = type; }
     /// Takes over the reference; an extension that is there already goes.
     void SetExtension(ComPtr<IProperty> extension) { extension_ = std::move(extension); }
+    IListOfValues* Values() const { return values_.get(); }
     IProperty* Extension() const { return extension_.get(); }
     IDispatch* Media() const { return media_.get(); }
     /// The media object for this node alone.
@@ -210,12 +208,9 @@ protected:
 
 private:
     NodeText name_;
-    // Most nodes have no children, and most value lists are never asked for. Both are null as long as they would be empty or
-    // hold nothing but `choices_`; those of another module are made with the node, since that may fail.
     ComPtr<IEnumProperties> children_;
     ChildList* own_children_ = nullptr;  // children_, when it is one of ours
     ComPtr<IListOfValues> values_;
-    Rows<Choice> choices_;
     BackRef<IDispatch> media_;
     ComPtr<IProperty> extension_;
     BackRef<IDispatch> parent_;
@@ -236,13 +231,12 @@ private:
     /// Calls a put of a flag on the held node and on the children.
     void PassOn(HRESULT (STDMETHODCALLTYPE IProperty::*put)(LONG), LONG flag, Walk walk);
     ComPtr<IProperty> AddDeclared(const NodeDecl& decl, bool literal_name);
-    void TakeChildren(ComPtr<IEnumProperties> children);
-    void AddChoices(Rows<Choice> choices);
+    void AddChoice(const Choice& choice);
 
 public:
     // A node passes two queries on to objects that it holds.
-    using Answers = InterfaceMap<IProperty, INode, IBackRefTarget, IBaseObj, ISupportErrorInfo, ISettingsWriter,
-                                 Held<&PropertyBase::Children>, Held<&PropertyBase::Values>>;
+    using Answers = InterfaceMap<IProperty, IBaseObj, ISupportErrorInfo, ISettingsWriter, INode, IBackRefTarget,
+                                 Held<&PropertyBase::children_>, Held<&PropertyBase::values_>>;
 };
 
 }  // namespace bv

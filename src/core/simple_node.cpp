@@ -37,31 +37,23 @@ STDMETHODIMP SimpleNode::SetExtensionClass(CLSID* pClsID) {
 }
 
 STDMETHODIMP SimpleNode::AddItem(BSTR name, VARIANT value) {
-    IListOfValues* const values = Values();
-    if (!values) return E_OUTOFMEMORY;
-    std::ignore = values->AddItem(name, value);
+    std::ignore = Values()->AddItem(name, value);
     return S_OK;
 }
 
 STDMETHODIMP SimpleNode::AddObject(CLSID* pClsID) {
-    IListOfValues* const values = Values();
-    if (!values) return E_OUTOFMEMORY;
-    std::ignore = values->AddObject(pClsID);
+    std::ignore = Values()->AddObject(pClsID);
     return S_OK;
 }
 
 STDMETHODIMP SimpleNode::AddObject2(BSTR name, CLSID* pClsID) {
-    IListOfValues* const values = Values();
-    if (!values) return E_OUTOFMEMORY;
-    std::ignore = values->AddObject2(name, pClsID);
+    std::ignore = Values()->AddObject2(name, pClsID);
     return S_OK;
 }
 
 STDMETHODIMP SimpleNode::SelectItem(LONG index) {
-    IListOfValues* const values = Values();
-    if (!values) return E_OUTOFMEMORY;
     ComPtr<IUnknown> entry;
-    RETURN_IF_FAILED(values->get_Item(index, entry.Put()));
+    RETURN_IF_FAILED(Values()->get_Item(index, entry.Put()));
     const auto item = entry.As<IListItem>();
     Variant value;
     if (!item || FAILED(item->get_Value(value.Put()))) return E_FAIL;

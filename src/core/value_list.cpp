@@ -57,33 +57,19 @@ public:
     void FinalRelease() { std::ignore = Clear(); }
 
 private:
-    /// What an entry holds, or the object that holds it: that is made when somebody asks for it.
-    struct Entry {
-        NodeText label;
-        Variant value;
-        ComPtr<IListItem> object;
-    };
-
-    std::vector<Entry> entries_;
+    std::vector<ComPtr<IListItem>> items_;
 };
 
 STDMETHODIMP ListOfValues::get_Count(LONG* pVal) {
     if (!pVal) return E_POINTER;
-    *pVal = LONG(entries_.size());
+    *pVal = LONG(items_.size());
     return S_OK;
 }
 
 STDMETHODIMP ListOfValues::get_Item(LONG Index, IUnknown** pVal) {
     if (!pVal) return E_POINTER;
-    if (Index < 0 || size_t(Index) >= entries_.size()) return E_INVALIDARG;
-    Entry& entry = entries_[size_t(Index)];
-    if (!entry.object) {
-        ComPtr<IListItem> object;
-        RETURN_IF_FAILED(CreateHere(OurClass::ListItem, kIid<IListItem>, object.PutVoid()));
-        RETURN_IF_FAILED(object->SetInfo(Bstr(entry.label.View()).get(), entry.value));
-        entry = {{}, {}, std::move(object)};
-    }
-    return ComPtr<IUnknown>(entry.object.get()).CopyTo(pVal);
+    if (Index < 0 || size_t(Index) >= items_.size()) return E_INVALIDARG;
+    return ComPtr<IUnknown>(items_[size_t(Index)].get()).CopyTo(pVal);
 }
 
 STDMETHODIMP ListOfValues::get_Text(VARIANT varValue, BSTR* pVal) {
@@ -91,15 +77,11 @@ STDMETHODIMP ListOfValues::get_Text(VARIANT varValue, BSTR* pVal) {
     Variant wanted;
     wanted.CopyFrom(varValue);
     ToIdentity(wanted);
-    for (const Entry& entry : entries_) {
+    for (const auto& item : items_) {
         Variant value;
-        if (!entry.object)
-            value.CopyFrom(entry.value);
-        else if (FAILED(entry.object->get_Value(value.Put())))
-            continue;
+        if (FAILED(item->get_Value(value.Put()))) continue;
         ToIdentity(value);
-        if (!SameValue(value, wanted)) continue;
-        return entry.object ? entry.object->get_Name(pVal) : entry.label.CopyTo(pVal);
+        if (SameValue(value, wanted)) return item->get_Name(pVal);
     }
     return E_INVALIDARG;
 }
@@ -113,17 +95,11 @@ STDMETHODIMP ListOfValues::AddNew(BSTR Name, VARIANT var) {
 
 STDMETHODIMP ListOfValues::AddItem(BSTR Name, VARIANT var) {
     if (auto node = Query<IProperty>(ObjectOf(var))) std::ignore = node->put_Active(0);
-    Entry entry;
-    if (ComesBack(OurClass::ListItem)) {
-        entry.label.SetCopy(View(Name));
-        entry.value.CopyFrom(var);
-    } else {
-        HRESULT status = S_OK;
-        entry.object = Create<IListItem>(clsid::ListItem, &status);
-        if (!entry.object) return FAILED(status) ? status : E_FAIL;
-        std::ignore = entry.object->SetInfo(Name, var);
-    }
-    return TryAppend(entries_, std::move(entry)) ? S_OK : E_OUTOFMEMORY;
+    HRESULT status = S_OK;
+    auto item = Create<IListItem>(clsid::ListItem, &status);
+    if (!item) return FAILED(status) ? status : E_FAIL;
+    std::ignore = item->SetInfo(Name, var);
+    return TryAppend(items_, std::move(item)) ? S_OK : E_OUTOFMEMORY;
 }
 
 STDMETHODIMP ListOfValues::AddObject2(BSTR Name, GUID* pClsID) {
@@ -146,19 +122,16 @@ STDMETHODIMP ListOfValues::AddObject(GUID* pClsID) {
 }
 
 STDMETHODIMP ListOfValues::Clear() {
-    auto gone = std::move(entries_);  // an entry's end may ask the list, which is empty by then
-    entries_.clear();
-    for (Entry& entry : gone) {
-        LetGo(entry.value);
-        LetGo(entry.object);
-    }
+    auto gone = std::move(items_);  // an entry's end may ask the list, which is empty by then
+    items_.clear();
+    for (auto& item : gone) LetGo(item);
     return S_OK;
 }
 
 STDMETHODIMP ListOfValues::RemoveByID(int nID) {
-    if (nID < 0 || size_t(nID) >= entries_.size()) return E_INVALIDARG;
-    const auto gone = std::move(entries_[size_t(nID)]);
-    entries_.erase(entries_.begin() + nID);
+    if (nID < 0 || size_t(nID) >= items_.size()) return E_INVALIDARG;
+    const auto gone = std::move(items_[size_t(nID)]);
+    items_.erase(items_.begin() + nID);
     return S_OK;
 }
 

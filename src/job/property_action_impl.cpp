@@ -26,9 +26,7 @@ public:
             const size_t prefix = std::wcslen(root_name);
             const std::wstring_view text = View(name).substr(0, kMaxName - prefix);
             root_name[prefix + text.copy(root_name + prefix, text.size())] = 0;
-            IEnumProperties* const children = Children();
-            if (!children) return E_OUTOFMEMORY;
-            std::ignore = children->AddObject(Bstr(root_name).get(), static_cast<IProperty*>(this), root.get());
+            std::ignore = Children()->AddObject(Bstr(root_name).get(), static_cast<IProperty*>(this), root.get());
         }
         SetTitle(View(title));
         SetDescriptionText(View(description));

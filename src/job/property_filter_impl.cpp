@@ -21,10 +21,8 @@ public:
         if (!object) return FAILED(status) ? status : E_FAIL;
         const auto settings = object.As<IProperty>();
         if (!settings) return E_NOINTERFACE;
-        IEnumProperties* const children = Children();
-        if (!children) return E_OUTOFMEMORY;
         filter_ = std::move(object);
-        std::ignore = children->AddObject(name, static_cast<IProperty*>(this), settings.get());
+        std::ignore = Children()->AddObject(name, static_cast<IProperty*>(this), settings.get());
 
         wchar_t full_name[kMaxName + 1] = L"FltImplement";
         const size_t prefix = std::wcslen(full_name);

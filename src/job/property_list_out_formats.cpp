@@ -14,15 +14,13 @@ public:
 
 protected:
     void BuildChildren() override {
-        IListOfValues* const values = Values();
-        if (!values) return;
         bool any = false;
         ForEachRegistered(category::OutputFormats, [&](tagGUIDREG& found) {
-            std::ignore = values->AddObject(&found.clsGUID);
+            std::ignore = Values()->AddObject(&found.clsGUID);
             any = true;
         });
         ComPtr<IUnknown> entry;
-        if (!any || FAILED(values->get_Item(0, entry.Put()))) return;
+        if (!any || FAILED(Values()->get_Item(0, entry.Put()))) return;
         Variant first;
         if (auto item = entry.As<IListItem>(); !item || FAILED(item->get_Value(first.Put()))) return;
         std::ignore = StoreQuietly(first);

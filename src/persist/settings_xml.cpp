@@ -83,7 +83,7 @@ void PropertyBase::WriteElement(XmlSink& sink) {
             else
                 WriteChild(sink, item.object.get());
         }
-    } else if (children_) {
+    } else {
         LONG count = 0;
         std::ignore = children_->get_Count(&count);
         for (LONG i = 0; i < count; ++i)

@@ -1,14 +1,11 @@
 #include "server/class_table.h"
 
-#include <bv_class_changes.h>
-
 #include <array>
 #include <atomic>
 #include <new>
 
 #include "com/com_ptr.h"
 #include "com/module_lock.h"
-#include "com/object.h"
 
 namespace bv {
 
@@ -98,16 +95,6 @@ private:
 CRITICAL_SECTION table_lock;
 std::atomic<ClassObject*> class_objects[kCount];
 
-// When a creation call for a class was last seen to come back to this module: the state of all classes at that time, above
-// the contexts that were asked for.
-constexpr int kContextBits = 8;
-std::atomic<std::uint64_t> came_back[kCount];
-
-bool CameBack(const ClassEntry& entry, std::uint64_t state, DWORD context) {
-    const std::uint64_t known = came_back[&entry - kClasses].load(std::memory_order_relaxed);
-    return state != 0 && known >> kContextBits == state && !(context & ~known);
-}
-
 }  // namespace
 
 std::span<const ClassEntry> ClassTable() { return kClasses; }
@@ -133,26 +120,6 @@ HRESULT GetClassObject(REFCLSID cls, REFIID iid, void** out) {
         if (!object) return E_OUTOFMEMORY;
     }
     return object->QueryInterface(iid, out);
-}
-
-// Most objects of a tree are our own. Who registers a class object in front of one of our classes changes the state of the
-// classes, and is asked from then on.
-bool ComesBack(OurClass cls, DWORD context) { return CameBack(kClasses[size_t(cls)], BvClassChanges(), context); }
-
-HRESULT CreateHere(OurClass cls, REFIID iid, void** out) { return kClasses[size_t(cls)].create(nullptr, iid, out); }
-
-HRESULT CreateByClass(REFCLSID cls, DWORD context, REFIID iid, void** out) {
-    const ClassEntry* const entry = FindClass(cls);
-    const std::uint64_t state = entry ? BvClassChanges() : 0;
-    if (state == 0) return CoCreateInstance(cls, nullptr, context, iid, out);
-    if (CameBack(*entry, state, context)) return entry->create(nullptr, iid, out);
-
-    *out = nullptr;
-    ComPtr<IClassFactory> factory;
-    RETURN_IF_FAILED(CoGetClassObject(cls, context, nullptr, kIid<IClassFactory>, factory.PutVoid()));
-    if (factory.get() == class_objects[entry - kClasses].load(std::memory_order_relaxed))
-        came_back[entry - kClasses].store(state << kContextBits | context, std::memory_order_relaxed);
-    return factory ? factory->CreateInstance(nullptr, iid, out) : E_UNEXPECTED;
 }
 
 void StartClassTable() { InitializeCriticalSection(&table_lock); }

@@ -15,7 +15,6 @@
 #include <vector>
 
 #include "builtin.h"
-#include "bv_class_changes.h"
 #include "object.h"
 
 using namespace bv::platform;
@@ -74,7 +73,6 @@ struct Classes {
     std::unordered_multimap<CLSID, DWORD, HashId> registered;  // to the cookie
     std::unordered_map<DWORD, Registration> registrations;
     DWORD last_cookie = 0;
-    std::atomic<std::uint64_t> changes = 1;  // what BvClassChanges gives: changed under the lock
 
     static Classes& Get() {
         static auto& classes = *new Classes;  // serves modules to their end
@@ -308,10 +306,6 @@ HRESULT CoCreateInstance(REFCLSID class_id, LPUNKNOWN outer, DWORD context, REFI
     return made;
 }
 
-std::uint64_t BvClassChanges() {
-    return MayCreate() ? Classes::Get().changes.load(std::memory_order_acquire) : 0;
-}
-
 HRESULT CoRegisterClassObject(REFCLSID class_id, LPUNKNOWN class_object, DWORD context, DWORD flags,
                               LPDWORD cookie) try {
     if (!class_object || !cookie) return E_INVALIDARG;
@@ -322,7 +316,6 @@ HRESULT CoRegisterClassObject(REFCLSID class_id, LPUNKNOWN class_object, DWORD c
     const DWORD added = ++classes.last_cookie;
     classes.registrations.emplace(added, Registration{class_object, context, flags == REGCLS_SINGLEUSE});
     classes.registered.emplace(class_id, added);
-    ++classes.changes;
     class_object->AddRef();
     *cookie = added;
     return S_OK;
@@ -341,7 +334,6 @@ HRESULT CoRevokeClassObject(DWORD cookie) {
         class_object = found->second.class_object;
         classes.registrations.erase(found);
         std::erase_if(classes.registered, [cookie](const auto& entry) { return entry.second == cookie; });
-        ++classes.changes;
     }
     class_object->Release();
     return S_OK;
@@ -358,7 +350,6 @@ void CoFreeUnusedLibraries() {
             std::erase_if(classes.cache,
                           [&server](const auto& entry) { return entry.second == server.get(); });
             going.push_back(std::move(server));
-            ++classes.changes;
         }
         std::erase(classes.servers, nullptr);
     }
