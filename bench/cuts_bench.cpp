@@ -1,4 +1,5 @@
-// Lists of cuts, written as settings and loaded from .tlc files: write_cuts/N and load_cuts/N for N cuts of 12 nodes.
+// Lists of cuts, written as settings and loaded from .tlc files: write_cuts/N and load_cuts/N for N cuts of
+// 12 nodes.
 //
 //   scripts/run-native.sh build/native-bench/bin/cuts_bench            times, and bytes for each node
 //   ... valgrind --tool=callgrind --collect-atstart=no build/native-bench/bin/cuts_bench count ITEM N ROUNDS
@@ -108,7 +109,8 @@ private:
 
 std::wstring FileOf(int count) {
     const char* folder = std::getenv("BV_TEST_TEMP");
-    return (std::filesystem::path(folder ? folder : ".") / ("cuts" + std::to_string(count) + ".tlc")).wstring();
+    return (std::filesystem::path(folder ? folder : ".") / ("cuts" + std::to_string(count) + ".tlc"))
+        .wstring();
 }
 
 /// Heap that is in use, with the allocator's own share.
@@ -126,9 +128,9 @@ void WriteCuts(benchmark::State& state) {
     for (auto _ : state) size = cuts.Write();
     state.counters["bytes"] = double(size);
     state.counters["bytes_per_node"] = bytes / (kNodes * double(state.range(0)));
-    state.counters["ns_per_node"] = benchmark::Counter(
-        1e-9 * kNodes * double(state.range(0)),
-        benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+    state.counters["ns_per_node"] =
+        benchmark::Counter(1e-9 * kNodes * double(state.range(0)),
+                           benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
 void LoadCuts(benchmark::State& state) {
@@ -137,9 +139,9 @@ void LoadCuts(benchmark::State& state) {
     cuts.Add(int(state.range(0)));
     cuts.Save(path);
     for (auto _ : state) cuts.Load(path);  // with the end of what was there before
-    state.counters["ns_per_node"] = benchmark::Counter(
-        1e-9 * kNodes * double(state.range(0)),
-        benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+    state.counters["ns_per_node"] =
+        benchmark::Counter(1e-9 * kNodes * double(state.range(0)),
+                           benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
 void ClearCuts(benchmark::State& state) {
@@ -179,16 +181,35 @@ void CallModule(const char* operation) {
     const auto module = std::filesystem::path(std::wstring(program, length)).parent_path() / "BVSchema.so";
     const HMODULE loaded = LoadLibraryW(module.wstring().c_str());
     using Operation = HRESULT (*)();
-    const auto call = reinterpret_cast<Operation>(reinterpret_cast<void (*)()>(GetProcAddress(loaded, operation)));
+    const auto call =
+        reinterpret_cast<Operation>(reinterpret_cast<void (*)()>(GetProcAddress(loaded, operation)));
     if (!call || call() != S_OK) std::abort();
     FreeLibrary(loaded);
 }
 
 }  // namespace
 
-BENCHMARK(WriteCuts)->Name("write_cuts")->Arg(1)->Arg(100)->Arg(10000)->Arg(100000)->Unit(benchmark::kMicrosecond);
-BENCHMARK(LoadCuts)->Name("load_cuts")->Arg(1)->Arg(100)->Arg(10000)->Arg(100000)->Unit(benchmark::kMicrosecond);
-BENCHMARK(ClearCuts)->Name("clear_cuts")->Arg(100)->Arg(10000)->Arg(100000)->Unit(benchmark::kMicrosecond)->Iterations(1);
+BENCHMARK(WriteCuts)
+    ->Name("write_cuts")
+    ->Arg(1)
+    ->Arg(100)
+    ->Arg(10000)
+    ->Arg(100000)
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(LoadCuts)
+    ->Name("load_cuts")
+    ->Arg(1)
+    ->Arg(100)
+    ->Arg(10000)
+    ->Arg(100000)
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(ClearCuts)
+    ->Name("clear_cuts")
+    ->Arg(100)
+    ->Arg(10000)
+    ->Arg(100000)
+    ->Unit(benchmark::kMicrosecond)
+    ->Iterations(1);
 
 int main(int argc, char** argv) {
     CoInitialize(nullptr);

@@ -1,5 +1,5 @@
-// The server among other libraries' trees: the same work as they do, through the interfaces that a host has. Built when
-// BV_PEERS names the folder with their bench.h.
+// The server among other libraries' trees: the same work as they do, through the interfaces that a host has.
+// Built when BV_PEERS names the folder with their bench.h.
 #include <bench.h>
 
 #include <memory>
@@ -15,7 +15,8 @@ using bv::clsid::PropertySimple;
 
 /// A row of a tree, with its texts as the interfaces take them.
 struct Row {
-    explicit Row(const tree::Row& source) : row(source), name(source.name), title(source.title), text(source.text) {
+    explicit Row(const tree::Row& source)
+        : row(source), name(source.name), title(source.title), text(source.text) {
         for (const auto& entry : source.list) labels.push_back(std::make_unique<Text>(entry.label));
     }
     VARIANT Value() const {
@@ -46,7 +47,8 @@ void SetUp(IProperty* node, const Row& row) {
     if (node->QueryInterface(bv::kIid<ISimpleInit>, setup.PutVoid()) != S_OK) return;  // it brings its own
     setup->SetTitle(row.title);
     if (row.row.desc) setup->put_DescriptionID(row.row.desc);
-    for (size_t i = 0; i < row.labels.size(); ++i) setup->AddItem(*row.labels[i], Number(row.row.list[i].value));
+    for (size_t i = 0; i < row.labels.size(); ++i)
+        setup->AddItem(*row.labels[i], Number(row.row.list[i].value));
     if (row.row.kind != tree::Kind::none) setup->put_Value(row.Value());
     if (row.row.hidden) setup->put_IsHide(1);
 }
@@ -78,7 +80,9 @@ IProperty* Build() {
             setup->SetExtensionClass(&cls);
             nodes[above]->get_Extension(&nodes[i]);
         } else {
-            if (!children[above]) nodes[above]->QueryInterface(bv::kIid<IEnumProperties>, reinterpret_cast<void**>(&children[above]));
+            if (!children[above])
+                nodes[above]->QueryInterface(bv::kIid<IEnumProperties>,
+                                             reinterpret_cast<void**>(&children[above]));
             children[above]->InsertProperty(rows[i]->name, &cls, &nodes[i]);
         }
         SetUp(nodes[i], *rows[i]);
@@ -200,7 +204,9 @@ struct BvSchema {
     static int last_end(Cuts cuts) {
         Ref<IProperty> end;
         VARIANT value;
-        if (cuts->cuts.back()->FindProperty(Text("EndFrm"), end.Put()) != S_OK || end->get_Value(&value) != S_OK) return 0;
+        if (cuts->cuts.back()->FindProperty(Text("EndFrm"), end.Put()) != S_OK ||
+            end->get_Value(&value) != S_OK)
+            return 0;
         return value.lVal;
     }
 };

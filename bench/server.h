@@ -71,7 +71,8 @@ public:
         const fs::path module = fs::read_symlink("/proc/self/exe").parent_path() / "BVSchema.so";
         HMODULE const loaded = LoadLibraryA(module.c_str());
         Need(loaded != nullptr, "the module lies beside this program");
-        const auto call = reinterpret_cast<HRESULT (*)()>(reinterpret_cast<void*>(GetProcAddress(loaded, "DllRegisterServer")));
+        const auto call = reinterpret_cast<HRESULT (*)()>(
+            reinterpret_cast<void*>(GetProcAddress(loaded, "DllRegisterServer")));
         Need(call && call() == S_OK, "registration");
         FreeLibrary(loaded);
     }

@@ -1,5 +1,5 @@
-// A watermark text, the pictures of its variables and the file names that they stand for, all from anyone: an expansion
-// has at most 512 bytes, and so has each number.
+// A watermark text, the pictures of its variables and the file names that they stand for, all from anyone: an
+// expansion has at most 512 bytes, and so has each number.
 //
 // An input is an index (one byte) and five lines: text, pictures of index, date and time, path.
 #include <cstdlib>
@@ -14,7 +14,8 @@ namespace {
 /// The expansion alone, each variable standing for a line of the input.
 void Substitute(const std::wstring& text, const std::wstring& value) {
     NarrowText working(text);
-    for (const char* key : {"%sf", "%s", "%of", "%o", "%i", "%d", "%t"}) PutVariable(working, key, NarrowText(value).View());
+    for (const char* key : {"%sf", "%s", "%of", "%o", "%i", "%d", "%t"})
+        PutVariable(working, key, NarrowText(value).View());
     if (working.View().size() > NarrowText::kLimit) std::abort();
 }
 
@@ -36,8 +37,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     SYSTEMTIME when = {2024, 2, 1, 5, 14, 7, 9, 0};
     char shown[NarrowText::kLimit];
     for (const std::wstring& each : {date, time}) {
-        if (GetDateFormatA(0, 0, &when, NarrowText(each).c_str(), shown, sizeof shown) > int(sizeof shown)) std::abort();
-        if (GetTimeFormatA(0, 0, &when, NarrowText(each).c_str(), shown, sizeof shown) > int(sizeof shown)) std::abort();
+        if (GetDateFormatA(0, 0, &when, NarrowText(each).c_str(), shown, sizeof shown) > int(sizeof shown))
+            std::abort();
+        if (GetTimeFormatA(0, 0, &when, NarrowText(each).c_str(), shown, sizeof shown) > int(sizeof shown))
+            std::abort();
     }
     return 0;
 }

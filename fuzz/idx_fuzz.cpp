@@ -39,13 +39,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto expected = fits && size >= 16 ? IndexFile::Reading::kGood : IndexFile::Reading::kStale;
     if (reading != expected) std::abort();
     if (reading == IndexFile::Reading::kGood) {
-        if (index.size() != size - 16 || std::memcmp(index.data(), data + 16, index.size()) != 0) std::abort();
+        if (index.size() != size - 16 || std::memcmp(index.data(), data + 16, index.size()) != 0)
+            std::abort();
         // What was read is written as it was, but for the four bytes without a meaning.
         if (!index_file.Write(fingerprint, kind, index)) std::abort();
         bv::ByteBlock again;
         int kind_again = 0;
-        if (index_file.Read(fingerprint, kind_again, again) != IndexFile::Reading::kGood || kind_again != kind ||
-            again.size() != index.size())
+        if (index_file.Read(fingerprint, kind_again, again) != IndexFile::Reading::kGood ||
+            kind_again != kind || again.size() != index.size())
             std::abort();
     } else if (index) {
         std::abort();

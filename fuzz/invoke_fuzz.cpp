@@ -1,4 +1,5 @@
-// Late-bound calls on the server's own objects, with any operation and any arguments that a script could make.
+// Late-bound calls on the server's own objects, with any operation and any arguments that a script could
+// make.
 #include <bvschema/bvschema.h>
 
 #include <cstdint>
@@ -27,8 +28,12 @@ private:
     const std::uint8_t* end_;
 };
 
-const CLSID* const kClasses[] = {&bv::clsid::Map,     &bv::clsid::EnumProperties, &bv::clsid::ListOfValues,
-                                 &bv::clsid::ListItem, &bv::clsid::PropertySimple, &bv::clsid::PropertyOutput,
+const CLSID* const kClasses[] = {&bv::clsid::Map,
+                                 &bv::clsid::EnumProperties,
+                                 &bv::clsid::ListOfValues,
+                                 &bv::clsid::ListItem,
+                                 &bv::clsid::PropertySimple,
+                                 &bv::clsid::PropertyOutput,
                                  &bv::clsid::PropertyTextOrientation};
 
 IDispatch* New(REFCLSID cls) {
@@ -143,7 +148,9 @@ void Call(Source& source, std::vector<IDispatch*>& objects) {
     std::vector<VARIANT> arguments(source.Byte() % 5);
     // An object gets only those before it: what is held in a circle is never released.
     for (VARIANT& argument : arguments) Fill(source, argument, places, std::span(objects).first(place));
-    std::vector<DISPID> named(arguments.empty() ? 0 : source.Byte() % 4 == 0 ? 1 + source.Byte() % arguments.size() : 0);
+    std::vector<DISPID> named(arguments.empty()        ? 0
+                              : source.Byte() % 4 == 0 ? 1 + source.Byte() % arguments.size()
+                                                       : 0);
     for (DISPID& name : named) name = DISPID(source.Byte() % 6) - 1;
     if (put && !arguments.empty()) {
         if (named.empty()) named.resize(1);
@@ -170,9 +177,9 @@ struct Server {
         const std::wstring folder(path, std::wstring(path, length).rfind(L'/') + 1);
         const HMODULE module = LoadLibraryW((folder + L"BVSchema.so").c_str());
         using Operation = HRESULT(STDAPICALLTYPE*)();
-        const auto call =
-            module ? reinterpret_cast<Operation>(reinterpret_cast<void*>(GetProcAddress(module, "DllRegisterServer")))
-                   : nullptr;
+        const auto call = module ? reinterpret_cast<Operation>(
+                                       reinterpret_cast<void*>(GetProcAddress(module, "DllRegisterServer")))
+                                 : nullptr;
         if (!call || FAILED(call()) || FAILED(CoInitialize(nullptr))) std::abort();
     }
 };

@@ -14,7 +14,8 @@ int main(int argc, char** argv) {
         for (const auto& entry : std::filesystem::directory_iterator(argv[i])) {
             std::ifstream file(entry.path(), std::ios::binary);
             const std::vector<char> bytes{std::istreambuf_iterator<char>(file), {}};
-            std::printf("%s\n", entry.path().filename().c_str());  // the last one printed is the one that failed
+            std::printf("%s\n",
+                        entry.path().filename().c_str());  // the last one printed is the one that failed
             std::fflush(stdout);
             LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
             ++count;

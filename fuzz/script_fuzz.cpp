@@ -11,7 +11,9 @@ void ClearUserKeys() {
     char name[256];
     for (;;) {
         DWORD length = sizeof name;
-        if (RegEnumKeyExA(HKEY_CURRENT_USER, 0, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) return;
+        if (RegEnumKeyExA(HKEY_CURRENT_USER, 0, name, &length, nullptr, nullptr, nullptr, nullptr) !=
+            ERROR_SUCCESS)
+            return;
         if (RegDeleteTreeA(HKEY_CURRENT_USER, name) != ERROR_SUCCESS) return;
     }
 }

@@ -1,5 +1,6 @@
-// The settings XML: a tree with values made of the input is written, parsed by a parser that isn't ours, and must give the
-// values back within the limits that are told. Control characters have no form in XML, so the input has none of them.
+// The settings XML: a tree with values made of the input is written, parsed by a parser that isn't ours, and
+// must give the values back within the limits that are told. Control characters have no form in XML, so the
+// input has none of them.
 #include <cstdlib>
 #include <cstring>
 #include <pugixml.hpp>
@@ -144,10 +145,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Check(root.As<ISettingsWriter>()->WriteXml(&stream) == S_OK);
 
     pugi::xml_document document;
-    Check(bool(document.load_buffer(stream.text.data(), stream.text.size(), pugi::parse_default, pugi::encoding_utf8)));
+    Check(bool(document.load_buffer(stream.text.data(), stream.text.size(), pugi::parse_default,
+                                    pugi::encoding_utf8)));
     CheckNode(document.first_child(), nodes[0]);
     std::size_t number = 0;
-    for (const pugi::xml_node& element : document.first_child().children()) CheckNode(element, nodes.at(++number));
+    for (const pugi::xml_node& element : document.first_child().children())
+        CheckNode(element, nodes.at(++number));
     Check(number + 1 == nodes.size());
     return 0;
 }

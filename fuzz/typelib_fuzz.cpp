@@ -42,7 +42,8 @@ void Ask(ITypeInfo* type, int depth) {
         if (FAILED(type->GetFuncDesc(i, &function))) std::abort();
         AskName(type, function->memid);
         AskKind(type, function->elemdescFunc.tdesc, depth);
-        for (SHORT k = 0; k < function->cParams; ++k) AskKind(type, function->lprgelemdescParam[k].tdesc, depth);
+        for (SHORT k = 0; k < function->cParams; ++k)
+            AskKind(type, function->lprgelemdescParam[k].tdesc, depth);
         type->ReleaseFuncDesc(function);
     }
     for (UINT i = 0; i < known.cVars && i < 64; ++i) {
@@ -89,7 +90,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         std::fwrite(data, 1, size, file);
         std::fclose(file);
     }
-    if (size < 4 || std::string(reinterpret_cast<const char*>(data), 4) != "BVTL") return 0;  // else it is a module
+    if (size < 4 || std::string(reinterpret_cast<const char*>(data), 4) != "BVTL")
+        return 0;  // else it is a module
     ITypeLib* library = nullptr;
     if (FAILED(LoadTypeLib(place.wide.c_str(), &library))) return 0;
     const UINT count = library->GetTypeInfoCount();

@@ -1,5 +1,5 @@
-// The resources of a module, from the lists that bv_add_resources puts on the include path, as the tables that the
-// platform layer reads.
+// The resources of a module, from the lists that bv_add_resources puts on the include path, as the tables
+// that the platform layer reads.
 #include <windows.h>
 //
 #include <bv_native_resources.h>

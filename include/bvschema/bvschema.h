@@ -1,13 +1,16 @@
 // BVSchema: the settings schema of a video conversion job, as an in-process component server.
 //
-// Everything a host needs: the interfaces, their ids (bv::kIid<T>), the class ids (bv::clsid::*), the records and the
-// status codes. <bvschema/platform.h> supplies the component model's own names on each platform.
+// Everything a host needs: the interfaces, their ids (bv::kIid<T>), the class ids (bv::clsid::*), the records
+// and the status codes. <bvschema/platform.h> supplies the component model's own names on each platform.
 //
 // Rules that hold for every operation, unless it says otherwise:
-// - An operation gives a status (HRESULT). S_FALSE (1) is success with nothing there: no value, not found, cancelled.
-// - Texts are BSTR; a null BSTR reads as an empty text. A BSTR or VARIANT that an operation gives belongs to the caller,
+// - An operation gives a status (HRESULT). S_FALSE (1) is success with nothing there: no value, not found,
+// cancelled.
+// - Texts are BSTR; a null BSTR reads as an empty text. A BSTR or VARIANT that an operation gives belongs to
+// the caller,
 //   who frees it (SysFreeString, VariantClear). Arguments stay the caller's and are copied.
-// - An interface pointer that an operation gives comes with a reference added; a pointer passed in is not kept beyond
+// - An interface pointer that an operation gives comes with a reference added; a pointer passed in is not
+// kept beyond
 //   the call unless the operation says that it holds a reference.
 // - After a failure the object and the out arguments are as they were.
 // - A refusal that a person should read leaves its text in the calling thread's error object (GetErrorInfo).
@@ -53,16 +56,16 @@ inline constexpr IID kIid = T::no_interface_id_is_declared_for_this_type;
 }  // namespace bv
 
 // An interface's id, once and for all: for kIid, for __uuidof where the compiler has it, and for grep.
-#define BV_INTERFACE_ID(Type, text)                            \
-    namespace bv {                                             \
-    template <>                                                \
-    inline constexpr IID kIid<Type> = ::bv::GuidOf(text);      \
-    }                                                          \
+#define BV_INTERFACE_ID(Type, text)                       \
+    namespace bv {                                        \
+    template <>                                           \
+    inline constexpr IID kIid<Type> = ::bv::GuidOf(text); \
+    }                                                     \
     BV_DECLARE_UUID(Type, text)
-#define BV_SYSTEM_INTERFACE_ID(Type, text)                     \
-    namespace bv {                                             \
-    template <>                                                \
-    inline constexpr IID kIid<Type> = ::bv::GuidOf(text);      \
+#define BV_SYSTEM_INTERFACE_ID(Type, text)                \
+    namespace bv {                                        \
+    template <>                                           \
+    inline constexpr IID kIid<Type> = ::bv::GuidOf(text); \
     }
 
 BV_SYSTEM_INTERFACE_ID(IUnknown, "00000000-0000-0000-C000-000000000046")
@@ -80,11 +83,12 @@ struct ICriticalSection;
 struct IMediaObject;
 struct IProperty;
 
-// --- Nodes ------------------------------------------------------------------------------------------------------
+// --- Nodes
+// ------------------------------------------------------------------------------------------------------
 
 struct IBaseObj : IDispatch {
-    /// The object's Name: what code searches for, and the element name in the settings XML. E_POINTER for a null out
-    /// pointer, E_OUTOFMEMORY when the copy fails.
+    /// The object's Name: what code searches for, and the element name in the settings XML. E_POINTER for a
+    /// null out pointer, E_OUTOFMEMORY when the copy fails.
     STDMETHOD(get_Name)(BSTR* pVal) PURE;
 };
 BV_INTERFACE_ID(IBaseObj, "D27BF443-091F-4AF5-A234-851BB5CEF820")
@@ -92,7 +96,8 @@ BV_INTERFACE_ID(IBaseObj, "D27BF443-091F-4AF5-A234-851BB5CEF820")
 /// One node of the settings tree: a self-describing, typed, editable setting.
 /// Its children come by asking the node for IEnumProperties, its allowed values by asking for IListOfValues.
 struct IProperty : IBaseObj {
-    /// The style word for whoever presents the node. The server acts on one bit: 0x80000, the value may not be negative.
+    /// The style word for whoever presents the node. The server acts on one bit: 0x80000, the value may not
+    /// be negative.
     STDMETHOD(get_Type)(LONG* pVal) PURE;
     /// Non-zero: not to be shown.
     STDMETHOD(get_IsHide)(LONG* pVal) PURE;
@@ -102,40 +107,44 @@ struct IProperty : IBaseObj {
     STDMETHOD(get_IsDisabled)(LONG* pVal) PURE;
     /// The same as Disabled.
     STDMETHOD(put_IsDisabled)(LONG newVal) PURE;
-    /// The help text: that of the description id if one above 0 is set (at most 511 characters), else the text that was
-    /// put. E_POINTER for a null out pointer.
+    /// The help text: that of the description id if one above 0 is set (at most 511 characters), else the
+    /// text that was put. E_POINTER for a null out pointer.
     STDMETHOD(get_Description)(BSTR* pVal) PURE;
     /// Replaces the help text and clears the description id. Simple nodes keep the id, which goes on winning.
     STDMETHOD(put_Description)(BSTR newVal) PURE;
     /// The text shown beside the value.
     STDMETHOD(get_Title)(BSTR* pVal) PURE;
-    /// A copy of the stored value, in the kind in which it was stored. S_FALSE, and *pVal untouched, for a node that
-    /// has no value (a group).
+    /// A copy of the stored value, in the kind in which it was stored. S_FALSE, and *pVal untouched, for a
+    /// node that has no value (a group).
     STDMETHOD(get_Value)(VARIANT* pVal) PURE;
-    /// Stores a copy of newVal in its own kind, with nothing converted, and runs the node's hooks, which show, hide
-    /// and enable what depends on it. E_NOTIMPL for a node that has no value; E_FAIL with "This value cannot be
-    /// negative." for a negative number on a node with the bit 0x80000; the value stays and no hook runs then. A
-    /// class may check more.
+    /// Stores a copy of newVal in its own kind, with nothing converted, and runs the node's hooks, which
+    /// show, hide and enable what depends on it. E_NOTIMPL for a node that has no value; E_FAIL with "This
+    /// value cannot be negative." for a negative number on a node with the bit 0x80000; the value stays and
+    /// no hook runs then. A class may check more.
     STDMETHOD(put_Value)(VARIANT newVal) PURE;
-    /// Opens the node's editor, modal. S_OK: a value was stored. S_FALSE: cancelled, or not there. E_NOTIMPL: no editor.
+    /// Opens the node's editor, modal. S_OK: a value was stored. S_FALSE: cancelled, or not there. E_NOTIMPL:
+    /// no editor.
     STDMETHOD(ShowDialog)() PURE;
-    /// The node of that Name. With a media object: the active nodes below this one, then those of the whole job (IMap);
-    /// E_FAIL when the media object has no IMap. Without one: this node's descendants, active or not. S_FALSE, and *pRet
-    /// untouched, when there is none.
+    /// The node of that Name. With a media object: the active nodes below this one, then those of the whole
+    /// job (IMap); E_FAIL when the media object has no IMap. Without one: this node's descendants, active or
+    /// not. S_FALSE, and *pRet untouched, when there is none.
     STDMETHOD(FindProperty)(BSTR Name, IProperty** pRet) PURE;
     /// The media object of the job. S_OK and *pVal untouched when there is none.
     STDMETHOD(get_MediaObject)(IDispatch** pVal) PURE;
-    /// Gives the node and its whole subtree, with all entries of value lists, the media object, and registers the
-    /// descendants in the object's IMap. A second call registers them again. No reference is kept: the media object must
-    /// outlive the tree, or be taken back with a null pointer.
+    /// Gives the node and its whole subtree, with all entries of value lists, the media object, and registers
+    /// the descendants in the object's IMap. A second call registers them again. No reference is kept: the
+    /// media object must outlive the tree, or be taken back with a null pointer.
     STDMETHOD(put_MediaObject)(IDispatch* newVal) PURE;
-    /// The node or collection above this one. S_FALSE, and *pVal untouched, when there is none, or it is gone.
+    /// The node or collection above this one. S_FALSE, and *pVal untouched, when there is none, or it is
+    /// gone.
     STDMETHOD(get_Parent)(IDispatch** pVal) PURE;
     /// No reference is kept.
     STDMETHOD(put_Parent)(IDispatch* newVal) PURE;
-    /// The node that qualifies this one: the unit beside a number, a converter of the shown form. E_NOTIMPL: none.
+    /// The node that qualifies this one: the unit beside a number, a converter of the shown form. E_NOTIMPL:
+    /// none.
     STDMETHOD(get_Extension)(IProperty** pVal) PURE;
-    /// Runs the hook of a node whose value decides what others show, for a tree that has just got its media object.
+    /// Runs the hook of a node whose value decides what others show, for a tree that has just got its media
+    /// object.
     STDMETHOD(InitDefault)() PURE;
     /// Non-zero: the node counts. A search through the media object passes over a node with 0.
     STDMETHOD(get_Active)(LONG* pVal) PURE;
@@ -149,11 +158,12 @@ struct IProperty : IBaseObj {
     STDMETHOD(get_Format)(VARIANT* pVal) PURE;
     /// Takes the shown form: parses it where the extension can, checks it and stores it as put_Value does.
     STDMETHOD(put_Format)(VARIANT newVal) PURE;
-    /// The opaque block that was put here: its kind, its length in bytes, and the node's own buffer, which is valid
-    /// until the next PutData or PutExData and isn't the caller's to free. S_OK with null and 0 when there is none.
+    /// The opaque block that was put here: its kind, its length in bytes, and the node's own buffer, which is
+    /// valid until the next PutData or PutExData and isn't the caller's to free. S_OK with null and 0 when
+    /// there is none.
     STDMETHOD(GetData)(int* nDataType, LONG* pLength, BYTE** pData) PURE;
-    /// Keeps a copy of nLength bytes and drops the extra object. E_OUTOFMEMORY: the old block is gone all the same,
-    /// and GetData gives null with the kind and the length that it had.
+    /// Keeps a copy of nLength bytes and drops the extra object. E_OUTOFMEMORY: the old block is gone all the
+    /// same, and GetData gives null with the kind and the length that it had.
     STDMETHOD(PutData)(int nDataType, LONG nLength, BYTE* pData) PURE;
     /// Replaces Name. An object in pVal (VT_DISPATCH, VT_UNKNOWN) becomes the parent, with no reference.
     STDMETHOD(SetInfo)(BSTR Name, VARIANT pVal) PURE;
@@ -161,7 +171,8 @@ struct IProperty : IBaseObj {
     STDMETHOD(BeforeCombo)() PURE;
     /// The node's class id.
     STDMETHOD(get_ClassID)(GUID* pVal) PURE;
-    /// The media object for this node, its children and its extension, with nothing registered and no hook run.
+    /// The media object for this node, its children and its extension, with nothing registered and no hook
+    /// run.
     STDMETHOD(SetMediaObject)(IDispatch* pVal) PURE;
     /// The VT code of the stored value; 0 (VT_EMPTY) for an empty one and for a node that has no value.
     STDMETHOD(get_ValueType)(int* pVal) PURE;
@@ -190,7 +201,8 @@ struct ISimpleInit : IUnknown {
     STDMETHOD(put_Value)(VARIANT newVal) PURE;
     /// The object above, to which no reference is kept. Null: none.
     STDMETHOD(put_Parent)(IDispatch* newVal) PURE;
-    /// Gives the node an extension that holds a path. The status of its creation; the old extension stays then.
+    /// Gives the node an extension that holds a path. The status of its creation; the old extension stays
+    /// then.
     STDMETHOD(SetPathExtension)(BSTR path) PURE;
     /// The three additions of IListOfValues, on the node's own list. S_OK whatever becomes of the entry.
     STDMETHOD(AddItem)(BSTR name, VARIANT value) PURE;
@@ -209,8 +221,8 @@ BV_INTERFACE_ID(ISimpleInit, "B7047ECE-CCB6-41C9-AFC1-98DA6412ECC3")
 
 /// A converter between a stored and a shown value, asked of a node's extension.
 struct IValueFormat : IUnknown {
-    /// What is to be stored for what a person typed; the caller owns it. A kind that needs no conversion is copied. A
-    /// text that makes no sense fails with a message, and *stored is untouched.
+    /// What is to be stored for what a person typed; the caller owns it. A kind that needs no conversion is
+    /// copied. A text that makes no sense fails with a message, and *stored is untouched.
     STDMETHOD(ParseValue)(VARIANT shown, VARIANT* stored) PURE;
     /// Replaces a stored value by what is shown for it. After a failure it is as it was.
     STDMETHOD(FormatValue)(VARIANT* value) PURE;
@@ -219,16 +231,17 @@ BV_INTERFACE_ID(IValueFormat, "FE946CF5-1D77-4AB8-943D-26EA1373639C")
 
 /// What can be written as settings XML.
 struct ISettingsWriter : IUnknown {
-    /// Appends the object's element, with all below it, to the stream, in the 8-bit code page, one tag a line. S_OK, also
-    /// when the stream takes nothing: its state tells.
+    /// Appends the object's element, with all below it, to the stream, in the 8-bit code page, one tag a
+    /// line. S_OK, also when the stream takes nothing: its state tells.
     STDMETHOD(WriteXml)(ISequentialStream* stream) PURE;
-    /// Reads what lies beside the settings, once the values were restored. A node needs no argument; DVD index data takes
-    /// the XML node of its own element.
+    /// Reads what lies beside the settings, once the values were restored. A node needs no argument; DVD
+    /// index data takes the XML node of its own element.
     STDMETHOD(ReadExtraData)(IUnknown* source) PURE;
 };
 BV_INTERFACE_ID(ISettingsWriter, "F8855786-E505-4575-8855-8BCC75A8ED48")
 
-// --- Collections ------------------------------------------------------------------------------------------------
+// --- Collections
+// ------------------------------------------------------------------------------------------------
 
 struct ICollection : IBaseObj {
     /// How many items there are.
@@ -242,17 +255,18 @@ BV_INTERFACE_ID(ICollection, "A7708037-EB36-4358-869B-2461C6BC6C84")
 struct IEnumProperties : ICollection {
     /// AddProperty with the node that owns this collection as parent.
     STDMETHOD(InsertProperty)(BSTR Name, GUID* pClsID, IProperty** pRet) PURE;
-    /// Creates a node of the class, names it, gives it the parent and appends it. pRet may be null. The status of the
-    /// creation; nothing is added then.
+    /// Creates a node of the class, names it, gives it the parent and appends it. pRet may be null. The
+    /// status of the creation; nothing is added then.
     STDMETHOD(AddProperty)(BSTR Name, GUID* refclsid, IDispatch* pParent, IProperty** pRet) PURE;
-    /// Searches the tree below pParent, which may be null, then this collection's own items; active nodes only.
-    /// S_FALSE, and *pRet untouched, when there is none.
+    /// Searches the tree below pParent, which may be null, then this collection's own items; active nodes
+    /// only. S_FALSE, and *pRet untouched, when there is none.
     STDMETHOD(FindProperty)(BSTR Name, IProperty* pParent, IProperty** pRet) PURE;
     /// Gives S_FALSE.
     STDMETHOD(FindPropertyExactly)(BSTR Name, IProperty** pRet) PURE;
     /// Gives all items the media object, and registers them in its IMap.
     STDMETHOD(InitProperty)(IDispatch* pVal) PURE;
-    /// Removes the first item of that name, active or not. S_OK, also when there is none. pParent has no effect.
+    /// Removes the first item of that name, active or not. S_OK, also when there is none. pParent has no
+    /// effect.
     STDMETHOD(RemoveByName)(BSTR Name, IProperty* pParent) PURE;
     /// The node that owns this collection; no reference is kept.
     STDMETHOD(PutParent)(IProperty* pParent) PURE;
@@ -261,9 +275,11 @@ struct IEnumProperties : ICollection {
 };
 BV_INTERFACE_ID(IEnumProperties, "203419F1-9A44-4ECB-AB2F-D9F7A5E7353D")
 
-/// The values that a node offers, each with its label. The list only offers: put_Value doesn't check against it.
+/// The values that a node offers, each with its label. The list only offers: put_Value doesn't check against
+/// it.
 struct IListOfValues : ICollection {
-    /// The label of the first entry with that value, by kind and value; objects by identity. E_INVALIDARG: none.
+    /// The label of the first entry with that value, by kind and value; objects by identity. E_INVALIDARG:
+    /// none.
     STDMETHOD(get_Text)(VARIANT varValue, BSTR* pVal) PURE;
     /// AddItem, with an object stored as VT_UNKNOWN.
     STDMETHOD(AddNew)(BSTR Name, VARIANT var) PURE;
@@ -293,8 +309,8 @@ BV_INTERFACE_ID(IListItem, "6DE6CE67-1578-4B80-9B41-B9EA98B11458")
 
 /// The flat index of a job's nodes, which the media object answers.
 struct IMap : IDispatch {
-    /// Searches below pParent, which may be null, then the whole index. S_FALSE, and *pVal untouched: no such active
-    /// node.
+    /// Searches below pParent, which may be null, then the whole index. S_FALSE, and *pVal untouched: no such
+    /// active node.
     STDMETHOD(get_Property)(BSTR Name, IProperty* pParent, IProperty** pVal) PURE;
     /// The value of that node, with the status of its get_Value. E_INVALIDARG: no such active node.
     STDMETHOD(get_PropertyVal)(BSTR Name, IProperty* pParent, VARIANT* pVal) PURE;
@@ -313,28 +329,30 @@ BV_INTERFACE_ID(IMap, "C3C055E0-E599-4DB0-BDB7-F44D0D7A56DB")
 struct IEnumObject : IDispatch {
     /// How many objects are in the list.
     STDMETHOD(Count)(LONG* pnCount) PURE;
-    /// The object at that index, from 0, with a reference. E_INVALIDARG, and *ppUnk untouched, outside the list.
+    /// The object at that index, from 0, with a reference. E_INVALIDARG, and *ppUnk untouched, outside the
+    /// list.
     STDMETHOD(Item)(LONG nID, IUnknown** ppUnk) PURE;
     /// Takes out the first entry that is this very pointer. S_FALSE: there is none.
     STDMETHOD(Remove)(IUnknown* ppUnk) PURE;
-    /// Appends the object that *ppUnk holds, with a reference of the list's own; null adds nothing. A node gets the
-    /// media object that the list has. E_OUTOFMEMORY: not added.
+    /// Appends the object that *ppUnk holds, with a reference of the list's own; null adds nothing. A node
+    /// gets the media object that the list has. E_OUTOFMEMORY: not added.
     STDMETHOD(Add)(IUnknown** ppUnk) PURE;
-    /// The media object of the job, which the list passes on to its nodes by put_MediaObject and keeps for later ones
-    /// without a reference. Null takes it back.
+    /// The media object of the job, which the list passes on to its nodes by put_MediaObject and keeps for
+    /// later ones without a reference. Null takes it back.
     STDMETHOD(SetMediaObject)(IDispatch* ppUnk) PURE;
-    /// Creates an object in process as IFilterEntry, appends it as Add does and gives it in *ppUnk with a reference
-    /// of the caller's. The status of the creation; nothing is added then.
+    /// Creates an object in process as IFilterEntry, appends it as Add does and gives it in *ppUnk with a
+    /// reference of the caller's. The status of the creation; nothing is added then.
     STDMETHOD(AddByCLSID)(CLSID* pClsID, IUnknown** ppUnk) PURE;
 };
 BV_INTERFACE_ID(IEnumObject, "80E93B00-7E4C-419D-90FB-28EB8E498E18")
 
-// --- The job's root, actions and filters --------------------------------------------------------------------------
+// --- The job's root, actions and filters
+// --------------------------------------------------------------------------
 
 /// The second interface of the root.
 struct IMainMediaPath : IUnknown {
-    /// Makes an input node the current one: the node "PathToMediaFile" of the media object's index. The root must
-    /// have its media object; E_FAIL without one that answers IMap.
+    /// Makes an input node the current one: the node "PathToMediaFile" of the media object's index. The root
+    /// must have its media object; E_FAIL without one that answers IMap.
     STDMETHOD(SetMediaPath)(IProperty* path) PURE;
 };
 BV_INTERFACE_ID(IMainMediaPath, "83359A42-4FA7-4B21-AD15-83B804855DD0")
@@ -346,15 +364,16 @@ struct IActionImplInit : IUnknown {
 BV_INTERFACE_ID(IActionImplInit, "0E3E26B1-21B1-4377-8C4D-45F5AB90701B")
 
 struct IFilterImplInit : IUnknown {
-    /// Creates the filter object in process and hangs its node below this one, under the name; this node's Name
-    /// becomes "FltImplement" and the name, 255 characters at most. From then on the node answers IBaseFilter with
-    /// the object. To be called once. The status of the creation, or E_NOINTERFACE for a filter that is no node; the
-    /// node stays as it was then.
+    /// Creates the filter object in process and hangs its node below this one, under the name; this node's
+    /// Name becomes "FltImplement" and the name, 255 characters at most. From then on the node answers
+    /// IBaseFilter with the object. To be called once. The status of the creation, or E_NOINTERFACE for a
+    /// filter that is no node; the node stays as it was then.
     STDMETHOD(Init)(BSTR name, CLSID* filter) PURE;
 };
 BV_INTERFACE_ID(IFilterImplInit, "A06B2128-9FB4-4874-813B-AFA5149D32A0")
 
-// --- Input sources ------------------------------------------------------------------------------------------------
+// --- Input sources
+// ------------------------------------------------------------------------------------------------
 
 /// What became of the last attempt to open an input.
 struct IMediaOpenState : IUnknown {
@@ -365,33 +384,35 @@ struct IMediaOpenState : IUnknown {
     /// State and text of the last attempt. Unless the state is 1, an error object of the thread is taken: its
     /// description becomes the text, and the state 2. E_POINTER, E_OUTOFMEMORY.
     STDMETHOD(GetState)(LONG* state, BSTR* text) PURE;
-    /// What became of an attempt: 1 for success, other numbers are the host's. A change of the path takes it back.
+    /// What became of an attempt: 1 for success, other numbers are the host's. A change of the path takes it
+    /// back.
     STDMETHOD(SetState)(LONG state, BSTR text) PURE;
 };
 BV_INTERFACE_ID(IMediaOpenState, "82B1FF6F-5DD0-4F2C-8231-88FDFF27DCF3")
 
 /// One sample of an input, kept with its node.
 struct ICachedSample : IUnknown {
-    /// Keeps a copy of the bytes and of the media type, with its format block. S_FALSE, and nothing is kept: the node
-    /// has a sample already, or 201 nodes of the process have one.
+    /// Keeps a copy of the bytes and of the media type, with its format block. S_FALSE, and nothing is kept:
+    /// the node has a sample already, or 201 nodes of the process have one.
     STDMETHOD(PutSample)(BYTE* data, LONG size, AM_MEDIA_TYPE* type, LONG typeSize) PURE;
-    /// The node's own block and type, which are not the caller's to free. S_FALSE, and nothing is written: there is none.
+    /// The node's own block and type, which are not the caller's to free. S_FALSE, and nothing is written:
+    /// there is none.
     STDMETHOD(GetSample)(BYTE** data, LONG* size, AM_MEDIA_TYPE** type, LONG* typeSize) PURE;
 };
 BV_INTERFACE_ID(ICachedSample, "2712A0D5-BC8E-45D6-867A-EAD5C41CDD2C")
 
 /// The ordered list of a job's inputs, nodes of the class PropertyMediaPath.
 struct IMediaFiles : ICollection {
-    /// Lets the user choose files, and adds each. S_OK also when the dialog is cancelled; the first failure ends it,
-    /// what was added stays.
+    /// Lets the user choose files, and adds each. S_OK also when the dialog is cancelled; the first failure
+    /// ends it, what was added stays.
     STDMETHOD(AddNew)() PURE;
-    /// Adds an input with that path. A lone entry without a path is filled instead. The status of the creation or of
-    /// put_Value.
+    /// Adds an input with that path. A lone entry without a path is filled instead. The status of the
+    /// creation or of put_Value.
     STDMETHOD(Insert)(BSTR Path) PURE;
     /// Takes an entry out, and the list's reference with it. S_OK also when it isn't in the list.
     STDMETHOD(RemoveItem)(IProperty* pIt) PURE;
-    /// Swaps an entry with the one nDir places further, -1 for one up. E_INVALIDARG, and nothing moves, outside the
-    /// list; S_OK when the entry isn't in it.
+    /// Swaps an entry with the one nDir places further, -1 for one up. E_INVALIDARG, and nothing moves,
+    /// outside the list; S_OK when the entry isn't in it.
     STDMETHOD(Move)(IProperty* ptrProp, int nDir) PURE;
     /// The first entry; an empty list gets one without a path.
     STDMETHOD(GetTopMedia)(IProperty** pProp) PURE;
@@ -400,29 +421,30 @@ BV_INTERFACE_ID(IMediaFiles, "93AED99E-EBD6-4410-906F-D33E587E10BD")
 
 /// The cuts of one input.
 struct ITimelines : ICollection {
-    /// Appends a cut, in frames from 0, and gives it; ptrRet may be null. The frames aren't checked here. The status
-    /// of the creation, or E_OUTOFMEMORY; nothing is added then.
+    /// Appends a cut, in frames from 0, and gives it; ptrRet may be null. The frames aren't checked here. The
+    /// status of the creation, or E_OUTOFMEMORY; nothing is added then.
     STDMETHOD(AddTimeline)(LONG nStartFrm, LONG nEndFrm, IProperty** ptrRet) PURE;
     /// Takes a cut out, and the list's reference with it. S_OK also when it isn't in the list.
     STDMETHOD(RemoveTimeline)(IProperty* ptrProp) PURE;
-    /// Writes all cuts to a file, which is made anew. A file that can't be made or written whole, and an item that
-    /// can't be written, fail with a message; what was written so far stays.
+    /// Writes all cuts to a file, which is made anew. A file that can't be made or written whole, and an item
+    /// that can't be written, fail with a message; what was written so far stays.
     STDMETHOD(Save)(BSTR bstrFileName) PURE;
-    /// Clears the list, and fills it from a file. One that is no document fails with a message, and the list is empty
-    /// then; in a document, what isn't a cut is passed over.
+    /// Clears the list, and fills it from a file. One that is no document fails with a message, and the list
+    /// is empty then; in a document, what isn't a cut is passed over.
     STDMETHOD(Load)(BSTR bstrFileName) PURE;
-    /// The media object of the job, for the cuts that are there and those to come. No reference is kept; null takes
-    /// it back.
+    /// The media object of the job, for the cuts that are there and those to come. No reference is kept; null
+    /// takes it back.
     STDMETHOD(SetMediaObject)(IMediaObject* ptrMediaObj) PURE;
-    /// What will be encoded, in 100 ns: the cuts that lie in the source, overlaps as often as they occur, or the
-    /// whole source while cuts aren't in use. Fails with a message when the media object is missing or knows no
-    /// source. *pVal is untouched for a source that has neither sound nor moving pictures and is no still.
+    /// What will be encoded, in 100 ns: the cuts that lie in the source, overlaps as often as they occur, or
+    /// the whole source while cuts aren't in use. Fails with a message when the media object is missing or
+    /// knows no source. *pVal is untouched for a source that has neither sound nor moving pictures and is no
+    /// still.
     STDMETHOD(get_ActiveDuration)(LONGLONG* pVal) PURE;
 };
 BV_INTERFACE_ID(ITimelines, "8D6996E4-2F2E-4F29-B0A3-D4032EB2D074")
 
-// A scanned DVD, as hosts and their scanners hand it over. On 32 bits these are exact layouts; on 64 bits the same fields
-// with natural alignment. Arrays are blocks of their own; a count of 0 needs none.
+// A scanned DVD, as hosts and their scanners hand it over. On 32 bits these are exact layouts; on 64 bits the
+// same fields with natural alignment. Arrays are blocks of their own; a count of 0 needs none.
 
 /// A piece of a VOB.
 struct DVDVobRecord {
@@ -454,34 +476,38 @@ struct DVDInfo {
 };
 static_assert(sizeof(DVDVobRecord) == 20 && offsetof(DVDVobRecord, Exclude) == 16);
 static_assert(sizeof(void*) != 4 ||
-              (sizeof(DVDSection) == 100 && offsetof(DVDSection, Exclude) == 8 && offsetof(DVDSection, Vobs) == 12 &&
-               offsetof(DVDSection, AudioId) == 17 && offsetof(DVDSection, HostBytes) == 18));
+              (sizeof(DVDSection) == 100 && offsetof(DVDSection, Exclude) == 8 &&
+               offsetof(DVDSection, Vobs) == 12 && offsetof(DVDSection, AudioId) == 17 &&
+               offsetof(DVDSection, HostBytes) == 18));
 static_assert(sizeof(void*) != 4 ||
               (sizeof(DVDFileRecord) == 464 && offsetof(DVDFileRecord, Exclude) == 260 &&
                offsetof(DVDFileRecord, Menu) == 264 && offsetof(DVDFileRecord, Title) == 364));
-static_assert(sizeof(void*) != 4 ||
-              (sizeof(DVDInfo) == 40 && offsetof(DVDInfo, FileCount) == 32 && offsetof(DVDInfo, Files) == 36));
+static_assert(sizeof(void*) != 4 || (sizeof(DVDInfo) == 40 && offsetof(DVDInfo, FileCount) == 32 &&
+                                     offsetof(DVDInfo, Files) == 36));
 
-/// The record of a DVD, and what the user chose on it: files, parts and pieces to leave out, audio tracks. Put into a
-/// node with PutExData, it is written with the settings, the choices alone; read back through ISettingsWriter, they
-/// wait for the record of the fresh scan. No length argument but that of SetDVDIndex is looked at.
+/// The record of a DVD, and what the user chose on it: files, parts and pieces to leave out, audio tracks.
+/// Put into a node with PutExData, it is written with the settings, the choices alone; read back through
+/// ISettingsWriter, they wait for the record of the fresh scan. No length argument but that of SetDVDIndex is
+/// looked at.
 struct IDVDIndexData : IDispatch {
-    /// Takes a copy of a DVDInfo, and lays the choices that were read over it if they fit its counts; they are gone then.
-    /// E_INVALIDARG, and nothing changes, for counts that no disc has.
+    /// Takes a copy of a DVDInfo, and lays the choices that were read over it if they fit its counts; they
+    /// are gone then. E_INVALIDARG, and nothing changes, for counts that no disc has.
     STDMETHOD(SetDVDInfo)(BYTE* pData, int nLen) PURE;
     /// Keeps a copy of an opaque block, which isn't written.
     STDMETHOD(SetDVDIndex)(BYTE* pData, int nLen) PURE;
-    /// Whether a DVDInfo is of the same disc: S_OK or S_FALSE. Choices don't count, and of a title only the number of
-    /// pieces.
+    /// Whether a DVDInfo is of the same disc: S_OK or S_FALSE. Choices don't count, and of a title only the
+    /// number of pieces.
     STDMETHOD(Equal)(BYTE* pData, int nLen) PURE;
-    /// The object's own record, which may be edited but not resized, and what it would take on 32 bits. S_FALSE: none.
+    /// The object's own record, which may be edited but not resized, and what it would take on 32 bits.
+    /// S_FALSE: none.
     STDMETHOD(GetDVDInfo)(BYTE** pData, int* nLen) PURE;
     /// The object's own block. S_FALSE: none.
     STDMETHOD(GetDVDIndex)(BYTE** pData, int* nLen) PURE;
 };
 BV_INTERFACE_ID(IDVDIndexData, "2116D701-E7A1-4A06-B50F-6A16BC1980B7")
 
-// --- Watermark ----------------------------------------------------------------------------------------------------
+// --- Watermark
+// ----------------------------------------------------------------------------------------------------
 
 /// The variables of a watermark text.
 struct IDynamicText : IUnknown {
@@ -489,15 +515,16 @@ struct IDynamicText : IUnknown {
     STDMETHOD(GetVariableCount)(LONG* count) PURE;
     /// Key ("%sf") and title ("Full Source File Name") of a variable, from 0. E_INVALIDARG outside the list.
     STDMETHOD(GetVariable)(LONG index, BSTR* key, BSTR* title) PURE;
-    /// The text with the variables put in as they are now: names of the input and the output, index, date and time.
-    /// Keys count in any case; one that has no value stays as it is, and so does any other text with "%". Text and
-    /// result have at most 512 bytes in the 8-bit code page; a longer one becomes empty. A null text is an empty one.
-    /// S_OK; E_POINTER for a null result.
+    /// The text with the variables put in as they are now: names of the input and the output, index, date and
+    /// time. Keys count in any case; one that has no value stays as it is, and so does any other text with
+    /// "%". Text and result have at most 512 bytes in the 8-bit code page; a longer one becomes empty. A null
+    /// text is an empty one. S_OK; E_POINTER for a null result.
     STDMETHOD(Expand)(BSTR text, BSTR* result) PURE;
 };
 BV_INTERFACE_ID(IDynamicText, "31EA8AE3-62DF-47E7-8D82-7C65EB15A5BF")
 
-/// A font, as editors and drawing components exchange it: narrow texts, each ended by NUL. The caller owns it.
+/// A font, as editors and drawing components exchange it: narrow texts, each ended by NUL. The caller owns
+/// it.
 struct FontInfo {
     char FaceName[256];
     char Style[32];    // a word, such as "Regular"
@@ -512,13 +539,14 @@ static_assert(sizeof(FontInfo) == 332);
 struct IFontStringParser : IUnknown {
     /// Makes the node's value from a record, without a check and without the hooks of put_Value.
     STDMETHOD(PutFontInfo)(FontInfo* font) PURE;
-    /// Reads the node's value into a record. Fields that the text doesn't name stay as the caller filled them; a text
-    /// is cut at its field's size, and a size that is no number counts as 8.
+    /// Reads the node's value into a record. Fields that the text doesn't name stay as the caller filled
+    /// them; a text is cut at its field's size, and a size that is no number counts as 8.
     STDMETHOD(GetFontInfo)(FontInfo* font) PURE;
 };
 BV_INTERFACE_ID(IFontStringParser, "6BF2C055-C880-475D-9B0D-B2AC7918696C")
 
-// --- Services -----------------------------------------------------------------------------------------------------
+// --- Services
+// -----------------------------------------------------------------------------------------------------
 
 /// A registered component, as IBVMapper gives it. The mapper owns it and its texts.
 struct tagGUIDREG {
@@ -528,8 +556,8 @@ struct tagGUIDREG {
     BSTR pExtrData[10];
 };
 static_assert(sizeof(void*) != 4 ||
-              (sizeof(tagGUIDREG) == 64 && offsetof(tagGUIDREG, bstrName) == 16 && offsetof(tagGUIDREG, cbCount) == 20 &&
-               offsetof(tagGUIDREG, pExtrData) == 24));
+              (sizeof(tagGUIDREG) == 64 && offsetof(tagGUIDREG, bstrName) == 16 &&
+               offsetof(tagGUIDREG, cbCount) == 20 && offsetof(tagGUIDREG, pExtrData) == 24));
 static_assert(sizeof(void*) != 4 ||
               (sizeof(_AMMediaType) == 72 && offsetof(_AMMediaType, lSampleSize) == 40 &&
                offsetof(_AMMediaType, formattype) == 44 && offsetof(_AMMediaType, pUnk) == 60 &&
@@ -537,21 +565,22 @@ static_assert(sizeof(void*) != 4 ||
 
 /// The components of one category of the application's registry tree.
 struct IBVMapper : IDispatch {
-    /// Reads the category's components, in the registry's order. The registry's status when the category can't be opened;
-    /// a component that can't be read is passed over.
+    /// Reads the category's components, in the registry's order. The registry's status when the category
+    /// can't be opened; a component that can't be read is passed over.
     STDMETHOD(Init)(GUID* pCategory) PURE;
     /// How many components were read.
     STDMETHOD(get_Count)(LONG* pVal) PURE;
-    /// The record at that index, from 0; it is the mapper's, and lives as long. E_INVALIDARG outside the list.
+    /// The record at that index, from 0; it is the mapper's, and lives as long. E_INVALIDARG outside the
+    /// list.
     STDMETHOD(get_Item)(LONG nID, tagGUIDREG** pRet) PURE;
 };
 BV_INTERFACE_ID(IBVMapper, "39DDB819-D74A-4E60-BEFF-216BCBC2CB48")
 
 /// The media framework's filters of one category, put in a value list.
 struct IBVFilterMapper : IDispatch {
-    /// Appends an entry for each filter of the category: the filter itself when it is a node, else a new object of
-    /// the class pItem that is given the filter. One that can't be made is passed over; S_OK also when there is none.
-    /// pItem may be null: nodes alone then.
+    /// Appends an entry for each filter of the category: the filter itself when it is a node, else a new
+    /// object of the class pItem that is given the filter. One that can't be made is passed over; S_OK also
+    /// when there is none. pItem may be null: nodes alone then.
     STDMETHOD(Init)(GUID* pCategory, GUID* pItem, IListOfValues* pDest) PURE;
 };
 BV_INTERFACE_ID(IBVFilterMapper, "F0E6D02D-08C5-4BDC-B08E-7E334F55516C")
@@ -560,18 +589,19 @@ BV_INTERFACE_ID(IBVFilterMapper, "F0E6D02D-08C5-4BDC-B08E-7E334F55516C")
 struct IAMMediaType : IDispatch {
     /// Keeps a deep copy. E_OUTOFMEMORY: the former one stays.
     STDMETHOD(SetMedia)(_AMMediaType* pValue) PURE;
-    /// A type of sound in words: "128 Kbits/s, 44100 Hz, Stereo". Empty where the format block is too short to be one.
+    /// A type of sound in words: "128 Kbits/s, 44100 Hz, Stereo". Empty where the format block is too short
+    /// to be one.
     STDMETHOD(get_Description)(BSTR* pVal) PURE;
-    /// A deep copy; the caller frees its format block, releases its pUnk and frees the record, by CoTaskMemFree. Null
-    /// when there is no memory.
+    /// A deep copy; the caller frees its format block, releases its pUnk and frees the record, by
+    /// CoTaskMemFree. Null when there is no memory.
     STDMETHOD(GetMedia)(_AMMediaType** pRetMedia) PURE;
 };
 BV_INTERFACE_ID(IAMMediaType, "2A11ABD2-57C4-4E3D-8CD6-9349D973A726")
 
 /// The file and folder dialogs.
 struct IMediaSelecter : IDispatch {
-    /// Lets the user choose one or more input files, beginning in the folder of the last time. They are added to the
-    /// paths; S_OK also when the dialog is cancelled.
+    /// Lets the user choose one or more input files, beginning in the folder of the last time. They are added
+    /// to the paths; S_OK also when the dialog is cancelled.
     STDMETHOD(Simple)() PURE;
     /// How many paths were chosen.
     STDMETHOD(get_Count)(LONG* pVal) PURE;
@@ -579,24 +609,25 @@ struct IMediaSelecter : IDispatch {
     STDMETHOD(get_Path)(LONG nID, BSTR* pVal) PURE;
     /// Lets the user choose a folder, beginning with CurFolder. S_FALSE, and *pRet untouched: cancelled.
     STDMETHOD(SelectFolder)(BSTR CurFolder, BSTR* pRet) PURE;
-    /// Lets the user choose a file of cuts to be loaded; a name without an extension gets ".tlc". S_FALSE, and *pRet
-    /// untouched: cancelled.
+    /// Lets the user choose a file of cuts to be loaded; a name without an extension gets ".tlc". S_FALSE,
+    /// and *pRet untouched: cancelled.
     STDMETHOD(LoadTimelines)(BSTR* pRet) PURE;
     /// The same for a file to be saved.
     STDMETHOD(SaveTimelines)(BSTR* pRet) PURE;
 };
 BV_INTERFACE_ID(IMediaSelecter, "FE7D78A5-0F63-4530-965E-15E453E16803")
 
-/// The job's two locks and its stop flag, shared by the host and the media object; made for several threads. bWork
-/// selects the lock: 0 the one, any other number the work lock. Both want Initialize before their use and Delete
-/// after it.
+/// The job's two locks and its stop flag, shared by the host and the media object; made for several threads.
+/// bWork selects the lock: 0 the one, any other number the work lock. Both want Initialize before their use
+/// and Delete after it.
 struct ICriticalSection : IDispatch {
     /// Enters the lock, and waits until it is free. A thread may enter again what it holds. E_UNEXPECTED: not
     /// initialized.
     STDMETHOD(Enter)(LONG bWork) PURE;
     /// To be called as often as Enter, by the same thread.
     STDMETHOD(Leave)(LONG bWork) PURE;
-    /// 1 while the lock is held and at least one more Enter is outstanding, else 0. A lock that is merely held gives 0.
+    /// 1 while the lock is held and at least one more Enter is outstanding, else 0. A lock that is merely
+    /// held gives 0.
     STDMETHOD(get_IsLock)(LONG bWork, LONG* pVal) PURE;
     /// Where the job's notices go; the server doesn't look at it.
     STDMETHOD(get_NotifyWnd)(HWND* pVal) PURE;
@@ -613,7 +644,8 @@ struct ICriticalSection : IDispatch {
 };
 BV_INTERFACE_ID(ICriticalSection, "8D6E6155-5C63-4588-8A77-7E2F30A38110")
 
-// --- What a host and its components implement -----------------------------------------------------------------------
+// --- What a host and its components implement
+// -----------------------------------------------------------------------
 
 /// The job engine. Must also answer IMap, IProperty (the job's root), IMediaParser and IMediaFilesHost.
 struct IMediaObject : IDispatch {
@@ -661,7 +693,8 @@ struct IOutputFormatInfo : IDispatch {
     STDMETHOD(GetFormatInfo)(BSTR* name, BSTR* extension) PURE;
     /// The class id that the settings XML writes for the format.
     STDMETHOD(GetClassID)(GUID* pVal) PURE;
-    /// The node that holds the format as its value, null while the tree is built. S_OK: the format can be used.
+    /// The node that holds the format as its value, null while the tree is built. S_OK: the format can be
+    /// used.
     STDMETHOD(SetOwner)(IProperty* owner) PURE;
     /// The media object of the job, null when it is taken back; no reference may be kept.
     STDMETHOD(SetMediaObject)(IDispatch* media) PURE;
@@ -685,7 +718,8 @@ BV_INTERFACE_ID(IActionObject, "E3F9EC36-21D6-4FAD-9B2D-B380A1BDA667")
 struct IFilterEntry : IUnknown {};
 BV_INTERFACE_ID(IFilterEntry, "64E1B8D8-F282-4531-AA4A-7372DEBB03CB")
 
-// --- Identities ---------------------------------------------------------------------------------------------------
+// --- Identities
+// ---------------------------------------------------------------------------------------------------
 
 namespace bv {
 
@@ -709,12 +743,14 @@ inline constexpr GUID InputFormats = GuidOf("3C78B8E2-6C5D-11D0-ADE1-0C0EFA951B0
 inline constexpr GUID Actions = GuidOf("3C78B8E2-6C5D-11D0-ADE1-0C0EFA951B06");
 }  // namespace category
 
-inline constexpr GUID kTypeLibrary = GuidOf("C90C47A5-DC40-4B1F-A0C7-94816B8B762B");  // BVSCHEMALib, version 1.0
+inline constexpr GUID kTypeLibrary =
+    GuidOf("C90C47A5-DC40-4B1F-A0C7-94816B8B762B");  // BVSCHEMALib, version 1.0
 
-using ::IActionImplInit, ::IActionObject, ::IAMMediaType, ::IBaseObj, ::IBVFilterMapper, ::IBVMapper, ::ICachedSample,
-    ::ICollection, ::ICriticalSection, ::IDVDIndexData, ::IDynamicText, ::IEnumObject, ::IEnumProperties, ::IFilterEntry,
-    ::IFilterImplInit, ::IFilterItem, ::IFontStringParser, ::IListItem, ::IListOfValues, ::IMainMediaPath, ::IMap,
-    ::IMediaFiles, ::IMediaFilesHost, ::IMediaObject, ::IMediaOpenState, ::IMediaParser, ::IMediaSelecter,
-    ::IOutputFormatInfo, ::IProperty, ::ISettingsWriter, ::ISimpleInit, ::ITimelines, ::IValueFormat;
+using ::IActionImplInit, ::IActionObject, ::IAMMediaType, ::IBaseObj, ::IBVFilterMapper, ::IBVMapper,
+    ::ICachedSample, ::ICollection, ::ICriticalSection, ::IDVDIndexData, ::IDynamicText, ::IEnumObject,
+    ::IEnumProperties, ::IFilterEntry, ::IFilterImplInit, ::IFilterItem, ::IFontStringParser, ::IListItem,
+    ::IListOfValues, ::IMainMediaPath, ::IMap, ::IMediaFiles, ::IMediaFilesHost, ::IMediaObject,
+    ::IMediaOpenState, ::IMediaParser, ::IMediaSelecter, ::IOutputFormatInfo, ::IProperty, ::ISettingsWriter,
+    ::ISimpleInit, ::ITimelines, ::IValueFormat;
 
 }  // namespace bv

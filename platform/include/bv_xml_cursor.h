@@ -1,5 +1,5 @@
-// What an XML document may answer beside the interfaces of the document object model: a way through its elements that takes no
-// object and no text of its own for each of them. The native layer's documents do.
+// What an XML document may answer beside the interfaces of the document object model: a way through its
+// elements that takes no object and no text of its own for each of them. The native layer's documents do.
 #pragma once
 
 #include <objbase.h>
@@ -18,14 +18,16 @@ struct XmlElement {
     std::size_t attribute_count = 0;
 };
 
-/// Stands on the document at first, then on elements; nodes of other kinds are passed over. It keeps what was loaded alive.
+/// Stands on the document at first, then on elements; nodes of other kinds are passed over. It keeps what was
+/// loaded alive.
 struct IXmlCursor : IUnknown {
     /// To the first element inside, to the next one beside. False: there is none, and the cursor stays.
     virtual bool Enter() = 0;
     virtual bool Next() = 0;
     /// To the element around, or the document.
     virtual void Leave() = 0;
-    /// The element that it stands on. The texts are the cursor's and last until the next call of it. False: no memory.
+    /// The element that it stands on. The texts are the cursor's and last until the next call of it. False:
+    /// no memory.
     virtual bool Look(XmlElement& element) = 0;
 };
 

@@ -95,11 +95,10 @@ constexpr FormatDecl kAvi = {
 constexpr FormatDecl kMp4 = {
     kMp4Format, L"MP4", L".mp4", {.name = L"MP4", .title = L"MP4", .children = kMp4Groups}};
 // The class of a picture's settings has a title of its own.
-constexpr FormatDecl kPng = {
-    kPngFormat,
-    L"PNG",
-    L".png",
-    {.name = L"PNG", .children = kPngGroups, .cls = bv::clsid::PropertyPictureMain}};
+constexpr FormatDecl kPng = {kPngFormat,
+                             L"PNG",
+                             L".png",
+                             {.name = L"PNG", .children = kPngGroups, .cls = bv::clsid::PropertyPictureMain}};
 
 template <const FormatDecl& decl>
 class Format final : public Component<IOutputFormatInfo> {

@@ -25,7 +25,8 @@ Value ArgumentOf(const Job& job, const std::wstring& text) {
     return number ? Value::Of(*number) : Value::Of(text);
 }
 
-/// How the operation is to be called with so many arguments: a property is read or written, whichever takes them.
+/// How the operation is to be called with so many arguments: a property is read or written, whichever takes
+/// them.
 WORD KindOf(IDispatch* object, DISPID id, size_t arguments) {
     Ref<ITypeInfo> type;
     const HRESULT status = object->GetTypeInfo(0, 0, type.Put());
@@ -41,9 +42,11 @@ WORD KindOf(IDispatch* object, DISPID id, size_t arguments) {
 }
 
 std::string Shown(const Value& value) {
-    if (const auto node = Ask<IProperty>(value.object())) return "node " + OneLine(Utf8(Look(node.get()).name));
+    if (const auto node = Ask<IProperty>(value.object()))
+        return "node " + OneLine(Utf8(Look(node.get()).name));
     if (value.kind() == VT_EMPTY || value.kind() == VT_NULL) return "nothing";
-    if (value.kind() == VT_DISPATCH || value.kind() == VT_UNKNOWN) return value.object() ? "object" : "no object";
+    if (value.kind() == VT_DISPATCH || value.kind() == VT_UNKNOWN)
+        return value.object() ? "object" : "no object";
     return KindName(value.kind()) + ' ' + OneLine(Utf8(value.AsText()));
 }
 
@@ -59,7 +62,8 @@ std::string Told(EXCEPINFO& exception) {
 
 }  // namespace
 
-int CallOperation(const JobSource& source, const std::wstring& operation, const std::vector<std::wstring>& arguments) {
+int CallOperation(const JobSource& source, const std::wstring& operation,
+                  const std::vector<std::wstring>& arguments) {
     const size_t point = operation.rfind(L'.');
     if (point == std::wstring::npos || point == 0) throw Problem("what is called is written NAME.Operation");
     Job job(source.given);
@@ -75,7 +79,8 @@ int CallOperation(const JobSource& source, const std::wstring& operation, const 
     if (FAILED(status)) throw Problem("the node can't be called by name: " + Reason(status));
 
     std::vector<Value> values;
-    for (auto text = arguments.rbegin(); text != arguments.rend(); ++text) values.push_back(ArgumentOf(job, *text));
+    for (auto text = arguments.rbegin(); text != arguments.rend(); ++text)
+        values.push_back(ArgumentOf(job, *text));
     std::vector<VARIANT> passed;  // the last one first; still owned by the values
     for (const Value& value : values) passed.push_back(value.get());
     const WORD kind = KindOf(object, id, arguments.size());

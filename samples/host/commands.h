@@ -12,10 +12,10 @@ namespace host {
 
 /// Where a job comes from.
 struct JobSource {
-    std::wstring from;                 // a settings file; empty: a new job
-    std::vector<std::wstring> inputs;  // media files to add
-    std::optional<MediaInfo> given;    // what is told of the inputs in place of reading them
-    std::wstring format = {};          // the output format to select; empty: as it is
+    std::wstring from;                        // a settings file; empty: a new job
+    std::vector<std::wstring> inputs;         // media files to add
+    std::optional<MediaInfo> given;           // what is told of the inputs in place of reading them
+    std::wstring format = {};                 // the output format to select; empty: as it is
     std::vector<std::wstring> settings = {};  // NAME=VALUE, put without a word
 };
 /// Restores, adds, selects and sets, and warns of what can't be restored.
@@ -28,8 +28,8 @@ struct TreeArguments {
 };
 int ShowTree(const TreeArguments& arguments);
 
-/// text: with the variables of the watermark's text, such as "%sf"; without one the variables are listed. index: of the
-/// output.
+/// text: with the variables of the watermark's text, such as "%sf"; without one the variables are listed.
+/// index: of the output.
 int ExpandText(const JobSource& source, const std::optional<std::wstring>& text, int index);
 /// The record that a font string stands for; without one the usual font.
 int ShowFont(const std::optional<std::wstring>& text);
@@ -74,8 +74,9 @@ int ShowRegistry();
 /// The registered type library, as text that is the same on every platform.
 int ShowTypes();
 
-/// Calls an operation of a node by name, and prints what it gives. operation: "NAME.Operation". arguments: whole numbers,
-/// texts, "null", "@NAME" for a node.
-int CallOperation(const JobSource& source, const std::wstring& operation, const std::vector<std::wstring>& arguments);
+/// Calls an operation of a node by name, and prints what it gives. operation: "NAME.Operation". arguments:
+/// whole numbers, texts, "null", "@NAME" for a node.
+int CallOperation(const JobSource& source, const std::wstring& operation,
+                  const std::vector<std::wstring>& arguments);
 
 }  // namespace host

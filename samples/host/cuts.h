@@ -16,15 +16,15 @@ Ref<ITimelines> CutsOf(IProperty* input);
 void UseCuts(IProperty* input);
 std::vector<Ref<IProperty>> AllCuts(ITimelines* cuts);
 
-/// Adds "START-END": frames, or times such as 0:00:01.500-0:00:03.000; each point is shown as it was typed. Throws
-/// Problem, with the server's own message, for a point that is refused; the list stays then.
+/// Adds "START-END": frames, or times such as 0:00:01.500-0:00:03.000; each point is shown as it was typed.
+/// Throws Problem, with the server's own message, for a point that is refused; the list stays then.
 void AddCut(ITimelines* cuts, const std::wstring& text);
 
 /// The cuts as a table, and what will be encoded of the source, where that is known.
 std::vector<std::string> CutsText(ITimelines* cuts);
 
-/// How long what is encoded will be, in units of 100 ns; no value where the source isn't known. The cuts' input must be
-/// the current one. Throws Problem when the server can't tell.
+/// How long what is encoded will be, in units of 100 ns; no value where the source isn't known. The cuts'
+/// input must be the current one. Throws Problem when the server can't tell.
 std::optional<LONGLONG> EncodedDuration(ITimelines* cuts);
 
 /// Why nothing can be encoded of a cut; empty: something can. info: the source, where it is known.

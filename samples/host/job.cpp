@@ -116,7 +116,8 @@ std::optional<Value> LabelledValue(const NodeView& node, const std::wstring& tex
     for (const auto& choice : node.choices)
         if (SameName(choice.label, text)) return choice.value;
     for (const auto& choice : node.choices)
-        if (std::wstring extension; SameName(FormatName(choice, &extension), text) || SameName(extension, text))
+        if (std::wstring extension;
+            SameName(FormatName(choice, &extension), text) || SameName(extension, text))
             return choice.value;
     return {};
 }
@@ -203,7 +204,8 @@ Job::~Job() {
 
 Input& Job::NewInput(const std::wstring& path) {
     ForgetErrors();
-    // The list fills an input without a path, if it is the only one: until all are there such a one needs a path too.
+    // The list fills an input without a path, if it is the only one: until all are there such a one needs a
+    // path too.
     const HRESULT status = media_.Files()->Insert(Text(path.empty() ? L"?" : path));
     if (FAILED(status)) throw Problem(Utf8(path) + ": " + Reason(status));
     LONG count = 0;
@@ -215,7 +217,8 @@ Input& Job::NewInput(const std::wstring& path) {
     input.path = path;
     if (!input.node) throw Problem(Utf8(path) + ": the list of inputs doesn't take it");
     input.node->SetMediaObject(media_.Dispatch());
-    // The lengths of cuts are told in seconds from the start, not just when the input becomes the current one.
+    // The lengths of cuts are told in seconds from the start, not just when the input becomes the current
+    // one.
     if (const auto timelines = NodeFor(input.node.get(), L"Timelines"))
         if (const auto cuts = timelines.As<ITimelines>()) cuts->SetMediaObject(&media_);
     inputs_.push_back(std::move(input));
@@ -239,7 +242,8 @@ void Job::TakeIndex(Input* input) {
     int kind = 0;
     LONG size = 0;
     BYTE* bytes = nullptr;
-    if (SUCCEEDED(input->node->GetData(&kind, &size, &bytes)) && kind == MediaIndex::kKind && bytes && size > 0) {
+    if (SUCCEEDED(input->node->GetData(&kind, &size, &bytes)) && kind == MediaIndex::kKind && bytes &&
+        size > 0) {
         if (const auto cached = MediaIndex::Unpack(bytes, size_t(size))) {
             input->index = Input::kFromCache;
             input->key_frames = cached->entries.size();
@@ -327,7 +331,8 @@ Effects Job::Set(const std::wstring& name, const std::wstring& text) {
 void Job::SelectFormat(const std::wstring& format) {
     const std::wstring node = L"OutputFileFormat";
     if (Node(node).choices.empty())
-        throw Problem("no output format is registered; \"bvhost register\" registers those of this installation");
+        throw Problem(
+            "no output format is registered; \"bvhost register\" registers those of this installation");
     Set(node, format);
 }
 
@@ -397,7 +402,8 @@ void Job::CheckWritten(const std::string& xml) try {
         break;
     }
 } catch (const Problem& problem) {
-    throw Problem(std::string("the settings can't be written so that they are read again: ") + problem.what());
+    throw Problem(std::string("the settings can't be written so that they are read again: ") +
+                  problem.what());
 }
 
 // --- Restoring

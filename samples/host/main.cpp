@@ -86,7 +86,8 @@ public:
         cuts_->fallthrough();
         add_source(cuts_);
         described_.AddTo(cuts_);
-        Add("list", "Shows the cuts of a file; with an input their times, and how long the result will be", ListCuts);
+        Add("list", "Shows the cuts of a file; with an input their times, and how long the result will be",
+            ListCuts);
         Add("add", "Adds cuts to a file, which is made if it isn't there", AddToCuts)
             ->add_option("START-END", items_, "In frames, or in times such as 0:00:01.500-0:00:03.000")
             ->required();
@@ -144,10 +145,12 @@ int Run(int argc, char** argv) {
         command->add_option("--input", inputs, "A media file of the job; may stand several times")
             ->type_name("FILE")
             ->allow_extra_args(false);
-        command->add_option("--format", format, "The output format to select: AVI, PNG, .mp4")->type_name("NAME");
-        command->add_option("--set", settings,
-                            "A setting: its name, and a label of its list or a value; \"on\" and \"off\" for "
-                            "check boxes, a unit behind a number. May stand several times")
+        command->add_option("--format", format, "The output format to select: AVI, PNG, .mp4")
+            ->type_name("NAME");
+        command
+            ->add_option("--set", settings,
+                         "A setting: its name, and a label of its list or a value; \"on\" and \"off\" for "
+                         "check boxes, a unit behind a number. May stand several times")
             ->type_name("NAME=VALUE")
             ->allow_extra_args(false);
     };
@@ -165,9 +168,10 @@ int Run(int argc, char** argv) {
 
     CLI::App* job = app.add_subcommand("job", "Makes a job, or opens a saved one, changes it and writes it");
     add_source(job);
-    job->add_option("--cut", cut_texts,
-                    "A cut of the first input, in frames or in times such as 0:00:01.500-0:00:03.000. May stand "
-                    "several times")
+    job->add_option(
+           "--cut", cut_texts,
+           "A cut of the first input, in frames or in times such as 0:00:01.500-0:00:03.000. May stand "
+           "several times")
         ->type_name("START-END")
         ->allow_extra_args(false);
     job->add_option("--output", output, "Where the settings are written; \"-\" is standard output")
@@ -191,7 +195,8 @@ int Run(int argc, char** argv) {
     std::vector<std::string> call_arguments;
     DescribedInput call_input;
     DescribedInput pick_input;
-    CLI::App* pick = app.add_subcommand("pick", "Shows the dialog or editor of a setting, and what it changed");
+    CLI::App* pick =
+        app.add_subcommand("pick", "Shows the dialog or editor of a setting, and what it changed");
     pick->add_option("NAME", name, "The setting, such as DestinationPath")->required();
     add_source(pick);
     pick->add_option("--output", output, "Where the settings are written then; \"-\" is standard output")
@@ -199,7 +204,8 @@ int Run(int argc, char** argv) {
     pick_input.AddTo(pick);
 
     CLI::App* types = app.add_subcommand("types", "Shows the type library: what scripts see of the server");
-    CLI::App* call = app.add_subcommand("call", "Calls an operation of a setting by its name, as a script does");
+    CLI::App* call =
+        app.add_subcommand("call", "Calls an operation of a setting by its name, as a script does");
     call->add_option("NAME.OPERATION", operation, "Such as Mode.Title")->required();
     call->add_option("ARG", call_arguments, "A whole number, a text, null, or @NAME for a setting");
     add_source(call);

@@ -36,7 +36,8 @@ std::wstring Extension(IMediaObject* media) {
     TextResult name, extension;
     if (media->get_CurrentFormat(format.Put()) != S_OK) return {};
     const auto info = format.As<IOutputFormatInfo>();
-    return info && SUCCEEDED(info->GetFormatInfo(name.Put(), extension.Put())) ? extension.Get() : std::wstring();
+    return info && SUCCEEDED(info->GetFormatInfo(name.Put(), extension.Put())) ? extension.Get()
+                                                                               : std::wstring();
 }
 
 }  // namespace
@@ -134,13 +135,15 @@ STDMETHODIMP MediaObject::GetOuputFileName(BSTR* pVal) try {
     const Ref<IProperty> mode = root_ ? Find(root_, L"Mode") : Ref<IProperty>();
     Value series;
     std::filesystem::path file;
-    if (mode && mode->get_Value(series.Put()) == S_OK && series.kind() == VT_I4 && series.get().lVal == kSeries) {
+    if (mode && mode->get_Value(series.Put()) == S_OK && series.kind() == VT_I4 &&
+        series.get().lVal == kSeries) {
         // One file for each input, named by the pattern.
         const std::wstring source = std::filesystem::path(TextOf(root_, L"PathToMediaFile")).stem().wstring();
         std::wstring name = TextOf(root_, L"FileNamePattern");
         for (size_t at = 0; (at = name.find(kSourceName, at)) != name.npos; at += source.size())
             name.replace(at, std::wcslen(kSourceName), source);
-        if (!name.empty()) file = std::filesystem::path(TextOf(root_, L"DestinationPath")) / (name + Extension(this));
+        if (!name.empty())
+            file = std::filesystem::path(TextOf(root_, L"DestinationPath")) / (name + Extension(this));
     } else {
         file = TextOf(root_, L"OutputMediaName");
     }

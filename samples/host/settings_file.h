@@ -34,9 +34,10 @@ Element ParseSettings(std::string_view bytes);
 /// The same for a file. At most 16 MB.
 std::string ReadWhole(const std::filesystem::path& file);
 
-/// Calls write for a draft beside the file, which takes the file's place once it is whole: when write throws, the old
-/// file stays. What is no file, such as a device, is written to as it is. Throws Problem.
-void ReplaceFile(const std::filesystem::path& file, const std::function<void(const std::filesystem::path&)>& write);
+/// Calls write for a draft beside the file, which takes the file's place once it is whole: when write throws,
+/// the old file stays. What is no file, such as a device, is written to as it is. Throws Problem.
+void ReplaceFile(const std::filesystem::path& file,
+                 const std::function<void(const std::filesystem::path&)>& write);
 /// The same for bytes.
 void WriteWhole(const std::filesystem::path& file, std::string_view bytes);
 

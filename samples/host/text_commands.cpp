@@ -12,7 +12,8 @@ namespace {
 
 // --- Dynamic text
 
-/// The text node of the job's watermark, whose formats count. A job without a watermark gets one for the occasion.
+/// The text node of the job's watermark, whose formats count. A job without a watermark gets one for the
+/// occasion.
 Ref<IDynamicText> TextNode(const Job& job, Ref<IProperty>* owner) {
     *owner = Find(job.Root(), L"WaterMarkSrcTextDesc");
     if (!*owner) {
@@ -132,14 +133,17 @@ int ExpandText(const JobSource& source, const std::optional<std::wstring>& text,
         return 0;
     }
     const std::wstring expanded = Expanded(node.get(), *text);
-    if (expanded.empty() && !text->empty()) throw Problem("the text is too long, or grows too long: 512 bytes at most");
+    if (expanded.empty() && !text->empty())
+        throw Problem("the text is too long, or grows too long: 512 bytes at most");
     Print(Utf8(expanded) + '\n');
     for (std::wstring rest = Lower(*text); const Variable& variable : variables) {
         const size_t at = rest.find(variable.key);
         if (at == rest.npos) continue;
         // A longer variable is not the shorter one that begins like it.
-        for (size_t found; (found = rest.find(variable.key)) != rest.npos;) rest.replace(found, variable.key.size(), L" ");
-        if (variable.Missing()) PrintError("note: " + Utf8(variable.key) + " stays: " + WhatIsMissing(variable));
+        for (size_t found; (found = rest.find(variable.key)) != rest.npos;)
+            rest.replace(found, variable.key.size(), L" ");
+        if (variable.Missing())
+            PrintError("note: " + Utf8(variable.key) + " stays: " + WhatIsMissing(variable));
     }
     return 0;
 }

@@ -29,7 +29,9 @@ void Check(HRESULT status) {
 template <class Description, auto kGet, auto kRelease, class Owner, class... Index>
 class Described {
 public:
-    explicit Described(Owner* owner, Index... index) : owner_(owner) { Check((owner->*kGet)(index..., &description_)); }
+    explicit Described(Owner* owner, Index... index) : owner_(owner) {
+        Check((owner->*kGet)(index..., &description_));
+    }
     Described(const Described&) = delete;
     Described& operator=(const Described&) = delete;
     ~Described() { (owner_->*kRelease)(description_); }
@@ -76,8 +78,8 @@ std::string TypeText(ITypeInfo* type, const TYPEDESC& kind) {
         case VT_USERDEFINED:
             return NameOf(Referred(type, kind.hreftype).get());
         case VT_CARRAY:
-            return TypeText(type, kind.lpadesc->tdescElem) + "[" + std::to_string(kind.lpadesc->rgbounds[0].cElements) +
-                   "]";
+            return TypeText(type, kind.lpadesc->tdescElem) + "[" +
+                   std::to_string(kind.lpadesc->rgbounds[0].cElements) + "]";
         case VT_I2:
             return "short";
         case VT_I4:
@@ -137,12 +139,15 @@ void PrintInterface(ITypeInfo* given) {
     for (UINT i = 0; i < attributes->cFuncs; ++i) {
         const Function function(type.get(), i);
         const std::vector<std::string> names = NamesOf(type.get(), function->memid);
-        const bool put = function->invkind == INVOKE_PROPERTYPUT || function->invkind == INVOKE_PROPERTYPUTREF;
+        const bool put =
+            function->invkind == INVOKE_PROPERTYPUT || function->invkind == INVOKE_PROPERTYPUTREF;
         const char* const kind = put ? "put" : function->invkind == INVOKE_PROPERTYGET ? "get" : "   ";
         std::string text = "  " + Padded(std::to_string(function->oVft / SHORT(sizeof(void*))), 4) +
-                           Padded(Hex(static_cast<unsigned long>(function->memid)), 7) + kind + ' ' + names.at(0) + '(';
+                           Padded(Hex(static_cast<unsigned long>(function->memid)), 7) + kind + ' ' +
+                           names.at(0) + '(';
         for (SHORT k = 0; k < function->cParams; ++k) {
-            const bool value = put && k == function->cParams - 1;  // it has no name, though a read may lend it one
+            const bool value =
+                put && k == function->cParams - 1;  // it has no name, though a read may lend it one
             const size_t place = size_t(k) + 1;
             if (k > 0) text += ", ";
             text += ParameterText(type.get(), function->lprgelemdescParam[k],
@@ -157,8 +162,8 @@ void PrintRecord(ITypeInfo* type) {
     Print("record " + NameOf(type) + ", " + std::to_string(attributes->cbSizeInstance) + " bytes\n");
     for (UINT i = 0; i < attributes->cVars; ++i) {
         const Field field(type, i);
-        Print("  " + Padded(std::to_string(field->oInst), 4) + TypeText(type, field->elemdescVar.tdesc) + ' ' +
-              NamesOf(type, field->memid).at(0) + '\n');
+        Print("  " + Padded(std::to_string(field->oInst), 4) + TypeText(type, field->elemdescVar.tdesc) +
+              ' ' + NamesOf(type, field->memid).at(0) + '\n');
     }
 }
 
@@ -184,7 +189,8 @@ int ShowTypes() {
         TextResult name, help;
         Check(library->GetDocumentation(-1, name.Put(), help.Put(), nullptr, nullptr));
         Print("library " + Utf8(name.Get()) + ' ' + std::to_string(attributes->wMajorVerNum) + '.' +
-              std::to_string(attributes->wMinorVerNum) + ' ' + IdText(attributes->guid) + ", " + Utf8(help.Get()) + '\n');
+              std::to_string(attributes->wMinorVerNum) + ' ' + IdText(attributes->guid) + ", " +
+              Utf8(help.Get()) + '\n');
     }
     TYPEKIND last = TKIND_MAX;
     for (UINT i = 0; i < library->GetTypeInfoCount(); ++i) {

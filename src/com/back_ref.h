@@ -1,5 +1,5 @@
-// Back references: pointers to what owns us, which we don't count. Each one is linked to its target, and a target that
-// ends clears them all, so none can be followed or handed out afterwards.
+// Back references: pointers to what owns us, which we don't count. Each one is linked to its target, and a
+// target that ends clears them all, so none can be followed or handed out afterwards.
 #pragma once
 
 #include <bvschema/bvschema.h>
@@ -62,8 +62,8 @@ private:
     BackRefLink* first_ = nullptr;
 };
 
-/// A pointer to an object that isn't counted, and that becomes null when an object of ours ends. A foreign object must
-/// outlive it.
+/// A pointer to an object that isn't counted, and that becomes null when an object of ours ends. A foreign
+/// object must outlive it.
 template <class T>
 class BackRef final : public BackRefLink {
 public:
@@ -74,7 +74,8 @@ public:
     void Set(T* pointer) { Set(pointer, ReferrersOf(pointer)); }
     /// The same with what ReferrersOf gives: one question for many back references.
     void Set(T* pointer, BackRefLink** referrers) {
-        Unlink();  // also when it is the same: a foreign object may have gone, and one of ours stand in its place
+        // Also when it is the same: a foreign object may have gone, and one of ours stand in its place.
+        Unlink();
         pointer_ = pointer;
         if (referrers) Link(referrers);
     }

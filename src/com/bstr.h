@@ -63,7 +63,8 @@ struct ConstBstr {
     constexpr std::wstring_view View() const { return {text, N - 1}; }
     constexpr operator const wchar_t*() const { return text; }  // NOLINT: it is a literal with a length
 
-    alignas(8) std::uint32_t before = 0;  // so that the length ends where the characters begin, on 64 bits too
+    // So that the length ends where the characters begin, on 64 bits too.
+    alignas(8) std::uint32_t before = 0;
     std::uint32_t bytes;
     wchar_t text[N];
 };
@@ -97,7 +98,8 @@ struct LiteralText {
     constexpr LiteralText(const wchar_t* literal)  // NOLINT: it is a literal
         : text(literal), length(literal ? unsigned(std::char_traits<wchar_t>::length(literal)) : 0) {}
     template <size_t N>
-    constexpr LiteralText(const ConstBstr<N>& literal) : text(literal.text), length(N - 1) {}  // NOLINT: likewise
+    constexpr LiteralText(const ConstBstr<N>& literal)
+        : text(literal.text), length(N - 1) {}  // NOLINT: likewise
     constexpr explicit operator bool() const { return text != nullptr; }
     constexpr std::wstring_view View() const { return {text ? text : L"", length}; }
 
@@ -120,7 +122,9 @@ inline bool SameLetters(std::wstring_view a, std::wstring_view b) {
 }
 
 /// Whether two names are the same, without regard to case. Most differ in length already.
-inline bool SameName(std::wstring_view a, std::wstring_view b) { return a.size() == b.size() && SameLetters(a, b); }
+inline bool SameName(std::wstring_view a, std::wstring_view b) {
+    return a.size() == b.size() && SameLetters(a, b);
+}
 
 /// A text that is a literal of ours for most of its life: copied only when somebody puts another.
 class NodeText {

@@ -75,8 +75,8 @@ inline bool SameObject(IUnknown* a, IUnknown* b) {
     return a == b || (a && b && Query<IUnknown>(a).get() == Query<IUnknown>(b).get());
 }
 
-#define RETURN_IF_FAILED(expression)                                       \
-    do {                                                                   \
+#define RETURN_IF_FAILED(expression)                                               \
+    do {                                                                           \
         if (const HRESULT status_ = (expression); FAILED(status_)) return status_; \
     } while (false)
 

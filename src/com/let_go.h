@@ -6,8 +6,9 @@
 
 namespace bv {
 
-/// Releases a reference that an object held, at its end. What ends takes with it what it holds; where that goes deeper than
-/// the stack is sure to last, references wait, and the call at that depth releases those that do one after another.
+/// Releases a reference that an object held, at its end. What ends takes with it what it holds; where that
+/// goes deeper than the stack is sure to last, references wait, and the call at that depth releases those
+/// that do one after another.
 void LetGo(IUnknown* reference);
 
 template <class T>

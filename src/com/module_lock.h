@@ -6,7 +6,8 @@
 
 namespace bv {
 
-/// What keeps the module from being unloaded: living objects, LockServer calls, class objects held from outside.
+/// What keeps the module from being unloaded: living objects, LockServer calls, class objects held from
+/// outside.
 inline std::atomic<LONG> module_locks{0};
 
 inline void LockModule() { module_locks.fetch_add(1, std::memory_order_relaxed); }

@@ -93,7 +93,8 @@ struct RowOf<Held<Member>> {
 };
 }  // namespace detail
 
-/// What QueryInterface answers. The first row is an interface of the object itself: it is the object's identity.
+/// What QueryInterface answers. The first row is an interface of the object itself: it is the object's
+/// identity.
 template <class First, class... Rest>
 struct InterfaceMap {
     template <class... More>
@@ -113,8 +114,8 @@ struct InterfaceMap {
     }
 };
 
-/// A T that others can point back to, as late binding makes any object a parent. One that is a target itself stays as it
-/// is; of any other its form answers for it.
+/// A T that others can point back to, as late binding makes any object a parent. One that is a target itself
+/// stays as it is; of any other its form answers for it.
 template <class T>
 class Referred : public T, public BackRefTarget {
 protected:
@@ -127,7 +128,7 @@ protected:
     }
 };
 template <class T>
-    requires std::is_base_of_v<BackRefTarget, T>
+requires std::is_base_of_v<BackRefTarget, T>
 class Referred<T> : public T {
 protected:
     HRESULT Answer(REFIID iid, void** out) { return T::Answers::Find(static_cast<T*>(this), iid, out); }
@@ -176,7 +177,8 @@ private:
     typename T::References count_;
 };
 
-/// The form inside an outer object: the outer one answers for it. This is the IUnknown that the outer object holds.
+/// The form inside an outer object: the outer one answers for it. This is the IUnknown that the outer object
+/// holds.
 template <class T>
 class Inner final : public IUnknown {
 public:
@@ -230,8 +232,8 @@ private:
     typename T::References count_;
 };
 
-/// Creates a T, alone or inside an outer object, and asks it for an interface. The status of its final construction or
-/// of that query; nothing remains after a failure.
+/// Creates a T, alone or inside an outer object, and asks it for an interface. The status of its final
+/// construction or of that query; nothing remains after a failure.
 template <class T>
 HRESULT CreateObject(IUnknown* outer, REFIID iid, void** out) {
     const auto finish = [&](auto* object) -> HRESULT {
@@ -281,7 +283,8 @@ public:
     }
 };
 
-/// Creates an in-process object by class id, through the component model. Null and the status when it can't be made.
+/// Creates an in-process object by class id, through the component model. Null and the status when it can't
+/// be made.
 template <class I>
 ComPtr<I> Create(REFCLSID cls, HRESULT* status = nullptr, DWORD context = 0x17) {
     ComPtr<I> object;
@@ -294,7 +297,7 @@ ComPtr<I> Create(REFCLSID cls, HRESULT* status = nullptr, DWORD context = 0x17) 
 }  // namespace bv
 
 /// What a class's file gives: the creator that the class table calls.
-#define BV_CREATOR(Class)                                                        \
-    HRESULT Create##Class(IUnknown* outer, REFIID iid, void** out) {             \
-        return CreateObject<Class>(outer, iid, out);                             \
+#define BV_CREATOR(Class)                                            \
+    HRESULT Create##Class(IUnknown* outer, REFIID iid, void** out) { \
+        return CreateObject<Class>(outer, iid, out);                 \
     }

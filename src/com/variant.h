@@ -61,13 +61,14 @@ public:
         Clear();
         return this;
     }
-    /// Becomes a copy; of a reference, which is the caller's, a copy of what it points to. When it can't, it holds the status
-    /// as VT_ERROR.
+    /// Becomes a copy; of a reference, which is the caller's, a copy of what it points to. When it can't, it
+    /// holds the status as VT_ERROR.
     void CopyFrom(const VARIANT& source) {
         Variant copy;
         if (IsPlain(source.vt)) {
             static_cast<VARIANT&>(copy) = source;
-        } else if (const HRESULT status = VariantCopyInd(&copy, const_cast<VARIANT*>(&source)); FAILED(status)) {
+        } else if (const HRESULT status = VariantCopyInd(&copy, const_cast<VARIANT*>(&source));
+                   FAILED(status)) {
             copy.vt = VT_ERROR;
             copy.scode = status;
         }
@@ -131,7 +132,8 @@ inline VARIANT Lend(BSTR text) {
     return value;
 }
 
-/// Whether two values are the same: of one kind and equal in it. Kinds without a rule are never equal, but to themselves.
+/// Whether two values are the same: of one kind and equal in it. Kinds without a rule are never equal, but to
+/// themselves.
 bool SameValue(const VARIANT& a, const VARIANT& b);
 bool SameValue(const VARIANT& a, const Literal& b);
 

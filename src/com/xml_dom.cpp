@@ -50,7 +50,8 @@ public:
         if (at_->get_attributes(map.Put()) == S_OK && map) {
             while (map->nextNode(attribute.Put()) == S_OK && attribute) {
                 Bstr name, text;
-                if (FAILED(attribute->get_nodeName(name.Put())) || FAILED(attribute->get_text(text.Put()))) continue;
+                if (FAILED(attribute->get_nodeName(name.Put())) || FAILED(attribute->get_text(text.Put())))
+                    continue;
                 attributes_.push_back({name.View(), text.View()});
                 texts_.push_back(std::move(name));
                 texts_.push_back(std::move(text));

@@ -3,8 +3,8 @@
 namespace bv {
 namespace {
 
-/// The depth first search from one node: itself, its children, the node that its value holds. Active nodes match; all are
-/// walked. Foreign nodes are asked through their interfaces.
+/// The depth first search from one node: itself, its children, the node that its value holds. Active nodes
+/// match; all are walked. Foreign nodes are asked through their interfaces.
 class TreeSearch {
 public:
     TreeSearch(std::wstring_view name, IProperty** result) : name_(name), result_(result) {}
@@ -78,7 +78,8 @@ PropertyBase* NodeBehind(IUnknown* object) {
     return same ? &node : nullptr;
 }
 
-ComPtr<IProperty> NodeAt(IEnumProperties* children, ChildList* own, LONG index, bool* end, PropertyBase** node) {
+ComPtr<IProperty> NodeAt(IEnumProperties* children, ChildList* own, LONG index, bool* end,
+                         PropertyBase** node) {
     if (own) {
         *end = size_t(index) >= own->Items().size();
         if (*end) return nullptr;
@@ -134,8 +135,8 @@ STDMETHODIMP ChildList::AddProperty(BSTR Name, GUID* refclsid, IDispatch* pParen
     return pRet ? node.CopyTo(pRet) : S_OK;
 }
 
-ComPtr<IProperty> ChildList::AddNode(std::wstring_view name, bool literal, const CLSID& cls, PropertyBase& parent,
-                                     PropertyBase** own) {
+ComPtr<IProperty> ChildList::AddNode(std::wstring_view name, bool literal, const CLSID& cls,
+                                     PropertyBase& parent, PropertyBase** own) {
     auto node = Create<IProperty>(cls);
     if (!node) return nullptr;
     PropertyBase* ours = NodeBehind(node.get());

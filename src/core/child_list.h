@@ -49,8 +49,8 @@ public:
     }
     const std::vector<Item>& Items() const { return items_; }
     HRESULT Append(IUnknown* object);
-    /// Creates a node of the class and appends it, with a parent of ours. Null when it can't be created. own: set to the node
-    /// when it is one of ours.
+    /// Creates a node of the class and appends it, with a parent of ours. Null when it can't be created. own:
+    /// set to the node when it is one of ours.
     ComPtr<IProperty> AddNode(std::wstring_view name, bool literal, const CLSID& cls, PropertyBase& parent,
                               PropertyBase** own);
     HRESULT Search(std::wstring_view name, IProperty* from, IProperty** result);
@@ -61,9 +61,9 @@ private:
     PropertyBase* owner_ = nullptr;  // the node that is parent_, while that isn't null
 };
 
-/// The i-th item of a collection, ours or foreign, as a node: null past the end (and *end is set then) and for an object
-/// that is no node. The caller gets a reference, since what it does may remove the item. node: set to the node when it is
-/// one of ours.
+/// The i-th item of a collection, ours or foreign, as a node: null past the end (and *end is set then) and
+/// for an object that is no node. The caller gets a reference, since what it does may remove the item. node:
+/// set to the node when it is one of ours.
 ComPtr<IProperty> NodeAt(IEnumProperties* children, ChildList* own, LONG index, bool* end,
                          PropertyBase** node = nullptr);
 

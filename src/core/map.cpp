@@ -12,7 +12,8 @@ public:
     using Answers = InterfaceMap<IMap, IDispatch, ISupportErrorInfo, IBackRefTarget, Held<&Map::nodes_>>;
 
     HRESULT FinalConstruct() {
-        if (FAILED(CreateObject<ChildList>(nullptr, kIid<IEnumProperties>, nodes_.PutVoid()))) return E_OUTOFMEMORY;
+        if (FAILED(CreateObject<ChildList>(nullptr, kIid<IEnumProperties>, nodes_.PutVoid())))
+            return E_OUTOFMEMORY;
         list_ = &nodes_.As<IChildList>()->List();
         return S_OK;
     }
@@ -30,7 +31,8 @@ public:
     }
     STDMETHODIMP put_PropertyVal(BSTR Name, IProperty* pParent, VARIANT newVal) override {
         ComPtr<IProperty> node;
-        return nodes_->FindProperty(Name, pParent, node.Put()) == S_OK ? node->put_Value(newVal) : E_INVALIDARG;
+        return nodes_->FindProperty(Name, pParent, node.Put()) == S_OK ? node->put_Value(newVal)
+                                                                       : E_INVALIDARG;
     }
     STDMETHODIMP RemoveProperties(BSTR Name, IProperty* pParent) override {
         std::ignore = nodes_->RemoveByName(Name, pParent);

@@ -34,15 +34,15 @@ struct FilterDecl {
 
 /// What a node holds when its creation call returns. Constant data: texts are literals, arrays are static.
 struct NodeDecl {
-    LiteralText name = {};             // identifier for search and XML
-    CLSID cls = clsid::PropertySimple; // own class; in `children`, the class to create
-    LiteralText title = {};            // shown beside the value
-    LONG type = 0;                     // style word, for the host
-    int description = 0;               // string-table id, 0: none
-    LiteralText help = {};             // description as a text of its own
-    Literal value = {};                // I4(1), Text(L""), Empty(); {}: no store, a group
-    Rows<Choice> choices = {};         // value list, in the order shown
-    Rows<NodeDecl> children = {};      // in tree order
+    LiteralText name = {};                // identifier for search and XML
+    CLSID cls = clsid::PropertySimple;    // own class; in `children`, the class to create
+    LiteralText title = {};               // shown beside the value
+    LONG type = 0;                        // style word, for the host
+    int description = 0;                  // string-table id, 0: none
+    LiteralText help = {};                // description as a text of its own
+    Literal value = {};                   // I4(1), Text(L""), Empty(); {}: no store, a group
+    Rows<Choice> choices = {};            // value list, in the order shown
+    Rows<NodeDecl> children = {};         // in tree order
     const NodeDecl* extension = nullptr;  // unit or converter beside the value
     const FilterDecl* filter = nullptr;   // to be created once the node is in the tree
     bool hidden = false;

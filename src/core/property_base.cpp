@@ -11,7 +11,8 @@ ComPtr<IProperty> NodeOfValue(const std::optional<Variant>& value) {
     return value ? Query<IProperty>(ObjectOf(*value)) : nullptr;
 }
 
-/// The parent in a SetInfo value. An IUnknown is asked what it is; a node has no IDispatch of its own to be asked for.
+/// The parent in a SetInfo value. An IUnknown is asked what it is; a node has no IDispatch of its own to be
+/// asked for.
 ComPtr<IDispatch> ParentOf(const VARIANT& value) {
     if (value.vt == VT_DISPATCH) return value.pdispVal;
     if (auto node = Query<IProperty>(value.punkVal)) return node.get();
@@ -335,7 +336,8 @@ STDMETHODIMP PropertyBase::put_MediaObject(IDispatch* newVal) {
         Variant value;
         if (!item || FAILED(item->get_Value(value.Put()))) continue;
         if (auto node = Query<IProperty>(ObjectOf(value))) std::ignore = node->put_MediaObject(newVal);
-        if (auto format = Query<IOutputFormatInfo>(ObjectOf(value))) std::ignore = format->SetMediaObject(newVal);
+        if (auto format = Query<IOutputFormatInfo>(ObjectOf(value)))
+            std::ignore = format->SetMediaObject(newVal);
     }
     return S_OK;
 }
@@ -459,7 +461,8 @@ ComPtr<IProperty> PropertyBase::AddDeclared(const NodeDecl& decl, bool literal_n
     if (decl.filter) {
         CLSID cls = decl.filter->cls;
         // Without its filter the node stands as it was declared.
-        if (auto init = child.As<IFilterImplInit>()) std::ignore = init->Init(Bstr(decl.filter->name).get(), &cls);
+        if (auto init = child.As<IFilterImplInit>())
+            std::ignore = init->Init(Bstr(decl.filter->name).get(), &cls);
     }
     if (decl.hidden) std::ignore = child->put_IsHide(1);
     if (decl.disabled) std::ignore = child->put_IsDisabled(1);

@@ -22,8 +22,8 @@ struct INode : IUnknown {
 template <>
 inline constexpr IID kIid<INode> = GuidOf("0C5E1C66-5D34-4F5C-8A59-2C4C1B5F6D02");
 
-/// The node of ours behind an object, null for a foreign one, also for one that stands in front of a node of ours with an
-/// IProperty, an ISettingsWriter or children of its own. Valid as long as the object.
+/// The node of ours behind an object, null for a foreign one, also for one that stands in front of a node of
+/// ours with an IProperty, an ISettingsWriter or children of its own. Valid as long as the object.
 PropertyBase* NodeBehind(IUnknown* object);
 
 class PropertyBase : public Dispatch<IProperty>,
@@ -82,10 +82,18 @@ public:
     void FinalRelease();
 
     /// The walks that go through a whole tree.
-    enum Walk : unsigned char { kHide = 1, kDisable = 2, kActivate = 4, kSearch = 8, kWrite = 16, kInit = 32, kGive = 64 };
-    /// A walk's way through a node and all below it. False while the same walk is on its way there already, and too deep
-    /// for the stack: scripts can make a node its own value or descendant, or a chain of any length, and nothing refuses
-    /// that.
+    enum Walk : unsigned char {
+        kHide = 1,
+        kDisable = 2,
+        kActivate = 4,
+        kSearch = 8,
+        kWrite = 16,
+        kInit = 32,
+        kGive = 64
+    };
+    /// A walk's way through a node and all below it. False while the same walk is on its way there already,
+    /// and too deep for the stack: scripts can make a node its own value or descendant, or a chain of any
+    /// length, and nothing refuses that.
     class Passage {
     public:
         Passage(PropertyBase& node, Walk walk, int& depth = Depth())
@@ -152,7 +160,8 @@ protected:
     // Building.
     /// Value, value list, extension and children of the declaration.
     void Build(const NodeDecl& decl);
-    /// A child by its name and class; null when it can't be created. What the declaration sets beside them is adopted.
+    /// A child by its name and class; null when it can't be created. What the declaration sets beside them is
+    /// adopted.
     ComPtr<IProperty> AddChild(const NodeDecl& decl);
     template <class I>
     ComPtr<I> AddChild(const NodeDecl& decl) {
@@ -182,8 +191,9 @@ protected:
     /// Stores a copy as it was given, making the store when there is none; no hook runs.
     HRESULT StoreQuietly(const VARIANT& value);
     HRESULT StoreQuietly(std::wstring_view text);
-    /// Stores a number of any kind as it was given, when its value is within both ends; no hook runs. E_NOTIMPL for a node
-    /// without a store, the conversion's status for what is no number, the message of that id outside the range.
+    /// Stores a number of any kind as it was given, when its value is within both ends; no hook runs.
+    /// E_NOTIMPL for a node without a store, the conversion's status for what is no number, the message of
+    /// that id outside the range.
     HRESULT StoreInRange(const VARIANT& value, SHORT lowest, SHORT highest, int refusal);
     /// put_Value: the check of the non-negative bit, the hooks round the store.
     HRESULT StoreChecked(const VARIANT& value);
@@ -235,8 +245,9 @@ private:
 
 public:
     // A node passes two queries on to objects that it holds.
-    using Answers = InterfaceMap<IProperty, IBaseObj, ISupportErrorInfo, ISettingsWriter, INode, IBackRefTarget,
-                                 Held<&PropertyBase::children_>, Held<&PropertyBase::values_>>;
+    using Answers =
+        InterfaceMap<IProperty, IBaseObj, ISupportErrorInfo, ISettingsWriter, INode, IBackRefTarget,
+                     Held<&PropertyBase::children_>, Held<&PropertyBase::values_>>;
 };
 
 }  // namespace bv

@@ -31,7 +31,8 @@ private:
     Variant value_;
 };
 
-/// An object becomes VT_UNKNOWN with the pointer that is its identity, whichever interface it arrived through.
+/// An object becomes VT_UNKNOWN with the pointer that is its identity, whichever interface it arrived
+/// through.
 void ToIdentity(Variant& value) {
     if (value.vt != VT_DISPATCH && value.vt != VT_UNKNOWN) return;
     auto identity = Query<IUnknown>(ObjectOf(value));

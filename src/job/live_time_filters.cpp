@@ -53,7 +53,8 @@ STDMETHODIMP LiveTimeFilters::Item(LONG nID, IUnknown** ppUnk) {
 }
 
 STDMETHODIMP LiveTimeFilters::Remove(IUnknown* ppUnk) {
-    const auto place = std::find_if(objects_.begin(), objects_.end(), [&](auto& o) { return o.get() == ppUnk; });
+    const auto place =
+        std::find_if(objects_.begin(), objects_.end(), [&](auto& o) { return o.get() == ppUnk; });
     if (place == objects_.end()) return S_FALSE;
     const auto gone = std::move(*place);  // its end comes when the list is whole again
     objects_.erase(place);
@@ -84,7 +85,8 @@ STDMETHODIMP LiveTimeFilters::AddByCLSID(CLSID* pClsID, IUnknown** ppUnk) {
 
 STDMETHODIMP LiveTimeFilters::SetMediaObject(IDispatch* ppUnk) {
     media_.Set(ppUnk);
-    for (size_t i = 0; i < objects_.size(); ++i)  // by index: a node that learns of the job may change the list
+    for (size_t i = 0; i < objects_.size();
+         ++i)  // by index: a node that learns of the job may change the list
         if (const auto node = objects_[i].As<IProperty>()) std::ignore = node->put_MediaObject(ppUnk);
     return S_OK;
 }

@@ -4,8 +4,11 @@
 namespace bv {
 namespace {
 
-constexpr NodeDecl kAction = {
-    .name = names::kAction, .cls = clsid::PropertyAction, .title = L"Actions", .type = 0xC0, .description = 1118};
+constexpr NodeDecl kAction = {.name = names::kAction,
+                              .cls = clsid::PropertyAction,
+                              .title = L"Actions",
+                              .type = 0xC0,
+                              .description = 1118};
 
 /// The actions that are registered on the machine when the tree is built.
 class PropertyAction : public PropertyBase {
@@ -15,7 +18,8 @@ public:
 protected:
     void BuildChildren() override {
         ForEachRegistered(category::Actions, [this](tagGUIDREG& found) {
-            auto action = AddChild<IActionImplInit>({.name = found.bstrName, .cls = clsid::PropertyActionImpl});
+            auto action =
+                AddChild<IActionImplInit>({.name = found.bstrName, .cls = clsid::PropertyActionImpl});
             if (action)
                 std::ignore =
                     action->Init(found.bstrName, found.pExtrData[0], found.pExtrData[1], &found.clsGUID);

@@ -26,7 +26,8 @@ public:
             const size_t prefix = std::wcslen(root_name);
             const std::wstring_view text = View(name).substr(0, kMaxName - prefix);
             root_name[prefix + text.copy(root_name + prefix, text.size())] = 0;
-            std::ignore = Children()->AddObject(Bstr(root_name).get(), static_cast<IProperty*>(this), root.get());
+            std::ignore =
+                Children()->AddObject(Bstr(root_name).get(), static_cast<IProperty*>(this), root.get());
         }
         SetTitle(View(title));
         SetDescriptionText(View(description));

@@ -9,13 +9,14 @@ constexpr Choice kDepths[] = {
     {L"RGB, 24 bits pixel", I4(5)},
     {L"RGB, 8 bits pixel. Pallettized" /* sic */, I4(8)},
 };
-constexpr NodeDecl kColorDepth = {
-    .cls = clsid::PropertyColorDepth,
-    .title = L"Color Depth",
-    .type = 4,
-    .help = L"Count bit per pixel.\nDoesn't use a <source> for Single output mode, if you want join some media files!",
-    .value = I4(5),
-    .choices = kDepths};
+constexpr NodeDecl kColorDepth = {.cls = clsid::PropertyColorDepth,
+                                  .title = L"Color Depth",
+                                  .type = 4,
+                                  .help =
+                                      L"Count bit per pixel.\nDoesn't use a <source> for Single output mode, "
+                                      L"if you want join some media files!",
+                                  .value = I4(5),
+                                  .choices = kDepths};
 
 class PropertyColorDepth : public PropertyBase {
 public:

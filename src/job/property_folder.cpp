@@ -34,7 +34,8 @@ bool ToFolderOf(PathBuffer& file) {
     return !file[0] || PathAddBackslashA(file);
 }
 
-/// A folder that is absolute, or relative to where the job's files are. Value is resolved, Format is what was typed.
+/// A folder that is absolute, or relative to where the job's files are. Value is resolved, Format is what was
+/// typed.
 class PropertyFolder : public PropertyBase {
 public:
     PropertyFolder() : PropertyBase(kFolder) {}
@@ -74,8 +75,8 @@ private:
         return S_OK;
     }
 
-    /// Where a relative path counts from. The job's own folder counts from the input file; any other, such as a cut's, from
-    /// what the job says of its output.
+    /// Where a relative path counts from. The job's own folder counts from the input file; any other, such as
+    /// a cut's, from what the job says of its output.
     bool BaseFolder(PathBuffer& base) {
         const auto common = Find(names::kCommon);
         if (!common) return false;
@@ -84,8 +85,8 @@ private:
         if (SameObject(destination.get(), static_cast<IProperty*>(this))) {
             const auto input = Find(destination.get(), names::kPathToMediaFile);
             Variant path;
-            return input && input->get_Value(path.Put()) == S_OK && path.vt == VT_BSTR && ToPath(path, base) &&
-                   ToFolderOf(base);
+            return input && input->get_Value(path.Put()) == S_OK && path.vt == VT_BSTR &&
+                   ToPath(path, base) && ToFolderOf(base);
         }
         const auto mode = Find(common.get(), names::kMode);
         Variant value, number;

@@ -6,8 +6,8 @@ namespace {
 
 constexpr NodeDecl kFormats = {.name = L"OutFormats", .cls = clsid::PropertyListOutFormats};
 
-/// The choice of the output format: format objects found on the machine when the tree is built. A format's tree is switched
-/// by the active flag alone.
+/// The choice of the output format: format objects found on the machine when the tree is built. A format's
+/// tree is switched by the active flag alone.
 class PropertyListOutFormats : public PropertyBase {
 public:
     PropertyListOutFormats() : PropertyBase(kFormats) {}
@@ -24,7 +24,8 @@ protected:
         Variant first;
         if (auto item = entry.As<IListItem>(); !item || FAILED(item->get_Value(first.Put()))) return;
         std::ignore = StoreQuietly(first);
-        if (auto format = Query<IOutputFormatInfo>(ObjectOf(first)); format && format->SetOwner(nullptr) == S_OK)
+        if (auto format = Query<IOutputFormatInfo>(ObjectOf(first));
+            format && format->SetOwner(nullptr) == S_OK)
             Activate(first, 1);
     }
 

@@ -13,8 +13,8 @@ constexpr NodeDecl kChildren[] = {
 };
 constexpr NodeDecl kMain = {.name = L"Main", .cls = clsid::PropertyMain, .children = kChildren};
 
-/// Takes a node and all below it out of the index, leaves first, by name. visits: how many nodes are still walked into, as a
-/// host's nodes may hang below each other more than once.
+/// Takes a node and all below it out of the index, leaves first, by name. visits: how many nodes are still
+/// walked into, as a host's nodes may hang below each other more than once.
 void RemoveFromMap(IMap& map, BSTR name, IProperty* root, int depth, int& visits) {
     ComPtr<IProperty> node;
     if (depth < kMaxDepth && visits-- > 0 && map.get_Property(name, root, node.Put()) == S_OK) {

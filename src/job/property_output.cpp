@@ -14,7 +14,11 @@ constexpr NodeDecl kChildren[] = {
      .value = Text(L"{SOURCE_FILE_NAME}"),
      .hidden = true},
     {.name = names::kIsSplit, .cls = clsid::PropertySplit, .hidden = true},
-    {.name = L"Overwrite", .title = L"Owerwrite" /* sic */, .type = 0x20, .description = 1201, .value = I4(1)},
+    {.name = L"Overwrite",
+     .title = L"Owerwrite" /* sic */,
+     .type = 0x20,
+     .description = 1201,
+     .value = I4(1)},
 };
 constexpr NodeDecl kOutput = {.name = L"Output",
                               .cls = clsid::PropertyOutput,

@@ -13,7 +13,8 @@ constexpr NodeDecl kMediaName = {.name = names::kOutputMediaName,
                                  .description = 95,
                                  .value = Text(L"")};
 
-/// The dialog's filter text and the file extension of the job's current format; both empty when there is none.
+/// The dialog's filter text and the file extension of the job's current format; both empty when there is
+/// none.
 struct FormatFilter {
     std::string filter;
     std::string extension;
@@ -39,7 +40,8 @@ private:
     /// The stored path; a relative one of a cut counts from the job's folder.
     std::string StartName() {
         std::string name = NarrowPath(Stored());
-        if (!PathIsRelativeA(name.c_str()) || SameName(NameView(), names::kOutputMediaName.View())) return name;
+        if (!PathIsRelativeA(name.c_str()) || SameName(NameView(), names::kOutputMediaName.View()))
+            return name;
         const auto destination = Find(names::kDestinationPath);
         Variant folder;
         if (!destination || FAILED(destination->get_Value(folder.Put()))) return name;

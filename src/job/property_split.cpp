@@ -12,7 +12,12 @@ constexpr NodeDecl kChildren[] = {
      .value = I4(10),
      .extension = &kLenExt,
      .disabled = true},
-    {.name = names::kExactly, .title = L"Exactly", .type = 0x320, .description = 99, .value = I4(0), .disabled = true},
+    {.name = names::kExactly,
+     .title = L"Exactly",
+     .type = 0x320,
+     .description = 99,
+     .value = I4(0),
+     .disabled = true},
 };
 constexpr NodeDecl kSplit = {.name = names::kIsSplit,
                              .cls = clsid::PropertySplit,

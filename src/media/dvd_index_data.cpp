@@ -39,7 +39,8 @@ public:
             for (const bool title : {false, true}) {
                 const DVDSection& from = title ? info.Files[i].Title : info.Files[i].Menu;
                 const size_t count = Counted(from.Vobs, from.VobCount);
-                SetVobs(i, title, count ? std::vector(from.Vobs, from.Vobs + count) : std::vector<DVDVobRecord>());
+                SetVobs(i, title,
+                        count ? std::vector(from.Vobs, from.Vobs + count) : std::vector<DVDVobRecord>());
             }
         }
     }
@@ -57,7 +58,9 @@ public:
     DVDInfo& Info() { return info_; }
     size_t FileCount() const { return records_.size(); }
     DVDFileRecord& FileAt(size_t file) { return records_[file]; }
-    DVDSection& Section(size_t file, bool title) { return title ? records_[file].Title : records_[file].Menu; }
+    DVDSection& Section(size_t file, bool title) {
+        return title ? records_[file].Title : records_[file].Menu;
+    }
     std::vector<DVDVobRecord>& Vobs(size_t file, bool title) {
         return title ? files_[file].title : files_[file].menu;
     }
@@ -95,8 +98,8 @@ bool NumberOf(IXMLDOMNamedNodeMap* attributes, LONG index, LONG& number) {
     ComPtr<IXMLDOMNode> attribute;
     Bstr text;
     Variant value;
-    if (attributes->get_item(index, attribute.Put()) != S_OK || !attribute || FAILED(attribute->get_text(text.Put())) ||
-        FAILED(value.ChangeFrom(Lend(text.get()), VT_I4)))
+    if (attributes->get_item(index, attribute.Put()) != S_OK || !attribute ||
+        FAILED(attribute->get_text(text.Put())) || FAILED(value.ChangeFrom(Lend(text.get()), VT_I4)))
         return false;
     number = value.lVal;
     return true;
@@ -107,7 +110,8 @@ bool ReadChoice(IXMLDOMNode* node, LONG& exclude, BYTE* audio = nullptr) {
     ComPtr<IXMLDOMNamedNodeMap> attributes;
     if (node->get_attributes(attributes.Put()) != S_OK || !attributes) return false;
     LONG track = 0;
-    if (!NumberOf(attributes.get(), 0, exclude) || (audio && !NumberOf(attributes.get(), 1, track))) return false;
+    if (!NumberOf(attributes.get(), 0, exclude) || (audio && !NumberOf(attributes.get(), 1, track)))
+        return false;
     if (audio) *audio = BYTE(track);
     return true;
 }
@@ -145,7 +149,8 @@ std::unique_ptr<Record> ReadRecord(IXMLDOMNode* root) {
         if (!ReadChoice(child.get(), record->FileAt(file).Exclude)) return nullptr;
         const auto menu = FirstIn(child.get());
         const auto title = menu ? NextTo(menu.get()) : nullptr;
-        if (!title || !ReadSection(menu.get(), *record, file, false) || !ReadSection(title.get(), *record, file, true))
+        if (!title || !ReadSection(menu.get(), *record, file, false) ||
+            !ReadSection(title.get(), *record, file, true))
             return nullptr;
     }
     return record;
@@ -215,7 +220,8 @@ STDMETHODIMP DVDIndexData::Equal(BYTE* pData, int) {
     if (!pData) return E_POINTER;
     if (!info_) return S_FALSE;
     const DVDInfo& other = *reinterpret_cast<const DVDInfo*>(pData);
-    if (!SameText(info_->Info().DiscId, other.DiscId) || other.FileCount != LONG(info_->FileCount())) return S_FALSE;
+    if (!SameText(info_->Info().DiscId, other.DiscId) || other.FileCount != LONG(info_->FileCount()))
+        return S_FALSE;
     if (other.FileCount && !other.Files) return S_FALSE;
     for (size_t i = 0; i < info_->FileCount(); ++i) {
         const DVDFileRecord& file = other.Files[i];

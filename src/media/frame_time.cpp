@@ -13,14 +13,16 @@ namespace {
 
 constexpr double kUnitsPerSecond = 10000000;  // of 100 ns
 
-/// The four numbers of a time text: blanks before a number and a sign are allowed, and what follows the last is not read.
+/// The four numbers of a time text: blanks before a number and a sign are allowed, and what follows the last
+/// is not read.
 class TimeScanner {
 public:
     explicit TimeScanner(std::string_view text) : text_(text) {}
 
     /// width: characters that the number may take, with its sign.
     bool Number(LONG& value, size_t width = size_t(-1)) {
-        while (!text_.empty() && (text_[0] == ' ' || (text_[0] >= '\t' && text_[0] <= '\r'))) text_.remove_prefix(1);
+        while (!text_.empty() && (text_[0] == ' ' || (text_[0] >= '\t' && text_[0] <= '\r')))
+            text_.remove_prefix(1);
         std::string_view number = text_.substr(0, width);
         const size_t before = number.size();
         const bool negative = !number.empty() && number[0] == '-';
@@ -122,7 +124,8 @@ std::optional<LONG> FrameAt(std::string_view text, double rate) {
     const LONGLONG total = (LONGLONG(hours) * 60 + minutes) * 60 + seconds;
     const double exact = rate * (double(total) + milliseconds * 0.001);
     const LONG whole = Truncate<LONG>(exact);
-    // A shown time has lost up to 1 ms, which is 0.3 frames at a rate of 300: a rest above 0.7 means the next frame.
+    // A shown time has lost up to 1 ms, which is 0.3 frames at a rate of 300: a rest above 0.7 means the next
+    // frame.
     return exact - whole > 0.7 && whole < std::numeric_limits<LONG>::max() ? whole + 1 : whole;
 }
 
@@ -131,8 +134,10 @@ CallBstr LengthText(LONG start, LONG end, double rate) {
     const LONGLONG seconds = rate == 0 ? 0 : Truncate<LONGLONG>(double(length) * (1.0 / rate));
     Picture text;
     text.Text(L"Length: ");
-    if (seconds) text.Number(seconds).Text(L" c (").Number(length).Text(L" frm)");
-    else text.Number(length).Text(L" frm");
+    if (seconds)
+        text.Number(seconds).Text(L" c (").Number(length).Text(L" frm)");
+    else
+        text.Number(length).Text(L" frm");
     return CallBstr(text.View());
 }
 

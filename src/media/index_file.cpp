@@ -28,7 +28,8 @@ ULONGLONG GetNumber(const BYTE* bytes, int size) {
 class File {
 public:
     File(const wchar_t* path, DWORD access, DWORD disposition)
-        : handle_(CreateFileW(path, access, FILE_SHARE_READ, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr)) {}
+        : handle_(CreateFileW(path, access, FILE_SHARE_READ, nullptr, disposition, FILE_ATTRIBUTE_NORMAL,
+                              nullptr)) {}
     File(const File&) = delete;
     File& operator=(const File&) = delete;
     ~File() { Close(); }
@@ -71,7 +72,8 @@ bool IsDeviceName(std::wstring_view name) {
 }  // namespace
 
 bool IndexFile::IsSafeName(std::wstring_view name) {
-    if (name.empty() || name.size() > kMaxName || name.find(L"..") != name.npos || IsDeviceName(name)) return false;
+    if (name.empty() || name.size() > kMaxName || name.find(L"..") != name.npos || IsDeviceName(name))
+        return false;
     for (const wchar_t c : name)
         if (c < L' ' || std::wcschr(L"/\\:*?\"<>|", c)) return false;
     return true;
@@ -127,8 +129,8 @@ IndexFile::Reading IndexFile::Read(ULONGLONG fingerprint, int& kind, ByteBlock& 
     if (!file) return Reading::kMissing;
     const ULONGLONG size = file.Size();
     BYTE header[kHeaderSize];
-    if (size < kHeaderSize || size - kHeaderSize > INT_MAX ||
-        !file.Read(header, kHeaderSize) || GetNumber(header, 8) != fingerprint)
+    if (size < kHeaderSize || size - kHeaderSize > INT_MAX || !file.Read(header, kHeaderSize) ||
+        GetNumber(header, 8) != fingerprint)
         return Reading::kStale;
     const DWORD length = DWORD(size - kHeaderSize);
     if (!index.Allocate(length)) return Reading::kMissing;

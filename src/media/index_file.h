@@ -9,8 +9,8 @@
 
 namespace bv {
 
-/// What ties an index to its source: the size of a file, as its high or its low half; for a folder the sum of its entries;
-/// 0 when there is nothing there.
+/// What ties an index to its source: the size of a file, as its high or its low half; for a folder the sum of
+/// its entries; 0 when there is nothing there.
 ULONGLONG Fingerprint(const wchar_t* source);
 
 /// The file that an IDX value names. A name with a separator, a colon or ".." names none.
@@ -25,7 +25,8 @@ public:
     /// False: it couldn't be written, and isn't there.
     bool Write(ULONGLONG fingerprint, int kind, const ByteBlock& index) const;
     enum class Reading { kMissing, kGood, kStale };
-    /// kMissing: there is none, or no memory for it. kStale: of another source, or damaged. The block is empty unless kGood.
+    /// kMissing: there is none, or no memory for it. kStale: of another source, or damaged. The block is
+    /// empty unless kGood.
     Reading Read(ULONGLONG fingerprint, int& kind, ByteBlock& index) const;
     void Delete() const;
 

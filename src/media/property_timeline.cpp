@@ -16,7 +16,8 @@ constexpr NodeDecl kChildren[] = {
      .children = kPoints},
     {.name = L"TimelineOutput", .cls = clsid::PropertyTimelineOutput},
 };
-constexpr NodeDecl kTimeline = {.name = names::kTimeline, .cls = clsid::PropertyTimeline, .children = kChildren};
+constexpr NodeDecl kTimeline = {
+    .name = names::kTimeline, .cls = clsid::PropertyTimeline, .children = kChildren};
 
 /// One interval of a source, with an output rule of its own.
 class PropertyTimeline : public PropertyBase {
@@ -25,7 +26,8 @@ public:
 };
 
 // Nothing in the tree has it; a host may create it by its class id.
-constexpr NodeDecl kWidth = {.name = L"TimelineWidth", .cls = clsid::PropertyTimelineWidth, .title = L"Width", .type = 1};
+constexpr NodeDecl kWidth = {
+    .name = L"TimelineWidth", .cls = clsid::PropertyTimelineWidth, .title = L"Width", .type = 1};
 
 class PropertyTimelineWidth : public PropertyBase {
 public:

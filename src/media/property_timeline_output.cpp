@@ -31,7 +31,10 @@ constexpr NodeDecl kModeChildren[] = {
      .description = 1164,
      .value = Text(L""),
      .hidden = true},
-    {.name = names::kTimelineDestinationPath, .cls = clsid::PropertyFolder, .value = Text(L".\\"), .hidden = true},
+    {.name = names::kTimelineDestinationPath,
+     .cls = clsid::PropertyFolder,
+     .value = Text(L".\\"),
+     .hidden = true},
     {.name = names::kTimelineFileNamePattern,
      .title = L"File Name Pattern",
      .type = 1,
@@ -71,14 +74,16 @@ class PropertyTimelineOutputMode : public PropertyBase {
 public:
     PropertyTimelineOutputMode() : PropertyBase(kMode) {}
 
-    /// A cut has no output of its own while the whole job goes into one file. Asking brings what is shown up to date.
+    /// A cut has no output of its own while the whole job goes into one file. Asking brings what is shown up
+    /// to date.
     STDMETHODIMP get_IsDisabled(LONG* pVal) override {
         if (!pVal) return E_POINTER;
         LONG job_mode = 0;
         if (!FindJobMode(job_mode)) return S_OK;
         *pVal = job_mode == kOneOutput;
         if (job_mode == kOneOutput)
-            Show(false, {names::kTimelineOutputMediaName, names::kTimelineDestinationPath, names::kTimelineFileNamePattern});
+            Show(false, {names::kTimelineOutputMediaName, names::kTimelineDestinationPath,
+                         names::kTimelineFileNamePattern});
         else
             OnValueChanged();
         return S_OK;

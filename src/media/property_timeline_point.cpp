@@ -26,7 +26,8 @@ constexpr NodeDecl kEnd = {.name = names::kEndFrm,
 class Point : public PropertyBase, public ITimelinePoint {
 public:
     using Answers = PropertyBase::Answers::With<ITimelinePoint>;
-    Point(const NodeDecl& decl, Name other, bool is_start) : PropertyBase(decl), other_(other), is_start_(is_start) {}
+    Point(const NodeDecl& decl, Name other, bool is_start)
+        : PropertyBase(decl), other_(other), is_start_(is_start) {}
     void SetFrame(LONG frame) override { std::ignore = StoreQuietly(Variant(I4(frame))); }
     /// The text is the description of the node above.
     void TellLength(bool quietly) override {
@@ -47,8 +48,10 @@ protected:
         if (!other) return S_OK;
         Variant stored, limit, frame;
         std::ignore = other->get_Value(stored.Put());
-        if (const HRESULT status = limit.ChangeFrom(stored, VT_I4); FAILED(status)) return Refuse(msg::kBadType, status);
-        if (const HRESULT status = frame.ChangeFrom(value, VT_I4); FAILED(status)) return Refuse(msg::kBadType, status);
+        if (const HRESULT status = limit.ChangeFrom(stored, VT_I4); FAILED(status))
+            return Refuse(msg::kBadType, status);
+        if (const HRESULT status = frame.ChangeFrom(value, VT_I4); FAILED(status))
+            return Refuse(msg::kBadType, status);
         if (frame.lVal < 0) return Refuse(msg::kNegativeValue, E_FAIL);
         const bool crossed = is_start_ ? frame.lVal > limit.lVal : frame.lVal < limit.lVal;
         return crossed ? Refuse(msg::kStartAfterEnd, E_FAIL) : S_OK;

@@ -10,7 +10,8 @@ constexpr Choice kUnits[] = {{L"Time", I4(kTime)}, {L"Frm", I4(kFrames)}};
 constexpr NodeDecl kPointType = {
     .cls = clsid::PropertyTimelinePointType, .type = 0x10004, .value = I4(kFrames), .choices = kUnits};
 
-/// Whether a cut's point is read and typed as a frame number or as a time. The point itself always holds frames.
+/// Whether a cut's point is read and typed as a frame number or as a time. The point itself always holds
+/// frames.
 class PropertyTimelinePointType : public SimpleNode, public IValueFormat {
 public:
     using Answers = SimpleNode::Answers::With<IValueFormat>;

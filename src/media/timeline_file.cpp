@@ -50,8 +50,22 @@ VARTYPE KindIn(std::wstring_view text) {
 /// The kinds that a text can become. Objects, arrays and references are none of them.
 bool IsPlainKind(VARTYPE kind) {
     switch (kind) {
-        case VT_I1: case VT_I2: case VT_I4: case VT_I8: case VT_UI1: case VT_UI2: case VT_UI4: case VT_UI8: case VT_INT:
-        case VT_UINT: case VT_R4: case VT_R8: case VT_CY: case VT_DATE: case VT_BOOL: case VT_DECIMAL:
+        case VT_I1:
+        case VT_I2:
+        case VT_I4:
+        case VT_I8:
+        case VT_UI1:
+        case VT_UI2:
+        case VT_UI4:
+        case VT_UI8:
+        case VT_INT:
+        case VT_UINT:
+        case VT_R4:
+        case VT_R8:
+        case VT_CY:
+        case VT_DATE:
+        case VT_BOOL:
+        case VT_DECIMAL:
             return true;
         default:
             return false;
@@ -74,9 +88,10 @@ Variant ValueOf(std::wstring_view text, VARTYPE kind) {
 // --- Writing ---
 
 TextFile::TextFile(const char* name) {
-    // Opened twice: here all that is no file is refused, and a pipe doesn't wait for its reader; the C library knows the
-    // line ends.
-    HANDLE const made = CreateFileA(name, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    // Opened twice: here all that is no file is refused, and a pipe doesn't wait for its reader; the C
+    // library knows the line ends.
+    HANDLE const made =
+        CreateFileA(name, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (made == INVALID_HANDLE_VALUE) return;
     CloseHandle(made);
     file_ = std::fopen(name, "w");

@@ -13,7 +13,8 @@ namespace bv {
 /// A file as a stream, in text mode: line ends become the platform's.
 class TextFile final : public ISequentialStream {
 public:
-    /// Makes the file or empties it. The name is in the narrow code page. Folders, devices and pipes are no files.
+    /// Makes the file or empties it. The name is in the narrow code page. Folders, devices and pipes are no
+    /// files.
     explicit TextFile(const char* name);
     TextFile(const TextFile&) = delete;
     TextFile& operator=(const TextFile&) = delete;
@@ -48,8 +49,8 @@ protected:
 class TimelineReader {
 public:
     TimelineReader(LoadedCuts& list, IXmlCursor& cursor) : list_(list), cursor_(cursor) {}
-    /// The elements inside the one where the cursor stands, in order. parent: where the names are looked up; null outside a
-    /// cut.
+    /// The elements inside the one where the cursor stands, in order. parent: where the names are looked up;
+    /// null outside a cut.
     void ReadChildren(IProperty* parent, int depth = 0);
 
 private:

@@ -79,13 +79,14 @@ void Timelines::Clear() {
     }
 }
 
-/// A cut that isn't in the list yet. Without a source its length can't be told in seconds, and that is raised unless it is
-/// to be made quietly.
+/// A cut that isn't in the list yet. Without a source its length can't be told in seconds, and that is raised
+/// unless it is to be made quietly.
 ComPtr<IProperty> Timelines::Make(LONG first, LONG last, bool quietly, HRESULT& status) {
     auto timeline = Create<IProperty>(clsid::PropertyTimeline, &status);
     if (!timeline) return nullptr;
     std::ignore = timeline->put_Parent(static_cast<ITimelines*>(this));
-    const auto start = PointOf(timeline.get(), names::kStartFrm), end = PointOf(timeline.get(), names::kEndFrm);
+    const auto start = PointOf(timeline.get(), names::kStartFrm),
+               end = PointOf(timeline.get(), names::kEndFrm);
     const auto own_start = start.As<ITimelinePoint>(), own_end = end.As<ITimelinePoint>();
     if (own_start && own_end) {
         own_start->SetFrame(first);  // the second point tells the length of both
@@ -125,8 +126,8 @@ HRESULT Timelines::Append(const ComPtr<IProperty>& timeline) {
 }
 
 STDMETHODIMP Timelines::RemoveTimeline(IProperty* ptrProp) {
-    const auto found =
-        std::find_if(items_.begin(), items_.end(), [ptrProp](const Item& item) { return item.node.get() == ptrProp; });
+    const auto found = std::find_if(items_.begin(), items_.end(),
+                                    [ptrProp](const Item& item) { return item.node.get() == ptrProp; });
     if (found == items_.end()) return S_OK;
     const Item gone = std::move(*found);  // its end comes when the list is whole again
     items_.erase(found);
@@ -204,7 +205,8 @@ STDMETHODIMP Timelines::get_ActiveDuration(LONGLONG* pVal) {
     const auto map = Query<IMap>(media_.get());
     if (!map) return RaiseMessage(clsid::Timelines, msg::kNoMap);
     Variant in_use, number;
-    if (const HRESULT status = map->get_PropertyVal(names::kTimelines.get(), nullptr, in_use.Put()); FAILED(status)) {
+    if (const HRESULT status = map->get_PropertyVal(names::kTimelines.get(), nullptr, in_use.Put());
+        FAILED(status)) {
         std::ignore = RaiseMessage(clsid::Timelines, msg::kNoTimelines);
         return status;
     }

@@ -12,7 +12,8 @@ Bstr ClassText(const GUID& cls) {
     return StringFromGUID2(cls, text, 40) ? Bstr(text) : Bstr();
 }
 
-/// The text of an object value: what the object says of itself, else its label in the node's value list. False: none.
+/// The text of an object value: what the object says of itself, else its label in the node's value list.
+/// False: none.
 bool ObjectText(IProperty* node, IUnknown* object, Bstr& text) {
     if (auto item = Query<IFilterItem>(object); item && item->get_Text(text.Put()) == S_OK) return true;
     CLSID cls;
@@ -29,8 +30,8 @@ bool ObjectText(IProperty* node, IUnknown* object, Bstr& text) {
         return true;
     const auto values = Query<IListOfValues>(node);
     Variant value;
-    return values && SUCCEEDED(node->get_Value(value.Put())) && SUCCEEDED(values->get_Text(value, text.Put())) &&
-           !text.empty();
+    return values && SUCCEEDED(node->get_Value(value.Put())) &&
+           SUCCEEDED(values->get_Text(value, text.Put())) && !text.empty();
 }
 
 void WriteChild(XmlSink& sink, IUnknown* object) {
@@ -87,7 +88,8 @@ void PropertyBase::WriteElement(XmlSink& sink) {
         LONG count = 0;
         std::ignore = children_->get_Count(&count);
         for (LONG i = 0; i < count; ++i)
-            if (ComPtr<IUnknown> item; SUCCEEDED(children_->get_Item(i, item.Put()))) WriteChild(sink, item.get());
+            if (ComPtr<IUnknown> item; SUCCEEDED(children_->get_Item(i, item.Put())))
+                WriteChild(sink, item.get());
     }
     if (ex_data_) WriteChild(sink, ex_data_.get());
 

@@ -11,8 +11,8 @@
 
 namespace bv {
 
-/// A stream in front of the caller's. Our own nodes write into its buffer; a foreign object gets it as a plain stream. Its
-/// writes never fail: the caller's stream keeps its own state.
+/// A stream in front of the caller's. Our own nodes write into its buffer; a foreign object gets it as a
+/// plain stream. Its writes never fail: the caller's stream keeps its own state.
 class XmlSink final : public ISequentialStream {
 public:
     static constexpr size_t kTextLimit = 512;  // bytes of a name, value or extension value
@@ -27,8 +27,8 @@ public:
     STDMETHODIMP Read(void* bytes, ULONG count, ULONG* read) override;
     STDMETHODIMP Write(const void* bytes, ULONG count, ULONG* written) override;
 
-    /// A name in the narrow code page, made once for both ends of an element. A tree may be deep, so only names of usual
-    /// length are kept.
+    /// A name in the narrow code page, made once for both ends of an element. A tree may be deep, so only
+    /// names of usual length are kept.
     class Name {
     public:
         explicit Name(std::wstring_view text);
@@ -51,9 +51,7 @@ public:
         used_ += N - 1;
     }
     /// "<name" and "</name>" with a line end. text: what the name was made of.
-    void AppendBegin(const Name& name, std::wstring_view text) {
-        AppendTag("<", name, text);
-    }
+    void AppendBegin(const Name& name, std::wstring_view text) { AppendTag("<", name, text); }
     void AppendEnd(const Name& name, std::wstring_view text) {
         AppendTag("</", name, text);
         Append(">\n");
@@ -63,8 +61,8 @@ public:
     void AppendTyped(const char (&before)[N], const VARIANT& value, const char (&between)[M]);
     /// Appends a text in the narrow code page; nothing if that takes more than 512 bytes.
     void AppendName(std::wstring_view text);
-    /// The same with the four special characters replaced; nothing also if there were any and the safe form has more than
-    /// 255 characters.
+    /// The same with the four special characters replaced; nothing also if there were any and the safe form
+    /// has more than 255 characters.
     void AppendSafe(std::wstring_view text);
     /// A value in its text form, made safe if it is a text.
     void AppendValue(const VARIANT& value);

@@ -15,7 +15,8 @@ namespace bv {
 
 namespace {
 
-// Scripts are numbered by the place of a class in the list of ids, which doesn't change when a class is added.
+// Scripts are numbered by the place of a class in the list of ids, which doesn't change when a class is
+// added.
 enum ScriptNumber : int {
     kBeforeFirst = 100,
 #define BV_CLASS(Name, text) kScript##Name,
@@ -32,7 +33,9 @@ constexpr size_t kCount = std::size(kClasses);
 
 // Where each class stands, by a hash of its id: a creation asks once or twice for each node of a tree.
 constexpr size_t kSlots = 256;
-constexpr size_t Slot(const CLSID& cls) { return (cls.Data1 ^ (cls.Data1 >> 16) ^ (cls.Data4[7] * 31u)) % kSlots; }
+constexpr size_t Slot(const CLSID& cls) {
+    return (cls.Data1 ^ (cls.Data1 >> 16) ^ (cls.Data4[7] * 31u)) % kSlots;
+}
 
 constexpr auto kIndex = [] {
     std::array<unsigned char, kSlots> index{};  // entry + 1; 0: free
@@ -50,7 +53,8 @@ const ClassEntry* FindClass(REFCLSID cls) {
     return nullptr;
 }
 
-/// A class object. The table's own reference doesn't count for the module's lock; all others together count once.
+/// A class object. The table's own reference doesn't count for the module's lock; all others together count
+/// once.
 class ClassObject final : public IClassFactory {
 public:
     explicit ClassObject(const ClassEntry& entry) : entry_(entry) {}

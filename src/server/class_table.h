@@ -16,8 +16,8 @@ struct ClassEntry {
 /// All classes, in table order.
 std::span<const ClassEntry> ClassTable();
 
-/// The class object of a class, which the table keeps until the module stops. CLASS_E_CLASSNOTAVAILABLE for a class that
-/// isn't in the table.
+/// The class object of a class, which the table keeps until the module stops. CLASS_E_CLASSNOTAVAILABLE for a
+/// class that isn't in the table.
 HRESULT GetClassObject(REFCLSID cls, REFIID iid, void** out);
 
 void StartClassTable();

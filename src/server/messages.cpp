@@ -26,7 +26,8 @@ bool CopyAscii(char* out, const wchar_t* in) {
         units = _mm_packs_epi32(low, high);
     }
     const __m128i beyond = sizeof(wchar_t) == 4 ? _mm_set1_epi32(~0x7F) : _mm_set1_epi16(~0x7F);
-    if (_mm_movemask_epi8(_mm_cmpeq_epi8(_mm_and_si128(all, beyond), _mm_setzero_si128())) != 0xFFFF) return false;
+    if (_mm_movemask_epi8(_mm_cmpeq_epi8(_mm_and_si128(all, beyond), _mm_setzero_si128())) != 0xFFFF)
+        return false;
     _mm_storel_epi64(reinterpret_cast<__m128i*>(out), _mm_packus_epi16(units, units));
 #else
     for (size_t i = 0; i < kBlock; ++i) {
@@ -41,8 +42,8 @@ bool CopyAscii(char* out, const wchar_t* in) {
 int RestToNarrow(char* buffer, std::wstring_view text, size_t plain, int capacity) {
     if (plain == size_t(capacity)) return -1;
     const auto convert = [&](DWORD flags, const char* unmapped) {
-        return WideCharToMultiByte(CP_ACP, flags, text.data() + plain, int(text.size() - plain), buffer + plain,
-                                   int(size_t(capacity) - plain), unmapped, nullptr);
+        return WideCharToMultiByte(CP_ACP, flags, text.data() + plain, int(text.size() - plain),
+                                   buffer + plain, int(size_t(capacity) - plain), unmapped, nullptr);
     };
     int rest = convert(WC_NO_BEST_FIT_CHARS, "#");
     // A system whose code page is UTF-8 takes neither flag nor substitute: it has every character.
@@ -61,7 +62,8 @@ void SetModuleInstance(HINSTANCE instance) { module_instance = instance; }
 
 int LoadMessage(HINSTANCE instance, int id, char (&buffer)[kTextLimit]) {
     buffer[0] = 0;
-    if (id <= 0 || !FindResourceA(instance, MAKEINTRESOURCEA(WORD(id / 16 + 1)), MAKEINTRESOURCEA(6))) return 0;
+    if (id <= 0 || !FindResourceA(instance, MAKEINTRESOURCEA(WORD(id / 16 + 1)), MAKEINTRESOURCEA(6)))
+        return 0;
     const int length = LoadStringA(instance, UINT(id), buffer, kTextLimit);
     if (length <= 0) buffer[0] = 0;
     return length > 0 ? length : 0;

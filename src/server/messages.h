@@ -41,20 +41,21 @@ void SetModuleInstance(HINSTANCE instance);
 int LoadMessage(HINSTANCE instance, int id, char (&buffer)[kTextLimit]);
 int LoadMessageW(HINSTANCE instance, int id, wchar_t (&buffer)[kTextLimit]);
 
-/// To the 8-bit code page, with a terminator; "#" stands for a character that it hasn't got. capacity: bytes, with the
-/// terminator. Gives the length; a text that doesn't fit gives an empty one.
+/// To the 8-bit code page, with a terminator; "#" stands for a character that it hasn't got. capacity: bytes,
+/// with the terminator. Gives the length; a text that doesn't fit gives an empty one.
 int ToNarrow(char* buffer, const wchar_t* text, int capacity);
 /// The same for counted text, without a terminator: -1 when it doesn't fit.
 int ToNarrowBytes(char* buffer, std::wstring_view text, int capacity);
-/// The same, but of a text that doesn't fit it takes as many whole characters as do, and gives their length in bytes.
+/// The same, but of a text that doesn't fit it takes as many whole characters as do, and gives their length
+/// in bytes.
 int ToNarrowCut(char* buffer, std::wstring_view text, int capacity);
 /// From the 8-bit code page, with a terminator. capacity: characters, with the terminator.
 int ToWide(const char* text, wchar_t* buffer, int capacity);
 /// A narrow text of any length as BSTR.
 Bstr ToBstr(std::string_view text);
 
-/// Puts a text in the thread's error object. source: the class that refuses, whose ProgID becomes the source. Gives the
-/// status, or DISP_E_EXCEPTION when that is 0.
+/// Puts a text in the thread's error object. source: the class that refuses, whose ProgID becomes the source.
+/// Gives the status, or DISP_E_EXCEPTION when that is 0.
 HRESULT RaiseError(REFCLSID source, const char* text, REFIID iid, HRESULT status);
 /// The same with a text of the string table. Gives E_FAIL.
 HRESULT RaiseMessage(REFCLSID source, int id);

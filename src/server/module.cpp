@@ -22,7 +22,8 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID process_
         bv::StartTypeInfo();
         DisableThreadLibraryCalls(instance);
     } else if (reason == DLL_PROCESS_DETACH) {
-        // At the end of the process the system's libraries may have gone before: their objects are left to it.
+        // At the end of the process the system's libraries may have gone before: their objects are left to
+        // it.
         if (!process_ends) bv::StopTypeInfo();
         bv::StopClassTable();
     }

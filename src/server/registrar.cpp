@@ -82,7 +82,8 @@ std::wstring Wide(const std::string& text) {
     return std::wstring(wide.View());
 }
 
-/// The module's own library; where it can't be loaded from there, the ".tlb" file beside it. path: what was loaded.
+/// The module's own library; where it can't be loaded from there, the ".tlb" file beside it. path: what was
+/// loaded.
 HRESULT LoadOwnTypeLib(std::string& path, ComPtr<ITypeLib>& library) {
     char buffer[kPathCapacity];
     const DWORD length = GetModuleFileNameA(ModuleInstance(), buffer, kPathCapacity);
@@ -116,8 +117,8 @@ void UnregisterOwnTypeLib() {
     if (FAILED(LoadOwnTypeLib(path, library)) || FAILED(library->GetLibAttr(&attributes))) return;
     if (HMODULE const automation = LoadLibraryA("oleaut32.dll")) {
         using Operation = HRESULT(STDAPICALLTYPE*)(REFGUID, WORD, WORD, LCID, SYSKIND);
-        const auto unregister =
-            reinterpret_cast<Operation>(reinterpret_cast<void*>(GetProcAddress(automation, "UnRegisterTypeLib")));
+        const auto unregister = reinterpret_cast<Operation>(
+            reinterpret_cast<void*>(GetProcAddress(automation, "UnRegisterTypeLib")));
         if (unregister)
             std::ignore = unregister(attributes->guid, attributes->wMajorVerNum, attributes->wMinorVerNum,
                                      attributes->lcid, attributes->syskind);

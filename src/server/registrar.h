@@ -5,7 +5,8 @@
 
 namespace bv {
 
-/// Runs the classes' scripts in table order and stops at the first that fails, with its status; those before it stay.
+/// Runs the classes' scripts in table order and stops at the first that fails, with its status; those before
+/// it stay.
 HRESULT RegisterServer();
 /// Takes back what the scripts wrote, whatever fails. S_OK.
 HRESULT UnregisterServer();

@@ -59,8 +59,8 @@ HRESULT Load(REFIID iid, LCID locale, Described& result) {
     return S_OK;
 }
 
-/// What is known of an interface, loaded when it is asked for the first time and kept until the module stops. The status
-/// of the library when that can't be; the next call tries again.
+/// What is known of an interface, loaded when it is asked for the first time and kept until the module stops.
+/// The status of the library when that can't be; the next call tries again.
 HRESULT Describe(REFIID iid, LCID locale, const Described*& result) try {
     TypeLock lock;
     for (Described*& place : described) {
@@ -82,8 +82,8 @@ class Arguments {
 public:
     explicit Arguments(DISPPARAMS& given) : passed_(given) {}
 
-    /// A node keeps the VARIANTs that it is given. What one of them refers to is the caller's and gone after the call: the
-    /// operation gets a copy.
+    /// A node keeps the VARIANTs that it is given. What one of them refers to is the caller's and gone after
+    /// the call: the operation gets a copy.
     HRESULT CopyReferences() {
         copies_.resize(passed_.cArgs);
         for (UINT i = 0; i < passed_.cArgs; ++i) {
@@ -98,7 +98,8 @@ public:
         return S_OK;
     }
 
-    /// A value would be converted to one byte, whatever length goes with it: only the caller's own bytes are passed on.
+    /// A value would be converted to one byte, whatever length goes with it: only the caller's own bytes are
+    /// passed on.
     HRESULT CheckBytes(UINT parameters, UINT* bad) const {
         if (passed_.cNamedArgs > 0) return DISP_E_NONAMEDARGS;
         for (UINT place = 0; place < passed_.cArgs; ++place) {
@@ -151,10 +152,12 @@ HRESULT InvokeOn(IDispatch* object, REFIID iid, DISPID id, LCID locale, WORD fla
         break;
     }
 
-    // The error object that the thread has now says nothing of this call; it comes back unless the call leaves another.
+    // The error object that the thread has now says nothing of this call; it comes back unless the call
+    // leaves another.
     ComPtr<IErrorInfo> before;
     std::ignore = GetErrorInfo(0, before.Put());
-    const HRESULT status = found->type->Invoke(object, id, flags, arguments.get(), result, exception, bad_argument);
+    const HRESULT status =
+        found->type->Invoke(object, id, flags, arguments.get(), result, exception, bad_argument);
     if (before && status != DISP_E_EXCEPTION) {
         ComPtr<IErrorInfo> after;
         if (GetErrorInfo(0, after.Put()) == S_OK) before = after;

@@ -38,8 +38,9 @@ public:
         if (type_.cbFormat < kReadTo) return Bstr::CopyTo({}, pVal);
         const BYTE* const block = type_.pbFormat;
         char text[64];
-        std::snprintf(text, sizeof text, "%d Kbits/s, %d Hz, %s", int(Field<DWORD>(block, kByteRateAt) / 1000),
-                      int(Field<DWORD>(block, kRateAt)), Field<WORD>(block, kChannelsAt) == 1 ? "Mono" : "Stereo");
+        std::snprintf(text, sizeof text, "%d Kbits/s, %d Hz, %s",
+                      int(Field<DWORD>(block, kByteRateAt) / 1000), int(Field<DWORD>(block, kRateAt)),
+                      Field<WORD>(block, kChannelsAt) == 1 ? "Mono" : "Stereo");
         return ToBstr(text).CopyTo(pVal);
     }
     STDMETHODIMP GetMedia(_AMMediaType** pRetMedia) override {

@@ -24,7 +24,8 @@ public:
     }
 
 private:
-    /// A filter of the application's own is the entry itself; any other is wrapped. What fails drops the entry.
+    /// A filter of the application's own is the entry itself; any other is wrapped. What fails drops the
+    /// entry.
     static void AddFilter(IMoniker* moniker, const CLSID& wrapper, IListOfValues* list) {
         ComPtr<IPropertyBag> bag;
         Variant name;
@@ -33,13 +34,15 @@ private:
             return;
         const BSTR label = name.bstrVal;
         ComPtr<IBaseFilter> filter;
-        if (moniker->BindToObject(nullptr, nullptr, kIid<IBaseFilter>, filter.PutVoid()) != S_OK || !filter) return;
+        if (moniker->BindToObject(nullptr, nullptr, kIid<IBaseFilter>, filter.PutVoid()) != S_OK || !filter)
+            return;
         VARIANT value = Lend(static_cast<IDispatch*>(nullptr));
         if (filter.As<IProperty>()) {
             value.vt = VT_UNKNOWN;
             value.punkVal = filter.get();
             std::ignore = list->AddNew(label, value);
-        } else if (auto item = Create<IFilterItem>(wrapper); item && SUCCEEDED(item->Init(label, filter.get()))) {
+        } else if (auto item = Create<IFilterItem>(wrapper);
+                   item && SUCCEEDED(item->Init(label, filter.get()))) {
             std::ignore = list->AddNew(label, Lend(static_cast<IDispatch*>(item.get())));
         }
     }

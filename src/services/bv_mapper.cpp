@@ -30,7 +30,8 @@ public:
     Bstr Text() const {
         char text[kMaxText + 2];
         DWORD kind = 0, size = kMaxText + 1;  // with the zero that is stored with it
-        const LSTATUS status = RegQueryValueExA(key_, nullptr, nullptr, &kind, reinterpret_cast<BYTE*>(text), &size);
+        const LSTATUS status =
+            RegQueryValueExA(key_, nullptr, nullptr, &kind, reinterpret_cast<BYTE*>(text), &size);
         if (status != ERROR_SUCCESS || (kind != REG_SZ && kind != REG_EXPAND_SZ)) size = 0;
         text[size] = 0;  // what is stored need not end in one
         return std::strlen(text) <= kMaxText ? ToBstr(text) : Bstr();
@@ -93,7 +94,8 @@ public:
         const LSTATUS error = key.Open(HKEY_CLASSES_ROOT, CategoryPath(*pCategory).c_str());
         if (error != ERROR_SUCCESS) return HRESULT(DWORD(error) | 0x80070000u);
         key.ForEachSubkey([&](const char* name) {
-            if (auto record = ReadComponent(key.get(), name)) std::ignore = TryAppend(records_, std::move(record));
+            if (auto record = ReadComponent(key.get(), name))
+                std::ignore = TryAppend(records_, std::move(record));
         });
         return S_OK;
     } catch (const std::bad_alloc&) {

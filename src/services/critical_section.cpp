@@ -48,7 +48,9 @@ public:
 
     STDMETHODIMP Enter(LONG bWork) override { return Selected(bWork).Enter(); }
     STDMETHODIMP Leave(LONG bWork) override { return Selected(bWork).Leave(); }
-    STDMETHODIMP get_IsLock(LONG bWork, LONG* pVal) override { return Give(pVal, LONG(Selected(bWork).IsContended())); }
+    STDMETHODIMP get_IsLock(LONG bWork, LONG* pVal) override {
+        return Give(pVal, LONG(Selected(bWork).IsContended()));
+    }
     STDMETHODIMP get_NotifyWnd(HWND* pVal) override { return Give(pVal, notices_.load()); }
     STDMETHODIMP put_NotifyWnd(HWND newVal) override {
         notices_ = newVal;

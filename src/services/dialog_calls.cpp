@@ -38,13 +38,14 @@ bool ShowOpenOne(char (&name)[kOpenName], const char* filter) {
 }
 
 bool ShowSaveOne(char (&name)[kSaveName], const char* filter) {
-    OPENFILENAMEA call = FileCall(name, kSaveName, filter, kSaveTitle, OFN_OVERWRITEPROMPT | OFN_HIDEREADONLY);
+    OPENFILENAMEA call =
+        FileCall(name, kSaveName, filter, kSaveTitle, OFN_OVERWRITEPROMPT | OFN_HIDEREADONLY);
     return GetSaveFileNameA(&call);
 }
 
 bool ShowOpenSeveral(char (&names)[kSeveralNames], const char* filter, const char* start) {
-    OPENFILENAMEA call = FileCall(names, kSeveralNames, filter, kOpenTitle,
-                                  kExisting | OFN_ALLOWMULTISELECT | OFN_EXPLORER);
+    OPENFILENAMEA call =
+        FileCall(names, kSeveralNames, filter, kOpenTitle, kExisting | OFN_ALLOWMULTISELECT | OFN_EXPLORER);
     call.lpstrInitialDir = start;
     return GetOpenFileNameA(&call);
 }
@@ -99,8 +100,8 @@ bool ShowChooseColor(DWORD& color, DWORD (&custom)[kCustomColors]) {
 
 void ShowErrorBox(const char* text) { MessageBoxA(nullptr, text, "Error", MB_ICONHAND); }
 
-constexpr DialogCalls kSystem = {ShowOpenOne,     ShowSaveOne, ShowOpenSeveral, ShowBrowse,
-                                 ShowChooseColor, ShowErrorBox};
+constexpr DialogCalls kSystem = {ShowOpenOne, ShowSaveOne,     ShowOpenSeveral,
+                                 ShowBrowse,  ShowChooseColor, ShowErrorBox};
 std::atomic<const DialogCalls*> current{&kSystem};
 
 }  // namespace

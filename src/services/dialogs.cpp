@@ -10,8 +10,8 @@
 namespace bv {
 namespace {
 
-constexpr size_t kMaxPath = 512;   // bytes of a path that a node takes
-constexpr int kJoinedMask = 32;    // bytes of a mask among the joined ones
+constexpr size_t kMaxPath = 512;  // bytes of a path that a node takes
+constexpr int kJoinedMask = 32;   // bytes of a mask among the joined ones
 constexpr size_t kMaxFilter = 1 << 16;
 
 /// The label and mask list of a dialog: the text with NUL for each bar.
@@ -39,7 +39,9 @@ std::string Cut(std::string text, size_t size) {
         wchar_t wide[kJoinedMask + 1];
         char back[kJoinedMask + 1];
         const std::string head = text.substr(0, length);
-        if (ToWide(head.c_str(), wide, kJoinedMask + 1) && ToNarrow(back, wide, kJoinedMask + 1) && head == back) return head;
+        if (ToWide(head.c_str(), wide, kJoinedMask + 1) && ToNarrow(back, wide, kJoinedMask + 1) &&
+            head == back)
+            return head;
     }
     return {};
 }
@@ -100,7 +102,8 @@ std::vector<std::string> OpenSeveral(std::string_view filter, const std::string&
     std::vector<std::string> names;
     static_assert(kSeveralNames > 2);
     char buffer[kSeveralNames] = {};
-    if (!Dialogs().open_several(buffer, ToList(filter).c_str(), start.empty() ? nullptr : start.c_str())) return names;
+    if (!Dialogs().open_several(buffer, ToList(filter).c_str(), start.empty() ? nullptr : start.c_str()))
+        return names;
     buffer[kSeveralNames - 2] = buffer[kSeveralNames - 1] = 0;
     const char* at = buffer;
     const std::string folder = at;

@@ -12,20 +12,21 @@
 
 namespace bv {
 
-inline constexpr size_t kOpenName = 260;        // bytes of a name, with its terminator
+inline constexpr size_t kOpenName = 260;  // bytes of a name, with its terminator
 inline constexpr size_t kSaveName = 255;
-inline constexpr size_t kSeveralNames = 5200;   // of a folder and the names in it
+inline constexpr size_t kSeveralNames = 5200;  // of a folder and the names in it
 inline constexpr size_t kFolderName = 260;
 inline constexpr size_t kCustomColors = 16;
 
 /// The calls that show something and wait for a person. Tests put others in their place.
-/// name and folder: in, what the dialog starts from, which may be empty; out, what was chosen. filter: pairs of label and
-/// masks, each ended by NUL, the list by one more; null: none. Each gives false for a cancelled dialog.
+/// name and folder: in, what the dialog starts from, which may be empty; out, what was chosen. filter: pairs
+/// of label and masks, each ended by NUL, the list by one more; null: none. Each gives false for a cancelled
+/// dialog.
 struct DialogCalls {
     bool (*open_one)(char (&name)[kOpenName], const char* filter);
     bool (*save_one)(char (&name)[kSaveName], const char* filter);
-    /// start: the folder to start in; null: the dialog's own. names: the folder and the names in it, each ended by NUL, the
-    /// list by one more; one name alone is whole.
+    /// start: the folder to start in; null: the dialog's own. names: the folder and the names in it, each
+    /// ended by NUL, the list by one more; one name alone is whole.
     bool (*open_several)(char (&names)[kSeveralNames], const char* filter, const char* start);
     /// E_FAIL: the shell is not there. S_FALSE: cancelled.
     HRESULT (*browse)(char (&folder)[kFolderName]);
@@ -42,13 +43,14 @@ void SetDialogs(const DialogCalls* calls);
 bool OpenOne(std::string& name, std::string_view filter);
 /// One file to save. An empty filter text means none.
 bool SaveOne(std::string& name, std::string_view filter);
-/// Several files of one folder, in the dialog's order. start: the folder to start in; empty: the dialog's own.
+/// Several files of one folder, in the dialog's order. start: the folder to start in; empty: the dialog's
+/// own.
 std::vector<std::string> OpenSeveral(std::string_view filter, const std::string& start);
 /// A folder. S_FALSE: cancelled.
 HRESULT BrowseFolder(std::string& folder);
 
-/// The filter text of the registered input formats. restriction: only formats of that kind, without regard to case; null:
-/// all of them.
+/// The filter text of the registered input formats. restriction: only formats of that kind, without regard to
+/// case; null: all of them.
 std::string InputFilter(const wchar_t* restriction);
 
 /// A text that a node stores, for a dialog to start from; empty when it is longer than 512 bytes, or no text.

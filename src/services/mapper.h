@@ -5,8 +5,8 @@
 
 namespace bv {
 
-/// Calls found(tagGUIDREG&) for each component registered in a category of the application, in the registry's order. A
-/// category that can't be read is empty. The record is the mapper's, and is gone after the call.
+/// Calls found(tagGUIDREG&) for each component registered in a category of the application, in the registry's
+/// order. A category that can't be read is empty. The record is the mapper's, and is gone after the call.
 template <class Found>
 void ForEachRegistered(GUID category, Found found) {
     const auto mapper = Create<IBVMapper>(clsid::BVMapper);

@@ -5,9 +5,9 @@
 namespace bv {
 namespace {
 
-constexpr int kLongest = 255;     // bytes of a text that is read
-constexpr size_t kFirst = 2;      // where red begins
-constexpr size_t kShortest = 8;   // with all three pairs
+constexpr int kLongest = 255;    // bytes of a text that is read
+constexpr size_t kFirst = 2;     // where red begins
+constexpr size_t kShortest = 8;  // with all three pairs
 constexpr int kNoDigit = -1;
 
 int Digit(char c) {

@@ -67,7 +67,8 @@ bool AppendNumber(NarrowText& out, const Conversion& how, LONG number) {
     char buffer[12];
     const int base = how.kind == 'o' ? 8 : how.kind == 'x' || how.kind == 'X' ? 16 : 10;
     const auto end = std::to_chars(buffer, std::end(buffer), magnitude, base).ptr;
-    if (how.kind == 'X') std::transform(buffer, end, buffer, [](char c) { return c >= 'a' ? char(c - 'a' + 'A') : c; });
+    if (how.kind == 'X')
+        std::transform(buffer, end, buffer, [](char c) { return c >= 'a' ? char(c - 'a' + 'A') : c; });
     std::string_view digits(buffer, size_t(end - buffer));
     if (magnitude == 0 && how.precision == 0) digits = {};
 

@@ -7,13 +7,13 @@
 
 namespace bv {
 
-/// Puts a value in the place of each occurrence of a variable's key, which is in lower case and stands in the text in any
-/// case. A text that outgrows its limit by that becomes empty.
+/// Puts a value in the place of each occurrence of a variable's key, which is in lower case and stands in the
+/// text in any case. A text that outgrows its limit by that becomes empty.
 void PutVariable(NarrowText& text, std::string_view key, std::string_view value);
 
-/// A number as a picture shows it: any text with at most one integer conversion as printf has them (d, i, u, o, x or X, with
-/// flags, width, precision and a length), and "%%" for a percent sign. Any other picture, and one that makes a text of more
-/// than 512 bytes, counts as "%d".
+/// A number as a picture shows it: any text with at most one integer conversion as printf has them (d, i, u,
+/// o, x or X, with flags, width, precision and a length), and "%%" for a percent sign. Any other picture, and
+/// one that makes a text of more than 512 bytes, counts as "%d".
 NarrowText FormatNumber(std::string_view picture, LONG number);
 
 }  // namespace bv

@@ -42,7 +42,8 @@ LONG ReadSize(std::string_view text) {
     if (negative || text.starts_with('+')) text.remove_prefix(1);
     LONGLONG size = 0;
     if (text.empty() || text[0] < '0' || text[0] > '9') return kUnreadableSize;
-    if (std::from_chars(text.data(), text.data() + text.size(), size).ec != std::errc()) size = SizeRange::max();
+    if (std::from_chars(text.data(), text.data() + text.size(), size).ec != std::errc())
+        size = SizeRange::max();
     return LONG(std::clamp<LONGLONG>(negative ? -size : size, SizeRange::min(), SizeRange::max()));
 }
 
@@ -71,9 +72,10 @@ Bstr FontToText(const FontInfo& font) {
     const auto number = std::to_chars(digits, std::end(digits), font.Size);
     const std::string_view size(digits, size_t(number.ptr - digits));
     for (const std::string_view part :
-         {std::string_view("FONT="), FieldText(font.FaceName), std::string_view(";STYLE="), FieldText(font.Style),
-          std::string_view(";SIZE="), size, std::string_view(";U="), std::string_view(font.Underline ? "ON" : "OFF"),
-          std::string_view(";S="), std::string_view(font.Strikeout ? "ON" : "OFF"), std::string_view(";CHARSET="),
+         {std::string_view("FONT="), FieldText(font.FaceName), std::string_view(";STYLE="),
+          FieldText(font.Style), std::string_view(";SIZE="), size, std::string_view(";U="),
+          std::string_view(font.Underline ? "ON" : "OFF"), std::string_view(";S="),
+          std::string_view(font.Strikeout ? "ON" : "OFF"), std::string_view(";CHARSET="),
           FieldText(font.Charset), std::string_view(";")})
         put(part);
     return ToBstr({text, length});

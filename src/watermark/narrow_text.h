@@ -21,7 +21,8 @@ public:
 
     std::string_view View() const { return {bytes_, length_}; }
     const char* c_str() const { return bytes_; }
-    /// For a call that fills in a text of up to 512 bytes, or shortens the one that is there; Settle follows it.
+    /// For a call that fills in a text of up to 512 bytes, or shortens the one that is there; Settle follows
+    /// it.
     char* Buffer() { return bytes_; }
     void Settle() { SetLength(std::string_view(bytes_).size()); }
     void Clear() { SetLength(0); }

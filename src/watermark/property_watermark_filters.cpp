@@ -17,7 +17,10 @@ constexpr NodeDecl kOrientation[] = {
      .choices = kAngles},
 };
 constexpr NodeDecl kChildren[] = {
-    {.name = L"WaterMarkFiltersAlphaBlend", .title = L"Transparency", .type = 0xC0, .children = kTransparency},
+    {.name = L"WaterMarkFiltersAlphaBlend",
+     .title = L"Transparency",
+     .type = 0xC0,
+     .children = kTransparency},
     {.name = L"WaterMarkOrientationDesc", .title = L"Orientation", .type = 0xC0, .children = kOrientation},
 };
 constexpr NodeDecl kFilters = {

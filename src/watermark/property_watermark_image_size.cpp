@@ -4,10 +4,8 @@
 namespace bv {
 namespace {
 
-constexpr NodeDecl kImageSize = {.cls = clsid::PropertyWatermarkImageSize,
-                                 .title = L"Size",
-                                 .type = 0x30008,
-                                 .value = Text(L"<source>")};
+constexpr NodeDecl kImageSize = {
+    .cls = clsid::PropertyWatermarkImageSize, .title = L"Size", .type = 0x30008, .value = Text(L"<source>")};
 
 class PropertyWatermarkImageSize : public PropertyBase {
 public:

@@ -11,9 +11,18 @@ constexpr const wchar_t* kDatePicture = L"d:MM:yyyy";
 constexpr const wchar_t* kTimePicture = L"h:mm:ss";
 
 constexpr NodeDecl kFormats[] = {
-    {.name = names::kFormatDate, .title = L"Horizontal Align" /* sic */, .type = 0x40001, .value = Text(kDatePicture)},
-    {.name = names::kFormatTime, .title = L"Horizontal Align" /* sic */, .type = 0x40001, .value = Text(kTimePicture)},
-    {.name = names::kFormatIndex, .title = L"Horizontal Align" /* sic */, .type = 0x40001, .value = Text(L"%02d")},
+    {.name = names::kFormatDate,
+     .title = L"Horizontal Align" /* sic */,
+     .type = 0x40001,
+     .value = Text(kDatePicture)},
+    {.name = names::kFormatTime,
+     .title = L"Horizontal Align" /* sic */,
+     .type = 0x40001,
+     .value = Text(kTimePicture)},
+    {.name = names::kFormatIndex,
+     .title = L"Horizontal Align" /* sic */,
+     .type = 0x40001,
+     .value = Text(L"%02d")},
 };
 constexpr NodeDecl kText = {.cls = clsid::PropertyWatermarkText,
                             .title = L"Text",
@@ -67,8 +76,8 @@ private:
     static const Variable kVariables[];
 };
 
-// A key that begins with another one stands before it. Each is put in on its own, so what one brings into the text is
-// seen by those behind it.
+// A key that begins with another one stands before it. Each is put in on its own, so what one brings into the
+// text is seen by those behind it.
 const PropertyWatermarkText::Variable PropertyWatermarkText::kVariables[] = {
     {"%sf", L"Full Source File Name", &PropertyWatermarkText::SourceFile, true},
     {"%s", L"Short Source File Name", &PropertyWatermarkText::SourceFile, false},

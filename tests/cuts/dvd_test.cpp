@@ -48,7 +48,8 @@ protected:
         constexpr CLSID kDocument = GuidOf("2933BF90-7B36-11D2-B20E-00C04F983E60");
         const IID document_id = GuidOf("2933BF81-7B36-11D2-B20E-00C04F983E60");
         Ref<IXMLDOMDocument> document;
-        ASSERT_EQ(CoCreateInstance(kDocument, nullptr, CLSCTX_INPROC_SERVER, document_id, document.PutVoid()), S_OK);
+        ASSERT_EQ(CoCreateInstance(kDocument, nullptr, CLSCTX_INPROC_SERVER, document_id, document.PutVoid()),
+                  S_OK);
         VARIANT_BOOL good = VARIANT_FALSE;
         ASSERT_EQ(document->loadXML(Text(std::wstring(xml.begin(), xml.end())), &good), S_OK) << xml;
         Ref<IXMLDOMNode> root;
@@ -153,10 +154,14 @@ TEST_F(DvdTest, ChoicesComeBackOverAFreshScan) {
     disc.vobs[9].Exclude = 2;
     ASSERT_EQ(Set(disc), S_OK);
     const std::string xml =
-        "<DVDEXT><DVDFILE EXCLUDE=\"1\"><MENU EXCLUDE=\"0\" AUDIOID=\"128\"><VOB EXCLUDE=\"0\"></VOB><VOB EXCLUDE=\"0\"></VOB>"
-        "</MENU><TITLE EXCLUDE=\"0\" AUDIOID=\"189\"><VOB EXCLUDE=\"0\"></VOB><VOB EXCLUDE=\"0\"></VOB><VOB EXCLUDE=\"0\">"
-        "</VOB></TITLE></DVDFILE><DVDFILE EXCLUDE=\"0\"><MENU EXCLUDE=\"-5\" AUDIOID=\"128\"><VOB EXCLUDE=\"0\"></VOB>"
-        "<VOB EXCLUDE=\"0\"></VOB></MENU><TITLE EXCLUDE=\"0\" AUDIOID=\"255\"><VOB EXCLUDE=\"0\"></VOB><VOB EXCLUDE=\"0\">"
+        "<DVDEXT><DVDFILE EXCLUDE=\"1\"><MENU EXCLUDE=\"0\" AUDIOID=\"128\"><VOB EXCLUDE=\"0\"></VOB><VOB "
+        "EXCLUDE=\"0\"></VOB>"
+        "</MENU><TITLE EXCLUDE=\"0\" AUDIOID=\"189\"><VOB EXCLUDE=\"0\"></VOB><VOB EXCLUDE=\"0\"></VOB><VOB "
+        "EXCLUDE=\"0\">"
+        "</VOB></TITLE></DVDFILE><DVDFILE EXCLUDE=\"0\"><MENU EXCLUDE=\"-5\" AUDIOID=\"128\"><VOB "
+        "EXCLUDE=\"0\"></VOB>"
+        "<VOB EXCLUDE=\"0\"></VOB></MENU><TITLE EXCLUDE=\"0\" AUDIOID=\"255\"><VOB EXCLUDE=\"0\"></VOB><VOB "
+        "EXCLUDE=\"0\">"
         "</VOB><VOB EXCLUDE=\"2\"></VOB></TITLE></DVDFILE></DVDEXT>";
     EXPECT_EQ(Xml(), xml);
 
@@ -195,11 +200,12 @@ TEST_F(DvdTest, DamagedChoicesAreNone) {
     EXPECT_EQ(file.Menu.AudioId, 1);
     EXPECT_EQ(file.Title.Vobs[2].Exclude, 3);
     for (const std::string& inside :
-         {std::string("<f>") + part + title + "</f>", "<f a='x'>" + part + title + "</f>", "<f a='4'>" + part + "</f>",
-          std::string("<f a='4'/>"), "<f a='4'>" + title + title + "</f>", "<f a='4'><p a='1'/>" + title + "</f>",
+         {std::string("<f>") + part + title + "</f>", "<f a='x'>" + part + title + "</f>",
+          "<f a='4'>" + part + "</f>", std::string("<f a='4'/>"), "<f a='4'>" + title + title + "</f>",
+          "<f a='4'><p a='1'/>" + title + "</f>",
           "<f a='4'>" + part + "<p a='1' b='2'>" + vob + vob + "<v/></p></f>",
-          "<f a='4'>" + part + title + "</f><f a='4'>" + part + title + "</f>", "<f a='99999999999'>" + part + title + "</f>",
-          std::string("text"), std::string()}) {
+          "<f a='4'>" + part + title + "</f><f a='4'>" + part + title + "</f>",
+          "<f a='99999999999'>" + part + title + "</f>", std::string("text"), std::string()}) {
         Read("<x><f a='4'>" + part + title + "</f></x>");
         Read("<x>" + inside + "</x>");
         ASSERT_EQ(Set(disc), S_OK);
@@ -217,7 +223,8 @@ TEST_F(DvdTest, ANodeWritesItsDisc) {
     Disc none(0);
     ASSERT_EQ(Set(none), S_OK);
     ASSERT_EQ(input->PutExData(data.get()), S_OK);
-    EXPECT_NE(input.Xml().find("</IDX>\n<DVDEXT></DVDEXT></PathToMediaFile>\n"), std::string::npos) << input.Xml();
+    EXPECT_NE(input.Xml().find("</IDX>\n<DVDEXT></DVDEXT></PathToMediaFile>\n"), std::string::npos)
+        << input.Xml();
     BYTE block[] = {1};
     ASSERT_EQ(input->PutData(1, 1, block), S_OK);  // the one drops the other
     Ref<IDispatch> extra;

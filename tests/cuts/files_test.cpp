@@ -165,7 +165,8 @@ TEST_F(FilesTest, ElementsAreTakenByName) {
     ASSERT_EQ(LoadBytes("<Timeline><TimelineOutputMediaName value='" + std::string(3000, 'x') +
                         "\xC3\xA9' type='8'/><EndFrm value='7' type='3'/></Timeline>"),
               S_OK);
-    EXPECT_EQ(At(0).Find(L"TimelineOutputMediaName").Value(), Str((std::wstring(3000, L'x') + L"\u00E9").c_str()));
+    EXPECT_EQ(At(0).Find(L"TimelineOutputMediaName").Value(),
+              Str((std::wstring(3000, L'x') + L"\u00E9").c_str()));
     EXPECT_EQ(At(0).Find(L"EndFrm").Value(), I4(7));
 }
 

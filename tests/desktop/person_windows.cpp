@@ -5,8 +5,8 @@
 #include <dlgs.h>
 #include <shlobj.h>
 
-#include <algorithm>
 #include <colordlg.h>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -57,8 +57,8 @@ HTREEITEM DriveOf(HWND tree, const std::string& letter) {
     return nullptr;
 }
 
-/// Opens folder after folder: asked for a path at once, the dialog of Wine doesn't find a folder whose times have
-/// changed since it was listed.
+/// Opens folder after folder: asked for a path at once, the dialog of Wine doesn't find a folder whose times
+/// have changed since it was listed.
 void ChooseInTree(HWND dialog, const std::filesystem::path& folder) {
     const HWND tree = FindWindowExA(dialog, nullptr, WC_TREEVIEWA, nullptr);
     HTREEITEM item = DriveOf(tree, folder.root_name().string());

@@ -1,6 +1,6 @@
 // The XML document of the platform: what it gives of a document, and what it refuses.
-#include <gtest/gtest.h>
 #include <bvschema/bvschema.h>
+#include <gtest/gtest.h>
 #include <msxml.h>
 
 #include <filesystem>
@@ -19,7 +19,8 @@ const IID kDocumentId = GuidOf("2933BF81-7B36-11D2-B20E-00C04F983E60");
 class XmlTest : public testing::Test {
 protected:
     XmlTest() {
-        EXPECT_EQ(CoCreateInstance(kDocument, nullptr, CLSCTX_INPROC_SERVER, kDocumentId, document.PutVoid()), S_OK);
+        EXPECT_EQ(CoCreateInstance(kDocument, nullptr, CLSCTX_INPROC_SERVER, kDocumentId, document.PutVoid()),
+                  S_OK);
         EXPECT_EQ(document->put_async(VARIANT_FALSE), S_OK);
         EXPECT_EQ(document->put_validateOnParse(VARIANT_FALSE), S_OK);
         EXPECT_EQ(document->put_resolveExternals(VARIANT_FALSE), S_OK);
@@ -100,8 +101,10 @@ std::wstring Picture(IXMLDOMNode* node) {
 }
 
 TEST_F(XmlTest, GivesWhatADocumentHolds) {
-    ASSERT_TRUE(Load("<?xml version=\"1.0\"?>\r\n<!-- a comment -->\n<a b='&lt;&amp;&gt;&apos;&quot;&#65;&#x42;' c=\"x\ny\">\n"
-                     "  <b></b>text<c d=''/><![CDATA[<&]]> \n</a>\n"));
+    ASSERT_TRUE(
+        Load("<?xml version=\"1.0\"?>\r\n<!-- a comment -->\n<a b='&lt;&amp;&gt;&apos;&quot;&#65;&#x42;' "
+             "c=\"x\ny\">\n"
+             "  <b></b>text<c d=''/><![CDATA[<&]]> \n</a>\n"));
     ASSERT_TRUE(Root());
     EXPECT_EQ(Picture(Root().get()), L"a(b=<&>'\"AB)(c=x y)[b][#text][c(d=)][#cdata-section]");
     EXPECT_EQ(TextOf(Root().get()), L"text<&");
@@ -118,7 +121,8 @@ TEST_F(XmlTest, GivesWhatADocumentHolds) {
 
 TEST_F(XmlTest, ReadsEncodings) {
     const std::wstring expected = L"a(v=\x416)";
-    const std::string utf16 = {'\xFF', '\xFE', '<', 0, 'a', 0, ' ', 0, 'v', 0, '=', 0, '\'', 0, '\x16', '\x04', '\'', 0, '/', 0, '>', 0};
+    const std::string utf16 = {'\xFF', '\xFE', '<', 0,      'a',    0,    ' ', 0,   'v', 0,   '=',
+                               0,      '\'',   0,   '\x16', '\x04', '\'', 0,   '/', 0,   '>', 0};
     std::string swapped = utf16;
     for (size_t i = 0; i < swapped.size(); i += 2) std::swap(swapped[i], swapped[i + 1]);
     for (const std::string& bytes :
@@ -131,7 +135,8 @@ TEST_F(XmlTest, ReadsEncodings) {
         }
     }
     for (const std::string& bytes :
-         {std::string("<a v='\xC6'/>"), std::string("<?xml version='1.0' encoding='none-such'?><a v='\xC6'/>"),
+         {std::string("<a v='\xC6'/>"),
+          std::string("<?xml version='1.0' encoding='none-such'?><a v='\xC6'/>"),
           std::string("<?xml version='1.0' encoding='UTF-8'?><a v='\xC6'/>"), utf16.substr(0, 13)})
         EXPECT_FALSE(Load(bytes)) << bytes;
 }
@@ -145,12 +150,29 @@ TEST_F(XmlTest, RefusesWhatIsNoDocument) {
     std::string wide = "<a";
     for (int i = 0; i < 20000; ++i) wide += " n" + std::to_string(i) + "='1'";
     EXPECT_TRUE(Load(wide + "/>"));
-    for (const std::string& bytes :
-         {std::string(), std::string(" \n"), std::string("text"), std::string("<a/><b/>"), std::string("<a/>text"),
-          std::string("text<a/>"), std::string("<a b='1' b='2'/>"), wide + " n77='1'/>", std::string("<a><b></a></b>"),
-          std::string("<a>"), std::string("<a/></a>"), std::string("<a b=1/>"), std::string("<a>&none;</a>"),
-          std::string("<a>&#0;</a>"), std::string("<a>&</a>"), std::string("<a b='&#xD800;'/>"), std::string("<a>\0</a>", 8),
-          deeper, std::string("<!-- only -->"), std::string("<a/><?xml version='1.0'?>"), std::string("\x7F" "ELF\0\0", 6)})
+    for (const std::string& bytes : {std::string(),
+                                     std::string(" \n"),
+                                     std::string("text"),
+                                     std::string("<a/><b/>"),
+                                     std::string("<a/>text"),
+                                     std::string("text<a/>"),
+                                     std::string("<a b='1' b='2'/>"),
+                                     wide + " n77='1'/>",
+                                     std::string("<a><b></a></b>"),
+                                     std::string("<a>"),
+                                     std::string("<a/></a>"),
+                                     std::string("<a b=1/>"),
+                                     std::string("<a>&none;</a>"),
+                                     std::string("<a>&#0;</a>"),
+                                     std::string("<a>&</a>"),
+                                     std::string("<a b='&#xD800;'/>"),
+                                     std::string("<a>\0</a>", 8),
+                                     deeper,
+                                     std::string("<!-- only -->"),
+                                     std::string("<a/><?xml version='1.0'?>"),
+                                     std::string("\x7F"
+                                                 "ELF\0\0",
+                                                 6)})
         EXPECT_FALSE(Load(bytes)) << bytes.substr(0, 60);
     EXPECT_TRUE(Load("<a><!-- & &none; --><![CDATA[&]]><?p &?></a>"));
     EXPECT_FALSE(LoadFile(TempFolder()));

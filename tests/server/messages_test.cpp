@@ -36,7 +36,8 @@ TEST_F(MessagesTest, TextsOfTheTable) {
 TEST_F(MessagesTest, ATextThatDoesntFitBecomesEmpty) {
     for (const bool ascii : {true, false}) {
         char narrow[12] = "zzzzzzzzzzz";
-        const wchar_t* const text = ascii ? L"12345678" : L"123456\xE9";  // 8 bytes, where two make the last letter
+        const wchar_t* const text =
+            ascii ? L"12345678" : L"123456\xE9";  // 8 bytes, where two make the last letter
         const int length = ToNarrow(narrow, text, 9);
         EXPECT_EQ(length, int(std::strlen(narrow)));
         EXPECT_GE(length, 7);

@@ -21,7 +21,8 @@ public:
         return reinterpret_cast<Call>(reinterpret_cast<void*>(GetProcAddress(module_, name)));
     }
     HRESULT ClassObject(REFCLSID cls, REFIID iid, void** out) const {
-        return Operation<HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**)>("DllGetClassObject")(cls, iid, out);
+        return Operation<HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**)>("DllGetClassObject")(cls, iid,
+                                                                                                  out);
     }
     HRESULT Call(const char* name) const { return Operation<HRESULT(STDAPICALLTYPE*)()>(name)(); }
     HRESULT CanUnload() const { return Call("DllCanUnloadNow"); }

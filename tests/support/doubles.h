@@ -1,4 +1,5 @@
-// Objects of a host or of somebody else's component, as a test needs them: nodes that aren't ours, formats, filters.
+// Objects of a host or of somebody else's component, as a test needs them: nodes that aren't ours, formats,
+// filters.
 #pragma once
 
 #include "support/node.h"
@@ -8,8 +9,8 @@ namespace bv::test {
 /// A class id that nobody serves, but a ClassDouble of the test.
 inline constexpr CLSID kNoClass = GuidOf("D0B1E000-0000-4000-8000-000000000001");
 
-/// An object of a test, on its stack, that answers the interfaces of the list. The first is its identity. Fails the test if
-/// somebody holds it at its end.
+/// An object of a test, on its stack, that answers the interfaces of the list. The first is its identity.
+/// Fails the test if somebody holds it at its end.
 template <class First, class... Rest>
 class Fake : public First, public Rest... {
 public:
@@ -38,7 +39,9 @@ public:
     STDMETHODIMP GetTypeInfoCount(UINT*) { return E_NOTIMPL; }
     STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) { return E_NOTIMPL; }
     STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) { return E_NOTIMPL; }
-    STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) { return E_NOTIMPL; }
+    STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) {
+        return E_NOTIMPL;
+    }
 
 protected:
     /// An interface beyond the list, without a reference.
@@ -62,7 +65,8 @@ private:
     ULONG references_ = 1;
 };
 
-/// A node that isn't ours. Its children hang in a collection of the module; it keeps what it is told and finds nothing.
+/// A node that isn't ours. Its children hang in a collection of the module; it keeps what it is told and
+/// finds nothing.
 template <class... More>
 class ForeignNodeOf : public Fake<IProperty, More...> {
 public:
@@ -194,7 +198,8 @@ public:
     STDMETHODIMP QueryVendorInfo(LPWSTR*) override { return E_NOTIMPL; }
 };
 
-/// Creates filters for a class id while it lives. Their settings are a node of the server, as of filters outside it.
+/// Creates filters for a class id while it lives. Their settings are a node of the server, as of filters
+/// outside it.
 class FilterWithSettings {
 public:
     FilterWithSettings(REFCLSID filter, REFCLSID settings)
@@ -210,7 +215,9 @@ private:
     public:
         Filter(REFCLSID filter, REFCLSID settings) {
             id = filter;
-            EXPECT_EQ(CoCreateInstance(settings, unknown(), CLSCTX_INPROC_SERVER, kIid<IUnknown>, node_.PutVoid()), S_OK);
+            EXPECT_EQ(
+                CoCreateInstance(settings, unknown(), CLSCTX_INPROC_SERVER, kIid<IUnknown>, node_.PutVoid()),
+                S_OK);
         }
         STDMETHODIMP_(ULONG) Release() override {
             const ULONG left = FilterDouble::Release();
@@ -225,7 +232,7 @@ private:
     private:
         bool TakeMore(REFIID iid, void** out) override {
             if (!node_ || FAILED(node_->QueryInterface(iid, out))) return false;  // none yet while it is made
-            Release();                                                            // the query has counted on us
+            Release();  // the query has counted on us
             return true;
         }
         Ref<IUnknown> node_;

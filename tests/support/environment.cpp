@@ -64,7 +64,8 @@ private:
 int main(int argc, char** argv) {
     testing::InitGoogleMock(&argc, argv);
     if (!std::getenv("BV_PRIVATE_RUN") && !GTEST_FLAG_GET(list_tests)) {
-        std::fputs("Tests register a module. Run them by scripts/run-native.sh or scripts/run-wine.sh.\n", stderr);
+        std::fputs("Tests register a module. Run them by scripts/run-native.sh or scripts/run-wine.sh.\n",
+                   stderr);
         return 2;
     }
     testing::AddGlobalTestEnvironment(new bv::test::ModuleEnvironment);

@@ -74,7 +74,8 @@ std::wstring TextValue(HKEY root, const std::wstring& path, const wchar_t* name)
     if (RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return {};
     wchar_t text[4096] = {};
     DWORD size = sizeof text - sizeof(wchar_t);
-    const bool there = RegQueryValueExW(key, name, nullptr, nullptr, reinterpret_cast<BYTE*>(text), &size) == ERROR_SUCCESS;
+    const bool there =
+        RegQueryValueExW(key, name, nullptr, nullptr, reinterpret_cast<BYTE*>(text), &size) == ERROR_SUCCESS;
     RegCloseKey(key);
     return there ? text : L"";
 }

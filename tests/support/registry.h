@@ -10,8 +10,9 @@
 
 namespace bv::test {
 
-/// All that stands below a key, a line each: "path" or "path = default value", then "  name = value" for the named values.
-/// Numbers are #decimal, bytes are hexadecimal. Empty when there is no such key, or nothing in it.
+/// All that stands below a key, a line each: "path" or "path = default value", then "  name = value" for the
+/// named values. Numbers are #decimal, bytes are hexadecimal. Empty when there is no such key, or nothing in
+/// it.
 std::string Snapshot(HKEY root, const std::wstring& path);
 
 /// A text value, empty when there is none. A null name is the default value.

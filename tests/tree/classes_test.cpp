@@ -73,15 +73,21 @@ TEST(ClassesTest, EachAnswersItsInterfacesAndNoOther) {
         {"ISupportErrorInfo", kIid<ISupportErrorInfo>},
         {"IMediaParser", kIid<IMediaParser>},
     };
-    const std::string node = "IBaseObj IProperty ISettingsWriter IEnumProperties IListOfValues ISupportErrorInfo ";
+    const std::string node =
+        "IBaseObj IProperty ISettingsWriter IEnumProperties IListOfValues ISupportErrorInfo ";
     const std::map<std::string, std::string> cases = {
         {"PropertyOutput", node},
-        {"PropertySimple", "IBaseObj IProperty ISimpleInit ISettingsWriter IEnumProperties IListOfValues ISupportErrorInfo "},
-        {"PropertyMain", "IBaseObj IProperty ISettingsWriter IEnumProperties IListOfValues IMainMediaPath ISupportErrorInfo "},
+        {"PropertySimple",
+         "IBaseObj IProperty ISimpleInit ISettingsWriter IEnumProperties IListOfValues ISupportErrorInfo "},
+        {"PropertyMain",
+         "IBaseObj IProperty ISettingsWriter IEnumProperties IListOfValues IMainMediaPath "
+         "ISupportErrorInfo "},
         {"PropertyActionImpl",
-         "IBaseObj IProperty ISettingsWriter IEnumProperties IListOfValues IActionImplInit ISupportErrorInfo "},
-        {"PropertyMediaPath", "IBaseObj IProperty ISettingsWriter IEnumProperties IListOfValues IMediaOpenState "
-                              "ICachedSample ISupportErrorInfo "},
+         "IBaseObj IProperty ISettingsWriter IEnumProperties IListOfValues IActionImplInit "
+         "ISupportErrorInfo "},
+        {"PropertyMediaPath",
+         "IBaseObj IProperty ISettingsWriter IEnumProperties IListOfValues IMediaOpenState "
+         "ICachedSample ISupportErrorInfo "},
         {"EnumProperties", "ICollection IEnumProperties ISupportErrorInfo "},
         {"ListOfValues", "ICollection IListOfValues ISupportErrorInfo "},
         {"ListItem", "IBaseObj IListItem IDispatch ISupportErrorInfo "},
@@ -156,11 +162,15 @@ TEST(ClassesTest, AChildAndACollectionMayBeSomebodyElses) {
         STDMETHODIMP get_Name(BSTR* out) override { return real->get_Name(out); }
         STDMETHODIMP get_Count(LONG* out) override { return real->get_Count(out); }
         STDMETHODIMP get_Item(LONG index, IUnknown** out) override { return real->get_Item(index, out); }
-        STDMETHODIMP InsertProperty(BSTR n, GUID* c, IProperty** out) override { return real->InsertProperty(n, c, out); }
+        STDMETHODIMP InsertProperty(BSTR n, GUID* c, IProperty** out) override {
+            return real->InsertProperty(n, c, out);
+        }
         STDMETHODIMP AddProperty(BSTR n, GUID* c, IDispatch* p, IProperty** out) override {
             return real->AddProperty(n, c, p, out);
         }
-        STDMETHODIMP FindProperty(BSTR n, IProperty* p, IProperty** out) override { return real->FindProperty(n, p, out); }
+        STDMETHODIMP FindProperty(BSTR n, IProperty* p, IProperty** out) override {
+            return real->FindProperty(n, p, out);
+        }
         STDMETHODIMP FindPropertyExactly(BSTR, IProperty**) override { return S_FALSE; }
         STDMETHODIMP InitProperty(IDispatch* media) override { return real->InitProperty(media); }
         STDMETHODIMP RemoveByName(BSTR n, IProperty* p) override { return real->RemoveByName(n, p); }
@@ -170,10 +180,11 @@ TEST(ClassesTest, AChildAndACollectionMayBeSomebodyElses) {
     Collection collection;
     Node split;
     {
-        const ClassDouble other(clsid::EnumProperties, [&, first = true](IUnknown*, REFIID iid, void** out) mutable {
-            if (std::exchange(first, false)) return collection.QueryInterface(iid, out);
-            return New<IUnknown>(clsid::Map).As<IEnumProperties>()->QueryInterface(iid, out);
-        });
+        const ClassDouble other(
+            clsid::EnumProperties, [&, first = true](IUnknown*, REFIID iid, void** out) mutable {
+                if (std::exchange(first, false)) return collection.QueryInterface(iid, out);
+                return New<IUnknown>(clsid::Map).As<IEnumProperties>()->QueryInterface(iid, out);
+            });
         split = CreateNode(clsid::PropertySplit);
     }
     EXPECT_EQ(Dump(split), Dump(CreateNode(clsid::PropertySplit)));

@@ -27,7 +27,8 @@ TEST_F(JobTest, ModeShowsWhatOneFileOrASeriesNeeds) {
         SCOPED_TRACE(c.what);
         ASSERT_EQ((*this)[L"Mode"].Put(c.mode), S_OK);
         EXPECT_EQ((*this)[L"OutputMediaName"].Shown(), !c.series);
-        for (const wchar_t* name : {L"DestinationPath", L"FileNamePattern", L"IsSplit", L"SplitLength", L"Exactly"})
+        for (const wchar_t* name :
+             {L"DestinationPath", L"FileNamePattern", L"IsSplit", L"SplitLength", L"Exactly"})
             EXPECT_EQ((*this)[name].Shown(), c.series) << Narrow(name);
         EXPECT_TRUE((*this)[L"Overwrite"].Shown());
     }

@@ -131,7 +131,8 @@ TEST_F(LifetimeTest, AnAggregatedNodeAnswersForItsOuter) {
         ASSERT_EQ(above.Put(Unk(outer.unknown())), S_OK);
         EXPECT_EQ(above->Hide(1), S_OK);
         EXPECT_FALSE(node.Shown());
-        ASSERT_EQ(above.As<IEnumProperties>()->AddObject(Text(L"inside"), above.get(), outer.unknown()), S_OK);
+        ASSERT_EQ(above.As<IEnumProperties>()->AddObject(Text(L"inside"), above.get(), outer.unknown()),
+                  S_OK);
         EXPECT_EQ(above.Find(L"inside").get(), node.get());
         EXPECT_EQ(node.Parent().get(), above.get());
     }

@@ -30,7 +30,8 @@ protected:
     TestKey category{HKEY_CLASSES_ROOT, CategoryPath(category::OutputFormats)};
     NothingLeft no_leaks;
     FormatDouble formats[3] = {FormatDouble(L"A"), FormatDouble(L"B"), FormatDouble(L"C")};
-    ClassDouble classes[3] = {{Id(0), formats[0].Maker()}, {Id(1), formats[1].Maker()}, {Id(2), formats[2].Maker()}};
+    ClassDouble classes[3] = {
+        {Id(0), formats[0].Maker()}, {Id(1), formats[1].Maker()}, {Id(2), formats[2].Maker()}};
 };
 
 TEST_F(FormatsTest, TheFirstIsChosenAndOneIsActive) {
@@ -43,7 +44,8 @@ TEST_F(FormatsTest, TheFirstIsChosenAndOneIsActive) {
     EXPECT_EQ(formats[0].owners, std::vector<IProperty*>{nullptr});
     EXPECT_EQ(Active(), (std::vector<LONG>{1, 0, 0}));
     EXPECT_TRUE(formats[1].owners.empty());
-    EXPECT_NE(root.Xml().find("<OutputFileFormat value='" + Narrow(TextOf(Id(0))) + "' type='72'>"), std::string::npos);
+    EXPECT_NE(root.Xml().find("<OutputFileFormat value='" + Narrow(TextOf(Id(0))) + "' type='72'>"),
+              std::string::npos);
 
     ASSERT_EQ(list.Put(list.Choices()[2].second), S_OK);
     EXPECT_EQ(Active(), (std::vector<LONG>{0, 0, 1}));
@@ -76,8 +78,11 @@ TEST_F(FormatsTest, ComponentsThatFailAreLeftOut) {
     std::ofstream(text) << "no module, but long enough to be looked at, which takes sixty-four bytes or so";
     const TestClass no_file(Id(10), (TempFolder() / "gone.bin").wstring());
     const TestClass no_module(Id(11), text.wstring());
-    const TestClass lacks_exports(Id(12), (BinFolder() / std::filesystem::path(L"BVProbe").replace_extension(
-                                                             std::filesystem::path(kModuleFile).extension())).wstring());
+    const TestClass lacks_exports(
+        Id(12),
+        (BinFolder() /
+         std::filesystem::path(L"BVProbe").replace_extension(std::filesystem::path(kModuleFile).extension()))
+            .wstring());
     const ClassDouble refuses(Id(13), [](IUnknown*, REFIID, void**) { return E_ABORT; });
     const ClassDouble gives_nothing(Id(14), [](IUnknown*, REFIID, void** out) {
         *out = nullptr;
@@ -112,13 +117,15 @@ public:
     ForeignNode root{L"its own name"};
     bool has_root = true;
     STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
-        return iid == kIid<IProperty> && has_root ? root.QueryInterface(iid, out) : Fake::QueryInterface(iid, out);
+        return iid == kIid<IProperty> && has_root ? root.QueryInterface(iid, out)
+                                                  : Fake::QueryInterface(iid, out);
     }
 };
 
 TEST(ActionsTest, EachRegisteredActionHasASwitchAndItsOwnSettings) {
     const TestKey category(HKEY_CLASSES_ROOT, CategoryPath(category::Actions));
-    for (unsigned char i = 0; i < 3; ++i) category.Put(TextOf(Id(i)), nullptr, i == 0 ? L"Thumbs" : i == 1 ? L"Mail" : L"Gone");
+    for (unsigned char i = 0; i < 3; ++i)
+        category.Put(TextOf(Id(i)), nullptr, i == 0 ? L"Thumbs" : i == 1 ? L"Mail" : L"Gone");
     category.Put(TextOf(Id(0)) + L"\\1", nullptr, L"Make thumbnails");
     category.Put(TextOf(Id(0)) + L"\\2", nullptr, L"A small picture");
     NothingLeft no_leaks;
@@ -161,7 +168,8 @@ TEST(ActionsTest, EachRegisteredActionHasASwitchAndItsOwnSettings) {
     const Node made = CreateNode(clsid::PropertyActionImpl);
     CLSID cls = Id(4);
     EXPECT_EQ(made.Name(), L"Action");
-    EXPECT_EQ(made.As<IActionImplInit>()->Init(Text(L"n"), Text(L"t"), Text(L"d"), &cls), REGDB_E_CLASSNOTREG);
+    EXPECT_EQ(made.As<IActionImplInit>()->Init(Text(L"n"), Text(L"t"), Text(L"d"), &cls),
+              REGDB_E_CLASSNOTREG);
     EXPECT_EQ(made.Title(), L"");
     cls = Id(3);
     EXPECT_EQ(made.As<IActionImplInit>()->Init(Text(std::wstring(300, L'n')), nullptr, nullptr, &cls), S_OK);

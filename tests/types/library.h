@@ -30,7 +30,7 @@ Ref<ITypeInfo> TypeOf(const Ref<ITypeLib>& library) {
 struct Outcome {
     HRESULT status = E_UNEXPECTED;
     Value result;
-    HRESULT scode = S_OK;           // of the exception
+    HRESULT scode = S_OK;  // of the exception
     std::wstring source, text;
     UINT bad = kUnset;
 
@@ -41,7 +41,7 @@ struct Outcome {
 struct LateCall {
     DISPID id = 0;
     WORD flags = DISPATCH_METHOD;
-    std::vector<Value> arguments;           // not named
+    std::vector<Value> arguments;  // not named
     std::vector<std::pair<DISPID, Value>> named;
     bool wants_result = true;
     bool wants_exception = true;
@@ -69,17 +69,21 @@ struct LateCall {
         return outcome;
     }
     Outcome On(ITypeInfo* type, void* object) {
-        return Make([&](DISPID member, WORD kind, DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
-                        UINT* bad) { return type->Invoke(object, member, kind, parameters, result, exception, bad); });
+        return Make([&](DISPID member, WORD kind, DISPPARAMS* parameters, VARIANT* result,
+                        EXCEPINFO* exception, UINT* bad) {
+            return type->Invoke(object, member, kind, parameters, result, exception, bad);
+        });
     }
     Outcome On(IDispatch* object) {
-        return Make([&](DISPID member, WORD kind, DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
-                        UINT* bad) {
+        return Make([&](DISPID member, WORD kind, DISPPARAMS* parameters, VARIANT* result,
+                        EXCEPINFO* exception, UINT* bad) {
             return object->Invoke(member, IID_NULL, 0, kind, parameters, result, exception, bad);
         });
     }
 };
-inline LateCall Method(DISPID id, std::vector<Value> arguments = {}) { return {id, DISPATCH_METHOD, std::move(arguments), {}}; }
+inline LateCall Method(DISPID id, std::vector<Value> arguments = {}) {
+    return {id, DISPATCH_METHOD, std::move(arguments), {}};
+}
 inline LateCall Get(DISPID id, std::vector<Value> arguments = {}) {
     return {id, DISPATCH_PROPERTYGET, std::move(arguments), {}};
 }

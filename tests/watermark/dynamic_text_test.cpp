@@ -46,10 +46,12 @@ TEST_F(DynamicTextTest, VariablesAreListed) {
         ASSERT_EQ(dynamic->GetVariable(i, &key, &title), S_OK);
         all += Take(key) + L"=" + Take(title) + L";";
     }
-    EXPECT_EQ(all, L"%sf=Full Source File Name;%s=Short Source File Name;%of=Full Output File Name;"
-                   L"%o=Short Output File Name;%i=Index;%d=Current Date;%t=Current Time;");
+    EXPECT_EQ(all,
+              L"%sf=Full Source File Name;%s=Short Source File Name;%of=Full Output File Name;"
+              L"%o=Short Output File Name;%i=Index;%d=Current Date;%t=Current Time;");
     BSTR key = nullptr, title = nullptr;
-    for (const LONG outside : {LONG(-1), count}) EXPECT_EQ(dynamic->GetVariable(outside, &key, &title), E_INVALIDARG);
+    for (const LONG outside : {LONG(-1), count})
+        EXPECT_EQ(dynamic->GetVariable(outside, &key, &title), E_INVALIDARG);
     EXPECT_EQ(dynamic->GetVariable(0, nullptr, &title), E_POINTER);
     EXPECT_EQ(dynamic->Expand(Text(L"x"), nullptr), E_POINTER);
     BSTR result = nullptr;
@@ -100,7 +102,8 @@ TEST_F(DynamicTextTest, FileNamesOfAnyForm) {
         {L"\\\\server\\share\\c.d", L"c.d", L"c"},
         {L"", L"", L""},
         {L".avi", L".avi", L""},
-        {L"C:\\" + std::wstring(100, L'n') + L".avi", std::wstring(100, L'n') + L".avi", std::wstring(100, L'n')},
+        {L"C:\\" + std::wstring(100, L'n') + L".avi", std::wstring(100, L'n') + L".avi",
+         std::wstring(100, L'n')},
         {std::wstring(600, L'n'), L"", L""},
     };
     for (const PathCase& c : cases) {

@@ -36,7 +36,8 @@ protected:
     std::string Parsed(const Value& text) {
         const FontInfo info = Parse(text);
         return Field(info.FaceName) + '|' + Field(info.Style) + '|' + Field(info.Charset) + '|' +
-               std::to_string(info.Size) + '|' + std::to_string(info.Underline) + '|' + std::to_string(info.Strikeout);
+               std::to_string(info.Size) + '|' + std::to_string(info.Underline) + '|' +
+               std::to_string(info.Strikeout);
     }
 
     NothingLeft no_leaks;

@@ -1,5 +1,5 @@
-// The file and colour dialogs, shown by the desktop's dialog program (zenity, kdialog). Without one, and without a display,
-// a dialog counts as cancelled. Masks match without regard to case.
+// The file and colour dialogs, shown by the desktop's dialog program (zenity, kdialog). Without one, and
+// without a display, a dialog counts as cancelled. Masks match without regard to case.
 #pragma once
 
 #include "winuser.h"
@@ -21,7 +21,7 @@ struct OPENFILENAMEA {
     DWORD lStructSize;
     HWND hwndOwner;
     HINSTANCE hInstance;
-    LPCSTR lpstrFilter;  // pairs of label and masks ("*.a;*.b"), each ended by NUL, the list by one more; null: none
+    LPCSTR lpstrFilter;  // pairs of label and masks ("*.a;*.b"), each ended by NUL, then one more; or null
     LPSTR lpstrCustomFilter;
     DWORD nMaxCustFilter;
     DWORD nFilterIndex;
@@ -57,8 +57,9 @@ struct CHOOSECOLORA {
 
 extern "C" {
 
-/// TRUE: confirmed. With OFN_ALLOWMULTISELECT the names come as the folder and the names in it, each ended by NUL, the list by
-/// one more; one name alone comes whole. FALSE: cancelled, or more than the buffer holds, which stays as it was.
+/// TRUE: confirmed. With OFN_ALLOWMULTISELECT the names come as the folder and the names in it, each ended by
+/// NUL, the list by one more; one name alone comes whole. FALSE: cancelled, or more than the buffer holds,
+/// which stays as it was.
 BV_PLATFORM_API BOOL GetOpenFileNameA(OPENFILENAMEA* dialog);
 BV_PLATFORM_API BOOL GetSaveFileNameA(OPENFILENAMEA* dialog);
 BV_PLATFORM_API BOOL ChooseColorA(CHOOSECOLORA* dialog);

@@ -20,8 +20,18 @@ struct IXMLDOMEntityReference;
 struct IXMLDOMParseError;
 
 enum DOMNodeType {
-    NODE_INVALID, NODE_ELEMENT, NODE_ATTRIBUTE, NODE_TEXT, NODE_CDATA_SECTION, NODE_ENTITY_REFERENCE, NODE_ENTITY,
-    NODE_PROCESSING_INSTRUCTION, NODE_COMMENT, NODE_DOCUMENT, NODE_DOCUMENT_TYPE, NODE_DOCUMENT_FRAGMENT,
+    NODE_INVALID,
+    NODE_ELEMENT,
+    NODE_ATTRIBUTE,
+    NODE_TEXT,
+    NODE_CDATA_SECTION,
+    NODE_ENTITY_REFERENCE,
+    NODE_ENTITY,
+    NODE_PROCESSING_INSTRUCTION,
+    NODE_COMMENT,
+    NODE_DOCUMENT,
+    NODE_DOCUMENT_TYPE,
+    NODE_DOCUMENT_FRAGMENT,
     NODE_NOTATION
 };
 
@@ -91,10 +101,10 @@ struct IXMLDOMNamedNodeMap : IDispatch {
     STDMETHOD(get__newEnum)(IUnknown** ppUnk) PURE;
 };
 
-/// A document. It is well-formed in these points: one document element, no text outside it, no doubled attribute, only
-/// the five named references and those by number. Nesting goes to 256, size to 256 MiB. A document type is passed over.
-/// Bytes that are valid UTF-8 are read as such, others in the encoding that the declaration names; UTF-16 is known by
-/// its mark.
+/// A document. It is well-formed in these points: one document element, no text outside it, no doubled
+/// attribute, only the five named references and those by number. Nesting goes to 256, size to 256 MiB. A
+/// document type is passed over. Bytes that are valid UTF-8 are read as such, others in the encoding that the
+/// declaration names; UTF-16 is known by its mark.
 struct IXMLDOMDocument : IXMLDOMNode {
     STDMETHOD(get_doctype)(IXMLDOMDocumentType** documentType) PURE;
     STDMETHOD(get_implementation)(IXMLDOMImplementation** impl) PURE;
@@ -111,8 +121,8 @@ struct IXMLDOMDocument : IXMLDOMNode {
     STDMETHOD(getElementsByTagName)(BSTR tagName, IXMLDOMNodeList** resultList) PURE;
     STDMETHOD(createNode)(VARIANT Type, BSTR name, BSTR namespaceURI, IXMLDOMNode** node) PURE;
     STDMETHOD(nodeFromID)(BSTR idString, IXMLDOMNode** node) PURE;
-    /// xmlSource: the path of a file, VT_BSTR. A file that can't be read or is no document leaves an empty document,
-    /// VARIANT_FALSE and S_FALSE.
+    /// xmlSource: the path of a file, VT_BSTR. A file that can't be read or is no document leaves an empty
+    /// document, VARIANT_FALSE and S_FALSE.
     STDMETHOD(load)(VARIANT xmlSource, VARIANT_BOOL* isSuccessful) PURE;
     STDMETHOD(get_readyState)(LONG* value) PURE;
     STDMETHOD(get_parseError)(IXMLDOMParseError** errorObj) PURE;

@@ -1,5 +1,5 @@
-// Type libraries: what a module's interfaces, records and classes look like to callers that learn of them while
-// they run. Included by oaidl.h.
+// Type libraries: what a module's interfaces, records and classes look like to callers that learn of them
+// while they run. Included by oaidl.h.
 #pragma once
 
 #include "unknwn.h"
@@ -17,13 +17,25 @@ using HREFTYPE = DWORD;
 #define DISPATCH_PROPERTYPUTREF 0x8
 
 enum TYPEKIND {
-    TKIND_ENUM, TKIND_RECORD, TKIND_MODULE, TKIND_INTERFACE, TKIND_DISPATCH, TKIND_COCLASS, TKIND_ALIAS, TKIND_UNION,
+    TKIND_ENUM,
+    TKIND_RECORD,
+    TKIND_MODULE,
+    TKIND_INTERFACE,
+    TKIND_DISPATCH,
+    TKIND_COCLASS,
+    TKIND_ALIAS,
+    TKIND_UNION,
     TKIND_MAX
 };
 enum SYSKIND { SYS_WIN16, SYS_WIN32, SYS_MAC, SYS_WIN64 };
 enum CALLCONV { CC_FASTCALL, CC_CDECL, CC_PASCAL, CC_MACPASCAL, CC_STDCALL };
 enum FUNCKIND { FUNC_VIRTUAL, FUNC_PUREVIRTUAL, FUNC_NONVIRTUAL, FUNC_STATIC, FUNC_DISPATCH };
-enum INVOKEKIND { INVOKE_FUNC = 1, INVOKE_PROPERTYGET = 2, INVOKE_PROPERTYPUT = 4, INVOKE_PROPERTYPUTREF = 8 };
+enum INVOKEKIND {
+    INVOKE_FUNC = 1,
+    INVOKE_PROPERTYGET = 2,
+    INVOKE_PROPERTYPUT = 4,
+    INVOKE_PROPERTYPUTREF = 8
+};
 enum VARKIND { VAR_PERINSTANCE, VAR_STATIC, VAR_CONST, VAR_DISPATCH };
 enum REGKIND { REGKIND_DEFAULT, REGKIND_REGISTER, REGKIND_NONE };
 
@@ -140,9 +152,10 @@ struct EXCEPINFO;
 struct ITypeComp;
 struct ITypeLib;
 
-/// One type of a library. A dual interface has two of them: the dispatch side (TKIND_DISPATCH), which the library gives
-/// and which lists the operations of all bases too, results as a script sees them; and the table side (TKIND_INTERFACE),
-/// which the dispatch side refers to by GetRefTypeOfImplType(-1), with its own operations alone, as they are called.
+/// One type of a library. A dual interface has two of them: the dispatch side (TKIND_DISPATCH), which the
+/// library gives and which lists the operations of all bases too, results as a script sees them; and the
+/// table side (TKIND_INTERFACE), which the dispatch side refers to by GetRefTypeOfImplType(-1), with its own
+/// operations alone, as they are called.
 struct ITypeInfo : IUnknown {
     /// A description that is got here is given back by the Release operation of its kind.
     STDMETHOD(GetTypeAttr)(TYPEATTR** ppTypeAttr) PURE;
@@ -151,26 +164,27 @@ struct ITypeInfo : IUnknown {
     /// TYPE_E_ELEMENTNOTFOUND past the last one.
     STDMETHOD(GetFuncDesc)(UINT index, FUNCDESC** ppFuncDesc) PURE;
     STDMETHOD(GetVarDesc)(UINT index, VARDESC** ppVarDesc) PURE;
-    /// The name of the first operation or field of that id, then those of its parameters, as many as there is room for;
-    /// the value of a write has none.
+    /// The name of the first operation or field of that id, then those of its parameters, as many as there is
+    /// room for; the value of a write has none.
     STDMETHOD(GetNames)(MEMBERID memid, BSTR* rgBstrNames, UINT cMaxNames, UINT* pcNames) PURE;
     STDMETHOD(GetRefTypeOfImplType)(UINT index, HREFTYPE* pRefType) PURE;
     STDMETHOD(GetImplTypeFlags)(UINT index, INT* pImplTypeFlags) PURE;
-    /// An operation's name, then names of its parameters, without regard to case: the id and the parameters' places.
-    /// DISP_E_UNKNOWNNAME when one isn't there, whose id is then -1.
+    /// An operation's name, then names of its parameters, without regard to case: the id and the parameters'
+    /// places. DISP_E_UNKNOWNNAME when one isn't there, whose id is then -1.
     STDMETHOD(GetIDsOfNames)(LPOLESTR* rgszNames, UINT cNames, MEMBERID* pMemId) PURE;
-    /// Calls an operation of the interface that pvInstance points to. Arguments are converted by Automation's rules and
-    /// stay the caller's; one that is left out, or given as VT_ERROR with DISP_E_PARAMNOTFOUND, must be optional. An object
-    /// is asked for the parameter's interface. A result by reference goes straight to a place of its own kind, or through
-    /// a VT_VARIANT. What the operation gives ends in *pVarResult, which may be null.
-    /// DISP_E_MEMBERNOTFOUND, DISP_E_BADPARAMCOUNT, DISP_E_PARAMNOTFOUND, DISP_E_PARAMNOTOPTIONAL, DISP_E_TYPEMISMATCH,
-    /// DISP_E_OVERFLOW, with the place in rgvarg of a bad argument in *puArgErr; DISP_E_BADVARTYPE for an operation whose
-    /// arguments can't be held by a VARIANT (records, pointers to pointers): nothing was called then. DISP_E_EXCEPTION when
-    /// the operation failed: *pExcepInfo has its status as scode, and what the thread's error object tells, which is
-    /// taken. All other statuses are S_OK.
+    /// Calls an operation of the interface that pvInstance points to. Arguments are converted by Automation's
+    /// rules and stay the caller's; one that is left out, or given as VT_ERROR with DISP_E_PARAMNOTFOUND,
+    /// must be optional. An object is asked for the parameter's interface. A result by reference goes
+    /// straight to a place of its own kind, or through a VT_VARIANT. What the operation gives ends in
+    /// *pVarResult, which may be null. DISP_E_MEMBERNOTFOUND, DISP_E_BADPARAMCOUNT, DISP_E_PARAMNOTFOUND,
+    /// DISP_E_PARAMNOTOPTIONAL, DISP_E_TYPEMISMATCH, DISP_E_OVERFLOW, with the place in rgvarg of a bad
+    /// argument in *puArgErr; DISP_E_BADVARTYPE for an operation whose arguments can't be held by a VARIANT
+    /// (records, pointers to pointers): nothing was called then. DISP_E_EXCEPTION when the operation failed:
+    /// *pExcepInfo has its status as scode, and what the thread's error object tells, which is taken. All
+    /// other statuses are S_OK.
     STDMETHOD(Invoke)
-    (PVOID pvInstance, MEMBERID memid, WORD wFlags, DISPPARAMS* pDispParams, VARIANT* pVarResult, EXCEPINFO* pExcepInfo,
-     UINT* puArgErr) PURE;
+    (PVOID pvInstance, MEMBERID memid, WORD wFlags, DISPPARAMS* pDispParams, VARIANT* pVarResult,
+     EXCEPINFO* pExcepInfo, UINT* puArgErr) PURE;
     /// MEMBERID_NIL: of the type itself. Each place may be null.
     STDMETHOD(GetDocumentation)
     (MEMBERID memid, BSTR* pBstrName, BSTR* pBstrDocString, DWORD* pdwHelpContext, BSTR* pBstrHelpFile) PURE;

@@ -111,8 +111,7 @@ inline constexpr CLSID CLSID_NULL = {};
 
 #define SUCCEEDED(hr) ((HRESULT)(hr) >= 0)
 #define FAILED(hr) ((HRESULT)(hr) < 0)
-#define HRESULT_FROM_WIN32(x) \
-    ((HRESULT)(x) <= 0 ? (HRESULT)(x) : (HRESULT)(((x) & 0x0000FFFF) | 0x80070000u))
+#define HRESULT_FROM_WIN32(x) ((HRESULT)(x) <= 0 ? (HRESULT)(x) : (HRESULT)(((x)&0x0000FFFF) | 0x80070000u))
 
 #define S_OK ((HRESULT)0)
 #define S_FALSE ((HRESULT)1)

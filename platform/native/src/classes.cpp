@@ -161,7 +161,8 @@ Classes::Classes() {
 
 // --- Finding a class ----------------------------------------------------------------------------------
 
-/// The path of the class's module as the registry names it; empty when it names none. False: the registry can't be read.
+/// The path of the class's module as the registry names it; empty when it names none. False: the registry
+/// can't be read.
 bool FindModule(REFCLSID class_id, std::string& module) {
     wchar_t id[39];
     StringFromGUID2(class_id, id, 39);

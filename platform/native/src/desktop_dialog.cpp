@@ -120,7 +120,8 @@ std::vector<std::string> SplitNames(std::string_view answer, std::string_view se
 std::vector<std::string> ZenityArguments(const FileDialog& dialog) {
     std::vector<std::string> arguments = {"zenity", "--file-selection", "--title=" + dialog.title};
     if (dialog.kind == FileDialog::kFolder) arguments.push_back("--directory");
-    if (dialog.kind == FileDialog::kSave) arguments.insert(arguments.end(), {"--save", "--confirm-overwrite"});
+    if (dialog.kind == FileDialog::kSave)
+        arguments.insert(arguments.end(), {"--save", "--confirm-overwrite"});
     if (dialog.kind == FileDialog::kOpenSeveral)
         arguments.insert(arguments.end(), {"--multiple", "--separator=" + std::string(kBetweenNames)});
     if (!dialog.initial.empty()) arguments.push_back("--filename=" + dialog.initial);
@@ -186,7 +187,8 @@ std::optional<Rgb> ParseColor(std::string_view text) {
         const size_t digits = (text.size() - 1) / 3;
         for (size_t i = 0; i < 3; ++i) {
             const char* first = text.data() + 1 + i * digits;  // of four digits the first two count
-            if (std::from_chars(first, first + 2, parts[i], 16).ptr != first + 2 || parts[i] < 0) return std::nullopt;
+            if (std::from_chars(first, first + 2, parts[i], 16).ptr != first + 2 || parts[i] < 0)
+                return std::nullopt;
         }
     } else {
         const size_t open = text.find('(');
@@ -211,7 +213,8 @@ std::optional<std::vector<std::string>> ShowFileDialog(const FileDialog& dialog)
     if (program == Program::kNone) return std::nullopt;
     const bool zenity = program == Program::kZenity;
     const auto answer = Run(zenity ? ZenityArguments(dialog) : KdialogArguments(dialog));
-    if (!answer || !answer->starts_with('/')) return std::nullopt;  // all paths are absolute: else it is garbage
+    if (!answer || !answer->starts_with('/'))
+        return std::nullopt;  // all paths are absolute: else it is garbage
     if (answer->find('\0') != std::string::npos) return std::nullopt;
     if (dialog.kind != FileDialog::kOpenSeveral) return std::vector<std::string>{*answer};
     return zenity ? SplitNames(*answer, kBetweenNames) : JoinLines(SplitNames(*answer, "\n"));
@@ -222,9 +225,10 @@ std::optional<Rgb> ShowColorDialog(Rgb initial) {
     if (program == Program::kNone) return std::nullopt;
     char color[8];
     std::snprintf(color, sizeof color, "#%02x%02x%02x", initial.red, initial.green, initial.blue);
-    const auto answer = program == Program::kZenity
-                            ? Run({"zenity", "--color-selection", "--title=Color", std::string("--color=") + color})
-                            : Run({"kdialog", "--title", "Color", "--getcolor", "--default", color});
+    const auto answer =
+        program == Program::kZenity
+            ? Run({"zenity", "--color-selection", "--title=Color", std::string("--color=") + color})
+            : Run({"kdialog", "--title", "Color", "--getcolor", "--default", color});
     return answer ? ParseColor(*answer) : std::nullopt;
 }
 

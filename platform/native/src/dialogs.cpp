@@ -82,7 +82,8 @@ struct FolderWindow {
 LPITEMIDLIST NewItem(std::string_view path) {
     if (path.size() > 0xFF00) return nullptr;
     const size_t size = sizeof(USHORT) + path.size() + 1;
-    auto* item = static_cast<LPITEMIDLIST>(CoTaskMemAlloc(size + sizeof(USHORT)));  // an empty identifier ends the list
+    auto* item = static_cast<LPITEMIDLIST>(
+        CoTaskMemAlloc(size + sizeof(USHORT)));  // an empty identifier ends the list
     if (!item) return nullptr;
     std::memset(item, 0, size + sizeof(USHORT));
     item->mkid.cb = USHORT(size);
@@ -120,7 +121,8 @@ public:
         if (!item) return E_POINTER;
         *item = nullptr;
         char path[MAX_PATH];
-        if (!name || !WideCharToMultiByte(CP_ACP, 0, name, -1, path, MAX_PATH, nullptr, nullptr)) return E_INVALIDARG;
+        if (!name || !WideCharToMultiByte(CP_ACP, 0, name, -1, path, MAX_PATH, nullptr, nullptr))
+            return E_INVALIDARG;
         const DWORD attributes = GetFileAttributesA(path);
         if (attributes == INVALID_FILE_ATTRIBUTES) return HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
         *item = NewItem(path);
@@ -147,14 +149,15 @@ BOOL SetWindowTextA(HWND window, LPCSTR text) {
 LRESULT SendMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     if (!window || message != BFFM_SETSELECTIONA || !lParam) return 0;
     // TRUE: a path; FALSE: an item.
-    reinterpret_cast<FolderWindow*>(window)->initial = wParam ? reinterpret_cast<const char*>(lParam)
-                                                              : PathOf(reinterpret_cast<LPCITEMIDLIST>(lParam));
+    reinterpret_cast<FolderWindow*>(window)->initial =
+        wParam ? reinterpret_cast<const char*>(lParam) : PathOf(reinterpret_cast<LPCITEMIDLIST>(lParam));
     return 0;
 }
 
 BOOL GetOpenFileNameA(OPENFILENAMEA* dialog) {
     if (!dialog) return FALSE;
-    return ShowFileDialog(*dialog, dialog->Flags & OFN_ALLOWMULTISELECT ? FileDialog::kOpenSeveral : FileDialog::kOpen);
+    return ShowFileDialog(
+        *dialog, dialog->Flags & OFN_ALLOWMULTISELECT ? FileDialog::kOpenSeveral : FileDialog::kOpen);
 }
 
 BOOL GetSaveFileNameA(OPENFILENAMEA* dialog) { return dialog && ShowFileDialog(*dialog, FileDialog::kSave); }

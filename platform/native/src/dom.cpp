@@ -51,7 +51,8 @@ HRESULT GiveText(const char* text, BSTR* result) {
     *result = copy;
     if (!copy) return E_OUTOFMEMORY;
     size_t i = 0;
-    for (; i < length && static_cast<unsigned char>(text[i]) < 0x80; ++i) copy[i] = static_cast<wchar_t>(text[i]);
+    for (; i < length && static_cast<unsigned char>(text[i]) < 0x80; ++i)
+        copy[i] = static_cast<wchar_t>(text[i]);
     if (i == length) return S_OK;
     SysFreeString(copy);
     *result = nullptr;
@@ -160,7 +161,8 @@ public:
     STDMETHODIMP get_attributes(IXMLDOMNamedNodeMap** attributeMap) override {
         if (!attributeMap) return E_POINTER;
         *attributeMap = nullptr;
-        const bool has = !attribute_ && (node_.type() == pugi::node_element || node_.type() == pugi::node_declaration);
+        const bool has =
+            !attribute_ && (node_.type() == pugi::node_element || node_.type() == pugi::node_declaration);
         return has ? GiveAttributes(tree_, node_, attributeMap) : S_FALSE;
     }
     STDMETHODIMP hasChildNodes(VARIANT_BOOL* hasChild) override {
@@ -229,7 +231,8 @@ public:
     using Object::Object;
 };
 
-class Element final : public Object<NodeOf<IXMLDOMElement>, IID_IXMLDOMElement, IID_IXMLDOMNode, IID_IDispatch> {
+class Element final
+    : public Object<NodeOf<IXMLDOMElement>, IID_IXMLDOMElement, IID_IXMLDOMNode, IID_IDispatch> {
 public:
     using Object::Object;
 
@@ -310,7 +313,9 @@ public:
         *listLength = nodes_.Length();
         return S_OK;
     }
-    STDMETHODIMP nextNode(IXMLDOMNode** nextItem) override { return GiveNode(tree_, nodes_.Next(), nextItem); }
+    STDMETHODIMP nextNode(IXMLDOMNode** nextItem) override {
+        return GiveNode(tree_, nodes_.Next(), nextItem);
+    }
     STDMETHODIMP reset() override {
         nodes_.Reset();
         return S_OK;
@@ -409,8 +414,8 @@ private:
 
 /// The whole file; false when it can't be read or is too big.
 bool ReadWhole(const wchar_t* path, std::string& bytes) {
-    const HANDLE file = CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
-                                    nullptr);
+    const HANDLE file = CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) return false;
     LARGE_INTEGER size = {};
     bool good = GetFileSizeEx(file, &size) && size.QuadPart <= static_cast<LONGLONG>(kMaxXmlSize);
@@ -422,15 +427,17 @@ bool ReadWhole(const wchar_t* path, std::string& bytes) {
     size_t done = 0;
     while (good && done < bytes.size()) {
         DWORD read = 0;
-        good = ReadFile(file, bytes.data() + done, static_cast<DWORD>(bytes.size() - done), &read, nullptr) && read > 0;
+        good = ReadFile(file, bytes.data() + done, static_cast<DWORD>(bytes.size() - done), &read, nullptr) &&
+               read > 0;
         done += read;
     }
     CloseHandle(file);
     return good;
 }
 
-class Document final : public Object<NodeOf<IXMLDOMDocument>, IID_IXMLDOMDocument, IID_IXMLDOMNode, IID_IDispatch>,
-                       public IXmlCursorSource {
+class Document final
+    : public Object<NodeOf<IXMLDOMDocument>, IID_IXMLDOMDocument, IID_IXMLDOMNode, IID_IDispatch>,
+      public IXmlCursorSource {
 public:
     using Object::Object;
 
@@ -462,7 +469,8 @@ public:
         if (xmlSource.vt != VT_BSTR) return E_INVALIDARG;
         std::string text;
         const wchar_t* path = xmlSource.bstrVal;
-        const bool read = path && std::wcslen(path) == SysStringLen(xmlSource.bstrVal) && ReadWhole(path, text);
+        const bool read =
+            path && std::wcslen(path) == SysStringLen(xmlSource.bstrVal) && ReadWhole(path, text);
         return Take(std::move(text), read, isSuccessful);
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;

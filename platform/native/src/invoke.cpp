@@ -76,8 +76,8 @@ struct Argument {
 };
 
 /// Calls the operation at that offset. result: room for 8 bytes, which integers fill.
-HRESULT CallSlot(void* object, ULONG_PTR offset, ffi_type* result_type, const std::vector<Argument>& arguments,
-                 void* result) {
+HRESULT CallSlot(void* object, ULONG_PTR offset, ffi_type* result_type,
+                 const std::vector<Argument>& arguments, void* result) {
     std::vector<ffi_type*> types = {&ffi_type_pointer};
     std::vector<void*> values = {&object};
     for (const Argument& argument : arguments) {
@@ -85,7 +85,8 @@ HRESULT CallSlot(void* object, ULONG_PTR offset, ffi_type* result_type, const st
         values.push_back(argument.value);
     }
     ffi_cif call;
-    if (ffi_prep_cif(&call, FFI_DEFAULT_ABI, static_cast<unsigned>(types.size()), result_type, types.data()) != FFI_OK)
+    if (ffi_prep_cif(&call, FFI_DEFAULT_ABI, static_cast<unsigned>(types.size()), result_type,
+                     types.data()) != FFI_OK)
         return DISP_E_BADVARTYPE;
     const auto* const table = *static_cast<const unsigned char* const*>(object);
     void (*operation)() = nullptr;
@@ -100,7 +101,8 @@ HRESULT CallSlot(void* object, ULONG_PTR offset, ffi_type* result_type, const st
 struct Form {
     VARTYPE vt = VT_EMPTY;
     bool by_reference = false;
-    const TypeData* interface = nullptr;  // an object is asked for it; the standard ones have a kind of their own
+    // An object is asked for it; the standard ones have a kind of their own.
+    const TypeData* interface = nullptr;
 };
 
 VARTYPE PlainKind(VARTYPE kind) {
@@ -147,9 +149,9 @@ bool IsMissing(const VARIANT& value) { return value.vt == VT_ERROR && value.scod
 /// One argument on its way: where its value lies, and what happens to it after the call.
 struct Passed {
     Form form;
-    VARIANT own = {};             // its value, when it isn't the caller's
-    void* value = nullptr;        // what the operation gets lies here
-    void* reference = nullptr;    // that value, when it is a pointer
+    VARIANT own = {};              // its value, when it isn't the caller's
+    void* value = nullptr;         // what the operation gets lies here
+    void* reference = nullptr;     // that value, when it is a pointer
     VARIANT* give_back = nullptr;  // a VARIANT of the caller's that takes the result
     bool owned = false;
 
@@ -183,7 +185,8 @@ HRESULT AskFor(const Form& form, VARIANTARG* argument, VARIANT* result) {
             std::swap(result->punkVal, source.punkVal);
         } else if (source.punkVal) {
             void* found = nullptr;
-            if (FAILED(source.punkVal->QueryInterface(form.interface ? form.interface->id : IID_IDispatch, &found)) ||
+            if (FAILED(source.punkVal->QueryInterface(form.interface ? form.interface->id : IID_IDispatch,
+                                                      &found)) ||
                 !found)
                 asked = DISP_E_TYPEMISMATCH;
             else
@@ -201,7 +204,9 @@ HRESULT Convert(const Form& form, VARIANTARG* argument, VARIANT* result) {
 }
 
 /// The value in a VARIANT, as it is passed.
-void* ValueOf(VARIANT& holder, VARTYPE vt) { return vt == VT_VARIANT ? static_cast<void*>(&holder) : &holder.llVal; }
+void* ValueOf(VARIANT& holder, VARTYPE vt) {
+    return vt == VT_VARIANT ? static_cast<void*>(&holder) : &holder.llVal;
+}
 
 HRESULT PassByReference(const TypeParameter& parameter, VARIANTARG* argument, Passed& passed) {
     const VARTYPE vt = passed.form.vt;
@@ -258,10 +263,12 @@ void Give(Passed& passed, VARIANT* target) {
 }
 
 /// Which argument belongs to which parameter: its place in rgvarg, or -1.
-HRESULT Assign(const TypeOperation& operation, const DISPPARAMS& arguments, std::vector<int>* places, UINT* bad) {
+HRESULT Assign(const TypeOperation& operation, const DISPPARAMS& arguments, std::vector<int>* places,
+               UINT* bad) {
     const std::size_t count = operation.parameters.size() - (operation.HasResult() ? 1 : 0);
     places->assign(operation.parameters.size(), -1);
-    if (operation.IsPut() && (arguments.cNamedArgs == 0 || arguments.rgdispidNamedArgs[0] != DISPID_PROPERTYPUT))
+    if (operation.IsPut() &&
+        (arguments.cNamedArgs == 0 || arguments.rgdispidNamedArgs[0] != DISPID_PROPERTYPUT))
         return DISP_E_PARAMNOTFOUND;
     for (UINT i = 0; i < arguments.cNamedArgs; ++i) {
         const DISPID id = arguments.rgdispidNamedArgs[i];
@@ -351,8 +358,8 @@ HRESULT InvokeWith(const InvokeTarget& target, void* object, const DISPPARAMS& a
 
 }  // namespace
 
-HRESULT InvokeOperation(const InvokeTarget& target, void* object, const DISPPARAMS& arguments, VARIANT* result,
-                        EXCEPINFO* exception, UINT* bad_argument) try {
+HRESULT InvokeOperation(const InvokeTarget& target, void* object, const DISPPARAMS& arguments,
+                        VARIANT* result, EXCEPINFO* exception, UINT* bad_argument) try {
     if (result) VariantInit(result);
     UINT bad = static_cast<UINT>(-1);
     const HRESULT status = InvokeWith(target, object, arguments, result, exception, &bad);
@@ -366,15 +373,16 @@ HRESULT InvokeOperation(const InvokeTarget& target, void* object, const DISPPARA
 
 using namespace bv::platform;
 
-extern "C" HRESULT DispCallFunc(void* object, ULONG_PTR offset, CALLCONV convention, VARTYPE result_kind, UINT count,
-                                VARTYPE* kinds, VARIANTARG** arguments, VARIANT* result) try {
+extern "C" HRESULT DispCallFunc(void* object, ULONG_PTR offset, CALLCONV convention, VARTYPE result_kind,
+                                UINT count, VARTYPE* kinds, VARIANTARG** arguments, VARIANT* result) try {
     if (convention != CC_STDCALL && convention != CC_CDECL) return DISP_E_BADCALLEE;
     if (!object || (count > 0 && (!kinds || !arguments))) return E_INVALIDARG;
     std::vector<Argument> values;
     for (UINT i = 0; i < count; ++i) {
         ffi_type* const type = MachineType(kinds[i]);
         if (!type) return DISP_E_BADVARTYPE;
-        values.push_back({type, kinds[i] == VT_VARIANT ? static_cast<void*>(arguments[i]) : &arguments[i]->llVal});
+        values.push_back(
+            {type, kinds[i] == VT_VARIANT ? static_cast<void*>(arguments[i]) : &arguments[i]->llVal});
     }
     const bool nothing = result_kind == VT_EMPTY || result_kind == VT_VOID;
     ffi_type* const type = nothing ? &ffi_type_void : MachineType(result_kind);

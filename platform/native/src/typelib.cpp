@@ -2,8 +2,8 @@
 #include <deque>
 #include <new>
 
-#include "object.h"
 #include "objbase.h"
+#include "object.h"
 #include "oleauto.h"
 #include "typelib_data.h"
 
@@ -14,7 +14,8 @@ using namespace typelib;
 
 HRESULT CopyText(const std::wstring& text, BSTR* result, bool empty_too = false) {
     if (!result) return S_OK;
-    *result = text.empty() && !empty_too ? nullptr : SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
+    *result =
+        text.empty() && !empty_too ? nullptr : SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
     return *result || (text.empty() && !empty_too) ? S_OK : E_OUTOFMEMORY;
 }
 
@@ -78,9 +79,9 @@ public:
         attributes.cVars = static_cast<WORD>(type_.fields.size());
         attributes.cImplTypes = static_cast<WORD>(Implementations());
         attributes.cbSizeInstance = type_.kind == TKIND_RECORD ? type_.size : sizeof(void*);
-        attributes.cbAlignment = static_cast<WORD>(type_.kind == TKIND_RECORD ? type_.alignment : alignof(void*));
-        const unsigned slots =
-            dispatch_ ? StandardTypeLibrary().types[kIDispatch].slots : type_.slots;
+        attributes.cbAlignment =
+            static_cast<WORD>(type_.kind == TKIND_RECORD ? type_.alignment : alignof(void*));
+        const unsigned slots = dispatch_ ? StandardTypeLibrary().types[kIDispatch].slots : type_.slots;
         attributes.cbSizeVft = static_cast<WORD>(slots * sizeof(void*));
         *result = &attributes;
         return S_OK;
@@ -216,7 +217,8 @@ public:
     STDMETHODIMP Invoke(PVOID object, MEMBERID id, WORD flags, DISPPARAMS* arguments, VARIANT* result,
                         EXCEPINFO* exception, UINT* bad_argument) override {
         if (!object || !arguments || arguments->cNamedArgs > arguments->cArgs ||
-            (arguments->cArgs > 0 && !arguments->rgvarg) || (arguments->cNamedArgs > 0 && !arguments->rgdispidNamedArgs))
+            (arguments->cArgs > 0 && !arguments->rgvarg) ||
+            (arguments->cNamedArgs > 0 && !arguments->rgdispidNamedArgs))
             return E_INVALIDARG;
         if (type_.kind != TKIND_INTERFACE) return DISP_E_MEMBERNOTFOUND;
         const Listed* found = nullptr;
@@ -229,8 +231,8 @@ public:
         });
         if (!found) return DISP_E_MEMBERNOTFOUND;
         AddRef();  // the operation may release whoever holds this type
-        const HRESULT status = InvokeOperation({*found->library, *found->operation}, object, *arguments, result,
-                                               exception, bad_argument);
+        const HRESULT status = InvokeOperation({*found->library, *found->operation}, object, *arguments,
+                                               result, exception, bad_argument);
         Release();
         return status;
     }
@@ -303,7 +305,8 @@ private:
         for (const TypeOperation& operation : type.operations) operations_.push_back({&library, &operation});
     }
 
-    /// Through the operations of the type, then those of its bases, until the action says that it has found its own.
+    /// Through the operations of the type, then those of its bases, until the action says that it has found
+    /// its own.
     template <class Action>
     void ForEachOperation(Action action) const {
         for (const Listed& listed : operations_)
@@ -369,8 +372,8 @@ public:
     }
     STDMETHODIMP GetLibAttr(TLIBATTR** result) override {
         if (!result) return E_INVALIDARG;
-        *result = new (std::nothrow) TLIBATTR{data_->id,    0, SYS_WIN64, data_->major, data_->minor,
-                                              LIBFLAG_FHASDISKIMAGE};
+        *result = new (std::nothrow)
+            TLIBATTR{data_->id, 0, SYS_WIN64, data_->major, data_->minor, LIBFLAG_FHASDISKIMAGE};
         return *result ? S_OK : E_OUTOFMEMORY;
     }
     STDMETHODIMP GetTypeComp(ITypeComp**) override { return E_NOTIMPL; }

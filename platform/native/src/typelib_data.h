@@ -79,8 +79,8 @@ struct TypeLibraryData {
     bool IsStandard(const TypeData& type, typelib::StandardType standard) const;
 };
 
-/// Reads a library. Null when the bytes are none: cut, with an index out of range, with a base that isn't an interface or
-/// comes later, too deep or too large. Throws std::bad_alloc.
+/// Reads a library. Null when the bytes are none: cut, with an index out of range, with a base that isn't an
+/// interface or comes later, too deep or too large. Throws std::bad_alloc.
 std::unique_ptr<TypeLibraryData> ReadTypeLibrary(std::string_view bytes);
 
 /// What all others refer to: GUID, IUnknown, IDispatch.
@@ -94,11 +94,11 @@ ITypeLib* NewTypeLib(std::shared_ptr<const TypeLibraryData> data);
 // --- Calls of operations by their description (invoke.cpp)
 
 struct InvokeTarget {
-    const TypeLibraryData& library;   // of the operation's shapes
+    const TypeLibraryData& library;  // of the operation's shapes
     const TypeOperation& operation;
 };
 /// ITypeInfo::Invoke, once the operation is found.
-HRESULT InvokeOperation(const InvokeTarget& target, void* object, const DISPPARAMS& arguments, VARIANT* result,
-                        EXCEPINFO* exception, UINT* bad_argument);
+HRESULT InvokeOperation(const InvokeTarget& target, void* object, const DISPPARAMS& arguments,
+                        VARIANT* result, EXCEPINFO* exception, UINT* bad_argument);
 
 }  // namespace bv::platform

@@ -1,4 +1,5 @@
-// Reading a type library. The bytes come from a file that a path in the registry names: nothing in them is believed.
+// Reading a type library. The bytes come from a file that a path in the registry names: nothing in them is
+// believed.
 #include <algorithm>
 #include <cwctype>
 #include <initializer_list>
@@ -24,7 +25,8 @@ public:
     std::unique_ptr<TypeLibraryData> Read() {
         auto library = std::make_unique<TypeLibraryData>();
         library_ = library.get();
-        if (Bytes(sizeof kMagic) != std::string_view(kMagic, sizeof kMagic) || U16() != kFormat) throw Damaged{};
+        if (Bytes(sizeof kMagic) != std::string_view(kMagic, sizeof kMagic) || U16() != kFormat)
+            throw Damaged{};
         library->id = Id();
         library->major = U16();
         library->minor = U16();
@@ -47,7 +49,8 @@ private:
     std::uint32_t Number(int size) {
         std::uint32_t number = 0;
         const std::string_view taken = Bytes(static_cast<std::size_t>(size));
-        for (int i = size; i-- > 0;) number = number << 8 | static_cast<unsigned char>(taken[static_cast<std::size_t>(i)]);
+        for (int i = size; i-- > 0;)
+            number = number << 8 | static_cast<unsigned char>(taken[static_cast<std::size_t>(i)]);
         return number;
     }
     std::uint8_t U8() { return static_cast<std::uint8_t>(Number(1)); }
@@ -125,7 +128,8 @@ private:
         for (unsigned left = U16(); left > 0; --left) {
             TypeOperation operation;
             operation.id = static_cast<MEMBERID>(U32());
-            operation.kind = OneOf({INVOKE_FUNC, INVOKE_PROPERTYGET, INVOKE_PROPERTYPUT, INVOKE_PROPERTYPUTREF});
+            operation.kind =
+                OneOf({INVOKE_FUNC, INVOKE_PROPERTYGET, INVOKE_PROPERTYPUT, INVOKE_PROPERTYPUTREF});
             operation.flags = U16();
             operation.name = Text();
             operation.help = Text();
@@ -150,7 +154,8 @@ private:
             const bool last = &parameter == &operation.parameters.back();
             // A result leaves through a pointer, and nothing comes after it.
             if (parameter.Is(PARAMFLAG_FRETVAL) && (!last || operation.IsPut())) throw Damaged{};
-            if (parameter.Is(PARAMFLAG_FOUT | PARAMFLAG_FRETVAL) && parameter.shape.vt != VT_PTR) throw Damaged{};
+            if (parameter.Is(PARAMFLAG_FOUT | PARAMFLAG_FRETVAL) && parameter.shape.vt != VT_PTR)
+                throw Damaged{};
         }
     }
 
@@ -161,8 +166,10 @@ private:
         if (shape.vt == VT_CARRAY) shape.count = U32();
         if (shape.vt == VT_USERDEFINED) {
             shape.type = U16();
-            if (shape.type & kStandard) Known(shape.type);
-            else if (shape.type >= count_) throw Damaged{};
+            if (shape.type & kStandard)
+                Known(shape.type);
+            else if (shape.type >= count_)
+                throw Damaged{};
         } else if (shape.vt == VT_PTR || shape.vt == VT_CARRAY) {
             shape.inner.push_back(Shape(depth + 1));
         } else if (!IsSimple(shape.vt)) {
@@ -250,7 +257,9 @@ constexpr unsigned char kStandardLibrary[] = {
 
 }  // namespace
 
-std::unique_ptr<TypeLibraryData> ReadTypeLibrary(std::string_view bytes) { return Read(bytes, &StandardTypeLibrary()); }
+std::unique_ptr<TypeLibraryData> ReadTypeLibrary(std::string_view bytes) {
+    return Read(bytes, &StandardTypeLibrary());
+}
 
 const TypeLibraryData& StandardTypeLibrary() {
     static const TypeLibraryData& library =

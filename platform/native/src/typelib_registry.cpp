@@ -33,7 +33,8 @@ std::string ReadFile(const std::string& path) {
 bool BeginsAsLibrary(const std::string& path) {
     char magic[sizeof bv::typelib::kMagic] = {};
     std::ifstream file(path, std::ios::binary);
-    return file.read(magic, sizeof magic) && std::equal(std::begin(magic), std::end(magic), bv::typelib::kMagic);
+    return file.read(magic, sizeof magic) &&
+           std::equal(std::begin(magic), std::end(magic), bv::typelib::kMagic);
 }
 
 /// The bytes of a module's library; empty when it has none. They are copied: the module may go.
@@ -82,8 +83,8 @@ public:
         return RegOpenKeyExW(parent, path.c_str(), 0, KEY_ALL_ACCESS, &key_) == ERROR_SUCCESS;
     }
     bool Create(HKEY parent, const std::wstring& path) {
-        return RegCreateKeyExW(parent, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr, &key_,
-                               nullptr) == ERROR_SUCCESS;
+        return RegCreateKeyExW(parent, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS,
+                               nullptr, &key_, nullptr) == ERROR_SUCCESS;
     }
     HKEY get() const { return key_; }
     bool Put(const wchar_t* name, const std::wstring& text) const {
@@ -92,17 +93,19 @@ public:
     }
     std::wstring Get(const wchar_t* name) const {
         DWORD type = 0, size = 0;
-        if (RegQueryValueExW(key_, name, nullptr, &type, nullptr, &size) != ERROR_SUCCESS || type != REG_SZ) return {};
+        if (RegQueryValueExW(key_, name, nullptr, &type, nullptr, &size) != ERROR_SUCCESS || type != REG_SZ)
+            return {};
         std::wstring text(size / sizeof(wchar_t), L'\0');
-        if (RegQueryValueExW(key_, name, nullptr, nullptr, reinterpret_cast<BYTE*>(text.data()), &size) != ERROR_SUCCESS)
+        if (RegQueryValueExW(key_, name, nullptr, nullptr, reinterpret_cast<BYTE*>(text.data()), &size) !=
+            ERROR_SUCCESS)
             return {};
         return text.substr(0, text.find(L'\0'));
     }
     std::vector<std::wstring> Subkeys() const {
         std::vector<std::wstring> names;
         wchar_t name[256];
-        for (DWORD i = 0, length = 256; RegEnumKeyExW(key_, i, name, &length, nullptr, nullptr, nullptr, nullptr) ==
-                                        ERROR_SUCCESS;
+        for (DWORD i = 0, length = 256;
+             RegEnumKeyExW(key_, i, name, &length, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
              ++i, length = 256)
             names.emplace_back(name, length);
         return names;
@@ -129,7 +132,10 @@ std::wstring Hex(unsigned number) {
 }
 std::wstring VersionText(WORD major, WORD minor) { return Hex(major) + L"." + Hex(minor); }
 const wchar_t* SystemText(SYSKIND system) {
-    return system == SYS_WIN64 ? L"win64" : system == SYS_WIN32 ? L"win32" : system == SYS_WIN16 ? L"win16" : nullptr;
+    return system == SYS_WIN64   ? L"win64"
+           : system == SYS_WIN32 ? L"win32"
+           : system == SYS_WIN16 ? L"win16"
+                                 : nullptr;
 }
 
 /// The registered minor version that serves the wish; -1: none.
@@ -155,13 +161,15 @@ std::wstring RegisteredPath(REFGUID id, WORD major, WORD minor, LCID locale) {
     constexpr LCID kLanguage = 0x3FF;
     for (const LCID candidate : {locale, locale & kLanguage, LCID(0)}) {
         Key place;
-        if (place.Open(library.get(), VersionText(major, static_cast<WORD>(found)) + L"\\" + Hex(candidate) + L"\\win64"))
+        if (place.Open(library.get(),
+                       VersionText(major, static_cast<WORD>(found)) + L"\\" + Hex(candidate) + L"\\win64"))
             return place.Get(nullptr);
     }
     return {};
 }
 
-HRESULT Register(ITypeLib& library, const TLIBATTR& attributes, const std::wstring& path, std::wstring help_folder) {
+HRESULT Register(ITypeLib& library, const TLIBATTR& attributes, const std::wstring& path,
+                 std::wstring help_folder) {
     const SYSKIND system = attributes.syskind;
     const std::wstring id = IdText(attributes.guid);
     const std::wstring version = VersionText(attributes.wMajorVerNum, attributes.wMinorVerNum);
@@ -192,11 +200,13 @@ HRESULT Register(ITypeLib& library, const TLIBATTR& attributes, const std::wstri
                 type->GetDocumentation(MEMBERID_NIL, &type_name, nullptr, nullptr, nullptr);
                 Key interface;
                 Key use;
-                written = interface.Create(HKEY_CLASSES_ROOT, L"Interface\\" + IdText(type_attributes->guid)) &&
-                          interface.Put(nullptr, type_name ? type_name : L"") &&
-                          PutBelow(interface, L"ProxyStubClsid", kMarshaller) &&
-                          PutBelow(interface, L"ProxyStubClsid32", kMarshaller) &&
-                          use.Create(interface.get(), L"TypeLib") && use.Put(nullptr, id) && use.Put(L"Version", version);
+                written =
+                    interface.Create(HKEY_CLASSES_ROOT, L"Interface\\" + IdText(type_attributes->guid)) &&
+                    interface.Put(nullptr, type_name ? type_name : L"") &&
+                    PutBelow(interface, L"ProxyStubClsid", kMarshaller) &&
+                    PutBelow(interface, L"ProxyStubClsid32", kMarshaller) &&
+                    use.Create(interface.get(), L"TypeLib") && use.Put(nullptr, id) &&
+                    use.Put(L"Version", version);
                 SysFreeString(type_name);
             }
             type->ReleaseTypeAttr(type_attributes);
@@ -266,7 +276,9 @@ HRESULT LoadTypeLibEx(LPCOLESTR file, REGKIND kind, ITypeLib** result) try {
     return E_OUTOFMEMORY;
 }
 
-HRESULT LoadTypeLib(const OLECHAR* file, ITypeLib** result) { return LoadTypeLibEx(file, REGKIND_DEFAULT, result); }
+HRESULT LoadTypeLib(const OLECHAR* file, ITypeLib** result) {
+    return LoadTypeLibEx(file, REGKIND_DEFAULT, result);
+}
 
 HRESULT LoadRegTypeLib(REFGUID library, WORD major, WORD minor, LCID locale, ITypeLib** result) try {
     if (!result) return E_INVALIDARG;
@@ -295,8 +307,9 @@ HRESULT RegisterTypeLib(ITypeLib* library, OLECHAR* path, OLECHAR* help_folder) 
     TLIBATTR* attributes = nullptr;
     HRESULT status = library->GetLibAttr(&attributes);
     if (FAILED(status)) return status;
-    status = SystemText(attributes->syskind) ? Register(*library, *attributes, path, help_folder ? help_folder : L"")
-                                             : E_INVALIDARG;
+    status = SystemText(attributes->syskind)
+                 ? Register(*library, *attributes, path, help_folder ? help_folder : L"")
+                 : E_INVALIDARG;
     library->ReleaseTLibAttr(attributes);
     return status;
 } catch (const std::bad_alloc&) {

@@ -60,7 +60,8 @@ bool IsUtf8(std::string_view text) {
                 continue;
             }
         }
-        const size_t length = CharacterAt(reinterpret_cast<const unsigned char*>(text.data()) + i, text.size() - i);
+        const size_t length =
+            CharacterAt(reinterpret_cast<const unsigned char*>(text.data()) + i, text.size() - i);
         if (length == 0) return false;
         i += length;
     }
@@ -80,7 +81,8 @@ std::string NamedEncoding(std::string_view text) {
     if (end == std::string_view::npos) return {};
     const std::string name(declaration.substr(quote + 1, end - quote - 1));
     const bool plain = std::all_of(name.begin(), name.end(), [](unsigned char c) {
-        return (c >= '0' && c <= '9') || ((c | 0x20) >= 'a' && (c | 0x20) <= 'z') || c == '-' || c == '_' || c == '.';
+        return (c >= '0' && c <= '9') || ((c | 0x20) >= 'a' && (c | 0x20) <= 'z') || c == '-' || c == '_' ||
+               c == '.';
     });
     return plain && name.size() < 64 ? name : std::string();
 }
@@ -102,7 +104,8 @@ bool IsReference(std::string_view text) {
     const bool hexadecimal = name.size() > 1 && name[1] == 'x';
     const std::string_view digits = name.substr(hexadecimal ? 2 : 1);
     unsigned long code = 0;
-    const auto [stop, error] = std::from_chars(digits.data(), digits.data() + digits.size(), code, hexadecimal ? 16 : 10);
+    const auto [stop, error] =
+        std::from_chars(digits.data(), digits.data() + digits.size(), code, hexadecimal ? 16 : 10);
     return error == std::errc() && stop == digits.data() + digits.size() && IsXmlCharacter(code);
 }
 
@@ -133,10 +136,12 @@ bool ReferencesAreGood(std::string_view text) {
 bool HasDoubledAttribute(pugi::xml_node node, std::vector<const char*>& names) {
     const auto same = [](const char* a, const char* b) { return *a == *b && std::strcmp(a, b) == 0; };
     names.clear();
-    for (pugi::xml_attribute attribute = node.first_attribute(); attribute; attribute = attribute.next_attribute())
+    for (pugi::xml_attribute attribute = node.first_attribute(); attribute;
+         attribute = attribute.next_attribute())
         names.push_back(attribute.name());
     if (names.size() > 8) {
-        std::sort(names.begin(), names.end(), [](const char* a, const char* b) { return std::strcmp(a, b) < 0; });
+        std::sort(names.begin(), names.end(),
+                  [](const char* a, const char* b) { return std::strcmp(a, b) < 0; });
         return std::adjacent_find(names.begin(), names.end(), same) != names.end();
     }
     for (size_t i = 1; i < names.size(); ++i)
@@ -184,7 +189,9 @@ bool InsideIsGood(const pugi::xml_document& document) {
 bool ToXmlUtf8(std::string& bytes) {
     std::string converted;
     const std::string_view text = bytes;
-    const char* encoding = text.starts_with("\xFF\xFE") ? "UTF-16LE" : text.starts_with("\xFE\xFF") ? "UTF-16BE" : nullptr;
+    const char* encoding = text.starts_with("\xFF\xFE")   ? "UTF-16LE"
+                           : text.starts_with("\xFE\xFF") ? "UTF-16BE"
+                                                          : nullptr;
     if (encoding) {
         if (!Convert(encoding, text.substr(2), converted)) return false;
         bytes.swap(converted);
@@ -204,9 +211,10 @@ bool ToXmlUtf8(std::string& bytes) {
 bool ParseXml(pugi::xml_document& document, std::string& text) {
     if (text.empty() || text.size() > kMaxXmlSize || std::memchr(text.data(), 0, text.size())) return false;
     if (!ReferencesAreGood(text)) return false;
-    constexpr unsigned kFlags = pugi::parse_pi | pugi::parse_comments | pugi::parse_cdata | pugi::parse_escapes |
-                                pugi::parse_eol | pugi::parse_wconv_attribute | pugi::parse_declaration |
-                                pugi::parse_fragment;  // a fragment shows what stands outside the document element
+    constexpr unsigned kFlags =
+        pugi::parse_pi | pugi::parse_comments | pugi::parse_cdata | pugi::parse_escapes | pugi::parse_eol |
+        pugi::parse_wconv_attribute | pugi::parse_declaration |
+        pugi::parse_fragment;  // a fragment shows what stands outside the document element
     const auto result = document.load_buffer_inplace(text.data(), text.size(), kFlags, pugi::encoding_utf8);
     return result && OutsideIsGood(document) && InsideIsGood(document);
 }

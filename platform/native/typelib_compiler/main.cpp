@@ -2,11 +2,12 @@
 //
 //   bvtlc INPUT.idl OUTPUT.tlb     bvtlc --text INPUT.idl OUTPUT.inc (the bytes as a list of numbers)
 //
-// It reads the part of the interface definition language that a library of records, interfaces and classes needs: import
-// lines, which it passes over; one library with importlib of the standard library; struct; interface with
-// [object, uuid, dual, nonextensible, oleautomation], operations with [id, propget, propput, propputref, restricted,
-// helpstring], parameters with [in, out, retval]; coclass with [default]. Types come before their use as a base or as
-// part of a record. Another word is an error: what is compiled for the other platform must be read here in full.
+// It reads the part of the interface definition language that a library of records, interfaces and classes
+// needs: import lines, which it passes over; one library with importlib of the standard library; struct;
+// interface with [object, uuid, dual, nonextensible, oleautomation], operations with [id, propget, propput,
+// propputref, restricted, helpstring], parameters with [in, out, retval]; coclass with [default]. Types come
+// before their use as a base or as part of a record. Another word is an error: what is compiled for the other
+// platform must be read here in full.
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
@@ -30,9 +31,9 @@ using namespace bv::typelib;
 
 struct Shape {
     VARTYPE vt = VT_EMPTY;
-    std::uint32_t count = 0;     // VT_CARRAY
-    std::string name;            // VT_USERDEFINED
-    std::vector<Shape> inner;    // VT_PTR, VT_CARRAY: one
+    std::uint32_t count = 0;   // VT_CARRAY
+    std::string name;          // VT_USERDEFINED
+    std::vector<Shape> inner;  // VT_PTR, VT_CARRAY: one
 };
 struct Member {  // a field or a parameter
     std::string name;
@@ -198,7 +199,8 @@ private:
         lexer_.Expect("[");
         do {
             const std::string word = lexer_.Word();
-            if (std::find(known.begin(), known.end(), word) == known.end()) lexer_.Fail("unknown attribute " + word);
+            if (std::find(known.begin(), known.end(), word) == known.end())
+                lexer_.Fail("unknown attribute " + word);
             std::string& value = attributes[word];
             if (word == "uuid" || word == "version") {
                 value = lexer_.Raw();
@@ -232,14 +234,16 @@ private:
         std::string digits;
         for (std::size_t i = 0; i < text.size(); ++i) {
             const bool dash = i == 8 || i == 13 || i == 18 || i == 23;
-            if (dash ? text[i] != '-' : !std::isxdigit(static_cast<unsigned char>(text[i]))) lexer_.Fail("bad id " + text);
+            if (dash ? text[i] != '-' : !std::isxdigit(static_cast<unsigned char>(text[i])))
+                lexer_.Fail("bad id " + text);
             if (!dash) digits += text[i];
         }
         if (digits.size() != 32) lexer_.Fail("an id is missing");
         constexpr int kOrder[] = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
         std::string bytes;
         for (const int i : kOrder)
-            bytes += static_cast<char>(std::stoul(digits.substr(static_cast<std::size_t>(i) * 2, 2), nullptr, 16));
+            bytes +=
+                static_cast<char>(std::stoul(digits.substr(static_cast<std::size_t>(i) * 2, 2), nullptr, 16));
         return bytes;
     }
 
@@ -256,8 +260,8 @@ private:
         } else if (lexer_.Accept("struct")) {
             ParseRecord();
         } else {
-            const Attributes attributes = ParseAttributes(
-                {"object", "uuid", "dual", "nonextensible", "oleautomation", "helpstring"});
+            const Attributes attributes =
+                ParseAttributes({"object", "uuid", "dual", "nonextensible", "oleautomation", "helpstring"});
             if (lexer_.Accept("interface"))
                 ParseInterface(attributes);
             else if (lexer_.Accept("coclass"))
@@ -364,12 +368,21 @@ private:
             const char* name;
             VARTYPE vt;
         };
-        // A number as wide as a pointer is what the compiler itself was built for: it runs where the module does.
+        // A number as wide as a pointer is what the compiler itself was built for: it runs where the module
+        // does.
         static constexpr Simple kSimple[] = {
-            {"void", VT_VOID},       {"char", VT_I1},      {"short", VT_I2},
-            {"long", VT_I4},         {"int", VT_INT},      {"hyper", VT_I8},
-            {"float", VT_R4},        {"double", VT_R8},    {"BSTR", VT_BSTR},
-            {"VARIANT", VT_VARIANT}, {"HRESULT", VT_HRESULT}, {"VARIANT_BOOL", VT_BOOL},
+            {"void", VT_VOID},
+            {"char", VT_I1},
+            {"short", VT_I2},
+            {"long", VT_I4},
+            {"int", VT_INT},
+            {"hyper", VT_I8},
+            {"float", VT_R4},
+            {"double", VT_R8},
+            {"BSTR", VT_BSTR},
+            {"VARIANT", VT_VARIANT},
+            {"HRESULT", VT_HRESULT},
+            {"VARIANT_BOOL", VT_BOOL},
             {"LONG_PTR", sizeof(LONG_PTR) == 8 ? VT_I8 : VT_I4},
         };
         static constexpr Simple kUnsigned[] = {

@@ -19,7 +19,8 @@ int main(int, char** argv) {
     if (FAILED(CoCreateInstance(bv::clsid::PropertyMain, nullptr, CLSCTX_INPROC_SERVER, bv::kIid<IProperty>,
                                 reinterpret_cast<void**>(&root))))
         return 2;
-    if (FAILED(root->QueryInterface(bv::kIid<IEnumProperties>, reinterpret_cast<void**>(&children)))) return 3;
+    if (FAILED(root->QueryInterface(bv::kIid<IEnumProperties>, reinterpret_cast<void**>(&children))))
+        return 3;
     LONG count = 0;
     children->get_Count(&count);
     for (LONG i = 0; i < count; ++i) {
