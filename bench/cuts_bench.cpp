@@ -108,9 +108,7 @@ private:
 };
 
 std::wstring FileOf(int count) {
-    const char* folder = std::getenv("BV_TEST_TEMP");
-    return (std::filesystem::path(folder ? folder : ".") / ("cuts" + std::to_string(count) + ".tlc"))
-        .wstring();
+    return (std::filesystem::temp_directory_path() / ("bvbench" + std::to_string(count) + ".tlc")).wstring();
 }
 
 /// Heap that is in use, with the allocator's own share.
