@@ -83,8 +83,7 @@ struct ICriticalSection;
 struct IMediaObject;
 struct IProperty;
 
-// --- Nodes
-// ------------------------------------------------------------------------------------------------------
+// --- Nodes -------------------------------------------------------------------------------------------------
 
 struct IBaseObj : IDispatch {
     /// The object's Name: what code searches for, and the element name in the settings XML. E_POINTER for a
@@ -240,8 +239,7 @@ struct ISettingsWriter : IUnknown {
 };
 BV_INTERFACE_ID(ISettingsWriter, "F8855786-E505-4575-8855-8BCC75A8ED48")
 
-// --- Collections
-// ------------------------------------------------------------------------------------------------
+// --- Collections -------------------------------------------------------------------------------------------
 
 struct ICollection : IBaseObj {
     /// How many items there are.
@@ -346,8 +344,7 @@ struct IEnumObject : IDispatch {
 };
 BV_INTERFACE_ID(IEnumObject, "80E93B00-7E4C-419D-90FB-28EB8E498E18")
 
-// --- The job's root, actions and filters
-// --------------------------------------------------------------------------
+// --- The job's root, actions and filters -------------------------------------------------------------------
 
 /// The second interface of the root.
 struct IMainMediaPath : IUnknown {
@@ -372,8 +369,7 @@ struct IFilterImplInit : IUnknown {
 };
 BV_INTERFACE_ID(IFilterImplInit, "A06B2128-9FB4-4874-813B-AFA5149D32A0")
 
-// --- Input sources
-// ------------------------------------------------------------------------------------------------
+// --- Input sources -----------------------------------------------------------------------------------------
 
 /// What became of the last attempt to open an input.
 struct IMediaOpenState : IUnknown {
@@ -506,8 +502,7 @@ struct IDVDIndexData : IDispatch {
 };
 BV_INTERFACE_ID(IDVDIndexData, "2116D701-E7A1-4A06-B50F-6A16BC1980B7")
 
-// --- Watermark
-// ----------------------------------------------------------------------------------------------------
+// --- Watermark ---------------------------------------------------------------------------------------------
 
 /// The variables of a watermark text.
 struct IDynamicText : IUnknown {
@@ -545,8 +540,7 @@ struct IFontStringParser : IUnknown {
 };
 BV_INTERFACE_ID(IFontStringParser, "6BF2C055-C880-475D-9B0D-B2AC7918696C")
 
-// --- Services
-// -----------------------------------------------------------------------------------------------------
+// --- Services ----------------------------------------------------------------------------------------------
 
 /// A registered component, as IBVMapper gives it. The mapper owns it and its texts.
 struct tagGUIDREG {
@@ -644,8 +638,7 @@ struct ICriticalSection : IDispatch {
 };
 BV_INTERFACE_ID(ICriticalSection, "8D6E6155-5C63-4588-8A77-7E2F30A38110")
 
-// --- What a host and its components implement
-// -----------------------------------------------------------------------
+// --- What a host and its components implement --------------------------------------------------------------
 
 /// The job engine. Must also answer IMap, IProperty (the job's root), IMediaParser and IMediaFilesHost.
 struct IMediaObject : IDispatch {
@@ -718,8 +711,7 @@ BV_INTERFACE_ID(IActionObject, "E3F9EC36-21D6-4FAD-9B2D-B380A1BDA667")
 struct IFilterEntry : IUnknown {};
 BV_INTERFACE_ID(IFilterEntry, "64E1B8D8-F282-4531-AA4A-7372DEBB03CB")
 
-// --- Identities
-// ---------------------------------------------------------------------------------------------------
+// --- Identities --------------------------------------------------------------------------------------------
 
 namespace bv {
 
