@@ -85,8 +85,8 @@ STDMETHODIMP LiveTimeFilters::AddByCLSID(CLSID* pClsID, IUnknown** ppUnk) {
 
 STDMETHODIMP LiveTimeFilters::SetMediaObject(IDispatch* ppUnk) {
     media_.Set(ppUnk);
-    for (size_t i = 0; i < objects_.size();
-         ++i)  // by index: a node that learns of the job may change the list
+    // By index: a node that learns of the job may change the list.
+    for (size_t i = 0; i < objects_.size(); ++i)
         if (const auto node = objects_[i].As<IProperty>()) std::ignore = node->put_MediaObject(ppUnk);
     return S_OK;
 }
