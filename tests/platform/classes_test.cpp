@@ -226,15 +226,5 @@ TEST(Ids, Texts) {
     EXPECT_EQ(read.Data3 >> 12, 4);
 }
 
-TEST(TaskMemory, BlocksKeepTheirContent) {
-    auto* block = static_cast<char*>(CoTaskMemAlloc(4));
-    ASSERT_NE(block, nullptr);
-    std::memcpy(block, "abc", 4);
-    block = static_cast<char*>(CoTaskMemRealloc(block, 100000));
-    ASSERT_NE(block, nullptr);
-    EXPECT_STREQ(block, "abc");
-    CoTaskMemFree(block);
-}
-
 }  // namespace
 }  // namespace bv::test
