@@ -19,8 +19,10 @@ struct XmlElement {
 };
 
 /// Stands on the document at first, then on elements; nodes of other kinds are passed over. It keeps what was
-/// loaded alive.
-struct IXmlCursor : IUnknown {
+/// loaded alive, and has one owner.
+struct IXmlCursor {
+    /// The owner's last call.
+    virtual void End() = 0;
     /// To the first element inside, to the next one beside. False: there is none, and the cursor stays.
     virtual bool Enter() = 0;
     virtual bool Next() = 0;
@@ -29,14 +31,15 @@ struct IXmlCursor : IUnknown {
     /// The element that it stands on. The texts are the cursor's and last until the next call of it. False:
     /// no memory.
     virtual bool Look(XmlElement& element) = 0;
+
+protected:
+    ~IXmlCursor() = default;
 };
 
 struct IXmlCursorSource : IUnknown {
-    /// A cursor for what the document holds now. E_OUTOFMEMORY.
+    /// A cursor for what the document holds now, which is the caller's. E_OUTOFMEMORY.
     STDMETHOD(NewCursor)(IXmlCursor** cursor) PURE;
 };
 
-inline constexpr IID IID_IXmlCursor = {
-    0x0D3C8F52, 0x5A1B, 0x4E0E, {0x9C, 0x47, 0x2B, 0x61, 0xF0, 0x83, 0xD4, 0x15}};
 inline constexpr IID IID_IXmlCursorSource = {
     0x6F1E24A9, 0xC3D7, 0x4B58, {0x8E, 0x02, 0x91, 0x5C, 0x7A, 0x3F, 0xE8, 0x60}};

@@ -13,21 +13,7 @@ class NodeCursor final : public IXmlCursor {
 public:
     explicit NodeCursor(IXMLDOMNode* document) : at_(document) {}
 
-    STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
-        if (!out) return E_POINTER;
-        *out = nullptr;
-        if (iid != kIid<IUnknown> && iid != IID_IXmlCursor) return E_NOINTERFACE;
-        AddRef();
-        *out = this;
-        return S_OK;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
-    STDMETHODIMP_(ULONG) Release() override {
-        const ULONG left = --references_;
-        if (left == 0) delete this;
-        return left;
-    }
-
+    void End() override { delete this; }
     bool Enter() override {
         ComPtr<IXMLDOMNode> node;
         return at_->get_firstChild(node.Put()) == S_OK && MoveTo(std::move(node));
@@ -80,7 +66,6 @@ private:
         return false;
     }
 
-    ULONG references_ = 0;
     ComPtr<IXMLDOMNode> at_;
     Bstr name_;
     std::vector<Bstr> texts_;
@@ -89,13 +74,13 @@ private:
 
 }  // namespace
 
-ComPtr<IXmlCursor> CursorOf(IXMLDOMDocument* document) {
-    ComPtr<IXmlCursor> cursor;
-    if (const auto source = Query<IXmlCursorSource>(document)) {
-        std::ignore = source->NewCursor(cursor.Put());
-        return cursor;
-    }
-    return new (std::nothrow) NodeCursor(document);
+XmlCursor CursorOf(IXMLDOMDocument* document) {
+    IXmlCursor* cursor = nullptr;
+    if (const auto source = Query<IXmlCursorSource>(document))
+        std::ignore = source->NewCursor(&cursor);
+    else
+        cursor = new (std::nothrow) NodeCursor(document);
+    return XmlCursor(cursor);
 }
 
 }  // namespace bv

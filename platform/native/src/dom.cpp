@@ -367,10 +367,11 @@ private:
     Sequence<pugi::xml_attribute> attributes_;
 };
 
-class Cursor final : public Object<IXmlCursor, IID_IXmlCursor> {
+class Cursor final : public IXmlCursor {
 public:
     explicit Cursor(const TreePtr& tree) : tree_(tree), at_(tree_->document) {}
 
+    void End() override { delete this; }
     bool Enter() override { return MoveTo(at_.first_child()); }
     bool Next() override { return MoveTo(at_.next_sibling()); }
     void Leave() override { at_ = at_.parent(); }
