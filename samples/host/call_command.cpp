@@ -1,5 +1,7 @@
 // Calling a node's operations by their names, as a script does: by IDispatch alone.
 #include "commands.h"
+#include "exit_code.h"
+#include "job_source.h"
 #include "server.h"
 #include "terminal.h"
 #include "text.h"
@@ -60,14 +62,13 @@ std::string Told(EXCEPINFO& exception) {
     return text;
 }
 
-}  // namespace
-
+/// operation: "NAME.Operation". arguments: whole numbers, texts, "null", "@NAME" for a node.
 int CallOperation(const JobSource& source, const std::wstring& operation,
                   const std::vector<std::wstring>& arguments) {
     const size_t point = operation.rfind(L'.');
     if (point == std::wstring::npos || point == 0) throw Problem("what is called is written NAME.Operation");
-    Job job(source.given);
-    Fill(&job, source);
+    const auto opened = source.OpenAndSet();
+    const Job& job = *opened;
     const NodeView node = job.Node(operation.substr(0, point));
     IDispatch* const object = node.node.get();
 
@@ -97,7 +98,23 @@ int CallOperation(const JobSource& source, const std::wstring& operation,
     if (status == DISP_E_EXCEPTION) throw Problem(Told(exception));
     if (FAILED(status)) throw Problem("the call is refused: " + Reason(status));
     Print(Shown(result) + '\n');
-    return 0;
+    return kDone;
+}
+
+}  // namespace
+
+void AddCallCommand(CommandLine& line) {
+    struct CallArguments {
+        JobSource source;
+        std::wstring operation;
+        std::vector<std::wstring> arguments;
+    };
+    const auto given = std::make_shared<CallArguments>();
+    Command call = line.Add("call", "Calls an operation of a setting by its name, as a script does");
+    call.Word("NAME.OPERATION", "Such as Mode.Title", &given->operation);
+    call.Words("ARG", "A whole number, a text, null, or @NAME for a setting", &given->arguments, false);
+    given->source.AddTo(&call);
+    call.Does([given] { return CallOperation(given->source, given->operation, given->arguments); });
 }
 
 }  // namespace host

@@ -5,6 +5,8 @@
 
 #include "commands.h"
 #include "cuts.h"
+#include "exit_code.h"
+#include "job_source.h"
 #include "server.h"
 #include "settings_file.h"
 #include "terminal.h"
@@ -13,16 +15,21 @@
 namespace host {
 namespace {
 
+struct CutsArguments {
+    JobSource source;                 // what the cuts are of; nothing: only frames can be told
+    std::wstring file;                // .tlc
+    std::vector<std::wstring> items;  // cuts, numbers of cuts, or the files to check
+};
+
 /// A list of cuts: that of a job's first input, or one that stands alone.
 class List {
 public:
     explicit List(const JobSource& source) {
-        if (source.from.empty() && source.inputs.empty()) {
+        if (source.Empty()) {
             cuts_ = Create<ITimelines>(bv::clsid::Timelines, "Timelines");
             return;
         }
-        job_ = std::make_unique<Job>(source.given);
-        Fill(job_.get(), source);
+        job_ = source.OpenAndSet();
         cuts_ = job_->Cuts();
     }
 
@@ -68,15 +75,14 @@ LONG NumberOf(const std::wstring& text, size_t count) {
     return *number;
 }
 
-}  // namespace
-
 int ListCuts(const CutsArguments& arguments) {
     const List list(arguments.source);
     list.Load(arguments.file);
     list.Show();
-    return 0;
+    return kDone;
 }
 
+/// Makes the file if it isn't there.
 int AddToCuts(const CutsArguments& arguments) {
     const List list(arguments.source);
     if (Exists(arguments.file)) list.Load(arguments.file);
@@ -84,7 +90,7 @@ int AddToCuts(const CutsArguments& arguments) {
     if (list.job()) UseCuts(list.job()->Inputs().front().node.get());
     list.Save(arguments.file);
     list.Show();
-    return 0;
+    return kDone;
 }
 
 int RemoveFromCuts(const CutsArguments& arguments) {
@@ -96,26 +102,29 @@ int RemoveFromCuts(const CutsArguments& arguments) {
     for (const LONG number : numbers) list->RemoveTimeline(cuts[size_t(number - 1)].get());
     list.Save(arguments.file);
     list.Show();
-    return 0;
+    return kDone;
 }
 
+/// The cuts of a job's first input go to a file.
 int SaveCuts(const CutsArguments& arguments) {
     const List list(arguments.source);
     if (!list.job()) throw Problem("\"cuts save\" takes a job: --from or --input");
     list.Save(arguments.file);
     list.Show();
-    return 0;
+    return kDone;
 }
 
+/// A file's cuts become those of a job's first input, and the job is written.
 int LoadCuts(const CutsArguments& arguments) {
     const List list(arguments.source);
     if (!list.job()) throw Problem("\"cuts load\" takes a job: --from or --input");
     list.Load(arguments.file);
-    if (arguments.output != L"-") list.Show();
-    WriteJob(list.job(), arguments.output);
-    return 0;
+    if (arguments.source.output != L"-") list.Show();
+    WriteJob(list.job(), arguments.source.output);
+    return kDone;
 }
 
+/// Tells what is wrong with the cuts of files: that is a failure.
 int CheckCuts(const CutsArguments& arguments) {
     bool good = true;
     const List list(arguments.source);
@@ -140,7 +149,34 @@ int CheckCuts(const CutsArguments& arguments) {
         Print(name + ": " + std::to_string(number) + (number == 1 ? " cut" : " cuts") +
               (encoded ? ", encoded: " + ExactSeconds(*encoded) : "") + '\n');
     }
-    return good ? 0 : 1;
+    return good ? kDone : kFailed;
+}
+
+}  // namespace
+
+void AddCutsCommands(CommandLine& line) {
+    const auto arguments = std::make_shared<CutsArguments>();
+    const Command cuts = line.Add("cuts", "Shows, changes and checks files of cuts (.tlc)");
+    const auto add = [&](const char* name, const char* help, int (*action)(const CutsArguments&)) {
+        Command command = cuts.Add(name, help);
+        if (action != CheckCuts) command.Word("FILE", "The file of cuts", &arguments->file);
+        arguments->source.AddTo(&command);
+        command.Does([arguments, action] { return action(*arguments); });
+        return command;
+    };
+    add("list", "Shows the cuts of a file; with an input their times, and how long the result will be",
+        ListCuts);
+    add("add", "Adds cuts to a file, which is made if it isn't there", AddToCuts)
+        .Words("START-END", "In frames, or in times such as 0:00:01.500-0:00:03.000", &arguments->items,
+               true);
+    add("remove", "Removes cuts", RemoveFromCuts)
+        .Words("NUMBER", "Their numbers, as \"list\" shows them", &arguments->items, true);
+    add("save", "Writes the cuts of a job's first input to a file", SaveCuts);
+    arguments->source.AddOutputTo(
+        add("load", "Makes the cuts of a file those of a job's first input", LoadCuts),
+        "Where the job is written; \"-\" is standard output");
+    add("check", "Tells what is wrong with the cuts of files", CheckCuts)
+        .Words("FILE", "The files of cuts", &arguments->items, true);
 }
 
 }  // namespace host

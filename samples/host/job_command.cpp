@@ -1,12 +1,11 @@
 #include <algorithm>
-#include <filesystem>
 #include <utility>
 
 #include "commands.h"
 #include "cuts.h"
+#include "exit_code.h"
+#include "job_source.h"
 #include "presentation.h"
-#include "server.h"
-#include "settings_file.h"
 #include "terminal.h"
 #include "text.h"
 
@@ -45,13 +44,6 @@ void SayEffects(const Report& report, const Effects& effects) {
     SayNames(report, "disables", effects.disabled);
 }
 
-std::pair<std::wstring, std::wstring> Split(const std::wstring& setting) {
-    const size_t equals = setting.find(L'=');
-    if (equals == setting.npos || equals == 0)
-        throw Problem("--set takes NAME=VALUE, not \"" + OneLine(Utf8(setting)) + "\"");
-    return {setting.substr(0, equals), setting.substr(equals + 1)};
-}
-
 /// The cuts of the first input, if it is cut.
 void SayCuts(const Report& report, const Job& job) {
     if (job.Inputs().empty() || AllCuts(job.Cuts().get()).empty()) return;
@@ -59,39 +51,18 @@ void SayCuts(const Report& report, const Job& job) {
     for (const std::string& line : CutsText(job.Cuts().get())) report.Say(std::exchange(what, ""), line);
 }
 
-}  // namespace
-
-void Fill(Job* job, const JobSource& source) {
-    if (!source.from.empty()) {
-        const std::string name = OneLine(Utf8(source.from));
-        try {
-            for (const std::string& warning : job->Restore(ParseSettings(ReadWhole(source.from))))
-                PrintError("warning: " + name + ": " + warning);
-        } catch (const Problem& problem) {
-            throw Problem(name + ": " + problem.what());
-        }
-    }
-    for (const std::wstring& input : source.inputs) job->AddInput(input);
-    job->SelectFirstInput();
-    if (!source.format.empty()) job->SelectFormat(source.format);
-    for (const std::wstring& setting : source.settings) {
-        const auto [name, value] = Split(setting);
-        job->Set(name, value);
-    }
-}
-
-int EditJob(const JobArguments& arguments) {
-    const Report report(arguments.output == L"-");
-    Job job(arguments.source.given);
-    Fill(&job, arguments.source);
-    if (!arguments.source.from.empty()) report.Say("Job", OneLine(Utf8(arguments.source.from)));
+int EditJob(const JobSource& source, const std::vector<std::wstring>& cuts) {
+    const Report report(source.output == L"-");
+    const auto opened = source.Open();
+    Job& job = *opened;
+    if (!source.from.empty()) report.Say("Job", OneLine(Utf8(source.from)));
     for (const Input& input : job.Inputs()) {
         const char* what = "Input";
         for (const std::string& line : InputText(input)) report.Say(std::exchange(what, ""), line);
     }
 
     size_t refused = 0;
-    for (const std::wstring& cut : arguments.cuts) {
+    for (const std::wstring& cut : cuts) {
         try {
             AddCut(job.Cuts().get(), cut);
             UseCuts(job.Inputs().front().node.get());
@@ -100,9 +71,9 @@ int EditJob(const JobArguments& arguments) {
             ++refused;
         }
     }
-    for (const std::wstring& setting : arguments.settings) {
+    for (const std::wstring& setting : source.settings) {
         try {
-            const auto [name, value] = Split(setting);
+            const auto [name, value] = SplitSetting(setting);
             const Effects effects = job.Set(name, value);
             const NodeView node = job.Node(name);
             const std::string unit = OneLine(Utf8(UnitOf(node)));
@@ -116,21 +87,26 @@ int EditJob(const JobArguments& arguments) {
     }
     SayCuts(report, job);
     if (refused > 0) {
-        if (!arguments.output.empty()) PrintError("nothing was written, since something was refused");
-        return 1;
+        if (!source.output.empty()) PrintError("nothing was written, since something was refused");
+        return kFailed;
     }
-    WriteJob(&job, arguments.output);
-    return 0;
+    WriteJob(&job, source.output);
+    return kDone;
 }
 
-void WriteJob(Job* job, const std::wstring& output) {
-    if (output.empty()) return;
-    const std::string xml = job->Write();
-    for (const std::string& loss : job->Losses()) PrintError("warning: " + loss);
-    if (output == L"-") return PrintBytes(xml);
-    WriteWhole(std::filesystem::path(output), xml);
-    Report(false).Say("Wrote", OneLine(Utf8(output)) + ", " +
-                                   std::to_string(std::count(xml.begin(), xml.end(), '\n')) + " lines");
+}  // namespace
+
+void AddJobCommand(CommandLine& line) {
+    const auto source = std::make_shared<JobSource>();
+    const auto cuts = std::make_shared<std::vector<std::wstring>>();
+    Command job = line.Add("job", "Makes a job, or opens a saved one, changes it and writes it");
+    source->AddTo(&job);
+    job.Option("--cut", "START-END",
+               "A cut of the first input, in frames or in times such as 0:00:01.500-0:00:03.000. May stand "
+               "several times",
+               cuts.get());
+    source->AddOutputTo(job, "Where the settings are written; \"-\" is standard output");
+    job.Does([source, cuts] { return EditJob(*source, *cuts); });
 }
 
 }  // namespace host

@@ -3,6 +3,8 @@
 #include <map>
 
 #include "commands.h"
+#include "exit_code.h"
+#include "job_source.h"
 #include "server.h"
 #include "terminal.h"
 #include "text.h"
@@ -31,11 +33,10 @@ std::string NameOf(IProperty* node) {
     return SUCCEEDED(node->get_Name(name.Put())) ? OneLine(Utf8(name.Get())) : "?";
 }
 
-}  // namespace
-
-int PickValue(const JobSource& source, const std::wstring& name, const std::wstring& output) {
-    Job job(source.given);
-    Fill(&job, source);
+/// Shows the dialog or editor of a node and prints what it changed.
+int PickValue(const JobSource& source, const std::wstring& name) {
+    const auto opened = source.OpenAndSet();
+    Job& job = *opened;
     const NodeView node = job.Node(name);
     std::vector<std::pair<IProperty*, std::string>> before, after;
     CollectValues(node, &before);
@@ -49,7 +50,7 @@ int PickValue(const JobSource& source, const std::wstring& name, const std::wstr
     CollectValues(changed, &after);
     const std::map<IProperty*, std::string> was(before.begin(), before.end());
     size_t changes = 0;
-    const bool quiet = output == L"-";  // the settings go there
+    const bool quiet = source.output == L"-";  // the settings go there
     for (const auto& [at, value] : after) {
         const auto old = was.find(at);
         if (old != was.end() && old->second == value) continue;
@@ -59,8 +60,20 @@ int PickValue(const JobSource& source, const std::wstring& name, const std::wstr
     if (changes == 0 && !quiet)
         Print(NameOf(node.node.get()) +
               (status == S_OK ? ": nothing was changed\n" : ": cancelled, or no dialog could be shown\n"));
-    WriteJob(&job, output);
-    return 0;
+    WriteJob(&job, source.output);
+    return kDone;
+}
+
+}  // namespace
+
+void AddPickCommand(CommandLine& line) {
+    const auto source = std::make_shared<JobSource>();
+    const auto name = std::make_shared<std::wstring>();
+    Command pick = line.Add("pick", "Shows the dialog or editor of a setting, and what it changed");
+    pick.Word("NAME", "The setting, such as DestinationPath", name.get());
+    source->AddTo(&pick);
+    source->AddOutputTo(pick, "Where the settings are written then; \"-\" is standard output");
+    pick.Does([source, name] { return PickValue(*source, *name); });
 }
 
 }  // namespace host

@@ -1,6 +1,7 @@
 #include <optional>
 
 #include "commands.h"
+#include "exit_code.h"
 #include "server.h"
 #include "terminal.h"
 #include "text.h"
@@ -18,14 +19,14 @@ std::vector<fs::path> ModulesFor(const std::vector<std::wstring>& named) {
 }
 
 int CallEach(const std::vector<std::wstring>& named, const char* operation, const char* done) {
-    int result = 0;
+    int result = kDone;
     for (const fs::path& module : ModulesFor(named)) {
         try {
             CallModule(module, operation);
             Print(std::string(done) + "  " + OneLine(Utf8(module.wstring())) + '\n');
         } catch (const Problem& problem) {
             PrintError(problem.what());
-            result = 1;
+            result = kFailed;
         }
     }
     return result;
@@ -126,16 +127,7 @@ size_t PrintOurs(const char* heading, HKEY root, const std::wstring& path, IsOur
     return count;
 }
 
-}  // namespace
-
-int Register(const std::vector<std::wstring>& modules) {
-    return CallEach(modules, "DllRegisterServer", "registered  ");
-}
-
-int Unregister(const std::vector<std::wstring>& modules) {
-    return CallEach(modules, "DllUnregisterServer", "unregistered");
-}
-
+/// What the modules wrote to the registry.
 int ShowRegistry() {
     NeedRegistry();
     // A class is ours when its module bears our name; a component of another maker is ours by its category
@@ -162,7 +154,22 @@ int ShowRegistry() {
                            return SameName(name, L"Brenvaltide") || SameName(name, L"Brenvaltide Software");
                        });
     if (count == 0) Print("Nothing is registered; \"bvhost register\" registers the modules.\n");
-    return 0;
+    return kDone;
+}
+
+}  // namespace
+
+void AddRegistryCommands(CommandLine& line) {
+    const auto modules = std::make_shared<std::vector<std::wstring>>();
+    const auto add = [&](const char* name, const char* help, const char* operation, const char* done) {
+        const Command command = line.Add(name, help);
+        command.Words("MODULE", "Module files; by default BVSchema and BVSamples of this installation",
+                      modules.get(), false);
+        command.Does([=] { return CallEach(*modules, operation, done); });
+    };
+    add("register", "Registers component modules", "DllRegisterServer", "registered  ");
+    add("unregister", "Takes component modules out of the registry", "DllUnregisterServer", "unregistered");
+    line.Add("registry", "Shows what the modules wrote to the registry").Does(ShowRegistry);
 }
 
 }  // namespace host

@@ -89,17 +89,22 @@ namespace {
 
 wchar_t Lower(wchar_t c) { return wchar_t(std::towlower(wint_t(c))); }
 
+/// How many slips lie between two texts: a character left out, put in, mistaken, or two that changed places.
 size_t EditDistance(std::wstring_view a, std::wstring_view b) {
-    std::vector<size_t> row(b.size() + 1);
-    for (size_t j = 0; j <= b.size(); ++j) row[j] = j;
+    std::vector<size_t> before, last(b.size() + 1), row(b.size() + 1);
+    for (size_t j = 0; j <= b.size(); ++j) last[j] = j;
     for (size_t i = 1; i <= a.size(); ++i) {
-        size_t diagonal = std::exchange(row[0], i);
+        row[0] = i;
         for (size_t j = 1; j <= b.size(); ++j) {
-            const size_t change = diagonal + (Lower(a[i - 1]) != Lower(b[j - 1]));
-            diagonal = std::exchange(row[j], std::min({row[j] + 1, row[j - 1] + 1, change}));
+            const bool same = Lower(a[i - 1]) == Lower(b[j - 1]);
+            row[j] = std::min({last[j] + 1, row[j - 1] + 1, last[j - 1] + (same ? 0 : 1)});
+            if (i > 1 && j > 1 && Lower(a[i - 1]) == Lower(b[j - 2]) && Lower(a[i - 2]) == Lower(b[j - 1]))
+                row[j] = std::min(row[j], before[j - 2] + 1);
         }
+        before = last;
+        last = row;
     }
-    return row[b.size()];
+    return last[b.size()];
 }
 
 }  // namespace
@@ -122,7 +127,7 @@ std::string Suggestion(std::wstring_view typed, const std::vector<std::wstring>&
     constexpr size_t kLongest = 256;  // nobody types more and means something
     if (typed.size() > kLongest) return {};
     const std::wstring* best = nullptr;
-    size_t least = std::max<size_t>(2, typed.size() / 3) + 1;
+    size_t least = std::max<size_t>(1, typed.size() / 3) + 1;  // one slip in three letters
     for (const std::wstring& candidate : candidates) {
         if (candidate.empty() || candidate.size() > kLongest) continue;
         const size_t distance = EditDistance(typed, candidate);

@@ -3,6 +3,8 @@
 #include <cstring>
 
 #include "commands.h"
+#include "exit_code.h"
+#include "job_source.h"
 #include "server.h"
 #include "terminal.h"
 #include "text.h"
@@ -119,18 +121,18 @@ std::vector<std::wstring> UnknownItems(const std::wstring& text) {
     return unknown;
 }
 
-}  // namespace
-
+/// text: with the variables of the watermark's text, such as "%sf"; without one the variables are listed.
+/// index: of the output.
 int ExpandText(const JobSource& source, const std::optional<std::wstring>& text, int index) {
-    Job job(source.given);
-    Fill(&job, source);
+    const auto opened = source.OpenAndSet();
+    Job& job = *opened;
     job.SetOutputIndex(index);
     Ref<IProperty> owner;
     const auto node = TextNode(job, &owner);
     const std::vector<Variable> variables = Variables(node.get());
     if (!text) {
         ShowVariables(variables);
-        return 0;
+        return kDone;
     }
     const std::wstring expanded = Expanded(node.get(), *text);
     if (expanded.empty() && !text->empty())
@@ -145,9 +147,10 @@ int ExpandText(const JobSource& source, const std::optional<std::wstring>& text,
         if (variable.Missing())
             PrintError("note: " + Utf8(variable.key) + " stays: " + WhatIsMissing(variable));
     }
-    return 0;
+    return kDone;
 }
 
+/// The record that a font string stands for; without one the usual font.
 int ShowFont(const std::optional<std::wstring>& text) {
     const auto node = Create<IProperty>(bv::clsid::PropertyWatermarkFont, "PropertyWatermarkFont");
     const auto parser = node.As<IFontStringParser>();
@@ -166,13 +169,34 @@ int ShowFont(const std::optional<std::wstring>& text) {
     Value written;
     if (SUCCEEDED(parser->PutFontInfo(&font)) && node->get_Value(written.Put()) == S_OK)
         Print(Padded("As text", 12) + OneLine(Utf8(written.AsText())) + '\n');
-    if (!text) return 0;
+    if (!text) return kDone;
     if (!any_given && Utf8(*text).size() > kMostBytes)
         PrintError("note: nothing of the string counts, since it has more than 512 bytes");
     else
         for (const std::wstring& item : UnknownItems(*text))
             PrintError("note: \"" + OneLine(Utf8(item)) + "\" is no item of a font and is left out");
-    return 0;
+    return kDone;
+}
+
+}  // namespace
+
+void AddTextCommands(CommandLine& line) {
+    struct ExpandArguments {
+        JobSource source;
+        std::optional<std::wstring> text;
+        int index = 0;
+    };
+    const auto arguments = std::make_shared<ExpandArguments>();
+    Command expand = line.Add("expand", "Puts the values of variables into a watermark's text");
+    expand.Word("TEXT", "Such as \"%s, %d\"; without it the variables are listed", &arguments->text);
+    arguments->source.AddTo(&expand);
+    expand.Option("--index", "N", "The number of the output, for %i", &arguments->index);
+    expand.Does([arguments] { return ExpandText(arguments->source, arguments->text, arguments->index); });
+
+    const auto text = std::make_shared<std::optional<std::wstring>>();
+    const Command font = line.Add("font", "Shows what a font string says");
+    font.Word("STRING", "Such as \"FONT=Arial;SIZE=12;U=ON;\"; without it the usual font", text.get());
+    font.Does([text] { return ShowFont(*text); });
 }
 
 }  // namespace host

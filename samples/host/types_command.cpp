@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "commands.h"
+#include "exit_code.h"
 #include "server.h"
 #include "terminal.h"
 #include "text.h"
@@ -178,8 +179,7 @@ void PrintClass(ITypeInfo* type) {
     Print(line + '\n');
 }
 
-}  // namespace
-
+/// The registered type library, as text that is the same on every platform.
 int ShowTypes() {
     Ref<ITypeLib> library;
     const HRESULT status = LoadRegTypeLib(bv::kTypeLibrary, 1, 0, 0, library.Put());
@@ -206,7 +206,13 @@ int ShowTypes() {
         else
             PrintInterface(type.get());
     }
-    return 0;
+    return kDone;
+}
+
+}  // namespace
+
+void AddTypesCommand(CommandLine& line) {
+    line.Add("types", "Shows the type library: what scripts see of the server").Does(ShowTypes);
 }
 
 }  // namespace host

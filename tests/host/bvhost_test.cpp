@@ -164,9 +164,27 @@ TEST_F(BvhostTest, SaysWhatIsWrongInOneLine) {
          "the choices are \"AVI\", \"MP4\", \"Picture\" (PNG), did you mean \"PNG\"?\n"},
         {"expand " + wide, 1, "bvhost: the text is too long"},
         {"expand --set FORMAT=1 x", 1, "bvhost: there is no setting \"FORMAT\""},
-        {"tree --nonsense", 2, "--nonsense"},
     });
     EXPECT_FALSE(fs::exists(TempFolder() / "none.xml"));
+}
+
+TEST_F(BvhostTest, UnderstandsOrSaysWhatWasMeant) {
+    Check({
+        {"--version", 0, "bvhost 1."},
+        {"", 2, "bvhost: a command is needed: tree, show, "},
+        {"tre", 2, "bvhost: there is no command \"tre\", did you mean \"tree\"?"},
+        {"cuts lst x", 2, "bvhost: there is no command \"lst\", did you mean \"list\"?"},
+        {"tree --inptu x", 2, "bvhost: there is no option \"--inptu\", did you mean \"--input\"?"},
+        {"job --ouptut=x", 2, "bvhost: there is no option \"--ouptut\", did you mean \"--output\"?"},
+        {"show --dutarion 3", 2, "bvhost: there is no option \"--dutarion\", did you mean \"--duration\"?"},
+        {"tree --nonsense", 2,
+         "bvhost: there is no option \"--nonsense\" (\"bvhost tree --help\" tells more)\n"},
+        {"tree one two three", 2, "bvhost: these words are not expected: \"one\" \"two\" \"three\""},
+        {"tree --duration -1", 2, "seconds are a number from 0 to 1000000, not \"-1\""},
+        {"show", 2, "bvhost: NAME is required"},
+        {"show Nope", 1, "bvhost: there is no setting \"Nope\"\n"},
+        {"show Ouptut", 1, "bvhost: there is no setting \"Ouptut\", did you mean \"Output\"?\n"},
+    });
 }
 
 TEST_F(BvhostTest, WritesNoJobThatItCouldNotRead) {
