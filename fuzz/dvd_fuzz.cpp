@@ -8,9 +8,9 @@
 
 #include "com/object.h"
 #include "com/variant.h"
-#include "com/xml_dom.h"
+#include "xml/xml_dom.h"
 #include "host.h"
-#include "server/messages.h"
+#include "com/messages.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "server/messages.h"
+#include "com/messages.h"
 
 class FuzzInput {
 public:

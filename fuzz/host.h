@@ -6,7 +6,7 @@
 #include <cstdlib>
 
 #include "com/com_ptr.h"
-#include "server/class_table.h"
+#include "module/class_table.h"
 
 namespace fuzz {
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <tuple>
 
-#include "server/script.h"
+#include "module/script.h"
 
 namespace {
 

@@ -10,8 +10,8 @@
 #include "com/object.h"
 #include "com/variant.h"
 #include "host.h"
-#include "persist/xml_sink.h"
-#include "server/messages.h"
+#include "xml/xml_sink.h"
+#include "com/messages.h"
 #include "support/memory_stream.h"
 
 namespace bv {

@@ -6,7 +6,7 @@
 #include "com/object.h"
 #include "com/variant.h"
 #include "host.h"
-#include "media/frame_time.h"
+#include "cuts/frame_time.h"
 #include "support/media.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

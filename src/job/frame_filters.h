@@ -1,7 +1,7 @@
 // The filter objects that stand among the settings of a frame.
 #pragma once
 
-#include "core/node_decl.h"
+#include "tree/node_decl.h"
 
 namespace bv {
 

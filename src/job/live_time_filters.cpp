@@ -4,7 +4,7 @@
 #include "com/byte_block.h"
 #include "com/let_go.h"
 #include "com/object.h"
-#include "persist/xml_sink.h"
+#include "xml/xml_sink.h"
 
 namespace bv {
 namespace {

@@ -1,5 +1,5 @@
-#include "core/property_base.h"
-#include "services/mapper.h"
+#include "tree/property_base.h"
+#include "components/mapper.h"
 
 namespace bv {
 namespace {

@@ -1,4 +1,4 @@
-#include "core/simple_node.h"
+#include "tree/simple_node.h"
 
 namespace bv {
 namespace {

@@ -1,6 +1,6 @@
-#include "core/property_base.h"
-#include "server/messages.h"
-#include "services/dialogs.h"
+#include "tree/property_base.h"
+#include "com/messages.h"
+#include "dialogs/dialogs.h"
 
 namespace bv {
 namespace {

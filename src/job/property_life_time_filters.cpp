@@ -1,4 +1,4 @@
-#include "core/property_base.h"
+#include "tree/property_base.h"
 #include "job/frame_filters.h"
 
 namespace bv {

@@ -1,5 +1,5 @@
-#include "core/property_base.h"
-#include "persist/xml_sink.h"
+#include "tree/property_base.h"
+#include "xml/xml_sink.h"
 
 namespace bv {
 namespace {

@@ -1,4 +1,4 @@
-#include "core/property_base.h"
+#include "tree/property_base.h"
 
 namespace bv {
 namespace {

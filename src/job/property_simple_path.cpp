@@ -1,4 +1,4 @@
-#include "services/path_node.h"
+#include "dialogs/path_node.h"
 
 namespace bv {
 namespace {

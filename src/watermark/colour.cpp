@@ -1,6 +1,6 @@
 #include "watermark/colour.h"
 
-#include "server/messages.h"
+#include "com/messages.h"
 
 namespace bv {
 namespace {

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <limits>
 
-#include "server/messages.h"
+#include "com/messages.h"
 
 namespace bv {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "server/messages.h"
+#include "com/messages.h"
 
 namespace bv {
 

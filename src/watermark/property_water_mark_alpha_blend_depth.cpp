@@ -1,5 +1,5 @@
-#include "core/property_base.h"
-#include "server/messages.h"
+#include "tree/property_base.h"
+#include "com/messages.h"
 
 namespace bv {
 namespace {

@@ -1,5 +1,5 @@
-#include "core/property_base.h"
-#include "services/editor_library.h"
+#include "tree/property_base.h"
+#include "dialogs/editor_library.h"
 
 namespace bv {
 namespace {

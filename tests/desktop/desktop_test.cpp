@@ -2,7 +2,7 @@
 #include <fstream>
 
 #include "desktop/person.h"
-#include "services/editor_library.h"
+#include "dialogs/editor_library.h"
 #include "support/environment.h"
 #include "support/node.h"
 

@@ -4,7 +4,7 @@
 #include <fstream>
 #include <optional>
 
-#include "services/dialogs.h"
+#include "dialogs/dialogs.h"
 #include "support/doubles.h"
 #include "support/environment.h"
 #include "support/own.h"

@@ -3,9 +3,9 @@
 #include <cstring>
 #include <fstream>
 
-#include "server/messages.h"
-#include "services/dialogs.h"
-#include "services/editor_library.h"
+#include "com/messages.h"
+#include "dialogs/dialogs.h"
+#include "dialogs/editor_library.h"
 #include "support/environment.h"
 #include "support/node.h"
 

@@ -5,7 +5,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "services/dialogs.h"
+#include "dialogs/dialogs.h"
 #include "support/environment.h"
 #include "support/own.h"
 #include "support/registry.h"

@@ -1,7 +1,7 @@
 // Texts of the string table, the text conversions, the error object.
 #include <cstring>
 
-#include "server/messages.h"
+#include "com/messages.h"
 
 #include "support/doubles.h"
 

@@ -1,7 +1,7 @@
 // The language of registry scripts, in a scratch key of the user.
 #include <cstring>
 
-#include "server/script.h"
+#include "module/script.h"
 
 #include "platform/probe.h"
 #include "support/registry.h"

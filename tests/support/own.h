@@ -1,7 +1,7 @@
 // Objects of the test program's own code, which the built module knows nothing of.
 #pragma once
 
-#include "server/class_table.h"
+#include "module/class_table.h"
 #include "support/node.h"
 
 namespace bv::test {

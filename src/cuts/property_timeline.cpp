@@ -1,0 +1,40 @@
+#include "tree/property_base.h"
+
+namespace bv {
+namespace {
+
+constexpr NodeDecl kPoints[] = {
+    {.name = names::kStartFrm, .cls = clsid::PropertyTimelineStartPoint},
+    {.name = names::kEndFrm, .cls = clsid::PropertyTimelineEndPoint},
+    {.name = L"EndFrmAsRelation", .type = 1, .value = I4(0)},  // the host's
+};
+constexpr NodeDecl kChildren[] = {
+    {.name = L"points",
+     .title = L"Timeline",
+     .type = 0xC0,
+     .help = L"Interval: lenght = 10c",  // sic; replaced by the length text
+     .children = kPoints},
+    {.name = L"TimelineOutput", .cls = clsid::PropertyTimelineOutput},
+};
+constexpr NodeDecl kTimeline = {
+    .name = names::kTimeline, .cls = clsid::PropertyTimeline, .children = kChildren};
+
+/// One interval of a source, with an output rule of its own.
+class PropertyTimeline : public PropertyBase {
+public:
+    PropertyTimeline() : PropertyBase(kTimeline) {}
+};
+
+// Nothing in the tree has it; a host may create it by its class id.
+constexpr NodeDecl kWidth = {
+    .name = L"TimelineWidth", .cls = clsid::PropertyTimelineWidth, .title = L"Width", .type = 1};
+
+class PropertyTimelineWidth : public PropertyBase {
+public:
+    PropertyTimelineWidth() : PropertyBase(kWidth) {}
+};
+
+}  // namespace
+BV_CREATOR(PropertyTimeline)
+BV_CREATOR(PropertyTimelineWidth)
+}  // namespace bv

@@ -1,0 +1,40 @@
+#include "tree/property_base.h"
+#include "xml/xml_sink.h"
+
+namespace bv {
+namespace {
+
+constexpr NodeDecl kTimelines = {
+    .name = L"TimeLines", .cls = clsid::PropertyTimelines, .type = 0x820, .value = I4(0)};
+
+/// Says whether an input's cuts count, and owns them.
+class PropertyTimelines : public PropertyBase {
+    ComPtr<ITimelines> timelines_;
+
+public:
+    using Answers = PropertyBase::Answers::With<Held<&PropertyTimelines::timelines_>>;
+    PropertyTimelines() : PropertyBase(kTimelines) {}
+
+protected:
+    void BuildChildren() override {
+        Build(kTimelines);
+        timelines_ = Create<ITimelines>(clsid::Timelines);
+    }
+    void OnMediaObjectChanged(IDispatch* media) override {
+        if (timelines_) std::ignore = timelines_->SetMediaObject(Query<IMediaObject>(media).get());
+    }
+    void OnFinalRelease() override { timelines_.Reset(); }
+    void WriteChildrenExtra(XmlSink& sink) override {
+        LONG count = 0;
+        if (timelines_) std::ignore = timelines_->get_Count(&count);
+        for (LONG i = 0; i < count; ++i) {
+            ComPtr<IUnknown> item;
+            if (FAILED(timelines_->get_Item(i, item.Put()))) return;
+            if (auto writer = item.As<ISettingsWriter>()) std::ignore = writer->WriteXml(&sink);
+        }
+    }
+};
+
+}  // namespace
+BV_CREATOR(PropertyTimelines)
+}  // namespace bv

@@ -1,0 +1,62 @@
+// The .tlc file of a list of cuts: the settings' element form in a document of its own.
+#pragma once
+
+#include <bvschema/bvschema.h>
+
+#include <cstdio>
+
+#include "com/com_ptr.h"
+#include "xml/xml_dom.h"
+
+namespace bv {
+
+/// A file as a stream, in text mode: line ends become the platform's.
+class TextFile final : public ISequentialStream {
+public:
+    /// Makes the file or empties it. The name is in the narrow code page. Folders, devices and pipes are no
+    /// files.
+    explicit TextFile(const char* name);
+    TextFile(const TextFile&) = delete;
+    TextFile& operator=(const TextFile&) = delete;
+    ~TextFile() { Close(); }
+
+    explicit operator bool() const { return file_ != nullptr; }
+    /// False when not all that was written has reached the file.
+    bool Close();
+
+    STDMETHODIMP QueryInterface(REFIID iid, void** out) override;
+    STDMETHODIMP_(ULONG) AddRef() override { return 2; }  // it lives on the stack, for a call
+    STDMETHODIMP_(ULONG) Release() override { return 1; }
+    STDMETHODIMP Read(void*, ULONG, ULONG*) override { return E_NOTIMPL; }
+    STDMETHODIMP Write(const void* bytes, ULONG count, ULONG* written) override;
+
+private:
+    std::FILE* file_ = nullptr;
+    bool good_ = true;
+};
+
+/// What a file's cuts are added to.
+class LoadedCuts {
+public:
+    /// A new cut from frame 0 to 0; null when there can't be one.
+    virtual ComPtr<IProperty> AddLoaded() = 0;
+
+protected:
+    ~LoadedCuts() = default;
+};
+
+/// Fills a list from the elements of a document, which may come from anywhere.
+class TimelineReader {
+public:
+    TimelineReader(LoadedCuts& list, IXmlCursor& cursor) : list_(list), cursor_(cursor) {}
+    /// The elements inside the one where the cursor stands, in order. parent: where the names are looked up;
+    /// null outside a cut.
+    void ReadChildren(IProperty* parent, int depth = 0);
+
+private:
+    void Read(IProperty* parent, int depth);
+    LoadedCuts& list_;
+    IXmlCursor& cursor_;
+};
+
+}  // namespace bv

@@ -1,0 +1,147 @@
+#include "input/index_file.h"
+
+#include <climits>
+#include <cstring>
+#include <tuple>
+
+#include "com/messages.h"
+
+namespace bv {
+namespace {
+
+// The header, little-endian: fingerprint (8 bytes), kind (4), nothing (4). The index follows to the end.
+constexpr DWORD kHeaderSize = 16;
+constexpr DWORD kKindAt = 8;
+constexpr std::wstring_view kExtension = L".idx";
+constexpr size_t kMaxName = 255 - kExtension.size();
+
+void PutNumber(BYTE* bytes, ULONGLONG number, int size) {
+    for (int i = 0; i < size; ++i) bytes[i] = BYTE(number >> (8 * i));
+}
+
+ULONGLONG GetNumber(const BYTE* bytes, int size) {
+    ULONGLONG number = 0;
+    for (int i = 0; i < size; ++i) number |= ULONGLONG(bytes[i]) << (8 * i);
+    return number;
+}
+
+class File {
+public:
+    File(const wchar_t* path, DWORD access, DWORD disposition)
+        : handle_(CreateFileW(path, access, FILE_SHARE_READ, nullptr, disposition, FILE_ATTRIBUTE_NORMAL,
+                              nullptr)) {}
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+    ~File() { Close(); }
+    explicit operator bool() const { return handle_ != INVALID_HANDLE_VALUE; }
+    void Close() {
+        if (handle_ != INVALID_HANDLE_VALUE) CloseHandle(handle_);
+        handle_ = INVALID_HANDLE_VALUE;
+    }
+    ULONGLONG Size() const {
+        LARGE_INTEGER size = {};
+        return GetFileSizeEx(handle_, &size) ? ULONGLONG(size.QuadPart) : 0;
+    }
+    bool Read(void* bytes, DWORD size) {
+        DWORD done = 0;
+        return ReadFile(handle_, bytes, size, &done, nullptr) && done == size;
+    }
+    bool Write(const void* bytes, DWORD size) {
+        DWORD done = 0;
+        return WriteFile(handle_, bytes, size, &done, nullptr) && done == size;
+    }
+
+private:
+    HANDLE handle_;
+};
+
+ULONGLONG HighOrLow(DWORD high, DWORD low) { return high | low; }
+
+/// A name that some systems take for a device in every folder, whatever its extension.
+bool IsDeviceName(std::wstring_view name) {
+    name = name.substr(0, name.find_first_of(L". "));
+    if (name.size() == 4 && name[3] >= L'0' && name[3] <= L'9') {
+        name.remove_suffix(1);
+        return SameName(name, L"COM") || SameName(name, L"LPT");
+    }
+    for (const wchar_t* device : {L"CON", L"PRN", L"AUX", L"NUL", L"CONIN$", L"CONOUT$"})
+        if (SameName(name, device)) return true;
+    return false;
+}
+
+}  // namespace
+
+bool IndexFile::IsSafeName(std::wstring_view name) {
+    if (name.empty() || name.size() > kMaxName || name.find(L"..") != name.npos || IsDeviceName(name))
+        return false;
+    for (const wchar_t c : name)
+        if (c < L' ' || std::wcschr(L"/\\:*?\"<>|", c)) return false;
+    return true;
+}
+
+ULONGLONG Fingerprint(const wchar_t* source) {
+    if (!source || !*source) return 0;
+    if (const File file(source, GENERIC_READ, OPEN_EXISTING); file) {
+        const ULONGLONG size = file.Size();
+        return HighOrLow(DWORD(size >> 32), DWORD(size));
+    }
+    wchar_t pattern[MAX_PATH];
+    if (std::wcslen(source) >= MAX_PATH) return 0;
+    std::wcscpy(pattern, source);
+    if (!PathAppendW(pattern, L"*.*")) return 0;
+    WIN32_FIND_DATAW entry;
+    HANDLE const search = FindFirstFileW(pattern, &entry);
+    if (search == INVALID_HANDLE_VALUE) return 0;
+    ULONGLONG sum = 0;
+    do sum += HighOrLow(entry.nFileSizeHigh, entry.nFileSizeLow);
+    while (FindNextFileW(search, &entry));
+    FindClose(search);
+    return sum;
+}
+
+IndexFile::IndexFile(std::wstring_view name) {
+    wchar_t path[MAX_PATH];
+    const DWORD length = GetModuleFileNameW(ModuleInstance(), path, MAX_PATH);
+    if (!IsSafeName(name) || length == 0 || length >= MAX_PATH) return;
+    PathRemoveFileSpecW(path);
+    wchar_t file[MAX_PATH];
+    name.copy(file, name.size());
+    kExtension.copy(file + name.size(), kExtension.size());
+    file[name.size() + kExtension.size()] = 0;
+    if (PathAppendW(path, file)) std::wcscpy(path_, path);
+}
+
+bool IndexFile::Write(ULONGLONG fingerprint, int kind, const ByteBlock& index) const {
+    File file(path_, GENERIC_WRITE, CREATE_ALWAYS);
+    if (!file) return false;
+    BYTE header[kHeaderSize] = {};
+    PutNumber(header, fingerprint, 8);
+    PutNumber(header + kKindAt, DWORD(kind), 4);
+    if (file.Write(header, kHeaderSize) && file.Write(index.data(), DWORD(index.size()))) return true;
+    file.Close();
+    Delete();  // half an index would pass for a whole one
+    return false;
+}
+
+IndexFile::Reading IndexFile::Read(ULONGLONG fingerprint, int& kind, ByteBlock& index) const {
+    index.Free();
+    File file(path_, GENERIC_READ, OPEN_EXISTING);
+    if (!file) return Reading::kMissing;
+    const ULONGLONG size = file.Size();
+    BYTE header[kHeaderSize];
+    if (size < kHeaderSize || size - kHeaderSize > INT_MAX || !file.Read(header, kHeaderSize) ||
+        GetNumber(header, 8) != fingerprint)
+        return Reading::kStale;
+    const DWORD length = DWORD(size - kHeaderSize);
+    if (!index.Allocate(length)) return Reading::kMissing;
+    if (!file.Read(index.data(), length)) {
+        index.Free();
+        return Reading::kStale;
+    }
+    kind = int(GetNumber(header + kKindAt, 4));
+    return Reading::kGood;
+}
+
+void IndexFile::Delete() const { std::ignore = DeleteFileW(path_); }
+
+}  // namespace bv

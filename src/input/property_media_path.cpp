@@ -1,0 +1,246 @@
+#include <atomic>
+
+#include "tree/property_base.h"
+#include "input/index_file.h"
+#include "input/media_type.h"
+
+namespace bv {
+namespace {
+
+constexpr LONG kGood = 1, kFailed = 2;  // states of an open attempt; all others are the host's
+constexpr LONG kMaxSamples = 201;       // nodes of the process that hold one
+
+std::atomic<LONG> sample_count{0};
+
+constexpr NodeDecl kChildren[] = {
+    {.name = names::kTimelines, .cls = clsid::PropertyTimelines},
+    {.name = names::kIdx, .type = 0x10, .value = Text(L"")},
+};
+constexpr NodeDecl kMediaPath = {.name = names::kPathToMediaFile,
+                                 .cls = clsid::PropertyMediaPath,
+                                 .title = L"Path",
+                                 .type = 0x8009,
+                                 .value = Text(L""),
+                                 .children = kChildren};
+
+/// One input of the job: a path, and all that was found out about what lies there.
+class PropertyMediaPath : public PropertyBase, public IMediaOpenState, public ICachedSample {
+public:
+    using Answers = PropertyBase::Answers::With<IMediaOpenState, ICachedSample>;
+    PropertyMediaPath() : PropertyBase(kMediaPath) {}
+
+    STDMETHODIMP get_StateSet(LONG* pVal) override;
+    STDMETHODIMP get_IsGood(LONG* pVal) override;
+    STDMETHODIMP GetState(LONG* state, BSTR* text) override;
+    STDMETHODIMP SetState(LONG state, BSTR text) override;
+    STDMETHODIMP PutSample(BYTE* data, LONG size, AM_MEDIA_TYPE* type, LONG typeSize) override;
+    STDMETHODIMP GetSample(BYTE** data, LONG* size, AM_MEDIA_TYPE** type, LONG* typeSize) override;
+
+protected:
+    void ReadExtra() override;
+    void WriteExtra() override;
+    HRESULT OnShowDialog() override;
+    void OnFinalRelease() override { DropSample(); }
+    void OnValueChanged() override;
+    void OnValueChanging() override {}
+
+private:
+    AM_MEDIA_TYPE& SampleType() { return *reinterpret_cast<AM_MEDIA_TYPE*>(sample_type_.data()); }
+    void DropSample();
+    void DropIndex();
+    void RemoveTimelines();
+    Bstr IdxValue(IProperty* idx) const;
+    Bstr Path() const;
+
+    Bstr previous_path_;  // the one that all below was collected for
+    Bstr state_text_;
+    LONG state_set_ = 0;
+    LONG state_ = 0;
+    ByteBlock sample_;
+    ByteBlock sample_type_;  // an AM_MEDIA_TYPE, with the room that the host asked for
+};
+
+Bstr PropertyMediaPath::Path() const {
+    Variant path;
+    std::ignore = path.ChangeFrom(Stored(), VT_BSTR);
+    return Bstr(TextOf(path));
+}
+
+// --- The last attempt to open it ---
+
+STDMETHODIMP PropertyMediaPath::get_StateSet(LONG* pVal) {
+    if (!pVal) return E_POINTER;
+    *pVal = state_set_;
+    return S_OK;
+}
+
+STDMETHODIMP PropertyMediaPath::get_IsGood(LONG* pVal) {
+    if (!pVal) return E_POINTER;
+    *pVal = state_set_ && state_ == kGood;
+    return S_OK;
+}
+
+STDMETHODIMP PropertyMediaPath::GetState(LONG* state, BSTR* text) {
+    if (!state) return E_POINTER;
+    if (state_ != kGood) {
+        // What went wrong lies in the thread's error object, where the parser that failed left it.
+        ComPtr<IErrorInfo> error;
+        if (GetErrorInfo(0, error.Put()) == S_OK && error) {
+            Bstr description;
+            std::ignore = error->GetDescription(description.Put());
+            state_text_ = std::move(description);
+            state_ = kFailed;
+            *state = state_;
+            return text ? state_text_.CopyTo(text) : S_OK;
+        }
+    }
+    RETURN_IF_FAILED(state_text_.CopyTo(text));
+    *state = state_;
+    return S_OK;
+}
+
+STDMETHODIMP PropertyMediaPath::SetState(LONG state, BSTR text) {
+    state_text_ = Bstr(View(text));
+    state_ = state;
+    state_set_ = 1;
+    return S_OK;
+}
+
+// --- The sample ---
+
+STDMETHODIMP PropertyMediaPath::PutSample(BYTE* data, LONG size, AM_MEDIA_TYPE* type, LONG typeSize) {
+    if (!type || (!data && size)) return E_POINTER;
+    if (size < 0 || typeSize < LONG(sizeof(AM_MEDIA_TYPE))) return E_INVALIDARG;
+    if (sample_type_ || sample_count.load() >= kMaxSamples) return S_FALSE;
+    const bool room = sample_.Assign(data, size_t(size)) && sample_type_.Allocate(size_t(typeSize));
+    if (room) std::memset(sample_type_.data(), 0, sample_type_.size());
+    if (!room || !CopyMediaType(SampleType(), *type)) {
+        sample_.Free();
+        sample_type_.Free();
+        return E_OUTOFMEMORY;
+    }
+    ++sample_count;
+    return S_OK;
+}
+
+STDMETHODIMP PropertyMediaPath::GetSample(BYTE** data, LONG* size, AM_MEDIA_TYPE** type, LONG* typeSize) {
+    if (!data || !size || !type || !typeSize) return E_POINTER;
+    if (!sample_type_) return S_FALSE;
+    *data = sample_.data();
+    *size = LONG(sample_.size());
+    *type = &SampleType();
+    *typeSize = LONG(sample_type_.size());
+    return S_OK;
+}
+
+void PropertyMediaPath::DropSample() {
+    if (!sample_type_) return;
+    ClearMediaType(SampleType());
+    sample_type_.Free();
+    sample_.Free();
+    --sample_count;
+}
+
+// --- The path ---
+
+void PropertyMediaPath::OnValueChanged() {
+    Bstr path = Path();
+    if (!SameName(path.View(), previous_path_.View())) {
+        state_text_ = Bstr();
+        state_set_ = 0;
+        if (Data()) DropIndex();
+        DropExData();
+        DropSample();
+        if (path.empty()) RemoveTimelines();
+    }
+    previous_path_ = std::move(path);
+}
+
+void PropertyMediaPath::RemoveTimelines() {
+    const auto node = Find(names::kTimelines);
+    const auto timelines = node.As<ITimelines>();
+    if (!timelines) return;
+    // Backwards by count, forwards by place: each removal must make the list shorter.
+    LONG count = 0;
+    for (LONG before = 0; SUCCEEDED(timelines->get_Count(&count)) && count > 0 && count != before;) {
+        before = count;
+        ComPtr<IUnknown> first;
+        if (FAILED(timelines->get_Item(0, first.Put()))) return;
+        std::ignore = timelines->RemoveTimeline(first.As<IProperty>().get());
+    }
+}
+
+// --- The index and its cache file ---
+
+Bstr PropertyMediaPath::IdxValue(IProperty* idx) const {
+    Variant value, text;
+    if (idx && idx->get_Value(value.Put()) == S_OK) std::ignore = text.ChangeFrom(value, VT_BSTR);
+    return Bstr(TextOf(text));
+}
+
+void PropertyMediaPath::DropIndex() {
+    DropData();
+    const auto idx = Find(names::kIdx);
+    const Bstr name = IdxValue(idx.get());
+    if (name.empty()) return;
+    if (const IndexFile file(name.View()); file) file.Delete();
+    std::ignore = idx->put_Value(Lend(ConstBstr(L"").get()));
+}
+
+void PropertyMediaPath::WriteExtra() {
+    if (!Data()) return;
+    const auto idx = Find(names::kIdx);
+    if (!idx) return;
+    Bstr name = IdxValue(idx.get());
+    if (!IndexFile::IsSafeName(name.View())) {  // empty, or no name of ours
+        GUID id;
+        wchar_t text[40];
+        if (FAILED(CoCreateGuid(&id)) || !StringFromGUID2(id, text, 40)) return;
+        name = Bstr(text);
+        std::ignore = idx->put_Value(Lend(name.get()));
+    }
+    if (const IndexFile file(name.View()); file)
+        std::ignore = file.Write(Fingerprint(Path().get()), DataKind(), Data());
+}
+
+void PropertyMediaPath::ReadExtra() {
+    const auto idx = Find(names::kIdx);
+    const IndexFile file(IdxValue(idx.get()).View());
+    if (!file) return;
+    int kind = DataKind();
+    ByteBlock index;
+    switch (file.Read(Fingerprint(Path().get()), kind, index)) {
+        case IndexFile::Reading::kMissing:
+            return;
+        case IndexFile::Reading::kGood:
+            break;
+        case IndexFile::Reading::kStale:
+            file.Delete();
+            break;
+    }
+    SwapData(index, kind);
+}
+
+HRESULT PropertyMediaPath::OnShowDialog() {
+    const auto selecter = Create<IMediaSelecter>(clsid::MediaSelecter);
+    if (!selecter || FAILED(selecter->Simple())) return S_FALSE;
+    LONG count = 0;
+    std::ignore = selecter->get_Count(&count);
+    const auto host = Query<IMediaFilesHost>(Media());
+    const auto files = Query<IMediaFiles>(host.get());
+    for (LONG i = 0; i < count; ++i) {
+        Bstr path;
+        if (FAILED(selecter->get_Path(i, path.Put()))) continue;
+        if (i == 0) {
+            std::ignore = StoreQuietly(path.View());
+            OnValueChanged();
+        } else if (files) {
+            std::ignore = files->Insert(path.get());
+        }
+    }
+    return count > 1 ? S_FALSE : S_OK;
+}
+
+}  // namespace
+BV_CREATOR(PropertyMediaPath)
+}  // namespace bv

@@ -1,0 +1,52 @@
+// The flat index of a job's nodes.
+#include "tree/child_list.h"
+
+namespace bv {
+namespace {
+
+class Map : public Dispatch<IMap>, public SupportsErrors<IMap>, public BackRefTarget, public ObjectRoot {
+    ComPtr<IEnumProperties> nodes_;
+    ChildList* list_ = nullptr;
+
+public:
+    using Answers = InterfaceMap<IMap, IDispatch, ISupportErrorInfo, IBackRefTarget, Held<&Map::nodes_>>;
+
+    HRESULT FinalConstruct() {
+        if (FAILED(CreateObject<ChildList>(nullptr, kIid<IEnumProperties>, nodes_.PutVoid())))
+            return E_OUTOFMEMORY;
+        list_ = &nodes_.As<IChildList>()->List();
+        return S_OK;
+    }
+    void FinalRelease() {
+        list_ = nullptr;
+        nodes_.Reset();
+    }
+
+    STDMETHODIMP get_Property(BSTR Name, IProperty* pParent, IProperty** pVal) override {
+        return list_->FindProperty(Name, pParent, pVal);
+    }
+    STDMETHODIMP get_PropertyVal(BSTR Name, IProperty* pParent, VARIANT* pVal) override {
+        ComPtr<IProperty> node;
+        return nodes_->FindProperty(Name, pParent, node.Put()) == S_OK ? node->get_Value(pVal) : E_INVALIDARG;
+    }
+    STDMETHODIMP put_PropertyVal(BSTR Name, IProperty* pParent, VARIANT newVal) override {
+        ComPtr<IProperty> node;
+        return nodes_->FindProperty(Name, pParent, node.Put()) == S_OK ? node->put_Value(newVal)
+                                                                       : E_INVALIDARG;
+    }
+    STDMETHODIMP RemoveProperties(BSTR Name, IProperty* pParent) override {
+        std::ignore = nodes_->RemoveByName(Name, pParent);
+        return S_OK;
+    }
+    STDMETHODIMP InitDefault() override {
+        bool end = false;
+        for (LONG i = 0; !end; ++i)
+            if (auto node = NodeAt(nodes_.get(), list_, i, &end)) std::ignore = node->InitDefault();
+        return S_OK;
+    }
+    STDMETHODIMP InsertProperty(IUnknown* pVal) override { return pVal ? list_->Append(pVal) : E_POINTER; }
+};
+
+}  // namespace
+BV_CREATOR(Map)
+}  // namespace bv

@@ -1,0 +1,99 @@
+// The element form of the settings: how a node writes itself.
+#include "tree/child_list.h"
+#include "xml/xml_sink.h"
+
+namespace bv {
+namespace {
+
+constexpr int kObjectType = 72;  // what "type" says of every object value
+
+Bstr ClassText(const GUID& cls) {
+    wchar_t text[40];
+    return StringFromGUID2(cls, text, 40) ? Bstr(text) : Bstr();
+}
+
+/// The text of an object value: what the object says of itself, else its label in the node's value list.
+/// False: none.
+bool ObjectText(IProperty* node, IUnknown* object, Bstr& text) {
+    if (auto item = Query<IFilterItem>(object); item && item->get_Text(text.Put()) == S_OK) return true;
+    CLSID cls;
+    if (auto filter = Query<IBaseFilter>(object); filter && filter->GetClassID(&cls) == S_OK) {
+        text = ClassText(cls);
+        return true;
+    }
+    if (auto format = Query<IOutputFormatInfo>(object); format && format->GetClassID(&cls) == S_OK) {
+        text = ClassText(cls);
+        return true;
+    }
+    if (auto media_type = Query<IAMMediaType>(object);
+        media_type && SUCCEEDED(media_type->get_Description(text.Put())) && !text.empty())
+        return true;
+    const auto values = Query<IListOfValues>(node);
+    Variant value;
+    return values && SUCCEEDED(node->get_Value(value.Put())) &&
+           SUCCEEDED(values->get_Text(value, text.Put())) && !text.empty();
+}
+
+void WriteChild(XmlSink& sink, IUnknown* object) {
+    if (auto writer = Query<ISettingsWriter>(object)) std::ignore = writer->WriteXml(&sink);
+}
+
+}  // namespace
+
+STDMETHODIMP PropertyBase::WriteXml(ISequentialStream* stream) {
+    if (!stream) return E_POINTER;
+    const auto sink = XmlSink::For(stream);
+    if (!sink) return E_OUTOFMEMORY;
+    WriteElement(*sink);
+    if (static_cast<ISequentialStream*>(sink.get()) != stream) sink->Close();
+    return S_OK;
+}
+
+void PropertyBase::WriteElement(XmlSink& sink) {
+    const Passage passage(*this, kWrite);
+    if (!passage) return;
+    WriteExtra();
+
+    const XmlSink::Name name(NameView());
+    sink.AppendBegin(name, NameView());
+    const VARIANT& value = Stored();
+    const ComPtr<IUnknown> object = ObjectOf(value);
+    if (value.vt == VT_DISPATCH || value.vt == VT_UNKNOWN) {
+        if (Bstr text; ObjectText(this, object.get(), text)) {
+            sink.Append(" value='");
+            sink.AppendName(text.View());
+            sink.Append("' type='");
+            sink.AppendNumber(kObjectType);
+            sink.Append("'");
+        }
+    } else if (value.vt != VT_EMPTY) {
+        sink.AppendTyped(" value='", value, "' type='");
+        if (Variant unit; extension_ && SUCCEEDED(extension_->get_Value(unit.Put())) && unit.vt != VT_EMPTY)
+            sink.AppendTyped(" ext='", unit, "' extType='");
+    }
+    sink.Append(">\n");
+
+    WriteChildrenExtra(sink);
+    if (object)
+        if (auto held = object.As<IProperty>()) WriteChild(sink, held.get());
+    if (own_children_) {
+        for (size_t i = 0; i < own_children_->Items().size(); ++i) {
+            const ChildList::Item item = own_children_->Items()[i];
+            if (item.node)
+                item.node->WriteElement(sink);
+            else
+                WriteChild(sink, item.object.get());
+        }
+    } else {
+        LONG count = 0;
+        std::ignore = children_->get_Count(&count);
+        for (LONG i = 0; i < count; ++i)
+            if (ComPtr<IUnknown> item; SUCCEEDED(children_->get_Item(i, item.Put())))
+                WriteChild(sink, item.get());
+    }
+    if (ex_data_) WriteChild(sink, ex_data_.get());
+
+    sink.AppendEnd(name, NameView());
+}
+
+}  // namespace bv

@@ -1,0 +1,64 @@
+#include "tree/simple_node.h"
+
+namespace bv {
+
+STDMETHODIMP SimpleNode::SetType(LONG type) {
+    PropertyBase::SetType(type);
+    return S_OK;
+}
+
+STDMETHODIMP SimpleNode::put_Description(BSTR newVal) {
+    SetDescriptionText(View(newVal));
+    return S_OK;
+}
+
+STDMETHODIMP SimpleNode::SetTitle(BSTR title) {
+    PropertyBase::SetTitle(View(title));
+    return S_OK;
+}
+
+STDMETHODIMP SimpleNode::SetPathExtension(BSTR path) {
+    HRESULT status = S_OK;
+    auto extension = Create<IProperty>(PathClass(), &status);
+    if (!extension) return FAILED(status) ? status : E_FAIL;
+    std::ignore = extension->put_Value(Lend(path));
+    SetExtension(std::move(extension));
+    return S_OK;
+}
+
+STDMETHODIMP SimpleNode::SetExtensionClass(CLSID* pClsID) {
+    if (!pClsID) return E_POINTER;
+    HRESULT status = S_OK;
+    auto extension = Create<IProperty>(*pClsID, &status);
+    if (!extension) return FAILED(status) ? status : E_FAIL;
+    std::ignore = extension->put_Parent(static_cast<IProperty*>(this));
+    SetExtension(std::move(extension));
+    return S_OK;
+}
+
+STDMETHODIMP SimpleNode::AddItem(BSTR name, VARIANT value) {
+    std::ignore = Values()->AddItem(name, value);
+    return S_OK;
+}
+
+STDMETHODIMP SimpleNode::AddObject(CLSID* pClsID) {
+    std::ignore = Values()->AddObject(pClsID);
+    return S_OK;
+}
+
+STDMETHODIMP SimpleNode::AddObject2(BSTR name, CLSID* pClsID) {
+    std::ignore = Values()->AddObject2(name, pClsID);
+    return S_OK;
+}
+
+STDMETHODIMP SimpleNode::SelectItem(LONG index) {
+    ComPtr<IUnknown> entry;
+    RETURN_IF_FAILED(Values()->get_Item(index, entry.Put()));
+    const auto item = entry.As<IListItem>();
+    Variant value;
+    if (!item || FAILED(item->get_Value(value.Put()))) return E_FAIL;
+    std::ignore = put_Value(value);
+    return S_OK;
+}
+
+}  // namespace bv
