@@ -6,11 +6,11 @@
 #include <memory>
 #include <vector>
 
+#include "com/narrow.h"
 #include "com/object.h"
 #include "com/variant.h"
-#include "xml/xml_dom.h"
 #include "host.h"
-#include "com/messages.h"
+#include "xml/xml_dom.h"
 
 namespace {
 

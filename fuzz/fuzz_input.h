@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "com/messages.h"
+#include "com/narrow.h"
 
 class FuzzInput {
 public:

@@ -6,8 +6,8 @@
 #include <cstring>
 #include <string>
 
+#include "com/strings.h"
 #include "input/index_file.h"
-#include "com/messages.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using bv::IndexFile;

@@ -7,12 +7,12 @@
 #include <string>
 #include <vector>
 
+#include "com/narrow.h"
 #include "com/object.h"
 #include "com/variant.h"
 #include "host.h"
-#include "xml/xml_sink.h"
-#include "com/messages.h"
 #include "support/memory_stream.h"
+#include "xml/xml_sink.h"
 
 namespace bv {
 namespace {

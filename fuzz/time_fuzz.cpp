@@ -5,8 +5,8 @@
 
 #include "com/object.h"
 #include "com/variant.h"
-#include "host.h"
 #include "cuts/frame_time.h"
+#include "host.h"
 #include "support/media.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

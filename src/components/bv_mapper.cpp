@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "com/byte_block.h"
+#include "com/narrow.h"
 #include "com/object.h"
-#include "com/messages.h"
 
 namespace bv {
 namespace {

@@ -6,7 +6,7 @@
 #include <limits>
 
 #include "com/com_ptr.h"
-#include "com/messages.h"
+#include "com/refusal.h"
 
 namespace bv {
 namespace {

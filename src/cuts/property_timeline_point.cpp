@@ -1,8 +1,8 @@
 // The two points of a cut: frame numbers of the source, the second not before the first.
-#include "tree/property_base.h"
+#include "com/refusal.h"
 #include "cuts/frame_time.h"
 #include "cuts/timeline_point.h"
-#include "com/messages.h"
+#include "tree/property_base.h"
 
 namespace bv {
 namespace {

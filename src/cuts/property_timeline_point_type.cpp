@@ -1,6 +1,6 @@
-#include "tree/simple_node.h"
+#include "com/refusal.h"
 #include "cuts/frame_time.h"
-#include "com/messages.h"
+#include "tree/simple_node.h"
 
 namespace bv {
 namespace {

@@ -3,12 +3,12 @@
 #include <deque>
 
 #include "com/byte_block.h"
-#include "tree/property_base.h"
+#include "com/refusal.h"
 #include "cuts/frame_time.h"
 #include "cuts/timeline_file.h"
 #include "cuts/timeline_point.h"
+#include "tree/property_base.h"
 #include "xml/xml_sink.h"
-#include "com/messages.h"
 
 namespace bv {
 namespace {

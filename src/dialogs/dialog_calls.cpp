@@ -8,7 +8,7 @@
 
 #include "com/bstr.h"
 #include "com/com_ptr.h"
-#include "com/messages.h"
+#include "com/narrow.h"
 #include "dialogs/dialogs.h"
 
 namespace bv {

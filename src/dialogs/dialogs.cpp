@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "com/strings.h"
 #include "com/variant.h"
-#include "com/messages.h"
 #include "components/mapper.h"
 
 namespace bv {

@@ -1,6 +1,6 @@
 #include "dialogs/editor_library.h"
 
-#include "com/messages.h"
+#include "com/strings.h"
 #include "dialogs/dialogs.h"
 
 namespace bv {

@@ -2,9 +2,9 @@
 #include <vector>
 
 #include "com/byte_block.h"
+#include "com/narrow.h"
 #include "com/object.h"
 #include "com/variant.h"
-#include "com/messages.h"
 #include "dialogs/dialogs.h"
 #include "dialogs/user_key.h"
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "tree/property_base.h"
-#include "com/messages.h"
+#include "com/narrow.h"
 #include "dialogs/dialogs.h"
+#include "tree/property_base.h"
 
 namespace bv {
 

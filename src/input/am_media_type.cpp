@@ -2,8 +2,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "com/narrow.h"
 #include "com/object.h"
-#include "com/messages.h"
 #include "input/media_type.h"
 
 namespace bv {

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <tuple>
 
-#include "com/messages.h"
+#include "com/strings.h"
 
 namespace bv {
 namespace {

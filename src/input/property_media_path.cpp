@@ -1,8 +1,8 @@
 #include <atomic>
 
-#include "tree/property_base.h"
 #include "input/index_file.h"
 #include "input/media_type.h"
+#include "tree/property_base.h"
 
 namespace bv {
 namespace {

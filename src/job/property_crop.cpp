@@ -1,5 +1,5 @@
-#include "tree/property_base.h"
 #include "dialogs/editor_library.h"
+#include "tree/property_base.h"
 
 namespace bv {
 namespace {

@@ -1,7 +1,7 @@
 #include "com/let_go.h"
+#include "dialogs/editor_library.h"
 #include "tree/property_base.h"
 #include "xml/xml_sink.h"
-#include "dialogs/editor_library.h"
 
 namespace bv {
 namespace {

@@ -1,5 +1,5 @@
-#include "tree/property_base.h"
 #include "job/frame_filters.h"
+#include "tree/property_base.h"
 
 namespace bv {
 namespace {

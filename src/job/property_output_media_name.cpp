@@ -1,6 +1,6 @@
-#include "tree/property_base.h"
-#include "com/messages.h"
+#include "com/narrow.h"
 #include "dialogs/dialogs.h"
+#include "tree/property_base.h"
 
 namespace bv {
 namespace {

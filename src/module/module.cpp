@@ -1,11 +1,11 @@
 // The module: its four exports, its start and its stop.
 #include <bvschema/bvschema.h>
 
+#include "com/late_binding.h"
 #include "com/module_lock.h"
+#include "com/strings.h"
 #include "module/class_table.h"
-#include "com/messages.h"
 #include "module/registrar.h"
-#include "com/type_info.h"
 
 STDAPI DllGetClassObject(REFCLSID cls, REFIID iid, void** out) { return bv::GetClassObject(cls, iid, out); }
 

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "com/com_ptr.h"
+#include "com/strings.h"
 #include "module/class_table.h"
-#include "com/messages.h"
 #include "module/script.h"
 
 namespace bv {

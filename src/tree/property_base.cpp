@@ -1,8 +1,8 @@
 #include "tree/property_base.h"
 
 #include "com/let_go.h"
+#include "com/refusal.h"
 #include "tree/child_list.h"
-#include "com/messages.h"
 
 namespace bv {
 namespace {

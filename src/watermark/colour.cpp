@@ -1,6 +1,6 @@
 #include "watermark/colour.h"
 
-#include "com/messages.h"
+#include "com/narrow.h"
 
 namespace bv {
 namespace {

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <limits>
 
-#include "com/messages.h"
+#include "com/narrow.h"
 
 namespace bv {
 namespace {

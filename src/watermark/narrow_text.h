@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "com/messages.h"
+#include "com/narrow.h"
 
 namespace bv {
 

@@ -1,5 +1,5 @@
+#include "com/strings.h"
 #include "tree/property_base.h"
-#include "com/messages.h"
 
 namespace bv {
 namespace {

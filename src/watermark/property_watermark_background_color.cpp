@@ -1,8 +1,8 @@
 #include <charconv>
 
-#include "tree/simple_node.h"
 #include "dialogs/dialogs.h"
 #include "dialogs/user_key.h"
+#include "tree/simple_node.h"
 #include "watermark/colour.h"
 
 namespace bv {

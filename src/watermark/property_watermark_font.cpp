@@ -1,5 +1,5 @@
-#include "tree/property_base.h"
 #include "dialogs/editor_library.h"
+#include "tree/property_base.h"
 #include "watermark/font_string.h"
 
 namespace bv {

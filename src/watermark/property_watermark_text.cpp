@@ -1,7 +1,7 @@
 #include <optional>
 
-#include "tree/property_base.h"
 #include "dialogs/editor_library.h"
+#include "tree/property_base.h"
 #include "watermark/dynamic_text.h"
 
 namespace bv {

@@ -8,8 +8,8 @@
 #include <new>
 
 #include "com/module_lock.h"
+#include "com/narrow.h"
 #include "com/variant.h"
-#include "com/messages.h"
 
 namespace bv {
 namespace {

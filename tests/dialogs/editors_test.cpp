@@ -3,7 +3,6 @@
 #include <cstring>
 #include <fstream>
 
-#include "com/messages.h"
 #include "dialogs/dialogs.h"
 #include "dialogs/editor_library.h"
 #include "support/environment.h"

@@ -20,8 +20,8 @@
 #include <string_view>
 #include <vector>
 
+#include "automation/typelib_format.h"
 #include "oaidl.h"
-#include "typelib_format.h"
 
 namespace {
 

@@ -1,0 +1,362 @@
+// bvhost as a process: what it prints, what it writes, how it ends.
+#include <cstring>
+
+#include "bvhost/bvhost_process.h"
+#include "platform/probe.h"
+#include "support/node.h"
+
+namespace bv::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+using testing::Not;
+
+class BvhostTest : public testing::Test {
+protected:
+    static void SetUpTestSuite() { ASSERT_EQ(CallModule(kSamplesFile, "DllRegisterServer"), S_OK); }
+    static void TearDownTestSuite() { EXPECT_EQ(CallModule(kSamplesFile, "DllUnregisterServer"), S_OK); }
+
+    static Outcome Run(const std::string& arguments, const std::string& before = "") {
+        return RunBvhost(arguments, "", before);
+    }
+    struct Case {
+        std::string arguments;
+        int exit_code;
+        std::string text;  // what stands somewhere in what it prints
+    };
+    static void Check(std::initializer_list<Case> cases) {
+        for (const Case& c : cases) {
+            SCOPED_TRACE(c.arguments);
+            const Outcome outcome = Run(c.arguments);
+            EXPECT_EQ(outcome.exit_code, c.exit_code);
+            EXPECT_THAT(outcome.text, HasSubstr(c.text));
+        }
+    }
+    static std::string File(const char* name) { return '"' + (TempFolder() / name).string() + '"'; }
+    static std::string Clip() {
+        return '"' + (DataFolder().parent_path() / "samples/media/clip.mp4").make_preferred().string() + '"';
+    }
+};
+
+TEST_F(BvhostTest, WritesReadsAndWritesTheSameBytes) {
+    const Outcome made =
+        Run("job --input " + Clip() +
+            " --duration 3 --set Mode=multiply --set OutputFileFormat=MP4 "
+            "--set \"SplitLength=250 frm\" --set IsSplit=on --set \"OutputMediaName=Tom's & Co <1>.mp4\" "
+            "--set Common/Output/Overwrite=off --output " +
+            File("first.xml"));
+    ASSERT_EQ(made.exit_code, 0) << made.text;
+    EXPECT_THAT(made.text,
+                HasSubstr("shows     DestinationPath, FileNamePattern, IsSplit, SplitLength, Exactly\n"));
+    EXPECT_THAT(made.text, HasSubstr("hides     OutputMediaName\n"));
+    EXPECT_THAT(made.text, HasSubstr("enables   SplitLength, Exactly\n"));
+    EXPECT_THAT(made.text, testing::ContainsRegex("shows     MP4 with .* below it\n"));
+    const std::string first = ReadAll(TempFolder() / "first.xml");
+    EXPECT_THAT(first, HasSubstr("<Mode value='2' type='3'>\n"));
+    EXPECT_THAT(first, HasSubstr("<SplitLength value='250' type='3' ext='3' extType='3'>\n"));
+    EXPECT_THAT(first, HasSubstr("value='Tom&apos;s &amp; Co &lt;1&gt;.mp4'"));
+    EXPECT_THAT(first, HasSubstr("<MP4>\n"));
+
+    const Outcome again =
+        Run("job --from " + File("first.xml") + " --duration 3 --output " + File("second.xml"));
+    EXPECT_EQ(again.exit_code, 0);
+    EXPECT_THAT(again.text, Not(HasSubstr("warning")));
+    EXPECT_EQ(ReadAll(TempFolder() / "second.xml"), first);
+}
+
+TEST_F(BvhostTest, CutsGoThroughFilesAndJobs) {
+    const std::string of_clip = " --input " + Clip() + " --duration 3", file = File("cuts.tlc");
+    fs::remove(TempFolder() / "cuts.tlc");
+    const Outcome made = Run("cuts add " + file + " 0-25 0:00:01.500-0:00:03.000" + of_clip);
+    EXPECT_EQ(made.exit_code, 0);
+    EXPECT_EQ(made.text,
+              "   Start         End           Length                Output\n"
+              "1  0             25            Length: 1 c (25 frm)  Use global settings\n"
+              "2  00:00:01.480  00:00:03.000  Length: 1 c (38 frm)  Use global settings\n"
+              "encoded: 2.520 s\n");
+    const std::string kept = ReadAll(TempFolder() / "cuts.tlc");
+    EXPECT_EQ(Run("cuts list " + file + of_clip).text, made.text);
+    EXPECT_THAT(Run("cuts list " + file).text,
+                HasSubstr("2  37     75   Length: 38 frm  Use global settings\n"));
+
+    Check({
+        {"cuts add " + file + " 0-1 30-20", 1,
+         "bvhost: cut 30-20: Start point should be less than End point!\n"},
+        {"cuts add " + file + " 5--10", 1, "bvhost: cut 5--10: This value cannot be negative.\n"},
+        {"cuts add " + file + " 0:0:1-9" + of_clip, 1, "The time value is wrong. Please use: hh:mm:ss.nn\n"},
+        {"cuts add " + file + " 0:0:1.0-99", 1, "Couldn't find parser. Times need the clip: --input FILE\n"},
+        {"cuts add " + file + " 1.5-9", 1, "\"1.5\" is neither a frame nor a time\n"},
+        {"cuts add " + file + " 0-99999999999", 1, "is neither a frame nor a time\n"},
+        {"cuts add " + file + " 12", 1, "a cut is START-END, in frames or times, not \"12\"\n"},
+        {"cuts remove " + file + " 1 3", 1, "there is no cut 3; the file has 2\n"},
+        {"cuts save " + file, 1, "takes a job: --from or --input\n"},
+        {"cuts list " + File("gone.tlc"), 1, "gone.tlc: Couldn't load config.\n"},
+        {"cuts list " + file + of_clip + " --still", 0, "encoded: 0.004 s\n"},
+        {"cuts save \"" + TempFolder().string() + '"' + of_clip, 1, ": Couldn't create file.\n"},
+        {"job --cut 0-1", 1, "there is no input to cut\n"},
+    });
+    EXPECT_EQ(ReadAll(TempFolder() / "cuts.tlc"), kept);
+
+    // The same cuts given to a job, or taken from the file into one: inside of its input.
+    const Outcome job =
+        Run("job" + of_clip + " --cut 0-25 --cut 0:00:01.500-0:00:03.000 --output " + File("job.xml"));
+    EXPECT_EQ(job.exit_code, 0);
+    EXPECT_THAT(job.text, HasSubstr("         encoded: 2.520 s\n"));
+    const std::string xml = ReadAll(TempFolder() / "job.xml");
+    const size_t first = xml.find("<Timeline>\n"), last = xml.rfind("</Timeline>\n");
+    ASSERT_NE(first, xml.npos);
+    EXPECT_LT(xml.find("<Timelines value='1' type='3'>\n"), first);
+    EXPECT_LT(last, xml.find("</FILES>"));
+    EXPECT_EQ(Run("cuts load " + file + of_clip + " --output " + File("loaded.xml")).exit_code, 0);
+    EXPECT_EQ(ReadAll(TempFolder() / "loaded.xml"), xml);
+    const std::string from_job = "cuts save " + File("saved.tlc") + " --duration 3 --from " + File("job.xml");
+    EXPECT_EQ(Run(from_job).text, made.text);
+    EXPECT_EQ(ReadAll(TempFolder() / "saved.tlc"), kept);
+    EXPECT_NE(Run("job" + of_clip + " --cut 9-1 --output " + File("none.xml")).exit_code, 0);
+    EXPECT_FALSE(fs::exists(TempFolder() / "none.xml"));
+
+    EXPECT_EQ(Run("cuts check " + file + of_clip).exit_code, 0);
+    EXPECT_EQ(Run("cuts add " + file + " 60-60 80-200").exit_code, 0);
+    const Outcome checked = Run("cuts check " + file + ' ' + File("gone.tlc") + of_clip);
+    EXPECT_EQ(checked.exit_code, 1);
+    for (const char* line : {"cut 3 is empty\n", "cut 4 begins at or after the source's end\n",
+                             ": 4 cuts, encoded: 2.520 s\n", "gone.tlc: Couldn't load config.\n"})
+        EXPECT_THAT(checked.text, HasSubstr(line));
+    EXPECT_EQ(Run("cuts remove " + file + " 4 3 3").exit_code, 0);
+    if (kInFull) {  // a full disk: what was there stays
+        const Outcome full = Run("cuts add " + file + " 80-90", "trap '' XFSZ; ulimit -f 1; ");
+        EXPECT_EQ(full.exit_code, 1);
+        EXPECT_THAT(full.text, HasSubstr("cuts.tlc: Couldn't create file.\n"));
+    }
+    EXPECT_EQ(ReadAll(TempFolder() / "cuts.tlc"), kept);
+    EXPECT_EQ(Run("cuts remove " + file + " 1 2").text, "no cuts\n");
+}
+
+TEST_F(BvhostTest, SaysWhatIsWrongInOneLine) {
+    std::string deep, wide(600, 'x');
+    for (int i = 0; i < 100; ++i) deep += "<a>";
+    WriteAll(TempFolder() / "cut.xml", "<Main>\n<Common>\n");
+    WriteAll(TempFolder() / "twice.xml", "<Main>\n<Mode value='1' type='3' value='2'>\n</Mode>\n</Main>\n");
+    WriteAll(TempFolder() / "entity.xml", "<Main>\n<Mode value='&bomb;' type='8'>\n</Mode>\n</Main>\n");
+    WriteAll(TempFolder() / "deep.xml", deep);
+    WriteAll(TempFolder() / "other.xml", "<Timeline>\n</Timeline>\n");
+    Check({
+        {"job --set SplitLength=-5 --output " + File("none.xml"), 1,
+         "bvhost: SplitLength=-5: This value cannot be negative.\n"},
+        {"job --set Mod=Single", 1, "bvhost: there is no setting \"Mod\", did you mean \"Mode\"?\n"},
+        {"job --set Mode=Singel", 1, "the choices are \"Single\", \"Multiply\", did you mean \"Single\"?\n"},
+        {"job --set OutputFileFormat=AVJ", 1, "did you mean \"AVI\"?\n"},
+        {"job --set SplitLength=many", 1, "this setting takes a 32-bit number\n"},
+        {"job --set Output=1", 1, "this is a group, it has no value\n"},
+        {"job --set Mode", 1, "--set takes NAME=VALUE"},
+        {"show " + wide, 1, "bvhost: there is no setting \"xxx"},
+        {"job --input " + File("gone.mp4"), 1, "bvhost: there is no file "},
+        {"job --from " + File("gone.xml"), 1, ": there is no such file\n"},
+        {"job --from " + File("cut.xml"), 1, ": line 3: the file ends inside of Common\n"},
+        {"job --from " + File("twice.xml"), 1,
+         ": line 2: the attribute value is unknown or stands here twice\n"},
+        {"job --from " + File("entity.xml"), 1, ": line 2: an unknown "},
+        {"job --from " + File("deep.xml"), 1, "elements lie more than 64 deep\n"},
+        {"job --from " + File("other.xml"), 1, "these are settings of \"Timeline\", not of a job\n"},
+        {"register " + File("cut.xml"), 1, "cut.xml: "},
+        {"tree --format pgn", 1,
+         "the choices are \"AVI\", \"MP4\", \"Picture\" (PNG), did you mean \"PNG\"?\n"},
+        {"expand " + wide, 1, "bvhost: the text is too long"},
+        {"expand --set FORMAT=1 x", 1, "bvhost: there is no setting \"FORMAT\""},
+    });
+    EXPECT_FALSE(fs::exists(TempFolder() / "none.xml"));
+}
+
+TEST_F(BvhostTest, UnderstandsOrSaysWhatWasMeant) {
+    Check({
+        {"--version", 0, "bvhost 1."},
+        {"", 2, "bvhost: a command is needed: tree, show, "},
+        {"tre", 2, "bvhost: there is no command \"tre\", did you mean \"tree\"?"},
+        {"cuts lst x", 2, "bvhost: there is no command \"lst\", did you mean \"list\"?"},
+        {"tree --inptu x", 2, "bvhost: there is no option \"--inptu\", did you mean \"--input\"?"},
+        {"job --ouptut=x", 2, "bvhost: there is no option \"--ouptut\", did you mean \"--output\"?"},
+        {"show --dutarion 3", 2, "bvhost: there is no option \"--dutarion\", did you mean \"--duration\"?"},
+        {"tree --nonsense", 2,
+         "bvhost: there is no option \"--nonsense\" (\"bvhost tree --help\" tells more)\n"},
+        {"tree one two three", 2, "bvhost: these words are not expected: \"one\" \"two\" \"three\""},
+        {"tree --duration -1", 2, "seconds are a number from 0 to 1000000, not \"-1\""},
+        {"show", 2, "bvhost: NAME is required"},
+        {"show Nope", 1, "bvhost: there is no setting \"Nope\"\n"},
+        {"show Ouptut", 1, "bvhost: there is no setting \"Ouptut\", did you mean \"Output\"?\n"},
+    });
+}
+
+TEST_F(BvhostTest, WritesNoJobThatItCouldNotRead) {
+    // A node is named as its action is registered.
+    const TestKey action(HKEY_CLASSES_ROOT, L"CLSID\\" + TextOf(category::Root) + L"\\" +
+                                                TextOf(category::Actions) +
+                                                L"\\{00000000-0000-0000-0000-000000000001}");
+    action.Put(L"", nullptr, L"a<b");
+    const Outcome outcome = Run("job --output " + File("unread.xml"));
+    EXPECT_EQ(outcome.exit_code, 1);
+    EXPECT_THAT(outcome.text,
+                HasSubstr("bvhost: the settings can't be written so that they are read again: line "));
+    EXPECT_FALSE(fs::exists(TempFolder() / "unread.xml"));
+}
+
+TEST_F(BvhostTest, SaysThatTheRegistryCannotBeRead) {
+    if (!kInFull) GTEST_SKIP() << "the registry is the system's";
+    for (const std::string& place : {std::string("/proc/none/r.db"), TempFolder().string()}) {
+        const Outcome outcome = Run("tree", "BV_REGISTRY='" + place + "' ");
+        EXPECT_EQ(outcome.exit_code, 1);
+        EXPECT_EQ(outcome.text, "bvhost: can't create Map: the registry can't be read\n");
+    }
+}
+
+TEST_F(BvhostTest, RestoresTheRestOfADamagedJob) {
+    WriteAll(TempFolder() / "odd.xml",
+             "<Main>\n<FILES>\n<PathToMediaFile value='/no/such/file.avi' type='8'>\n"
+             "<IDX value='../../etc/x' type='8'>\n</IDX>\n</PathToMediaFile>\n</FILES>\n"
+             "<OutputFileFormat value='{00000000-0000-0000-0000-000000000001}' "
+             "type='72'>\n<Gone>\n</Gone>\n</OutputFileFormat>\n"
+             "<Common>\n<Output>\n<Mode value='2' type='3'>\n</Mode>\n<SplitLength value='many' "
+             "type='3'>\n</SplitLength>\n"
+             "<Exactly value='1' type='9'>\n</Exactly>\n</Output>\n</Common>\n"
+             "<Filters value='1' "
+             "type='3'>\n<EnumFilters>\n<Blur>\n</Blur>\n</EnumFilters>\n</Filters>\n</Main>\n");
+    const Outcome outcome = Run("job --from " + File("odd.xml") + " --output " + File("mended.xml"));
+    EXPECT_EQ(outcome.exit_code, 0);
+    for (const char* warning :
+         {"file.avi: there is no such file\n",
+          "line 8: OutputFileFormat: the object \"{00000000-0000-0000-0000-000000000001}\" isn't restored\n",
+          "line 9: there is no setting \"Gone\" here; it is skipped with all inside\n",
+          "line 16: SplitLength: the value doesn't fit its type 3\n",
+          "line 18: Exactly: the value doesn't fit its type 9\n",
+          "line 24: the filter \"Blur\" isn't restored: the file doesn't say its class\n"})
+        EXPECT_THAT(outcome.text, HasSubstr(warning));
+    const std::string mended = ReadAll(TempFolder() / "mended.xml");
+    EXPECT_THAT(mended, HasSubstr("<Mode value='2' type='3'>\n"));
+    EXPECT_THAT(mended, HasSubstr("<SplitLength value='10' type='3' ext='1' extType='3'>\n"));
+}
+
+TEST_F(BvhostTest, KeepsAnInputWithoutAPathInItsPlace) {
+    WriteAll(TempFolder() / "gap.xml",
+             "<Main>\n<FILES>\n<PathToMediaFile value='' type='8'>\n</PathToMediaFile>\n"
+             "<PathToMediaFile value='' type='8'>\n</PathToMediaFile>\n"
+             "<PathToMediaFile value='/no/such/file.avi' type='8'>\n</PathToMediaFile>\n</FILES>\n</Main>\n");
+    const Outcome outcome = Run("job --from " + File("gap.xml") + " --output " + File("kept.xml"));
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.text;
+    const std::string kept = ReadAll(TempFolder() / "kept.xml");
+    size_t at = 0;
+    for (const char* path : {"''", "''", "'/no/such/file.avi'"}) {
+        at = kept.find("<PathToMediaFile value=", at + 1);
+        ASSERT_NE(at, kept.npos);
+        EXPECT_EQ(kept.substr(at + 23, std::strlen(path)), path);
+    }
+}
+
+TEST_F(BvhostTest, ShowsHiddenNodesOnlyWhenAsked) {
+    const std::string tree = Run("tree").text;
+    EXPECT_THAT(tree, HasSubstr("[Single]  Multiply\n"));
+    EXPECT_THAT(tree, Not(HasSubstr("SplitLength")));
+    EXPECT_THAT(tree, Not(HasSubstr("\033")));
+    EXPECT_THAT(Run("tree --all").text, HasSubstr("10 s   "));
+    const std::string json = Run("tree --json --all").text;
+    EXPECT_THAT(json, HasSubstr("{\"label\": \"Multiply\", \"value\": 2, \"selected\": false}"));
+    EXPECT_THAT(Run("show Mode").text, HasSubstr("* Single    = 1\n"));
+    for (const char* command :
+         {"", "tree ", "show ", "job ", "expand ", "font ", "register ", "unregister ", "registry "})
+        EXPECT_THAT(Run(command + std::string("--help")).text, HasSubstr("Usage: bvhost")) << command;
+}
+
+TEST_F(BvhostTest, PicksByDialog) {
+    Check({
+        // without a display each dialog is cancelled
+        {"pick Mode", 1, "bvhost: Mode has no dialog\n"},
+        {"pick Mod", 1, "bvhost: there is no setting \"Mod\", did you mean \"Mode\"?\n"},
+        {"pick DestinationPath", 0, "DestinationPath: cancelled, or no dialog could be shown\n"},
+        {"pick OutputMediaName --output -", 0, "<Main>\n"},
+    });
+}
+
+TEST_F(BvhostTest, ExpandsTextsAndReadsFonts) {
+    const std::string given = "expand --input " + Clip() + " --duration 3 ";
+    Check({
+        {given + "--index 7 --set FORMAT_i=%04d \"%sf|%s|%i|%%|%x\"", 0, "clip.mp4|clip|0007|%%|%x\n"},
+        {given + "--set OutputMediaName=out.b.avi \"%OF|%o\"", 0, "out.b.avi|out.b\n"},
+        {given + "--set Mode=Multiply --set FileNamePattern={SOURCE_FILE_NAME}-{SOURCE_FILE_NAME} --format "
+                 "png \"%of|%o\"",
+         0, "clip-clip.png|clip-clip\n"},
+        {"expand \"%s %i\"", 0, "%s 00\n"},
+        {"expand \"%s %i\"", 0, "bvhost: note: %s stays: no input; --input names one\n"},
+        {"expand", 0, "%i        Index                     00\n"},
+        {"font", 0, "As text     FONT=Tahoma;STYLE=Regular;SIZE=10;U=OFF;S=OFF;CHARSET=Default;\n"},
+        {"font \"font=Arial;size=12pt;U=on;junk\"", 0,
+         "Size        12\nUnderline   on\nStrikeout   off  (by default)\nCharset     Default  (by default)\n"
+         "As text     FONT=Arial;STYLE=Regular;SIZE=12;U=ON;S=OFF;CHARSET=Default;\n"},
+        {"font \"font=Arial;junk\"", 0, "bvhost: note: \"junk\" is no item of a font and is left out\n"},
+        {"font FONT=" + std::string(600, 'x'), 0, "bvhost: note: nothing of the string counts"},
+        {"tree --format .PNG", 0, "  ├─ Image  "},
+    });
+}
+
+TEST_F(BvhostTest, TellsOfLongPathsThatTheFileCantHold) {
+    const std::string path = std::string(600, 'p') + ".avi";
+    const Outcome outcome = Run("job --set OutputMediaName=" + path + " --output " + File("long.xml"));
+    EXPECT_EQ(outcome.exit_code, 0);
+    EXPECT_THAT(outcome.text,
+                HasSubstr("warning: OutputMediaName: the text is too long for a settings file"));
+    EXPECT_THAT(ReadAll(TempFolder() / "long.xml"), HasSubstr("<OutputMediaName value='' type='8'>"));
+}
+
+TEST_F(BvhostTest, SaysHowToRegisterWhatIsNotRegistered) {
+    ASSERT_EQ(Run("unregister").exit_code, 0);
+    EXPECT_THAT(Run("registry").text, HasSubstr("Nothing is registered"));
+    const Outcome tree = Run("tree");
+    EXPECT_EQ(tree.exit_code, 1);
+    EXPECT_THAT(tree.text, HasSubstr("the class isn't registered; \"bvhost register\" registers it\n"));
+    ASSERT_EQ(Run("register").exit_code, 0);
+    EXPECT_EQ(Run("tree").exit_code, 0);
+    EXPECT_THAT(Run("registry").text, HasSubstr("BVSchema.Map"));
+}
+
+TEST_F(BvhostTest, CallsByNameWhatTheTypeLibraryTells) {
+    EXPECT_EQ(Run("types").text, ReadAll(DataFolder() / "golden/types.txt")) << "on every platform";
+    Check({
+        {"call Mode.Value", 0, "32-bit number 1\n"},
+        {"call Mode.value 2", 0, "nothing\n"},
+        {"call Mode.FindProperty splitlength", 0, "node SplitLength\n"},
+        {"call Mode.FindProperty None", 0, "no object\n"},
+        {"call SplitLength.Value -5", 1, "bvhost: This value cannot be negative. (BVSchema.Property.1)\n"},
+        {"call SplitLength.ShowDialog", 1, "bvhost: "},
+        {"call SplitLength.Nonsense", 1, "bvhost: a node has no operation Nonsense\n"},
+        {"call SplitLength.Hide many", 1, "bvhost: the call is refused: a value of another kind is needed\n"},
+        {"call SplitLength.Hide", 1, "bvhost: the call is refused: another number of arguments is needed\n"},
+        {"call SplitLength", 1, "bvhost: what is called is written NAME.Operation\n"},
+    });
+}
+
+TEST_F(BvhostTest, KeepsTheIndexOfARealFile) {
+    const Outcome made = Run("job --input " + Clip() + " --output " + File("indexed.xml"));
+    ASSERT_EQ(made.exit_code, 0) << made.text;
+    if (made.text.find("reads no media files") != made.text.npos)
+        GTEST_SKIP() << "this bvhost has no media library";
+    EXPECT_THAT(made.text, HasSubstr("index: made, 1 key frame\n"));
+    EXPECT_THAT(made.text, HasSubstr("3.00 s, 25 frames a second, video, audio\n"));
+
+    const std::string xml = ReadAll(TempFolder() / "indexed.xml");
+    const size_t begin = xml.find("<IDX value='") + 12;
+    const std::string name = xml.substr(begin, xml.find('\'', begin) - begin);
+    const fs::path cache = BinFolder() / (name + ".idx");
+    ASSERT_EQ(name.size(), 38u);
+    EXPECT_TRUE(fs::is_regular_file(cache));
+    EXPECT_THAT(Run("job --from " + File("indexed.xml")).text, HasSubstr("index: from cache, 1 key frame\n"));
+
+    // A cache that can't be read is made again; one that can't be written is told once.
+    fs::remove(cache);
+    fs::create_directory(cache);
+    const Outcome barred = Run("job --from " + File("indexed.xml") + " --output " + File("barred.xml"));
+    EXPECT_EQ(barred.exit_code, 0);
+    EXPECT_THAT(barred.text, HasSubstr("index: made, 1 key frame\n"));
+    EXPECT_THAT(barred.text, HasSubstr("warning: there is no cache for indexes: "));
+    fs::remove(cache);
+}
+
+}  // namespace
+}  // namespace bv::test

@@ -1,0 +1,196 @@
+// Each operation of each dual interface, called by its place in the table and by its description: both roads
+// end in the operation that the C++ headers have.
+#include <optional>
+#include <typeinfo>
+
+#include "late_binding/doubles.h"
+#include "late_binding/library.h"
+
+namespace bv::test {
+namespace {
+
+/// Answers every interface: what an argument needs here is to be an object.
+class AnyObject final : public Fake<IDispatch> {
+    bool TakeMore(REFIID, void** out) override {
+        *out = unknown();
+        return true;
+    }
+};
+
+class RoadsTest : public testing::Test {
+protected:
+    static bool IsInterface(const Ref<ITypeInfo>& type, HREFTYPE reference) {
+        Ref<ITypeInfo> target;
+        TYPEATTR* attributes = nullptr;
+        EXPECT_EQ(type->GetRefTypeInfo(reference, target.Put()), S_OK);
+        EXPECT_EQ(target->GetTypeAttr(&attributes), S_OK);
+        const bool is_interface = attributes->typekind == TKIND_DISPATCH;
+        target->ReleaseTypeAttr(attributes);
+        return is_interface;
+    }
+    /// Some value of a parameter's type. No value: a VARIANT can't hold one.
+    std::optional<Value> Sample(const Ref<ITypeInfo>& type, const TYPEDESC& kind) {
+        switch (kind.vt) {
+            case VT_BSTR:
+                return Str(L"text");
+            case VT_DISPATCH:
+            case VT_UNKNOWN:
+                return Obj(&object);
+            case VT_USERDEFINED:
+                return std::nullopt;
+            case VT_PTR:
+                break;
+            default:
+                return I4(9);
+        }
+        const TYPEDESC& target = *kind.lptdesc;
+        if (target.vt == VT_UI1) return Raw(VT_BYREF | VT_UI1, &byte);
+        if (target.vt == VT_I4 || target.vt == VT_INT) return Raw(VT_BYREF | VT_I4, &number);
+        if (target.vt == VT_UNKNOWN) return Raw(VT_BYREF | VT_UNKNOWN, &unknown);
+        if (target.vt != VT_USERDEFINED) return std::nullopt;
+        if (!IsInterface(type, target.hreftype)) return std::nullopt;
+        return Obj(&object);
+    }
+    /// A result that a VARIANT can't hold: a record, a pointer to one.
+    static bool IsPlain(const TYPEDESC& result, const Ref<ITypeInfo>& type) {
+        if (result.vt == VT_USERDEFINED) return false;
+        if (result.vt != VT_PTR) return true;
+        if (result.lptdesc->vt != VT_USERDEFINED) return false;
+        return IsInterface(type, result.lptdesc->hreftype);
+    }
+
+    template <class I, class DoubleOfIt>
+    void Check(size_t operations, size_t late) {
+        SCOPED_TRACE(typeid(I).name());
+        DoubleOfIt object_of_it;
+        I* const target = &object_of_it;
+        const Ref<ITypeInfo> type = TypeOf<I>(library);
+        ASSERT_TRUE(type);
+        TYPEATTR* attributes = nullptr;
+        ASSERT_EQ(type->GetTypeAttr(&attributes), S_OK);
+        EXPECT_EQ(attributes->typekind, TKIND_DISPATCH);
+        EXPECT_TRUE(attributes->wTypeFlags & TYPEFLAG_FDUAL);
+        const UINT count = attributes->cFuncs;
+        type->ReleaseTypeAttr(attributes);
+
+        size_t called_late = 0;
+        for (UINT i = 0; i < count; ++i) {
+            FUNCDESC* function = nullptr;
+            ASSERT_EQ(type->GetFuncDesc(i, &function), S_OK);
+            if (!(function->wFuncFlags & FUNCFLAG_FRESTRICTED))
+                CheckOperation(type, target, object_of_it, *function, called_late);
+            type->ReleaseFuncDesc(function);
+        }
+        EXPECT_EQ(object_of_it.record.called.size(), operations);
+        EXPECT_EQ(called_late, late);
+    }
+
+    template <class I, class DoubleOfIt>
+    void CheckOperation(const Ref<ITypeInfo>& type, I* target, DoubleOfIt& double_of_it,
+                        const FUNCDESC& function, size_t& called_late) {
+        BSTR name = nullptr;
+        UINT names = 0;
+        ASSERT_EQ(type->GetNames(function.memid, &name, 1, &names), S_OK);
+        DISPID id = 0;
+        EXPECT_EQ(type->GetIDsOfNames(&name, 1, &id), S_OK);
+        EXPECT_EQ(id, function.memid);
+        std::ostringstream expected;
+        expected << "0x" << std::hex << std::uppercase << function.memid << ' '
+                 << (function.invkind == INVOKE_PROPERTYGET   ? "get_"
+                     : function.invkind == INVOKE_PROPERTYPUT ? "put_"
+                                                              : "")
+                 << Narrow(Take(name)) << '(';
+        SCOPED_TRACE(expected.str());
+
+        // By the place in the table, with nothing but zeros.
+        const bool has_result = function.elemdescFunc.tdesc.vt != VT_VOID;
+        std::vector<Value> zeros;
+        std::vector<VARTYPE> kinds;
+        for (int k = 0; k < function.cParams; ++k)
+            kinds.push_back(function.lprgelemdescParam[k].tdesc.vt == VT_VARIANT ? VT_VARIANT : VT_I8);
+        if (has_result) kinds.push_back(VT_I8);
+        zeros.resize(kinds.size());
+        std::vector<VARIANTARG*> places;
+        for (Value& zero : zeros) places.push_back(&zero.get());
+        Value status;
+        double_of_it.record.last.clear();
+        ASSERT_EQ(DispCallFunc(target, ULONG_PTR(function.oVft), CC_STDCALL, VT_ERROR, UINT(kinds.size()),
+                               kinds.data(), places.data(), status.Put()),
+                  S_OK);
+        EXPECT_EQ(double_of_it.record.last.substr(0, expected.str().size()), expected.str());
+        EXPECT_EQ(status.get().scode, S_OK);
+
+        // By the description.
+        LateCall call = {function.memid, WORD(function.invkind), {}, {}};
+        bool callable = IsPlain(function.elemdescFunc.tdesc, type);
+        for (int k = 0; k < function.cParams; ++k) {
+            const auto sample = Sample(type, function.lprgelemdescParam[k].tdesc);
+            callable = callable && sample;
+            call.arguments.push_back(sample.value_or(I4(0)));
+        }
+        if (function.invkind == INVOKE_PROPERTYPUT) {
+            call.named = {{DISPID_PROPERTYPUT, call.arguments.back()}};
+            call.arguments.pop_back();
+        }
+        double_of_it.record.last.clear();
+        const Outcome outcome = call.On(type.get(), target);
+        if (callable) {
+            EXPECT_EQ(outcome.status, S_OK);
+            EXPECT_EQ(double_of_it.record.last.substr(0, expected.str().size()), expected.str());
+            ++called_late;
+        } else {
+            EXPECT_TRUE(FAILED(outcome.status));
+            EXPECT_EQ(double_of_it.record.last, "");
+        }
+    }
+
+    Ref<ITypeLib> library = RegisteredLibrary();
+    AnyObject object;
+    BYTE byte = 0;
+    LONG number = 0;
+    IUnknown* unknown = &object;
+};
+
+TEST_F(RoadsTest, EndInTheOperationOfTheHeaders) {
+    ASSERT_TRUE(library);
+    Check<IBaseObj, BaseObjDouble>(1, 1);
+    Check<IProperty, PropertyDouble>(35, 33);  // GetData, ClassID: no VARIANT holds what they give
+    Check<ICollection, PlainCollectionDouble>(3, 3);
+    Check<IEnumProperties, EnumPropertiesDouble>(11, 9);  // two take an id
+    Check<IListOfValues, ListOfValuesDouble>(10, 8);      // likewise
+    Check<IListItem, ListItemDouble>(4, 4);
+    Check<IMap, MapDouble>(6, 6);
+    Check<IEnumObject, EnumObjectDouble>(6, 5);
+    Check<ICriticalSection, CriticalSectionDouble>(9, 9);
+    Check<IMediaObject, MediaObjectDouble>(8, 8);
+    Check<IMediaFiles, MediaFilesDouble>(8, 8);
+    Check<ITimelines, TimelinesDouble>(9, 9);
+    Check<IDVDIndexData, DVDIndexDataDouble>(5, 3);
+    Check<IBVMapper, BVMapperDouble>(3, 1);
+    Check<IBVFilterMapper, BVFilterMapperDouble>(1, 0);
+    Check<IAMMediaType, AMMediaTypeDouble>(3, 1);
+    Check<IMediaSelecter, MediaSelecterDouble>(6, 6);
+}
+
+TEST_F(RoadsTest, EachClassOfTheModuleIsInTheLibrary) {
+    ASSERT_TRUE(library);
+    struct Class {
+        const wchar_t* name;
+        CLSID id;
+    };
+    const Class expected[] = {
+#define BV_CLASS(Name, text) {L## #Name, clsid::Name},
+#include <bvschema/classes.def>
+#undef BV_CLASS
+    };
+    for (const Class& c : expected) {
+        Ref<ITypeInfo> type;
+        ASSERT_EQ(library->GetTypeInfoOfGuid(c.id, type.Put()), S_OK) << Narrow(c.name);
+        BSTR name = nullptr;
+        EXPECT_EQ(type->GetDocumentation(MEMBERID_NIL, &name, nullptr, nullptr, nullptr), S_OK);
+        EXPECT_EQ(Take(name), c.name);
+    }
+}
+
+}  // namespace
+}  // namespace bv::test
