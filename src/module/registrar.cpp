@@ -1,5 +1,6 @@
 #include "module/registrar.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -18,17 +19,30 @@ HRESULT LastError() {
     return error ? HRESULT_FROM_WIN32(error) : E_FAIL;
 }
 
-/// The module's own path in its short form, as it stands inside a quoted token.
-HRESULT ScriptPath(std::string& path) {
-    char buffer[kPathCapacity];
-    const DWORD length = GetModuleFileNameA(ModuleInstance(), buffer, kPathCapacity);
+/// The module's own path, wide: the narrow code page may not have all of it.
+HRESULT OwnPath(std::wstring& path) {
+    wchar_t buffer[kPathCapacity];
+    const DWORD length = GetModuleFileNameW(ModuleInstance(), buffer, kPathCapacity);
     if (length == 0 || length >= kPathCapacity) return LastError();
-    char brief[kPathCapacity];
-    const DWORD brief_length = GetShortPathNameA(buffer, brief, kPathCapacity);
-    const char* const used = brief_length > 0 && brief_length < kPathCapacity ? brief : buffer;
-    for (const char* c = used; *c; ++c) {
-        path += *c;
-        if (*c == '\'') path += '\'';
+    path.assign(buffer, length);
+    return S_OK;
+}
+
+/// The path in its short form, as it stands inside a quoted token of a script, which is narrow.
+HRESULT ScriptPath(const std::wstring& whole, std::string& path) {
+    wchar_t brief[kPathCapacity];
+    const DWORD length = GetShortPathNameW(whole.c_str(), brief, kPathCapacity);
+    const std::wstring_view used =
+        length > 0 && length < kPathCapacity ? std::wstring_view(brief, length) : std::wstring_view(whole);
+    char narrow[4 * kPathCapacity];
+    const int size = ToNarrowBytes(narrow, used, int(sizeof narrow));
+    if (size <= 0) return E_FAIL;
+    // A path with another character in it would be registered, and never be found.
+    if (std::count(narrow, narrow + size, '#') != std::count(used.begin(), used.end(), L'#'))
+        return HRESULT_FROM_WIN32(ERROR_INVALID_NAME);
+    for (int i = 0; i < size; ++i) {
+        path += narrow[i];
+        if (narrow[i] == '\'') path += '\'';
     }
     return S_OK;
 }
@@ -42,11 +56,8 @@ public:
     ~DataModule() {
         if (module_) FreeLibrary(module_);
     }
-    HRESULT Load() {
-        char path[kPathCapacity];
-        const DWORD length = GetModuleFileNameA(ModuleInstance(), path, kPathCapacity);
-        if (length == 0 || length >= kPathCapacity) return LastError();
-        module_ = LoadLibraryExA(path, nullptr, LOAD_LIBRARY_AS_DATAFILE);
+    HRESULT Load(const std::wstring& path) {
+        module_ = LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE);
         return module_ ? S_OK : LastError();
     }
     HRESULT Script(int number, std::string_view& text) const {
@@ -71,47 +82,40 @@ HRESULT RunClassScript(const DataModule& module, const std::string& path, int nu
 }
 
 HRESULT Prepare(DataModule& module, std::string& path) {
-    RETURN_IF_FAILED(ScriptPath(path));
-    return module.Load();
+    std::wstring whole;
+    RETURN_IF_FAILED(OwnPath(whole));
+    RETURN_IF_FAILED(ScriptPath(whole, path));
+    return module.Load(whole);
 }
 
 // --- The type library
 
-std::wstring Wide(const std::string& text) {
-    const Bstr wide = ToBstr(text);
-    return std::wstring(wide.View());
-}
-
 /// The module's own library; where it can't be loaded from there, the ".tlb" file beside it. path: what was
 /// loaded.
-HRESULT LoadOwnTypeLib(std::string& path, ComPtr<ITypeLib>& library) {
-    char buffer[kPathCapacity];
-    const DWORD length = GetModuleFileNameA(ModuleInstance(), buffer, kPathCapacity);
-    if (length == 0 || length >= kPathCapacity) return LastError();
-    path = buffer;
-    HRESULT status = LoadTypeLib(Wide(path).c_str(), library.Put());
+HRESULT LoadOwnTypeLib(std::wstring& path, ComPtr<ITypeLib>& library) {
+    RETURN_IF_FAILED(OwnPath(path));
+    HRESULT status = LoadTypeLib(path.c_str(), library.Put());
     if (FAILED(status)) {
-        const size_t name = path.find_last_of("\\/:") + 1;
-        const size_t point = path.rfind('.');
-        if (point != std::string::npos && point >= name) path.resize(point);
-        path += ".tlb";
-        status = LoadTypeLib(Wide(path).c_str(), library.Put());
+        const size_t name = path.find_last_of(L"\\/:") + 1;
+        const size_t point = path.rfind(L'.');
+        if (point != std::wstring::npos && point >= name) path.resize(point);
+        path += L".tlb";
+        status = LoadTypeLib(path.c_str(), library.Put());
     }
     return status;
 }
 
 HRESULT RegisterOwnTypeLib() {
-    std::string path;
+    std::wstring path;
     ComPtr<ITypeLib> library;
     RETURN_IF_FAILED(LoadOwnTypeLib(path, library));
-    std::wstring whole = Wide(path);
-    std::wstring folder = Wide(path.substr(0, path.find_last_of("\\/:") + 1));
-    return RegisterTypeLib(library.get(), whole.data(), folder.data());
+    std::wstring folder = path.substr(0, path.find_last_of(L"\\/:") + 1);
+    return RegisterTypeLib(library.get(), path.data(), folder.data());
 }
 
 /// Not every system has the operation that takes a library out: it is looked for when it is needed.
 void UnregisterOwnTypeLib() {
-    std::string path;
+    std::wstring path;
     ComPtr<ITypeLib> library;
     TLIBATTR* attributes = nullptr;
     if (FAILED(LoadOwnTypeLib(path, library)) || FAILED(library->GetLibAttr(&attributes))) return;

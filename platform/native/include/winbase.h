@@ -28,6 +28,7 @@ BV_PLATFORM_API HMODULE LoadLibraryA(LPCSTR name);
 BV_PLATFORM_API HMODULE LoadLibraryW(LPCWSTR name);
 /// As LoadLibrary. file: null. flags: 0 or LOAD_LIBRARY_AS_DATAFILE, which makes no difference here.
 BV_PLATFORM_API HMODULE LoadLibraryExA(LPCSTR name, HANDLE file, DWORD flags);
+BV_PLATFORM_API HMODULE LoadLibraryExW(LPCWSTR name, HANDLE file, DWORD flags);
 /// FALSE with ERROR_MOD_NOT_FOUND for what is no loaded module. The last call unloads the module.
 BV_PLATFORM_API BOOL FreeLibrary(HMODULE module);
 /// The address of an exported operation, null with ERROR_PROC_NOT_FOUND.
@@ -45,6 +46,7 @@ BV_PLATFORM_API BOOL DisableThreadLibraryCalls(HMODULE module);
 /// A path without blanks for the same file: here the path itself. Gives the length without the NUL, the size
 /// needed with it when the buffer is too small, 0 when there is no such file.
 BV_PLATFORM_API DWORD GetShortPathNameA(LPCSTR path, LPSTR buffer, DWORD size);
+BV_PLATFORM_API DWORD GetShortPathNameW(LPCWSTR path, LPWSTR buffer, DWORD size);
 }
 
 // --- Resources ----------------------------------------------------------------------------------------

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cwchar>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -257,6 +258,10 @@ HMODULE LoadLibraryW(LPCWSTR name) {
 HMODULE LoadLibraryExA(LPCSTR name, HANDLE, DWORD) {
     return name ? Load(name, __builtin_return_address(0)) : Failed(ERROR_INVALID_PARAMETER, HMODULE());
 }
+HMODULE LoadLibraryExW(LPCWSTR name, HANDLE, DWORD) {
+    return name ? Load(ToUtf8(name), __builtin_return_address(0))
+                : Failed(ERROR_INVALID_PARAMETER, HMODULE());
+}
 
 BOOL FreeLibrary(HMODULE module) {
     void* handle = nullptr;
@@ -318,6 +323,14 @@ DWORD GetShortPathNameA(LPCSTR path, LPSTR buffer, DWORD size) {
     const size_t length = std::strlen(path);
     if (!buffer || size <= length) return static_cast<DWORD>(length + 1);
     std::memmove(buffer, path, length + 1);
+    return static_cast<DWORD>(length);
+}
+DWORD GetShortPathNameW(LPCWSTR path, LPWSTR buffer, DWORD size) {
+    if (!path) return Failed(ERROR_INVALID_PARAMETER, DWORD(0));
+    if (access(ToUtf8(path).c_str(), F_OK) != 0) return Failed(ERROR_FILE_NOT_FOUND, DWORD(0));
+    const size_t length = std::wcslen(path);
+    if (!buffer || size <= length) return static_cast<DWORD>(length + 1);
+    std::wmemmove(buffer, path, length + 1);
     return static_cast<DWORD>(length);
 }
 
