@@ -190,7 +190,7 @@ template <size_t N>
 void AskFontText(const std::string& question, char (&field)[N]) {
     field[N - 1] = 0;
     for (int tries = 0; tries < 20; ++tries) {
-        const std::wstring text = AskText(question, host::Wide(field), N - 1);
+        const std::wstring text = AskText(question, host::FromNarrow(field), N - 1);
         if (text.find(L';') != text.npos) {
             Say("  A font's texts can't have a semicolon.");
             continue;

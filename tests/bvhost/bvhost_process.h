@@ -7,6 +7,7 @@
 #include <string>
 
 #include "support/environment.h"
+#include "support/names.h"
 
 namespace bv::test {
 
@@ -24,25 +25,23 @@ struct Outcome {
     std::string text;  // standard output and errors
 };
 
-/// arguments: as for the shell, quoted by double quotes. input: what it reads as standard input.
+/// arguments: as for the shell. input: what it reads as standard input.
 /// before: commands of a POSIX shell.
 inline Outcome RunBvhost(const std::string& arguments, const std::string& input = "",
                          const std::string& before = "") {
     const auto folder = TempFolder();
     WriteAll(folder / "input.txt", input);
-    const std::string command = before + '"' + (BinFolder() / "bvhost").string() + "\" " + arguments +
-                                " <\"" + (folder / "input.txt").string() + "\" >\"" +
-                                (folder / "output.txt").string() + "\" 2>&1";
-    // The Windows shell takes one pair of quotes off the whole line.
-    constexpr bool kWindows = std::filesystem::path::preferred_separator == '\\';
+    // The locale that knows nothing but ASCII: names of files don't depend on it.
+    const std::string command = before + (kInFull ? "LC_ALL=C " : "") + Quoted(BinFolder() / "bvhost") + ' ' +
+                                arguments + " <" + Quoted(folder / "input.txt") + " >" +
+                                Quoted(folder / "output.txt") + " 2>&1";
     // On a busy machine Wine's shell at times doesn't find a program that is there; a Windows shell says 9009
     // then.
     int status = 9009;
-    for (int attempt = 0; attempt < 3 && status == 9009; ++attempt)
-        status = std::system((kWindows ? '"' + command + '"' : command).c_str());
+    for (int attempt = 0; attempt < 3 && status == 9009; ++attempt) status = RunShell(command);
     std::string text = ReadAll(folder / "output.txt");
     std::erase(text, '\r');
-    return {kWindows ? status : status >> 8, text};
+    return {kInFull ? status >> 8 : status, text};
 }
 
 }  // namespace bv::test

@@ -12,9 +12,14 @@ namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::Not;
 
+constexpr const char* kAnyScript = "Übung 日本 'a' $x 😀";
+
 class BvhostTest : public testing::Test {
 protected:
-    static void SetUpTestSuite() { ASSERT_EQ(CallModule(kSamplesFile, "DllRegisterServer"), S_OK); }
+    static void SetUpTestSuite() {
+        fs::create_directory(Folder());
+        ASSERT_EQ(CallModule(kSamplesFile, "DllRegisterServer"), S_OK);
+    }
     static void TearDownTestSuite() { EXPECT_EQ(CallModule(kSamplesFile, "DllUnregisterServer"), S_OK); }
 
     static Outcome Run(const std::string& arguments, const std::string& before = "") {
@@ -33,10 +38,13 @@ protected:
             EXPECT_THAT(outcome.text, HasSubstr(c.text));
         }
     }
-    static std::string File(const char* name) { return '"' + (TempFolder() / name).string() + '"'; }
-    static std::string Clip() {
-        return '"' + (DataFolder().parent_path() / "samples/media/clip.mp4").make_preferred().string() + '"';
+    /// All files lie where a name needs quotes, and characters that no code page but UTF-8 has.
+    static fs::path Folder() { return TempFolder() / PathOf(kAnyScript); }
+    static std::string File(const char* name) { return Quoted(Folder() / name); }
+    static fs::path ClipFile() {
+        return (DataFolder().parent_path() / "samples/media/clip.mp4").make_preferred();
     }
+    static std::string Clip() { return Quoted(ClipFile()); }
 };
 
 TEST_F(BvhostTest, WritesReadsAndWritesTheSameBytes) {
@@ -52,7 +60,7 @@ TEST_F(BvhostTest, WritesReadsAndWritesTheSameBytes) {
     EXPECT_THAT(made.text, HasSubstr("hides     OutputMediaName\n"));
     EXPECT_THAT(made.text, HasSubstr("enables   SplitLength, Exactly\n"));
     EXPECT_THAT(made.text, testing::ContainsRegex("shows     MP4 with .* below it\n"));
-    const std::string first = ReadAll(TempFolder() / "first.xml");
+    const std::string first = ReadAll(Folder() / "first.xml");
     EXPECT_THAT(first, HasSubstr("<Mode value='2' type='3'>\n"));
     EXPECT_THAT(first, HasSubstr("<SplitLength value='250' type='3' ext='3' extType='3'>\n"));
     EXPECT_THAT(first, HasSubstr("value='Tom&apos;s &amp; Co &lt;1&gt;.mp4'"));
@@ -62,12 +70,55 @@ TEST_F(BvhostTest, WritesReadsAndWritesTheSameBytes) {
         Run("job --from " + File("first.xml") + " --duration 3 --output " + File("second.xml"));
     EXPECT_EQ(again.exit_code, 0);
     EXPECT_THAT(again.text, Not(HasSubstr("warning")));
-    EXPECT_EQ(ReadAll(TempFolder() / "second.xml"), first);
+    EXPECT_EQ(ReadAll(Folder() / "second.xml"), first);
+}
+
+TEST_F(BvhostTest, TakesNamesInAnyScript) {
+    const std::string name = kAnyScript;
+    const auto file = [&](const char* extension) { return Folder() / PathOf(name + extension); };
+    fs::copy_file(ClipFile(), file(".mp4"));
+    const std::string input = " --input " + Quoted(file(".mp4")) + " --duration 3";
+    const Outcome made =
+        Run("job" + input + " --set Mode=Multiply --set DestinationPath=" + Quoted(Folder()) + " --output " +
+            Quoted(file(".xml")));
+    EXPECT_EQ(made.exit_code, 0) << made.text;
+    EXPECT_THAT(made.text, HasSubstr("Input    " + Utf8Name(file(".mp4")) + "\n         3.00 s"));
+    EXPECT_THAT(made.text, HasSubstr("Wrote    " + Utf8Name(file(".xml")) + ", "));
+    if (kInFull) {
+        EXPECT_THAT(made.text, Not(HasSubstr("warning")));
+        Check({
+            {"job --duration 3 --from " + Quoted(file(".xml")) + " --output " + File("again.xml"), 0,
+             "Input    " + Utf8Name(file(".mp4")) + "\n         3.00 s"},
+            {"expand --from " + Quoted(file(".xml")) + " '%sf|%of'", 0, name + ".mp4|" + name + ".avi\n"},
+            {"tree --input '\xDC.mp4'", 1, "bvhost: \"\xEF\xBF\xBD.mp4\" isn't UTF-8\n"},
+        });
+        EXPECT_EQ(ReadAll(Folder() / "again.xml"), ReadAll(file(".xml")));
+        const std::string elsewhere = "BV_REGISTRY=" + Quoted(file(".db")) + ' ';
+        EXPECT_THAT(Run("registry", elsewhere).text, HasSubstr("Nothing is registered"));
+        EXPECT_TRUE(fs::exists(file(".db")));
+    } else {  // the narrow code page of a settings file hasn't all of it
+        EXPECT_THAT(made.text, HasSubstr("warning: PathToMediaFile: "));
+    }
+
+    EXPECT_EQ(Run("cuts add " + Quoted(file(".tlc")) + " 0-25" + input).exit_code, 0);
+    EXPECT_THAT(Run("cuts list " + Quoted(file(".tlc")) + input).text, HasSubstr("encoded: 1.000 s\n"));
+    EXPECT_TRUE(fs::exists(file(".tlc")));
+    Check({{"cuts check " + Quoted(file(".tlc")), 0, name + ".tlc: 1 cut\n"},
+           {"tree --input " + Quoted(file(".none")), 1, name + ".none\n"}});
+
+    // A module registers itself from where it lies, and is loaded from there.
+    const fs::path module = Folder() / PathOf(kModuleFile);
+    fs::copy_file(BinFolder() / PathOf(kModuleFile), module);
+    EXPECT_EQ(Run("register " + Quoted(module)).text, "registered    " + Utf8Name(module) + '\n');
+    EXPECT_EQ(Run("unregister " + Quoted(BinFolder() / PathOf(kSamplesFile))).exit_code, 0);
+    EXPECT_EQ(Run("registry").text.find(Utf8Name(BinFolder())), std::string::npos);
+    EXPECT_EQ(Run("tree").exit_code, 0);
+    EXPECT_EQ(Run("register").exit_code, 0);
 }
 
 TEST_F(BvhostTest, CutsGoThroughFilesAndJobs) {
     const std::string of_clip = " --input " + Clip() + " --duration 3", file = File("cuts.tlc");
-    fs::remove(TempFolder() / "cuts.tlc");
+    fs::remove(Folder() / "cuts.tlc");
     const Outcome made = Run("cuts add " + file + " 0-25 0:00:01.500-0:00:03.000" + of_clip);
     EXPECT_EQ(made.exit_code, 0);
     EXPECT_EQ(made.text,
@@ -75,7 +126,7 @@ TEST_F(BvhostTest, CutsGoThroughFilesAndJobs) {
               "1  0             25            Length: 1 c (25 frm)  Use global settings\n"
               "2  00:00:01.480  00:00:03.000  Length: 1 c (38 frm)  Use global settings\n"
               "encoded: 2.520 s\n");
-    const std::string kept = ReadAll(TempFolder() / "cuts.tlc");
+    const std::string kept = ReadAll(Folder() / "cuts.tlc");
     EXPECT_EQ(Run("cuts list " + file + of_clip).text, made.text);
     EXPECT_THAT(Run("cuts list " + file).text,
                 HasSubstr("2  37     75   Length: 38 frm  Use global settings\n"));
@@ -93,28 +144,28 @@ TEST_F(BvhostTest, CutsGoThroughFilesAndJobs) {
         {"cuts save " + file, 1, "takes a job: --from or --input\n"},
         {"cuts list " + File("gone.tlc"), 1, "gone.tlc: Couldn't load config.\n"},
         {"cuts list " + file + of_clip + " --still", 0, "encoded: 0.004 s\n"},
-        {"cuts save \"" + TempFolder().string() + '"' + of_clip, 1, ": Couldn't create file.\n"},
+        {"cuts save " + Quoted(Folder()) + of_clip, 1, ": Couldn't create file.\n"},
         {"job --cut 0-1", 1, "there is no input to cut\n"},
     });
-    EXPECT_EQ(ReadAll(TempFolder() / "cuts.tlc"), kept);
+    EXPECT_EQ(ReadAll(Folder() / "cuts.tlc"), kept);
 
     // The same cuts given to a job, or taken from the file into one: inside of its input.
     const Outcome job =
         Run("job" + of_clip + " --cut 0-25 --cut 0:00:01.500-0:00:03.000 --output " + File("job.xml"));
     EXPECT_EQ(job.exit_code, 0);
     EXPECT_THAT(job.text, HasSubstr("         encoded: 2.520 s\n"));
-    const std::string xml = ReadAll(TempFolder() / "job.xml");
+    const std::string xml = ReadAll(Folder() / "job.xml");
     const size_t first = xml.find("<Timeline>\n"), last = xml.rfind("</Timeline>\n");
     ASSERT_NE(first, xml.npos);
     EXPECT_LT(xml.find("<Timelines value='1' type='3'>\n"), first);
     EXPECT_LT(last, xml.find("</FILES>"));
     EXPECT_EQ(Run("cuts load " + file + of_clip + " --output " + File("loaded.xml")).exit_code, 0);
-    EXPECT_EQ(ReadAll(TempFolder() / "loaded.xml"), xml);
+    EXPECT_EQ(ReadAll(Folder() / "loaded.xml"), xml);
     const std::string from_job = "cuts save " + File("saved.tlc") + " --duration 3 --from " + File("job.xml");
     EXPECT_EQ(Run(from_job).text, made.text);
-    EXPECT_EQ(ReadAll(TempFolder() / "saved.tlc"), kept);
+    EXPECT_EQ(ReadAll(Folder() / "saved.tlc"), kept);
     EXPECT_NE(Run("job" + of_clip + " --cut 9-1 --output " + File("none.xml")).exit_code, 0);
-    EXPECT_FALSE(fs::exists(TempFolder() / "none.xml"));
+    EXPECT_FALSE(fs::exists(Folder() / "none.xml"));
 
     EXPECT_EQ(Run("cuts check " + file + of_clip).exit_code, 0);
     EXPECT_EQ(Run("cuts add " + file + " 60-60 80-200").exit_code, 0);
@@ -129,18 +180,18 @@ TEST_F(BvhostTest, CutsGoThroughFilesAndJobs) {
         EXPECT_EQ(full.exit_code, 1);
         EXPECT_THAT(full.text, HasSubstr("cuts.tlc: Couldn't create file.\n"));
     }
-    EXPECT_EQ(ReadAll(TempFolder() / "cuts.tlc"), kept);
+    EXPECT_EQ(ReadAll(Folder() / "cuts.tlc"), kept);
     EXPECT_EQ(Run("cuts remove " + file + " 1 2").text, "no cuts\n");
 }
 
 TEST_F(BvhostTest, SaysWhatIsWrongInOneLine) {
     std::string deep, wide(600, 'x');
     for (int i = 0; i < 100; ++i) deep += "<a>";
-    WriteAll(TempFolder() / "cut.xml", "<Main>\n<Common>\n");
-    WriteAll(TempFolder() / "twice.xml", "<Main>\n<Mode value='1' type='3' value='2'>\n</Mode>\n</Main>\n");
-    WriteAll(TempFolder() / "entity.xml", "<Main>\n<Mode value='&bomb;' type='8'>\n</Mode>\n</Main>\n");
-    WriteAll(TempFolder() / "deep.xml", deep);
-    WriteAll(TempFolder() / "other.xml", "<Timeline>\n</Timeline>\n");
+    WriteAll(Folder() / "cut.xml", "<Main>\n<Common>\n");
+    WriteAll(Folder() / "twice.xml", "<Main>\n<Mode value='1' type='3' value='2'>\n</Mode>\n</Main>\n");
+    WriteAll(Folder() / "entity.xml", "<Main>\n<Mode value='&bomb;' type='8'>\n</Mode>\n</Main>\n");
+    WriteAll(Folder() / "deep.xml", deep);
+    WriteAll(Folder() / "other.xml", "<Timeline>\n</Timeline>\n");
     Check({
         {"job --set SplitLength=-5 --output " + File("none.xml"), 1,
          "bvhost: SplitLength=-5: This value cannot be negative.\n"},
@@ -165,7 +216,7 @@ TEST_F(BvhostTest, SaysWhatIsWrongInOneLine) {
         {"expand " + wide, 1, "bvhost: the text is too long"},
         {"expand --set FORMAT=1 x", 1, "bvhost: there is no setting \"FORMAT\""},
     });
-    EXPECT_FALSE(fs::exists(TempFolder() / "none.xml"));
+    EXPECT_FALSE(fs::exists(Folder() / "none.xml"));
 }
 
 TEST_F(BvhostTest, UnderstandsOrSaysWhatWasMeant) {
@@ -197,20 +248,20 @@ TEST_F(BvhostTest, WritesNoJobThatItCouldNotRead) {
     EXPECT_EQ(outcome.exit_code, 1);
     EXPECT_THAT(outcome.text,
                 HasSubstr("bvhost: the settings can't be written so that they are read again: line "));
-    EXPECT_FALSE(fs::exists(TempFolder() / "unread.xml"));
+    EXPECT_FALSE(fs::exists(Folder() / "unread.xml"));
 }
 
 TEST_F(BvhostTest, SaysThatTheRegistryCannotBeRead) {
     if (!kInFull) GTEST_SKIP() << "the registry is the system's";
-    for (const std::string& place : {std::string("/proc/none/r.db"), TempFolder().string()}) {
-        const Outcome outcome = Run("tree", "BV_REGISTRY='" + place + "' ");
+    for (const std::string& place : {std::string("/proc/none/r.db"), Utf8Name(TempFolder())}) {
+        const Outcome outcome = Run("tree", "BV_REGISTRY=" + Quoted(place) + ' ');
         EXPECT_EQ(outcome.exit_code, 1);
         EXPECT_EQ(outcome.text, "bvhost: can't create Map: the registry can't be read\n");
     }
 }
 
 TEST_F(BvhostTest, RestoresTheRestOfADamagedJob) {
-    WriteAll(TempFolder() / "odd.xml",
+    WriteAll(Folder() / "odd.xml",
              "<Main>\n<FILES>\n<PathToMediaFile value='/no/such/file.avi' type='8'>\n"
              "<IDX value='../../etc/x' type='8'>\n</IDX>\n</PathToMediaFile>\n</FILES>\n"
              "<OutputFileFormat value='{00000000-0000-0000-0000-000000000001}' "
@@ -230,19 +281,19 @@ TEST_F(BvhostTest, RestoresTheRestOfADamagedJob) {
           "line 18: Exactly: the value doesn't fit its type 9\n",
           "line 24: the filter \"Blur\" isn't restored: the file doesn't say its class\n"})
         EXPECT_THAT(outcome.text, HasSubstr(warning));
-    const std::string mended = ReadAll(TempFolder() / "mended.xml");
+    const std::string mended = ReadAll(Folder() / "mended.xml");
     EXPECT_THAT(mended, HasSubstr("<Mode value='2' type='3'>\n"));
     EXPECT_THAT(mended, HasSubstr("<SplitLength value='10' type='3' ext='1' extType='3'>\n"));
 }
 
 TEST_F(BvhostTest, KeepsAnInputWithoutAPathInItsPlace) {
-    WriteAll(TempFolder() / "gap.xml",
+    WriteAll(Folder() / "gap.xml",
              "<Main>\n<FILES>\n<PathToMediaFile value='' type='8'>\n</PathToMediaFile>\n"
              "<PathToMediaFile value='' type='8'>\n</PathToMediaFile>\n"
              "<PathToMediaFile value='/no/such/file.avi' type='8'>\n</PathToMediaFile>\n</FILES>\n</Main>\n");
     const Outcome outcome = Run("job --from " + File("gap.xml") + " --output " + File("kept.xml"));
     EXPECT_EQ(outcome.exit_code, 0) << outcome.text;
-    const std::string kept = ReadAll(TempFolder() / "kept.xml");
+    const std::string kept = ReadAll(Folder() / "kept.xml");
     size_t at = 0;
     for (const char* path : {"''", "''", "'/no/such/file.avi'"}) {
         at = kept.find("<PathToMediaFile value=", at + 1);
@@ -302,7 +353,7 @@ TEST_F(BvhostTest, TellsOfLongPathsThatTheFileCantHold) {
     EXPECT_EQ(outcome.exit_code, 0);
     EXPECT_THAT(outcome.text,
                 HasSubstr("warning: OutputMediaName: the text is too long for a settings file"));
-    EXPECT_THAT(ReadAll(TempFolder() / "long.xml"), HasSubstr("<OutputMediaName value='' type='8'>"));
+    EXPECT_THAT(ReadAll(Folder() / "long.xml"), HasSubstr("<OutputMediaName value='' type='8'>"));
 }
 
 TEST_F(BvhostTest, SaysHowToRegisterWhatIsNotRegistered) {
@@ -340,7 +391,7 @@ TEST_F(BvhostTest, KeepsTheIndexOfARealFile) {
     EXPECT_THAT(made.text, HasSubstr("index: made, 1 key frame\n"));
     EXPECT_THAT(made.text, HasSubstr("3.00 s, 25 frames a second, video, audio\n"));
 
-    const std::string xml = ReadAll(TempFolder() / "indexed.xml");
+    const std::string xml = ReadAll(Folder() / "indexed.xml");
     const size_t begin = xml.find("<IDX value='") + 12;
     const std::string name = xml.substr(begin, xml.find('\'', begin) - begin);
     const fs::path cache = BinFolder() / (name + ".idx");

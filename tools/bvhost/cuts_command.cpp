@@ -1,5 +1,6 @@
 // bvhost cuts: files of cuts, with the clip that they are of or without one.
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <set>
 
@@ -7,6 +8,7 @@
 #include "cuts.h"
 #include "exit_code.h"
 #include "job_source.h"
+#include "paths.h"
 #include "server.h"
 #include "settings_file.h"
 #include "terminal.h"
@@ -20,6 +22,11 @@ struct CutsArguments {
     std::wstring file;                // .tlc
     std::vector<std::wstring> items;  // cuts, numbers of cuts, or the files to check
 };
+
+bool Exists(const std::filesystem::path& file) {
+    std::error_code ignored;
+    return std::filesystem::exists(file, ignored);
+}
 
 /// A list of cuts: that of a job's first input, or one that stands alone.
 class List {
@@ -41,15 +48,19 @@ public:
     size_t Count() const { return AllCuts(get()).size(); }
 
     void Load(const std::wstring& file) const {
+        const std::filesystem::path path = Absolute(file);
+        const Text name(Exists(path) ? NarrowName(path) : FromPath(path));
         ForgetErrors();
-        const HRESULT status = cuts_->Load(Text(Absolute(file).wstring()));
+        const HRESULT status = cuts_->Load(name);
         if (FAILED(status)) throw Problem(OneLine(Utf8(file)) + ": " + Reason(status));
         if (job_) UseCuts(job_->Inputs().front().node.get());
     }
     void Save(const std::wstring& file) const {
         ReplaceFile(Absolute(file), [&](const std::filesystem::path& path) {
+            if (!Exists(path)) std::ofstream(path).close();  // what isn't there has no other name
+            const Text name(NarrowName(path));
             ForgetErrors();
-            const HRESULT status = cuts_->Save(Text(path.wstring()));
+            const HRESULT status = cuts_->Save(name);
             if (FAILED(status)) throw Problem(OneLine(Utf8(file)) + ": " + Reason(status));
         });
     }
@@ -61,11 +72,6 @@ private:
     std::unique_ptr<Job> job_;
     Ref<ITimelines> cuts_;
 };
-
-bool Exists(const std::wstring& file) {
-    std::error_code ignored;
-    return std::filesystem::exists(Absolute(file), ignored);
-}
 
 /// "3": the third of a list.
 LONG NumberOf(const std::wstring& text, size_t count) {
@@ -85,7 +91,7 @@ int ListCuts(const CutsArguments& arguments) {
 /// Makes the file if it isn't there.
 int AddToCuts(const CutsArguments& arguments) {
     const List list(arguments.source);
-    if (Exists(arguments.file)) list.Load(arguments.file);
+    if (Exists(Absolute(arguments.file))) list.Load(arguments.file);
     for (const std::wstring& cut : arguments.items) AddCut(list.get(), cut);
     if (list.job()) UseCuts(list.job()->Inputs().front().node.get());
     list.Save(arguments.file);

@@ -6,6 +6,7 @@
 #include <tuple>
 
 #include "cuts.h"
+#include "paths.h"
 #include "server.h"
 
 namespace host {
@@ -235,6 +236,7 @@ void Job::Open(Input* input) {
     const auto open_state = input->node.As<IMediaOpenState>();
     if (open_state) open_state->GetState(&state, text.Put());
     input->problem = OneLine(Utf8(text.Get()));
+    if (input->problem.empty()) input->problem = "it can't be opened";
 }
 
 // An index that came from the cache is taken; else one is made, and written with the settings.
@@ -265,10 +267,10 @@ void Job::TakeIndex(Input* input) {
 }
 
 void Job::AddInput(const std::wstring& path) {
-    const std::wstring whole = Absolute(path).wstring();
+    const std::filesystem::path file = Absolute(path);
     std::error_code ignored;
-    if (!std::filesystem::exists(whole, ignored)) throw Problem("there is no file " + OneLine(Utf8(path)));
-    Input& input = NewInput(whole);
+    if (!std::filesystem::exists(file, ignored)) throw Problem("there is no file " + OneLine(Utf8(path)));
+    Input& input = NewInput(FromPath(file));
     Open(&input);
     TakeIndex(&input);
 }
@@ -349,12 +351,20 @@ std::string Job::Write() {
 
 namespace {
 
-void CollectTexts(const NodeView& view, std::set<std::wstring>* texts) {
-    // The shown form is the one that is stored: a folder's value is its place, worked out.
-    if (view.value.kind() == VT_BSTR && !view.shown.empty()) texts->insert(view.name);
-    if (view.held) CollectTexts(*view.held, texts);
-    for (const NodeView& child : view.children) CollectTexts(child, texts);
-}
+/// The names of nodes that have a text, and of those whose text the file's code page can't spell.
+struct Texts {
+    std::set<std::wstring> all, foreign;
+
+    void Collect(const NodeView& view) {
+        // The shown form is the one that is stored: a folder's value is its place, worked out.
+        if (view.value.kind() == VT_BSTR && !view.shown.empty()) {
+            all.insert(view.name);
+            if (!FitsNarrow(view.shown)) foreign.insert(view.name);
+        }
+        if (view.held) Collect(*view.held);
+        for (const NodeView& child : view.children) Collect(child);
+    }
+};
 
 /// Names whose text is written empty, although the tree has one.
 void FindLost(const Element& element, const std::set<std::wstring>& texts, std::vector<std::wstring>* lost) {
@@ -370,25 +380,31 @@ void FindLost(const Element& element, const std::set<std::wstring>& texts, std::
 void Job::CheckWritten(const std::string& xml) try {
     const Element written = ParseSettings(xml);
     std::vector<std::wstring> lost;
-    std::set<std::wstring> texts;
-    CollectTexts(View(), &texts);
+    Texts texts;
+    texts.Collect(View());
     for (const Element& part : written.children)
-        if (part.name != L"FILES") FindLost(part, texts, &lost);
+        if (part.name != L"FILES") FindLost(part, texts.all, &lost);
     for (const std::wstring& name : lost)
         losses_.push_back(OneLine(Utf8(name)) + ": the text is too long for a settings file and is left out");
     for (const Input& input : inputs_) {
-        texts.clear();
+        Texts of_input;
         lost.clear();
-        CollectTexts(Look(input.node.get()), &texts);
+        of_input.Collect(Look(input.node.get()));
+        texts.foreign.merge(of_input.foreign);
         for (const Element& part : written.children)
             for (const Element& file : part.children)
                 if (part.name == L"FILES" &&
                     size_t(&file - part.children.data()) == size_t(&input - inputs_.data()))
-                    FindLost(file, texts, &lost);
+                    FindLost(file, of_input.all, &lost);
         if (!lost.empty())
             losses_.push_back("input " + std::to_string(&input - inputs_.data() + 1) +
                               ": the path is too long for a settings file and is left out");
     }
+
+    for (const std::wstring& name : texts.foreign)
+        losses_.push_back(OneLine(Utf8(name)) +
+                          ": the text has characters that a settings file in code page " +
+                          std::to_string(GetACP()) + " can't hold, \"#\" stands for them");
 
     const auto folder = ModuleFolderOf(bv::clsid::PropertyMediaPath);
     for (const Input& input : inputs_) {
@@ -396,8 +412,9 @@ void Job::CheckWritten(const std::string& xml) try {
         const auto name_node = NodeFor(input.node.get(), L"IDX");
         const std::wstring name = name_node ? PathOf(name_node.get()) : std::wstring();
         std::error_code ignored;
-        if (!name.empty() && std::filesystem::is_regular_file(folder / (name + L".idx"), ignored)) continue;
-        losses_.push_back("there is no cache for indexes: " + OneLine(Utf8(folder.wstring())) +
+        if (!name.empty() && std::filesystem::is_regular_file(folder / ToPath(name + L".idx"), ignored))
+            continue;
+        losses_.push_back("there is no cache for indexes: " + PathText(folder) +
                           " can't be written, or its path is too long");
         break;
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "paths.h"
 #include "settings_file.h"
 #include "terminal.h"
 #include "text.h"
@@ -53,7 +54,7 @@ std::unique_ptr<Job> JobSource::Open() const {
     if (!from.empty()) {
         const std::string name = OneLine(Utf8(from));
         try {
-            for (const std::string& warning : job->Restore(ParseSettings(ReadWhole(from))))
+            for (const std::string& warning : job->Restore(ParseSettings(ReadWhole(ToPath(from)))))
                 PrintError("warning: " + name + ": " + warning);
         } catch (const Problem& problem) {
             throw Problem(name + ": " + problem.what());
@@ -86,7 +87,7 @@ void WriteJob(Job* job, const std::wstring& output) {
     const std::string xml = job->Write();
     for (const std::string& loss : job->Losses()) PrintError("warning: " + loss);
     if (output == L"-") return PrintBytes(xml);
-    WriteWhole(std::filesystem::path(output), xml);
+    WriteWhole(ToPath(output), xml);
     Print(Padded("Wrote", 9) + OneLine(Utf8(output)) + ", " +
           std::to_string(std::count(xml.begin(), xml.end(), '\n')) + " lines\n");
 }

@@ -2,7 +2,6 @@
 //
 // It shows what a host does with the server: registers the modules, creates a job's tree by class id, gives
 // it a media object, walks it, changes it, writes it and reads it again.
-#include <algorithm>
 #include <new>
 #include <string>
 #include <utility>
@@ -38,7 +37,7 @@ int main(int argc, char** argv) {
     int result = kFailed;
     try {
         if (FAILED(started)) throw Problem("the component model doesn't start: " + Reason(started));
-        result = Run({argv + std::min(argc, 1), argv + argc});
+        result = Run(Arguments(argc, argv));
     } catch (const std::bad_alloc&) {
         PrintError("out of memory");
     } catch (const std::exception& error) {

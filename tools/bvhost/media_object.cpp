@@ -3,6 +3,7 @@
 #include <cwchar>
 #include <filesystem>
 
+#include "paths.h"
 #include "server.h"
 
 namespace host {
@@ -93,7 +94,7 @@ STDMETHODIMP MediaObject::PreOpen(IUnknown* source) try {
     const std::wstring path = PathOf(node.get());
     try {
         std::error_code ignored;
-        if (!std::filesystem::exists(path, ignored)) throw Problem("there is no such file");
+        if (!std::filesystem::exists(ToPath(path), ignored)) throw Problem("there is no such file");
         info_ = given_ ? *given_ : ReadMedia(path);
         state->SetState(1, Text(L""));
         return S_OK;
@@ -108,7 +109,7 @@ STDMETHODIMP MediaObject::PreOpen(IUnknown* source) try {
 }
 
 STDMETHODIMP MediaObject::get_TitleInfo(BSTR* pVal) try {
-    return Give(pVal, std::filesystem::path(TextOf(root_, L"PathToMediaFile")).filename().wstring());
+    return Give(pVal, FromPath(ToPath(TextOf(root_, L"PathToMediaFile")).filename()));
 } catch (const std::exception&) {
     return E_OUTOFMEMORY;
 }
@@ -138,16 +139,15 @@ STDMETHODIMP MediaObject::GetOuputFileName(BSTR* pVal) try {
     if (mode && mode->get_Value(series.Put()) == S_OK && series.kind() == VT_I4 &&
         series.get().lVal == kSeries) {
         // One file for each input, named by the pattern.
-        const std::wstring source = std::filesystem::path(TextOf(root_, L"PathToMediaFile")).stem().wstring();
+        const std::wstring source = FromPath(ToPath(TextOf(root_, L"PathToMediaFile")).stem());
         std::wstring name = TextOf(root_, L"FileNamePattern");
         for (size_t at = 0; (at = name.find(kSourceName, at)) != name.npos; at += source.size())
             name.replace(at, std::wcslen(kSourceName), source);
-        if (!name.empty())
-            file = std::filesystem::path(TextOf(root_, L"DestinationPath")) / (name + Extension(this));
+        if (!name.empty()) file = ToPath(TextOf(root_, L"DestinationPath")) / ToPath(name + Extension(this));
     } else {
-        file = TextOf(root_, L"OutputMediaName");
+        file = ToPath(TextOf(root_, L"OutputMediaName"));
     }
-    return file.empty() ? E_FAIL : Give(pVal, file.wstring());
+    return file.empty() ? E_FAIL : Give(pVal, FromPath(file));
 } catch (const std::exception&) {
     return E_OUTOFMEMORY;
 }

@@ -6,7 +6,6 @@ extern "C" {
 }
 
 #include <cstring>
-#include <filesystem>
 #include <memory>
 
 #include "media_source.h"
@@ -25,7 +24,7 @@ public:
         // places.
         AVDictionary* options = nullptr;
         av_dict_set(&options, "protocol_whitelist", "file", 0);
-        const std::string name = "file:" + std::filesystem::path(path).string();
+        const std::string name = "file:" + Utf8(path);
         int error = avformat_open_input(&context_, name.c_str(), nullptr, &options);
         av_dict_free(&options);
         if (error == 0) error = avformat_find_stream_info(context_, nullptr);

@@ -2,6 +2,7 @@
 
 #include "commands.h"
 #include "exit_code.h"
+#include "paths.h"
 #include "server.h"
 #include "terminal.h"
 #include "text.h"
@@ -23,7 +24,7 @@ int CallEach(const std::vector<std::wstring>& named, const char* operation, cons
     for (const fs::path& module : ModulesFor(named)) {
         try {
             CallModule(module, operation);
-            Print(std::string(done) + "  " + OneLine(Utf8(module.wstring())) + '\n');
+            Print(std::string(done) + "  " + PathText(module) + '\n');
         } catch (const Problem& problem) {
             PrintError(problem.what());
             result = kFailed;
@@ -139,7 +140,7 @@ int ShowRegistry() {
                        [&](HKEY parent, const std::wstring& name) {
                            if (SameName(name, announced)) return true;
                            const std::wstring module =
-                               fs::path(DefaultOf(parent, name + L"\\InprocServer32")).stem().wstring();
+                               FromPath(ToPath(DefaultOf(parent, name + L"\\InprocServer32")).stem());
                            return SameName(module, L"BVSchema") || SameName(module, L"BVSamples");
                        });
     const std::wstring library = GuidText(bv::kTypeLibrary);

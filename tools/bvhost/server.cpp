@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include "paths.h"
+
 namespace host {
 namespace {
 
@@ -47,6 +49,8 @@ const char* Meaning(HRESULT status) {
     if (status == HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND)) return "the module can't be loaded";
     if (status == HRESULT_FROM_WIN32(ERROR_PROC_NOT_FOUND)) return "this is no component module";
     if (status == HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED)) return "access is denied";
+    if (status == HRESULT_FROM_WIN32(ERROR_INVALID_NAME))
+        return "the system's code page can't spell its path";
     if (status == HRESULT_FROM_WIN32(ERROR_BAD_EXE_FORMAT)) return "this is no module for this program";
     return nullptr;
 }
@@ -85,13 +89,13 @@ fs::path ModuleFolderOf(REFCLSID cls) {
     const LONG error =
         RegQueryValueExW(key, nullptr, nullptr, nullptr, reinterpret_cast<BYTE*>(module), &size);
     RegCloseKey(key);
-    return error == ERROR_SUCCESS ? fs::path(module).parent_path() : fs::path();
+    return error == ERROR_SUCCESS ? ToPath(module).parent_path() : fs::path();
 }
 
 std::vector<fs::path> DefaultModules() {
     wchar_t self[1024] = {};
     GetModuleFileNameW(nullptr, self, 1023);
-    const fs::path bin = fs::path(self).parent_path();
+    const fs::path bin = ToPath(self).parent_path();
     std::vector<fs::path> folders = {bin};
     std::error_code error;
     for (const char* lib : {"lib", "lib64"}) {
@@ -124,9 +128,9 @@ void NeedRegistry() {
 void CallModule(const fs::path& module, const char* operation) {
     NeedRegistry();
     std::error_code ignored;
-    const std::string name = OneLine(Utf8(module.wstring()));
+    const std::string name = PathText(module);
     if (!fs::exists(module, ignored)) throw Problem("there is no file " + name);
-    const HMODULE loaded = LoadLibraryW(module.wstring().c_str());
+    const HMODULE loaded = LoadLibraryW(FromPath(module).c_str());
     if (!loaded) throw Problem(name + ": " + Reason(HRESULT_FROM_WIN32(GetLastError())));
     using Operation = HRESULT(STDAPICALLTYPE*)();
     const auto call = reinterpret_cast<Operation>(reinterpret_cast<void*>(GetProcAddress(loaded, operation)));
@@ -135,12 +139,6 @@ void CallModule(const fs::path& module, const char* operation) {
     FreeLibrary(loaded);
     if (status == DISP_E_EXCEPTION) throw Problem(name + ": the registry can't be written");
     if (FAILED(status)) throw Problem(name + ": " + Reason(status));
-}
-
-fs::path Absolute(const std::wstring& path) {
-    std::error_code error;
-    fs::path result = fs::absolute(fs::path(path), error);
-    return error ? fs::path(path) : result.lexically_normal();
 }
 
 }  // namespace host

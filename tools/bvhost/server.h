@@ -33,8 +33,6 @@ void NeedRegistry();
 /// Calls "DllRegisterServer" or "DllUnregisterServer" of a module.
 void CallModule(const std::filesystem::path& module, const char* operation);
 
-std::filesystem::path Absolute(const std::wstring& path);
-
 template <class I>
 Ref<I> Create(REFCLSID cls, const char* what, IUnknown* outer) {
     Ref<I> object;

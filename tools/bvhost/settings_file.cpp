@@ -4,6 +4,7 @@
 #include <cstring>
 #include <fstream>
 
+#include "paths.h"
 #include "text.h"
 
 namespace host {
@@ -68,7 +69,7 @@ private:
             text += raw[i] == '&' ? ReadEntity(raw, &i) : raw[i];
         }
         Skip(end + 1);
-        return Wide(text);
+        return FromNarrow(text);
     }
 
     char ReadEntity(std::string_view raw, size_t* at) const {
@@ -103,7 +104,7 @@ private:
         Element element;
         element.line = line_;
         const std::string name = ReadName("an element");
-        element.name = Wide(name);
+        element.name = FromNarrow(name);
         // They are kept by an object that wants the record of a fresh scan before it writes them again.
         if (name == "DVDEXT") Fail("choices on a DVD can't be kept: this host reads no discs");
 
@@ -171,7 +172,7 @@ void ReplaceFile(const std::filesystem::path& file,
     } catch (const std::exception& problem) {
         fs::remove(draft, error);
         if (dynamic_cast<const Problem*>(&problem)) throw;
-        throw Problem(OneLine(Utf8(file.wstring())) + " can't be written");
+        throw Problem(PathText(file) + " can't be written");
     }
 }
 
@@ -180,7 +181,7 @@ void WriteWhole(const std::filesystem::path& file, std::string_view bytes) {
         std::ofstream stream(path, std::ios::binary | std::ios::trunc);
         stream.write(bytes.data(), std::streamsize(bytes.size()));
         stream.close();
-        if (!stream) throw Problem(OneLine(Utf8(file.wstring())) + " can't be written");
+        if (!stream) throw Problem(PathText(file) + " can't be written");
     });
 }
 

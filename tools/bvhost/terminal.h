@@ -3,8 +3,12 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 namespace host {
+
+/// What was typed behind the program's name, in UTF-8. Throws Problem for what has no such form.
+std::vector<std::string> Arguments(int argc, char** argv);
 
 /// To be called first: makes a console show UTF-8, and asks whether one is there.
 void StartTerminal();

@@ -4,9 +4,23 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <bvschema/platform.h>
+
 #include "terminal.h"
+#include "text.h"
 
 namespace host {
+
+// The locale isn't asked: a name of a file is what its bytes are, and those of names are UTF-8.
+std::vector<std::string> Arguments(int argc, char** argv) {
+    std::vector<std::string> arguments;
+    for (int i = 1; i < argc; ++i) {
+        if (*argv[i] && MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, argv[i], -1, nullptr, 0) == 0)
+            throw Problem('"' + OneLine(Utf8(Wide(argv[i]))) + "\" isn't UTF-8");
+        arguments.emplace_back(argv[i]);
+    }
+    return arguments;
+}
 
 void StartTerminal() {}
 

@@ -2,10 +2,13 @@
 #include <io.h>
 #include <windows.h>
 
+#include <shellapi.h>
+
 #include <cstdio>
 #include <cstdlib>
 
 #include "terminal.h"
+#include "text.h"
 
 namespace host {
 namespace {
@@ -13,6 +16,16 @@ namespace {
 bool is_console = false;
 
 }  // namespace
+
+// What main is given is in the narrow code page, which hasn't all characters.
+std::vector<std::string> Arguments(int, char**) {
+    int count = 0;
+    LPWSTR* const typed = CommandLineToArgvW(GetCommandLineW(), &count);
+    std::vector<std::string> arguments;
+    for (int i = 1; typed && i < count; ++i) arguments.push_back(Utf8(typed[i]));
+    LocalFree(typed);
+    return arguments;
+}
 
 void StartTerminal() {
     const HANDLE output = GetStdHandle(STD_OUTPUT_HANDLE);

@@ -32,12 +32,27 @@ std::string Utf8(std::wstring_view text) {
     return result;
 }
 
-std::wstring Wide(std::string_view text) {
+namespace {
+
+std::wstring FromPage(UINT page, std::string_view text) {
     if (text.empty()) return {};
-    const int size = MultiByteToWideChar(CP_ACP, 0, text.data(), int(text.size()), nullptr, 0);
+    const int size = MultiByteToWideChar(page, 0, text.data(), int(text.size()), nullptr, 0);
     std::wstring result(size_t(std::max(size, 0)), L'\0');
-    if (size > 0) MultiByteToWideChar(CP_ACP, 0, text.data(), int(text.size()), result.data(), size);
+    if (size > 0) MultiByteToWideChar(page, 0, text.data(), int(text.size()), result.data(), size);
     return result;
+}
+
+}  // namespace
+
+std::wstring Wide(std::string_view utf8) { return FromPage(CP_UTF8, utf8); }
+std::wstring FromNarrow(std::string_view text) { return FromPage(CP_ACP, text); }
+
+bool FitsNarrow(std::wstring_view text) {
+    if (text.empty()) return true;
+    std::string narrow(text.size() * 4, '\0');
+    const int size = WideCharToMultiByte(CP_ACP, 0, text.data(), int(text.size()), narrow.data(),
+                                         int(narrow.size()), nullptr, nullptr);
+    return size > 0 && FromNarrow({narrow.data(), size_t(size)}) == text;
 }
 
 size_t Columns(std::string_view utf8) {

@@ -1,5 +1,5 @@
-// Texts: the tree's are wide, the terminal's are UTF-8, arguments and settings files are in the system's code
-// page.
+// Texts: the tree's are wide, those of the terminal and of arguments are UTF-8, settings files are in the
+// system's narrow code page.
 #pragma once
 
 #include <optional>
@@ -19,8 +19,11 @@ public:
 };
 
 std::string Utf8(std::wstring_view text);
-/// From the code page of arguments and settings files.
-std::wstring Wide(std::string_view text);
+std::wstring Wide(std::string_view utf8);
+/// From the narrow code page, of settings files and of records.
+std::wstring FromNarrow(std::string_view text);
+/// Whether the narrow code page has all characters of a text.
+bool FitsNarrow(std::wstring_view text);
 
 /// How many columns a terminal gives a text.
 size_t Columns(std::string_view utf8);

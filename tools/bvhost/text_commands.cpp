@@ -79,7 +79,7 @@ std::wstring Lower(std::wstring text) {
 
 constexpr char kUnsetText[] = "\1";  // what nobody calls a font
 constexpr LONG kUnset = -0x7FFFFFFF;
-constexpr size_t kMostBytes = 512;
+constexpr size_t kMostFontBytes = 512;
 
 /// A record in which each field says that the string doesn't name it.
 FontInfo UnsetFont() {
@@ -96,7 +96,7 @@ void PrintField(const char* title, const std::string& text, bool given) {
 bool ShowText(const char* title, char* text, const char* usual) {
     const bool given = std::strcmp(text, kUnsetText) != 0;
     if (!given) std::strcpy(text, usual);
-    PrintField(title, OneLine(Utf8(Wide(text))), given);
+    PrintField(title, OneLine(Utf8(FromNarrow(text))), given);
     return given;
 }
 bool ShowNumber(const char* title, LONG& number, LONG usual, bool is_flag) {
@@ -170,7 +170,7 @@ int ShowFont(const std::optional<std::wstring>& text) {
     if (SUCCEEDED(parser->PutFontInfo(&font)) && node->get_Value(written.Put()) == S_OK)
         Print(Padded("As text", 12) + OneLine(Utf8(written.AsText())) + '\n');
     if (!text) return kDone;
-    if (!any_given && Utf8(*text).size() > kMostBytes)
+    if (!any_given && Utf8(*text).size() > kMostFontBytes)
         PrintError("note: nothing of the string counts, since it has more than 512 bytes");
     else
         for (const std::wstring& item : UnknownItems(*text))

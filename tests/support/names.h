@@ -1,0 +1,22 @@
+// Names of files and texts of the shell in any script, whatever the locale and the system's code page.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace bv::test {
+
+std::wstring WideName(const std::filesystem::path& path);
+std::string Utf8Name(const std::filesystem::path& path);
+std::filesystem::path PathOf(std::wstring_view name);
+std::filesystem::path PathOf(std::string_view utf8);
+
+/// One argument for the system's shell, in quotes. Not for a double quote, which Windows has no name with.
+std::string Quoted(const std::string& utf8);
+inline std::string Quoted(const std::filesystem::path& path) { return Quoted(Utf8Name(path)); }
+
+/// Runs a command of the system's shell, in UTF-8. What std::system gives.
+int RunShell(const std::string& utf8);
+
+}  // namespace bv::test

@@ -1,0 +1,22 @@
+// The one place where names of files change their form: in the tree they are wide, on the command line UTF-8.
+// std::filesystem converts wide names by itself too, but not outside of ASCII where the locale is "C".
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace host {
+
+std::filesystem::path ToPath(std::wstring_view name);
+std::wstring FromPath(const std::filesystem::path& path);
+/// For the user: UTF-8, one line.
+std::string PathText(const std::filesystem::path& path);
+
+std::filesystem::path Absolute(const std::wstring& name);
+
+/// The name of a file that is there, for the server's operations that open files by their narrow names.
+/// Throws Problem when it has none.
+std::wstring NarrowName(const std::filesystem::path& file);
+
+}  // namespace host
