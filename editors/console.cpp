@@ -1,14 +1,16 @@
 #include "console.h"
 
-#include <bvschema/platform.h>
-
 #include <cstdio>
+
+#include "bvhost/text.h"
 
 namespace dlgs {
 
 void Say(const std::string& text) { Prompt(text + '\n'); }
 
 void Prompt(const std::string& text) {
+    std::fflush(stdout);
+    if (WriteToConsole(text)) return;
     std::fwrite(text.data(), 1, text.size(), stdout);
     std::fflush(stdout);
 }
@@ -23,11 +25,7 @@ std::optional<std::wstring> ReadLine() {
         if (bytes.push_back(char(c)); bytes.size() > kMostBytes) return {};
     if (c == EOF && bytes.empty()) return {};
     if (!bytes.empty() && bytes.back() == '\r') bytes.pop_back();
-    if (bytes.empty()) return std::wstring();
-    const int size = MultiByteToWideChar(CP_UTF8, 0, bytes.data(), int(bytes.size()), nullptr, 0);
-    std::wstring text(size > 0 ? size_t(size) : 0, L'\0');
-    if (size > 0) MultiByteToWideChar(CP_UTF8, 0, bytes.data(), int(bytes.size()), text.data(), size);
-    return text;
+    return host::Wide(bytes);
 }
 
 }  // namespace dlgs

@@ -2,6 +2,8 @@
 
 namespace dlgs {
 
-bool ReadConsoleLine(std::optional<std::wstring>*) { return false; }  // a terminal is a file
+// A terminal is a file.
+bool ReadConsoleLine(std::optional<std::wstring>*) { return false; }
+bool WriteToConsole(const std::string&) { return false; }
 
 }  // namespace dlgs

@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include "bvhost/text.h"
 #include "console.h"
 
 namespace dlgs {
@@ -23,6 +24,14 @@ bool ReadConsoleLine(std::optional<std::wstring>* line) {
         return true;
     }
     return true;
+}
+
+bool WriteToConsole(const std::string& text) {
+    const HANDLE output = GetStdHandle(STD_OUTPUT_HANDLE);
+    DWORD mode = 0, done = 0;
+    if (!GetConsoleMode(output, &mode)) return false;
+    const std::wstring wide = host::Wide(text);
+    return WriteConsoleW(output, wide.data(), DWORD(wide.size()), &done, nullptr) != 0;
 }
 
 }  // namespace dlgs

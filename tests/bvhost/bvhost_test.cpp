@@ -106,6 +106,15 @@ TEST_F(BvhostTest, TakesNamesInAnyScript) {
     Check({{"cuts check " + Quoted(file(".tlc")), 0, name + ".tlc: 1 cut\n"},
            {"tree --input " + Quoted(file(".none")), 1, name + ".none\n"}});
 
+    // Nothing in a name moves the cursor or turns the text, and wide characters take two columns of a line.
+    std::string word;
+    while (word.size() < 90) word += "日";
+    Check({
+        {"show OutputMediaName --set " + Quoted(std::string("OutputMediaName=日本\xC2\x9B\xE2\x80\xAE.mp4")),
+         0, "日本 .mp4 (text)\n"},
+        {"show OutputMediaName --set " + Quoted("OutputMediaName=" + word + ' ' + word), 0, word + "\n  "},
+    });
+
     // A module registers itself from where it lies, and is loaded from there.
     const fs::path module = Folder() / PathOf(kModuleFile);
     fs::copy_file(BinFolder() / PathOf(kModuleFile), module);

@@ -89,28 +89,6 @@ std::string LastColumn(const NodeView& node, const TreeStyle& style, size_t colu
     return text;
 }
 
-/// The end of a long value, which is the file's name where it is a path.
-std::string CutFront(const std::string& text, size_t columns) {
-    size_t skip = Columns(text);
-    if (skip <= columns) return text;
-    skip = skip - columns + 1;
-    size_t at = 0;
-    for (; at < text.size(); ++at)
-        if ((text[at] & 0xC0) != 0x80 && skip-- == 0) break;
-    return "…" + text.substr(at);
-}
-
-std::string Cut(const std::string& text, size_t columns) {
-    if (Columns(text) <= columns) return text;
-    std::string result;
-    size_t used = 0;
-    for (const char c : text) {
-        if ((c & 0xC0) != 0x80 && ++used == columns) break;
-        result += c;
-    }
-    return result + "…";
-}
-
 }  // namespace
 
 std::string TreeText(const std::vector<const NodeView*>& roots, const TreeStyle& style) {
@@ -132,8 +110,8 @@ std::string TreeText(const std::vector<const NodeView*>& roots, const TreeStyle&
                                 kDim, style) +
                        '\n';
     for (const Row& row : rows) {
-        std::string line = Padded(Cut(row.title, title), title) + "  " +
-                           Coloured(Padded(Cut(row.name, name), name), kDim, style) + "  " +
+        std::string line = Padded(CutEnd(row.title, title), title) + "  " +
+                           Coloured(Padded(CutEnd(row.name, name), name), kDim, style) + "  " +
                            Coloured(Padded(CutFront(row.value, value), value), kBold, style) + "  " +
                            LastColumn(*row.node, style, rest);
         line.erase(line.find_last_not_of(' ') + 1);

@@ -4,11 +4,14 @@
 
 namespace host {
 
-void Print(const std::string& text) { std::fwrite(text.data(), 1, text.size(), stdout); }
+void Print(const std::string& text) {
+    if (!PrintToConsole(false, text)) std::fwrite(text.data(), 1, text.size(), stdout);
+}
 
 void PrintError(const std::string& text) {
     std::fflush(stdout);
-    std::fprintf(stderr, "bvhost: %s\n", text.c_str());
+    const std::string line = "bvhost: " + text + '\n';
+    if (!PrintToConsole(true, line)) std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
 }  // namespace host

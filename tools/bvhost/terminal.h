@@ -10,7 +10,7 @@ namespace host {
 /// What was typed behind the program's name, in UTF-8. Throws Problem for what has no such form.
 std::vector<std::string> Arguments(int argc, char** argv);
 
-/// To be called first: makes a console show UTF-8, and asks whether one is there.
+/// To be called first: makes a console show colours, and asks whether one is there.
 void StartTerminal();
 /// Whether colours are wanted: standard output is a terminal and NO_COLOR isn't set.
 bool HasColours();
@@ -21,6 +21,8 @@ size_t TerminalWidth();
 /// UTF-8 to standard output, and a line "bvhost: ..." to standard error.
 void Print(const std::string& text);
 void PrintError(const std::string& text);
+/// The same on a console that has a call of its own for characters. False: there is none.
+bool PrintToConsole(bool error, const std::string& text);
 /// The bytes as they are, line ends too.
 void PrintBytes(const std::string& bytes);
 

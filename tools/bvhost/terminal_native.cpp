@@ -34,6 +34,8 @@ size_t TerminalWidth() {
     return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col >= 40 ? size.ws_col : kNoTerminal;
 }
 
+bool PrintToConsole(bool, const std::string&) { return false; }  // a terminal is a file
+
 void PrintBytes(const std::string& bytes) { Print(bytes); }
 
 }  // namespace host

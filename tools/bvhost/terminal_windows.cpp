@@ -4,6 +4,7 @@
 
 #include <shellapi.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -32,7 +33,6 @@ void StartTerminal() {
     DWORD mode = 0;
     is_console = GetConsoleMode(output, &mode) != 0;
     if (!is_console) return;
-    SetConsoleOutputCP(CP_UTF8);
     constexpr DWORD kEscapes = 0x0004;  // ENABLE_VIRTUAL_TERMINAL_PROCESSING, which older headers lack
     is_console = SetConsoleMode(output, mode | kEscapes) != 0;
 }
@@ -43,6 +43,21 @@ size_t TerminalWidth() {
     CONSOLE_SCREEN_BUFFER_INFO info = {};
     if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &info)) return kNoTerminal;
     return info.dwSize.X >= 40 ? size_t(info.dwSize.X) : kNoTerminal;
+}
+
+// In wide characters: what the C library writes is shown in the console's code page.
+bool PrintToConsole(bool error, const std::string& text) {
+    const HANDLE output = GetStdHandle(error ? STD_ERROR_HANDLE : STD_OUTPUT_HANDLE);
+    DWORD mode = 0;
+    if (!GetConsoleMode(output, &mode)) return false;
+    const std::wstring wide = Wide(text);
+    constexpr size_t kPiece = 8192;  // characters of one call
+    for (size_t at = 0; at < wide.size(); at += kPiece) {
+        DWORD done = 0;
+        const size_t count = std::min(kPiece, wide.size() - at);
+        if (!WriteConsoleW(output, wide.data() + at, DWORD(count), &done, nullptr)) break;
+    }
+    return true;
 }
 
 void PrintBytes(const std::string& bytes) {

@@ -55,8 +55,73 @@ bool FitsNarrow(std::wstring_view text) {
     return size > 0 && FromNarrow({narrow.data(), size_t(size)}) == text;
 }
 
+namespace {
+
+/// The first character of a text that isn't empty, and its length; a byte that begins none stands for itself.
+char32_t First(std::string_view utf8, size_t* length) {
+    const auto byte = [&](size_t i) { return static_cast<unsigned char>(utf8[i]); };
+    *length = byte(0) < 0xC0 ? 1 : byte(0) < 0xE0 ? 2 : byte(0) < 0xF0 ? 3 : 4;
+    if (*length == 1 || *length > utf8.size()) {
+        *length = 1;
+        return byte(0);
+    }
+    char32_t c = byte(0) & (0x7F >> *length);
+    for (size_t i = 1; i < *length; ++i) c = c << 6 | (byte(i) & 0x3F);
+    return c;
+}
+
+struct Range {
+    char32_t first, last;
+};
+
+template <size_t N>
+bool IsIn(char32_t c, const Range (&ranges)[N]) {
+    return std::any_of(ranges, ranges + N, [c](Range range) { return c >= range.first && c <= range.last; });
+}
+
+// What a terminal shows in the column before it, and what takes two columns. The C library knows, but only in a
+// locale that knows the character.
+constexpr Range kNoColumn[] = {{0x300, 0x36F},   {0x483, 0x489},   {0x591, 0x5BD},   {0x610, 0x61A},
+                               {0x64B, 0x65F},   {0x200B, 0x200F}, {0x20D0, 0x20F0}, {0x3099, 0x309A},
+                               {0xFE00, 0xFE0F}, {0xFE20, 0xFE2F}, {0xFEFF, 0xFEFF}, {0x1F3FB, 0x1F3FF}};
+constexpr Range kTwoColumns[] = {
+    {0x1100, 0x115F},   {0x2E80, 0x303E},   {0x3041, 0x4DBF},   {0x4E00, 0xA4CF},   {0xA960, 0xA97F},
+    {0xAC00, 0xD7A3},   {0xF900, 0xFAFF},   {0xFE30, 0xFE6F},   {0xFF01, 0xFF60},   {0xFFE0, 0xFFE6},
+    {0x1F300, 0x1F64F}, {0x1F680, 0x1F6FF}, {0x1F900, 0x1F9FF}, {0x1FA70, 0x1FAFF}, {0x20000, 0x3FFFD}};
+
+size_t ColumnsOf(char32_t c) { return c < 0x300 ? 1 : IsIn(c, kNoColumn) ? 0 : IsIn(c, kTwoColumns) ? 2 : 1; }
+
+// A terminal obeys the first kind; the others end a line or turn the direction of what follows.
+constexpr Range kControls[] = {{0, 0x1F}, {0x7F, 0x9F}, {0x2028, 0x202E}, {0x2066, 0x2069}};
+
+}  // namespace
+
 size_t Columns(std::string_view utf8) {
-    return size_t(std::count_if(utf8.begin(), utf8.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+    size_t columns = 0;
+    for (size_t length = 0; !utf8.empty(); utf8.remove_prefix(length))
+        columns += ColumnsOf(First(utf8, &length));
+    return columns;
+}
+
+std::string CutEnd(std::string_view utf8, size_t columns) {
+    if (Columns(utf8) <= columns) return std::string(utf8);
+    size_t kept = 0, used = 0, length = 0;
+    for (; kept < utf8.size(); kept += length) {
+        used += ColumnsOf(First(utf8.substr(kept), &length));
+        if (used >= columns) break;
+    }
+    return std::string(utf8.substr(0, kept)) + "…";
+}
+
+std::string CutFront(std::string_view utf8, size_t columns) {
+    size_t left = Columns(utf8);
+    if (left <= columns) return std::string(utf8);
+    size_t length = 0;
+    for (char32_t c; !utf8.empty(); utf8.remove_prefix(length), left -= ColumnsOf(c)) {
+        c = First(utf8, &length);
+        if (left < columns && ColumnsOf(c) > 0) break;
+    }
+    return "…" + std::string(utf8);
 }
 
 std::string Padded(std::string_view utf8, size_t columns) {
@@ -66,10 +131,9 @@ std::string Padded(std::string_view utf8, size_t columns) {
 
 std::string OneLine(std::string_view utf8) {
     std::string result;
-    for (const char c : utf8) {
-        const bool control = static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
-        if (!control)
-            result += c;
+    for (size_t length = 0; !utf8.empty(); utf8.remove_prefix(length)) {
+        if (!IsIn(First(utf8, &length), kControls))
+            result += utf8.substr(0, length);
         else if (!result.empty() && result.back() != ' ')
             result += ' ';
     }

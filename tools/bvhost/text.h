@@ -28,7 +28,11 @@ bool FitsNarrow(std::wstring_view text);
 /// How many columns a terminal gives a text.
 size_t Columns(std::string_view utf8);
 std::string Padded(std::string_view utf8, size_t columns);
-/// A text without line ends or other control characters, for a line of its own.
+/// At most so many columns of a text: its beginning, or its end, and "…" for the rest.
+std::string CutEnd(std::string_view utf8, size_t columns);
+std::string CutFront(std::string_view utf8, size_t columns);
+/// A text without line ends, other control characters and those that turn the direction of writing, for a line
+/// of its own.
 std::string OneLine(std::string_view utf8);
 /// Lines of at most so many columns, broken at blanks; the text's own line ends stay.
 std::vector<std::string> Wrapped(std::string_view utf8, size_t columns);
