@@ -10,6 +10,7 @@ state=$(mktemp -d "${TMPDIR:-/tmp}/bvtest.XXXXXX")
 . "$root/scripts/lend-screen.sh"
 trap 'return_screen; rm -rf "$state"' EXIT
 lend_screen "$program"
+lend_session "$state"
 
 export BV_PRIVATE_RUN=1
 export BV_REGISTRY=$state/registry.db

@@ -11,7 +11,7 @@ packages_for() {
         demo) echo "$build $samples" ;;
         test)
             echo "$build $samples googletest libgtest-dev libgmock-dev locales sqlite3 libxml2-utils git"
-            echo "xvfb zenity xdotool"
+            echo "xvfb zenity xdotool dbus-daemon at-spi2-core libglib2.0-dev"
             echo "g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools wine wine64 libwine-dev"
             ;;
         bench) echo "$build libbenchmark-dev" ;;

@@ -1,6 +1,5 @@
 // The job lock, as the threads of a host and of a job use it.
 #include <atomic>
-#include <chrono>
 #include <thread>
 
 #include "support/node.h"
@@ -97,15 +96,17 @@ TEST_F(JobLockTest, IsLockTellsOfAWaiter) {
 }
 
 TEST_F(JobLockTest, ARunningJobSeesTheStop) {
+    std::atomic<bool> running{false};
     std::thread job([&] {
         LONG stopped = 0;
         while (!stopped) {
             lock->Enter(kWork);
             lock->Leave(kWork);
             lock->get_IsStop(&stopped);
+            running = true;
         }
     });
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    while (!running) std::this_thread::yield();
     lock->Stop();
     job.join();
     EXPECT_EQ(IsStop(), 1);
