@@ -143,7 +143,8 @@ void EndObject(Referred<T>& object, typename T::References& count) {
     object.FinalRelease();
 }
 
-/// The form without an outer object: the object and its IUnknown are one.
+/// The form without an outer object: the object and its IUnknown are one. T::AnswersAlone, if there is one, is what
+/// only this form answers.
 template <class T>
 class Standalone final : public Referred<T> {
 public:
@@ -155,7 +156,10 @@ public:
             *out = T::Answers::Identity(static_cast<T*>(this));
             return S_OK;
         }
-        return this->Answer(iid, out);
+        const HRESULT status = this->Answer(iid, out);
+        if constexpr (requires { typename T::AnswersAlone; })
+            if (status == E_NOINTERFACE) return T::AnswersAlone::Find(static_cast<T*>(this), iid, out);
+        return status;
     }
     STDMETHODIMP_(ULONG) AddRef() override { return count_.Add(); }
     STDMETHODIMP_(ULONG) Release() override {

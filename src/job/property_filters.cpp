@@ -25,8 +25,9 @@ public:
 
 protected:
     void GiveMedia(IDispatch* media, BackRefLink**) override {
-        const Passage passage(*this, kGive);
-        if (passage && filters_) std::ignore = filters_->SetMediaObject(media);
+        const Walk walk{.kind = Walk::kGiveMedia, .object = media};
+        const Visit visit(*this, walk);
+        if (visit && filters_) std::ignore = filters_->SetMediaObject(media);
     }
     void BuildChildren() override {
         Build(kFilters);

@@ -1,7 +1,5 @@
-// The child collection: an ordered list of nodes, their creator, and the search through a tree.
+// The child collection: an ordered list of nodes, and their creator.
 #pragma once
-
-#include <vector>
 
 #include "tree/property_base.h"
 
@@ -20,12 +18,6 @@ class ChildList : public Dispatch<IEnumProperties>,
                   public ObjectRoot {
 public:
     using Answers = InterfaceMap<IEnumProperties, ICollection, ISupportErrorInfo, IChildList>;
-
-    /// An item, and the node of ours behind it if it is one.
-    struct Item {
-        ComPtr<IUnknown> object;
-        PropertyBase* node;
-    };
 
     STDMETHODIMP get_Name(BSTR* pVal) override;
     STDMETHODIMP get_Count(LONG* pVal) override;
@@ -47,35 +39,16 @@ public:
         parent_.Set(&owner, owner);
         owner_ = &owner;
     }
-    const std::vector<Item>& Items() const { return items_; }
-    HRESULT Append(IUnknown* object);
-    /// Creates a node of the class and appends it, with a parent of ours. Null when it can't be created. own:
-    /// set to the node when it is one of ours.
-    ComPtr<IProperty> AddNode(std::wstring_view name, bool literal, const CLSID& cls, PropertyBase& parent,
-                              PropertyBase** own);
-    HRESULT Search(std::wstring_view name, IProperty* from, IProperty** result);
+    const NodeList& Items() const { return items_; }
+    HRESULT Append(NodeRef item) { return items_.Append(std::move(item)) ? S_OK : E_OUTOFMEMORY; }
+    /// Creates a node of the class and appends it, with a parent of ours. Null when it can't be created. literal:
+    /// the name is a constant that needn't be copied.
+    NodeRef AddNode(std::wstring_view name, bool literal, const CLSID& cls, PropertyBase& parent);
 
 private:
-    std::vector<Item> items_;
+    NodeList items_;
     BackRef<IProperty> parent_;
     PropertyBase* owner_ = nullptr;  // the node that is parent_, while that isn't null
 };
-
-/// The i-th item of a collection, ours or foreign, as a node: null past the end (and *end is set then) and
-/// for an object that is no node. The caller gets a reference, since what it does may remove the item. node:
-/// set to the node when it is one of ours.
-ComPtr<IProperty> NodeAt(IEnumProperties* children, ChildList* own, LONG index, bool* end,
-                         PropertyBase** node = nullptr);
-
-inline bool PropertyBase::HasChildren() const {
-    return own_children_ ? !own_children_->Items().empty() : bool(children_);
-}
-
-template <class Action>
-void PropertyBase::ForEachChild(Action action) {
-    bool end = false;
-    for (LONG i = 0; !end; ++i)
-        if (auto child = NodeAt(children_.get(), own_children_, i, &end)) action(child.get());
-}
 
 }  // namespace bv

@@ -1,4 +1,5 @@
 // The flat index of a job's nodes.
+#include "com/let_go.h"
 #include "tree/child_list.h"
 
 namespace bv {
@@ -19,7 +20,7 @@ public:
     }
     void FinalRelease() {
         list_ = nullptr;
-        nodes_.Reset();
+        LetGo(nodes_);
     }
 
     STDMETHODIMP get_Property(BSTR Name, IProperty* pParent, IProperty** pVal) override {
@@ -39,12 +40,13 @@ public:
         return S_OK;
     }
     STDMETHODIMP InitDefault() override {
-        bool end = false;
-        for (LONG i = 0; !end; ++i)
-            if (auto node = NodeAt(nodes_.get(), list_, i, &end)) std::ignore = node->InitDefault();
+        for (const NodeRef& item : Children(list_->Items()))
+            if (auto node = item.node()) std::ignore = node->InitDefault();
         return S_OK;
     }
-    STDMETHODIMP InsertProperty(IUnknown* pVal) override { return pVal ? list_->Append(pVal) : E_POINTER; }
+    STDMETHODIMP InsertProperty(IUnknown* pVal) override {
+        return pVal ? list_->Append(NodeRef(pVal)) : E_POINTER;
+    }
 };
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include "com/let_go.h"
 #include "com/refusal.h"
 #include "tree/child_list.h"
+#include "tree/tree_search.h"
 
 namespace bv {
 namespace {
@@ -22,8 +23,6 @@ ComPtr<IDispatch> ParentOf(const VARIANT& value) {
 
 }  // namespace
 
-constinit thread_local int PropertyBase::Passage::thread_depth_ = 0;
-
 PropertyBase::PropertyBase(const NodeDecl& decl)
     : name_(decl.name),
       type_(decl.type),
@@ -39,8 +38,8 @@ HRESULT PropertyBase::FinalConstruct() {
     children_ = Create<IEnumProperties>(clsid::EnumProperties, &status, CLSCTX_INPROC_SERVER);
     if (!children_) return FAILED(status) ? status : E_FAIL;
     if (auto own = children_.As<IChildList>()) {
-        own_children_ = &own->List();
-        own_children_->SetOwner(*this);
+        list_ = &own->List();
+        list_->SetOwner(*this);
     } else {
         std::ignore = children_->PutParent(this);
     }
@@ -59,7 +58,7 @@ void PropertyBase::FinalRelease() {
     data_.Free();
     LetGo(ex_data_);
     LetGo(values_);
-    own_children_ = nullptr;
+    list_ = nullptr;
     LetGo(children_);
 }
 
@@ -115,35 +114,43 @@ STDMETHODIMP PropertyBase::get_Active(LONG* pVal) {
     return S_OK;
 }
 
-void PropertyBase::PassOn(HRESULT (STDMETHODCALLTYPE IProperty::*put)(LONG), LONG flag, Walk walk) {
+bool PropertyBase::HasChildren() const { return list_ ? list_->Items().size() > 0 : bool(children_); }
+
+Children PropertyBase::Children() const {
+    return list_ ? bv::Children(list_->Items()) : bv::Children(children_.get());
+}
+
+void PropertyBase::PassOn(HRESULT (STDMETHODCALLTYPE IProperty::*put)(LONG), LONG flag, Walk::Kind kind) {
     if (!HasBelow()) return;
-    const Passage passage(*this, walk);
-    if (!passage) return;
+    const Walk walk{.kind = kind, .flag = flag};
+    const Visit visit(*this, walk);
+    if (!visit) return;
     if (auto held = NodeOfValue(value_)) std::ignore = (held.get()->*put)(flag);
-    ForEachChild([put, flag](IProperty* child) { std::ignore = (child->*put)(flag); });
+    for (const NodeRef& child : Children())
+        if (auto node = child.node()) std::ignore = (node.get()->*put)(flag);
 }
 
 STDMETHODIMP PropertyBase::Hide(LONG newVal) {
     hidden_ = newVal;
-    PassOn(&IProperty::Hide, newVal, kHide);
+    PassOn(&IProperty::Hide, newVal, Walk::kHide);
     return S_OK;
 }
 
 STDMETHODIMP PropertyBase::Disabled(LONG newVal) {
     disabled_ = newVal;
-    PassOn(&IProperty::Disabled, newVal, kDisable);
+    PassOn(&IProperty::Disabled, newVal, Walk::kDisable);
     return S_OK;
 }
 
 STDMETHODIMP PropertyBase::put_Active(LONG newVal) {
     active_ = newVal;
-    PassOn(&IProperty::put_Active, newVal, kActivate);
-    return newVal ? OnActivate() : OnDeactivate();
+    PassOn(&IProperty::put_Active, newVal, Walk::kActivate);
+    return S_OK;
 }
 
 STDMETHODIMP PropertyBase::InitDefault() { return S_OK; }
 STDMETHODIMP PropertyBase::ShowDialog() { return OnShowDialog(); }
-STDMETHODIMP PropertyBase::BeforeCombo() { return OnBeforeCombo(); }
+STDMETHODIMP PropertyBase::BeforeCombo() { return S_OK; }
 
 STDMETHODIMP PropertyBase::get_ClassID(GUID* pVal) {
     if (!pVal) return E_POINTER;
@@ -282,8 +289,6 @@ STDMETHODIMP PropertyBase::ReadExtraData(IUnknown*) {
     return S_OK;
 }
 
-HRESULT PropertyBase::Error(const char* text) { return RaiseError(ClassId(), text, kIid<IProperty>, E_FAIL); }
-
 // --- Other nodes ---
 
 STDMETHODIMP PropertyBase::get_Parent(IDispatch** pVal) {
@@ -323,8 +328,9 @@ STDMETHODIMP PropertyBase::get_MediaObject(IDispatch** pVal) {
 
 STDMETHODIMP PropertyBase::put_MediaObject(IDispatch* newVal) {
     media_.Set(newVal);
-    const Passage passage(*this, kInit);
-    if (!passage) return S_OK;
+    const Walk walk{.kind = Walk::kInit, .object = newVal};
+    const Visit visit(*this, walk);
+    if (!visit) return S_OK;
     std::ignore = children_->InitProperty(newVal);
     OnMediaObjectChanged(newVal);
     LONG count = 0;
@@ -350,49 +356,25 @@ STDMETHODIMP PropertyBase::SetMediaObject(IDispatch* pVal) {
 void PropertyBase::GiveMedia(IDispatch* media, BackRefLink** referrers) {
     media_.Set(media, referrers);
     if (!HasChildren() && !extension_) return;
-    const Passage passage(*this, kGive);
-    if (!passage) return;
-    bool end = false;
-    for (LONG i = 0; !end; ++i) {
-        PropertyBase* own = nullptr;
-        const auto child = NodeAt(children_.get(), own_children_, i, &end, &own);
-        if (own)
+    const Walk walk{.kind = Walk::kGiveMedia, .object = media};
+    const Visit visit(*this, walk);
+    if (!visit) return;
+    for (const NodeRef& child : Children()) {
+        if (PropertyBase* own = child.own())
             own->GiveMedia(media, referrers);
-        else if (child)
-            std::ignore = child->SetMediaObject(media);
+        else if (auto node = child.node())
+            std::ignore = node->SetMediaObject(media);
     }
-    if (extension_) std::ignore = extension_->SetMediaObject(media);
-}
-
-HRESULT PropertyBase::Search(std::wstring_view name, BSTR name_text, IProperty** result) {
-    if (media_) {
-        const auto map = Query<IMap>(media_.get());
-        return map ? map->get_Property(name_text, this, result) : E_FAIL;
-    }
-    if (!HasChildren()) return S_FALSE;
-    const Passage passage(*this, kSearch);
-    bool end = !passage;
-    for (LONG i = 0; !end; ++i) {
-        if (own_children_ && size_t(i) < own_children_->Items().size()) {
-            if (PropertyBase* node = own_children_->Items()[size_t(i)].node) {
-                const ComPtr<IProperty> child(node);  // a foreign node below may take it out
-                if (SameName(node->NameView(), name)) return child.CopyTo(result);
-                if (node->Search(name, name_text, result) == S_OK) return S_OK;
-                continue;
-            }
-        }
-        const auto child = NodeAt(children_.get(), own_children_, i, &end);
-        if (!child) continue;
-        Bstr own;
-        if (SUCCEEDED(child->get_Name(own.Put())) && SameName(own.View(), name)) return child.CopyTo(result);
-        if (child->FindProperty(name_text, result) == S_OK) return S_OK;
-    }
-    return S_FALSE;
+    if (const auto extension = extension_) std::ignore = extension->SetMediaObject(media);
 }
 
 STDMETHODIMP PropertyBase::FindProperty(BSTR Name, IProperty** pRet) {
     if (!pRet) return E_POINTER;
-    return Search(View(Name), Name, pRet);
+    if (media_) {
+        const auto map = Query<IMap>(media_.get());
+        return map ? map->get_Property(Name, this, pRet) : E_FAIL;
+    }
+    return TreeSearch(View(Name), Name, Walk::kSearchBelow, pRet).Below(*this) ? S_OK : S_FALSE;
 }
 
 ComPtr<IProperty> PropertyBase::Find(IProperty* from, Name name) {
@@ -414,31 +396,38 @@ void PropertyBase::Enable(bool enabled, std::initializer_list<Name> nodes) {
 
 void PropertyBase::BuildChildren() { Build(*decl_); }
 
-void PropertyBase::AddChoice(const Choice& choice) {
+void PropertyBase::AddChoice(IListOfValues* values, const Choice& choice) {
     const Bstr label(choice.label);
     if (choice.value.node) {
         CLSID cls = *choice.value.node;
-        std::ignore = values_->AddObject2(label.get(), &cls);
+        std::ignore = values->AddObject2(label.get(), &cls);
     } else {
-        std::ignore = values_->AddItem(label.get(), Variant(choice.value));
+        std::ignore = values->AddItem(label.get(), Variant(choice.value));
     }
 }
 
 void PropertyBase::Build(const NodeDecl& decl) {
     if (!decl.value.IsNone()) value_.emplace(decl.value);
-    for (const Choice& choice : decl.choices) AddChoice(choice);
+    for (const Choice& choice : decl.choices) AddChoice(values_.get(), choice);
     if (decl.extension) {
         const NodeDecl& unit = *decl.extension;
         if (auto extension = Create<IProperty>(unit.cls)) {
-            if (unit.name) std::ignore = extension->SetInfo(Bstr(unit.name.View()).get(), Variant());
-            if (PropertyBase* node = NodeBehind(extension.get())) node->Adopt(unit);
+            if (unit.name) std::ignore = extension->SetInfo(CallBstr(unit.name.View()).get(), Variant());
+            Adopt(NodeRef(extension.get()), unit);
             extension_ = std::move(extension);
         }
     }
     for (const NodeDecl& child : decl.children) AddDeclared(child, true);
 }
 
-void PropertyBase::Adopt(const NodeDecl& decl) {
+void PropertyBase::Adopt(const NodeRef& node, const NodeDecl& decl) {
+    if (PropertyBase* own = node.own())
+        own->AdoptOwn(decl);
+    else if (const auto foreign = node.node())
+        AdoptForeign(foreign.get(), decl);
+}
+
+void PropertyBase::AdoptOwn(const NodeDecl& decl) {
     if (decl.title) title_.SetLiteral(decl.title.View());
     if (decl.type) type_ = decl.type;
     if (decl.help) description_.SetLiteral(decl.help.View());
@@ -446,27 +435,62 @@ void PropertyBase::Adopt(const NodeDecl& decl) {
     Build(decl);
 }
 
-ComPtr<IProperty> PropertyBase::AddDeclared(const NodeDecl& decl, bool literal_name) {
-    ComPtr<IProperty> child;
-    PropertyBase* node = nullptr;
-    if (own_children_) {
-        child = own_children_->AddNode(decl.name.View(), literal_name, decl.cls, *this, &node);
-    } else {
-        CLSID cls = decl.cls;
-        std::ignore = children_->AddProperty(Bstr(decl.name.View()).get(), &cls, this, child.Put());
-        node = NodeBehind(child.get());
+void PropertyBase::AdoptForeign(IProperty* node, const NodeDecl& decl) {
+    // Each of these it may refuse; it then stands without.
+    const auto init = Query<ISimpleInit>(node);
+    if (init && decl.title) std::ignore = init->SetTitle(CallBstr(decl.title.View()).get());
+    if (init && decl.type) std::ignore = init->SetType(decl.type);
+    if (decl.help) std::ignore = node->put_Description(CallBstr(decl.help.View()).get());
+    if (decl.description) std::ignore = node->put_DescriptionID(decl.description);
+    if (!decl.value.IsNone())
+        std::ignore = init ? init->put_Value(Variant(decl.value)) : node->put_Value(Variant(decl.value));
+    if (const auto values = decl.choices.count ? Query<IListOfValues>(node) : nullptr)
+        for (const Choice& choice : decl.choices) AddChoice(values.get(), choice);
+    if (init && decl.extension) {
+        const NodeDecl& unit = *decl.extension;
+        CLSID cls = unit.cls;
+        ComPtr<IProperty> extension;
+        if (SUCCEEDED(init->SetExtensionClass(&cls)) && node->get_Extension(extension.Put()) == S_OK &&
+            extension) {
+            if (unit.name) std::ignore = extension->SetInfo(CallBstr(unit.name.View()).get(), Variant());
+            Adopt(NodeRef(extension.get()), unit);
+        }
     }
+    if (const auto children = decl.children.count ? Query<IEnumProperties>(node) : nullptr)
+        for (const NodeDecl& child : decl.children) AddDeclaredTo(children.get(), node, child);
+}
+
+ComPtr<IProperty> PropertyBase::AddDeclaredTo(IEnumProperties* collection, IProperty* parent,
+                                              const NodeDecl& decl) {
+    CLSID cls = decl.cls;
+    ComPtr<IProperty> child;
+    if (FAILED(collection->AddProperty(CallBstr(decl.name.View()).get(), &cls, parent, child.Put())) ||
+        !child)
+        return nullptr;
+    Finish(NodeRef(child.get()), decl);
+    return child;
+}
+
+ComPtr<IProperty> PropertyBase::AddDeclared(const NodeDecl& decl, bool literal_name) {
+    if (!list_) return AddDeclaredTo(children_.get(), this, decl);
+    const NodeRef child = list_->AddNode(decl.name.View(), literal_name, decl.cls, *this);
     if (!child) return nullptr;
-    if (node) node->Adopt(decl);
+    Finish(child, decl);
+    return child.node();
+}
+
+void PropertyBase::Finish(const NodeRef& child, const NodeDecl& decl) {
+    Adopt(child, decl);
+    const auto node = child.node();
+    if (!node) return;
     if (decl.filter) {
         CLSID cls = decl.filter->cls;
         // Without its filter the node stands as it was declared.
-        if (auto init = child.As<IFilterImplInit>())
-            std::ignore = init->Init(Bstr(decl.filter->name).get(), &cls);
+        if (auto init = node.As<IFilterImplInit>())
+            std::ignore = init->Init(CallBstr(decl.filter->name).get(), &cls);
     }
-    if (decl.hidden) std::ignore = child->put_IsHide(1);
-    if (decl.disabled) std::ignore = child->put_IsDisabled(1);
-    return child;
+    if (decl.hidden) std::ignore = node->put_IsHide(1);
+    if (decl.disabled) std::ignore = node->put_IsDisabled(1);
 }
 
 ComPtr<IProperty> PropertyBase::AddChild(const NodeDecl& decl) { return AddDeclared(decl, false); }

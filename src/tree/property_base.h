@@ -8,6 +8,8 @@
 #include "com/object.h"
 #include "tree/names.h"
 #include "tree/node_decl.h"
+#include "tree/node_ref.h"
+#include "tree/walk.h"
 
 namespace bv {
 
@@ -15,16 +17,13 @@ class ChildList;
 class PropertyBase;
 class XmlSink;
 
-/// The private question "are you a node of ours?". Ours are searched and written without copies.
+/// The private question "are you a node of ours?", which an aggregated one doesn't answer. Ours are searched and
+/// written without copies.
 struct INode : IUnknown {
     virtual PropertyBase& Node() = 0;
 };
 template <>
 inline constexpr IID kIid<INode> = GuidOf("0C5E1C66-5D34-4F5C-8A59-2C4C1B5F6D02");
-
-/// The node of ours behind an object, null for a foreign one, also for one that stands in front of a node of
-/// ours with an IProperty, an ISettingsWriter or children of its own. Valid as long as the object.
-PropertyBase* NodeBehind(IUnknown* object);
 
 class PropertyBase : public Dispatch<IProperty>,
                      public SupportsErrors<IProperty>,
@@ -81,66 +80,23 @@ public:
     HRESULT FinalConstruct();
     void FinalRelease();
 
-    /// The walks that go through a whole tree.
-    enum Walk : unsigned char {
-        kHide = 1,
-        kDisable = 2,
-        kActivate = 4,
-        kSearch = 8,
-        kWrite = 16,
-        kInit = 32,
-        kGive = 64
-    };
-    /// A walk's way through a node and all below it. False while the same walk is on its way there already,
-    /// and too deep for the stack: scripts can make a node its own value or descendant, or a chain of any
-    /// length, and nothing refuses that.
-    class Passage {
-    public:
-        Passage(PropertyBase& node, Walk walk, int& depth = Depth())
-            : node_(node), depth_(depth), walk_(walk), free_(!(node.walks_ & walk) && depth < kDeepest) {
-            ++depth_;
-            if (free_) node_.walks_ |= walk_;
-        }
-        Passage(const Passage&) = delete;
-        ~Passage() {
-            --depth_;
-            if (free_) node_.walks_ &= static_cast<unsigned char>(~walk_);
-        }
-        explicit operator bool() const { return free_; }
-        /// How deep this thread is in walks of all kinds.
-        static int& Depth() { return thread_depth_; }
-
-    private:
-        static constinit thread_local int thread_depth_;  // constinit: no check before each use
-        PropertyBase& node_;
-        int& depth_;
-        const Walk walk_;
-        const bool free_;
-    };
-    static constexpr int kDeepest = 1000;  // nodes that hang or are held below each other
-
     // What our own nodes and collections ask each other.
     std::wstring_view NameView() const { return name_.View(); }
     bool IsActive() const { return active_ != 0; }
-    /// The child collection when it is one of ours, else null.
-    ChildList* OwnChildren() const { return own_children_; }
-    IEnumProperties* Children() const { return children_.get(); }
+    bool HasMedia() const { return bool(media_); }
+    bv::Children Children() const;
     /// The object that the stored value holds, null for any other kind. No reference is added.
     IUnknown* HeldObject() const { return value_ ? ObjectOf(*value_) : nullptr; }
-    bool HasChildren() const;
     /// Whether a walk goes on below this node.
     bool HasBelow() const { return HasChildren() || HeldObject(); }
-    /// FindProperty, with the name's characters at hand.
-    HRESULT Search(std::wstring_view name, BSTR name_text, IProperty** result);
     /// SetInfo with a node of ours as parent. literal: the name is a constant that needn't be copied.
     void Rename(std::wstring_view name, bool literal, PropertyBase& parent);
-    /// Takes from a declaration what it sets: a parent's say in what its child looks like.
-    void Adopt(const NodeDecl& decl);
+    /// Gives a node what a declaration sets: a parent's say in what its child looks like.
+    static void Adopt(const NodeRef& node, const NodeDecl& decl);
     void WriteElement(XmlSink& sink);
 
 protected:
     // The hooks of a class.
-    virtual HRESULT Error(const char* text);
     virtual void ReadExtra() {}
     virtual void WriteExtra() {}
     virtual void BuildChildren();
@@ -149,9 +105,6 @@ protected:
     virtual void OnMediaObjectChanged(IDispatch*) {}
     virtual void WriteChildrenExtra(XmlSink&) {}
     virtual HRESULT OnFormatChanged(const VARIANT&) { return S_OK; }
-    virtual HRESULT OnBeforeCombo() { return S_OK; }
-    virtual HRESULT OnActivate() { return S_OK; }
-    virtual HRESULT OnDeactivate() { return S_OK; }
     virtual void OnValueChanged();
     virtual void OnValueChanging();
     /// SetMediaObject. referrers: those who point back at the media object, null for a foreign one.
@@ -203,9 +156,7 @@ protected:
     static ComPtr<IProperty> Find(IProperty* from, Name name);
     void Show(bool shown, std::initializer_list<Name> nodes);
     void Enable(bool enabled, std::initializer_list<Name> nodes);
-    /// Calls action(IProperty*) for each child that is a node, in order.
-    template <class Action>
-    void ForEachChild(Action action);
+    IEnumProperties* Collection() const { return children_.get(); }
 
     const ByteBlock& Data() const { return data_; }
     int DataKind() const { return data_kind_; }
@@ -219,7 +170,7 @@ protected:
 private:
     NodeText name_;
     ComPtr<IEnumProperties> children_;
-    ChildList* own_children_ = nullptr;  // children_, when it is one of ours
+    ChildList* list_ = nullptr;  // children_, when it is one of ours
     ComPtr<IListOfValues> values_;
     BackRef<IDispatch> media_;
     ComPtr<IProperty> extension_;
@@ -238,16 +189,31 @@ private:
     int description_id_;
     const NodeDecl* decl_;
 
+    friend class Visit;
+    bool HasChildren() const;
     /// Calls a put of a flag on the held node and on the children.
-    void PassOn(HRESULT (STDMETHODCALLTYPE IProperty::*put)(LONG), LONG flag, Walk walk);
+    void PassOn(HRESULT (STDMETHODCALLTYPE IProperty::*put)(LONG), LONG flag, Walk::Kind kind);
     ComPtr<IProperty> AddDeclared(const NodeDecl& decl, bool literal_name);
-    void AddChoice(const Choice& choice);
+    static ComPtr<IProperty> AddDeclaredTo(IEnumProperties* collection, IProperty* parent,
+                                           const NodeDecl& decl);
+    static void Finish(const NodeRef& child, const NodeDecl& decl);
+    static void AddChoice(IListOfValues* values, const Choice& choice);
+    void AdoptOwn(const NodeDecl& decl);
+    static void AdoptForeign(IProperty* node, const NodeDecl& decl);
 
 public:
     // A node passes two queries on to objects that it holds.
-    using Answers =
-        InterfaceMap<IProperty, IBaseObj, ISupportErrorInfo, ISettingsWriter, INode, IBackRefTarget,
-                     Held<&PropertyBase::children_>, Held<&PropertyBase::values_>>;
+    using Answers = InterfaceMap<IProperty, IBaseObj, ISupportErrorInfo, ISettingsWriter, IBackRefTarget,
+                                 Held<&PropertyBase::children_>, Held<&PropertyBase::values_>>;
+    using AnswersAlone = InterfaceMap<INode>;
 };
+
+inline NodeRef::NodeRef(PropertyBase& node)
+    : bits_(reinterpret_cast<std::uintptr_t>(static_cast<IUnknown*>(static_cast<IProperty*>(&node))) | kOwn) {
+    static_cast<IProperty&>(node).AddRef();
+}
+inline PropertyBase* NodeRef::own() const {
+    return bits_ & kOwn ? static_cast<PropertyBase*>(static_cast<IProperty*>(object())) : nullptr;
+}
 
 }  // namespace bv

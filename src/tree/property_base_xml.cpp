@@ -50,8 +50,9 @@ STDMETHODIMP PropertyBase::WriteXml(ISequentialStream* stream) {
 }
 
 void PropertyBase::WriteElement(XmlSink& sink) {
-    const Passage passage(*this, kWrite);
-    if (!passage) return;
+    const Walk walk{.kind = Walk::kWrite, .object = &sink};
+    const Visit visit(*this, walk);
+    if (!visit) return;
     WriteExtra();
 
     const XmlSink::Name name(NameView());
@@ -68,7 +69,8 @@ void PropertyBase::WriteElement(XmlSink& sink) {
         }
     } else if (value.vt != VT_EMPTY) {
         sink.AppendTyped(" value='", value, "' type='");
-        if (Variant unit; extension_ && SUCCEEDED(extension_->get_Value(unit.Put())) && unit.vt != VT_EMPTY)
+        const auto extension = extension_;
+        if (Variant unit; extension && SUCCEEDED(extension->get_Value(unit.Put())) && unit.vt != VT_EMPTY)
             sink.AppendTyped(" ext='", unit, "' extType='");
     }
     sink.Append(">\n");
@@ -76,22 +78,13 @@ void PropertyBase::WriteElement(XmlSink& sink) {
     WriteChildrenExtra(sink);
     if (object)
         if (auto held = object.As<IProperty>()) WriteChild(sink, held.get());
-    if (own_children_) {
-        for (size_t i = 0; i < own_children_->Items().size(); ++i) {
-            const ChildList::Item item = own_children_->Items()[i];
-            if (item.node)
-                item.node->WriteElement(sink);
-            else
-                WriteChild(sink, item.object.get());
-        }
-    } else {
-        LONG count = 0;
-        std::ignore = children_->get_Count(&count);
-        for (LONG i = 0; i < count; ++i)
-            if (ComPtr<IUnknown> item; SUCCEEDED(children_->get_Item(i, item.Put())))
-                WriteChild(sink, item.get());
+    for (const NodeRef& child : Children()) {
+        if (PropertyBase* own = child.own())
+            own->WriteElement(sink);
+        else
+            WriteChild(sink, child.object());
     }
-    if (ex_data_) WriteChild(sink, ex_data_.get());
+    if (const auto extra = ex_data_) WriteChild(sink, extra.get());
 
     sink.AppendEnd(name, NameView());
 }

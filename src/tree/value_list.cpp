@@ -78,7 +78,8 @@ STDMETHODIMP ListOfValues::get_Text(VARIANT varValue, BSTR* pVal) {
     Variant wanted;
     wanted.CopyFrom(varValue);
     ToIdentity(wanted);
-    for (const auto& item : items_) {
+    for (size_t i = 0; i < items_.size(); ++i) {
+        const auto item = items_[i];  // a foreign entry may take itself out
         Variant value;
         if (FAILED(item->get_Value(value.Put()))) continue;
         ToIdentity(value);
