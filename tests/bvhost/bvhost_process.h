@@ -26,15 +26,18 @@ struct Outcome {
 };
 
 /// arguments: as for the shell. input: what it reads as standard input.
-/// before: commands of a POSIX shell.
+/// before: commands of a POSIX shell. output: where the shell sends standard output; null: nowhere, it stays
+/// that of this program. The text is then that of the errors alone.
 inline Outcome RunBvhost(const std::string& arguments, const std::string& input = "",
-                         const std::string& before = "") {
+                         const std::string& before = "", const char* output = "") {
     const auto folder = TempFolder();
     WriteAll(folder / "input.txt", input);
     // The locale that knows nothing but ASCII: names of files don't depend on it.
-    const std::string command = before + (kInFull ? "LC_ALL=C " : "") + Quoted(BinFolder() / "bvhost") + ' ' +
-                                arguments + " <" + Quoted(folder / "input.txt") + " >" +
-                                Quoted(folder / "output.txt") + " 2>&1";
+    const std::string command =
+        before + (kInFull ? "LC_ALL=C " : "") + Quoted(BinFolder() / "bvhost") + ' ' + arguments + " <" +
+        Quoted(folder / "input.txt") +
+        (output && !*output ? " >" + Quoted(folder / "output.txt") + " 2>&1"
+                            : " 2>" + Quoted(folder / "output.txt") + (output ? output : ""));
     // On a busy machine Wine's shell at times doesn't find a program that is there; a Windows shell says 9009
     // then.
     int status = 9009;

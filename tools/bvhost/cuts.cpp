@@ -81,6 +81,18 @@ std::string OutputOf(IProperty* cut) {
     return OneLine(Utf8(text + names));
 }
 
+/// Why nothing can be encoded of a cut; empty: something can.
+std::string ProblemOf(IProperty* cut, const MediaInfo* info) {
+    const auto start = FrameIn(cut, L"StartFrm"), end = FrameIn(cut, L"EndFrm");
+    if (!start || !end) return "has a point that is no frame number";
+    if (*start < 0) return "begins before the source";
+    if (*end < *start) return "ends before it begins";
+    if (*end == *start) return "is empty";
+    if (info && info->frame_time > 0 && *start >= info->duration / info->frame_time)
+        return "begins at or after the source's end";
+    return {};
+}
+
 }  // namespace
 
 Ref<ITimelines> CutsOf(IProperty* input) {
@@ -158,15 +170,15 @@ std::optional<LONGLONG> EncodedDuration(ITimelines* cuts) {
     return duration;
 }
 
-std::string ProblemOf(IProperty* cut, const MediaInfo* info) {
-    const auto start = FrameIn(cut, L"StartFrm"), end = FrameIn(cut, L"EndFrm");
-    if (!start || !end) return "has a point that is no frame number";
-    if (*start < 0) return "begins before the source";
-    if (*end < *start) return "ends before it begins";
-    if (*end == *start) return "is empty";
-    if (info && info->frame_time > 0 && *start >= info->duration / info->frame_time)
-        return "begins at or after the source's end";
-    return {};
+std::vector<std::string> CutProblems(ITimelines* cuts, const MediaInfo* info) {
+    std::vector<std::string> problems;
+    size_t number = 0;
+    for (const Ref<IProperty>& cut : AllCuts(cuts)) {
+        ++number;
+        const std::string problem = ProblemOf(cut.get(), info);
+        if (!problem.empty()) problems.push_back("cut " + std::to_string(number) + ' ' + problem);
+    }
+    return problems;
 }
 
 std::string ExactSeconds(LONGLONG units) {

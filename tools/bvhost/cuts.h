@@ -27,8 +27,8 @@ std::vector<std::string> CutsText(ITimelines* cuts);
 /// input must be the current one. Throws Problem when the server can't tell.
 std::optional<LONGLONG> EncodedDuration(ITimelines* cuts);
 
-/// Why nothing can be encoded of a cut; empty: something can. info: the source, where it is known.
-std::string ProblemOf(IProperty* cut, const MediaInfo* info);
+/// Why nothing can be encoded of some cuts, a line each. info: the source; null: not known.
+std::vector<std::string> CutProblems(ITimelines* cuts, const MediaInfo* info);
 
 /// 100 ns units as "1.500 s".
 std::string ExactSeconds(LONGLONG units);

@@ -64,8 +64,12 @@ public:
             if (FAILED(status)) throw Problem(OneLine(Utf8(file)) + ": " + Reason(status));
         });
     }
+    void Warn() const {
+        for (const std::string& problem : CutProblems(get(), Source())) PrintWarning(problem);
+    }
     void Show() const {
         for (const std::string& line : CutsText(get())) Print(line + '\n');
+        Warn();
     }
 
 private:
@@ -125,7 +129,10 @@ int LoadCuts(const CutsArguments& arguments) {
     const List list(arguments.source);
     if (!list.job()) throw Problem("\"cuts load\" takes a job: --from or --input");
     list.Load(arguments.file);
-    if (arguments.source.output != L"-") list.Show();
+    if (arguments.source.output == L"-")
+        list.Warn();
+    else
+        list.Show();
     WriteJob(list.job(), arguments.source.output);
     return kDone;
 }
@@ -143,14 +150,11 @@ int CheckCuts(const CutsArguments& arguments) {
             good = false;
             continue;
         }
-        size_t number = 0;
-        for (const Ref<IProperty>& cut : AllCuts(list.get())) {
-            ++number;
-            const std::string problem = ProblemOf(cut.get(), list.Source());
-            if (problem.empty()) continue;
-            Print(name + ": cut " + std::to_string(number) + ' ' + problem + '\n');
+        for (const std::string& problem : CutProblems(list.get(), list.Source())) {
+            Print(name + ": " + problem + '\n');
             good = false;
         }
+        const size_t number = list.Count();
         const auto encoded = EncodedDuration(list.get());
         Print(name + ": " + std::to_string(number) + (number == 1 ? " cut" : " cuts") +
               (encoded ? ", encoded: " + ExactSeconds(*encoded) : "") + '\n');

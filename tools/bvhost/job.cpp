@@ -237,6 +237,7 @@ void Job::Open(Input* input) {
     if (open_state) open_state->GetState(&state, text.Put());
     input->problem = OneLine(Utf8(text.Get()));
     if (input->problem.empty()) input->problem = "it can't be opened";
+    warnings_.push_back(OneLine(Utf8(input->path)) + ": " + input->problem);
 }
 
 // An index that came from the cache is taken; else one is made, and written with the settings.
@@ -257,6 +258,10 @@ void Job::TakeIndex(Input* input) {
     try {
         const auto index = ReadIndex(input->path);
         if (!index) return;
+        if (!index->damage.empty()) {  // not kept, so that it is told of each time
+            warnings_.push_back(OneLine(Utf8(input->path)) + ": " + index->damage);
+            return;
+        }
         std::vector<BYTE> packed = index->Pack();
         if (FAILED(input->node->PutData(MediaIndex::kKind, LONG(packed.size()), packed.data()))) return;
         input->index = Input::kMade;
@@ -342,6 +347,7 @@ void Job::SelectFormat(const std::wstring& format) {
 
 std::string Job::Write() {
     losses_.clear();
+    cache_problem_.clear();
     const auto writer = root_.As<ISettingsWriter>();
     TextStream stream;
     if (!writer || FAILED(writer->WriteXml(&stream))) throw Problem("the job can't be written");
@@ -414,8 +420,8 @@ void Job::CheckWritten(const std::string& xml) try {
         std::error_code ignored;
         if (!name.empty() && std::filesystem::is_regular_file(folder / ToPath(name + L".idx"), ignored))
             continue;
-        losses_.push_back("there is no cache for indexes: " + PathText(folder) +
-                          " can't be written, or its path is too long");
+        cache_problem_ = "there is no cache for indexes: " + PathText(folder) +
+                         " can't be written, or its path is too long";
         break;
     }
 } catch (const Problem& problem) {
@@ -437,7 +443,7 @@ std::vector<std::string> Job::Restore(const Element& root) {
         if (input.path.empty()) input.node->put_Value(Value::Of(L"").get());
     SelectFirstInput();
     RestoreNode(root, root_.get());
-    return std::exchange(warnings_, {});
+    return TakeWarnings();
 }
 
 void Job::RestoreInput(const Element& element) {
@@ -448,7 +454,6 @@ void Job::RestoreInput(const Element& element) {
         return;
     }
     Open(&input);
-    if (!input.problem.empty()) warnings_.push_back(OneLine(Utf8(input.path)) + ": " + input.problem);
     RestoreBelow(element, input.node.get());
     if (const auto writer = input.node.As<ISettingsWriter>()) writer->ReadExtraData(nullptr);
     TakeIndex(&input);

@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "com.h"
@@ -39,7 +40,7 @@ public:
     Job& operator=(const Job&) = delete;
     ~Job();
 
-    /// Throws Problem when there is no such file.
+    /// An input that can't be read is added too, with a warning. Throws Problem when there is no such file.
     void AddInput(const std::wstring& path);
     /// Makes the first input the current one.
     void SelectFirstInput();
@@ -66,8 +67,12 @@ public:
     /// Restores what was written, inputs first. What can't be restored is told in a line each.
     std::vector<std::string> Restore(const Element& root);
 
-    /// What the last Write left out or couldn't keep, a line each.
+    /// What went wrong with inputs since the last call, a line each.
+    std::vector<std::string> TakeWarnings() { return std::exchange(warnings_, {}); }
+    /// What the last Write left out, a line each.
     const std::vector<std::string>& Losses() const { return losses_; }
+    /// Whether the last Write could keep all indexes for the next time; else why not.
+    const std::string& CacheProblem() const { return cache_problem_; }
 
 private:
     Input& NewInput(const std::wstring& path);
@@ -83,6 +88,7 @@ private:
     Ref<IProperty> root_;
     std::vector<Input> inputs_;
     std::vector<std::string> warnings_, losses_;
+    std::string cache_problem_;
 };
 
 }  // namespace host

@@ -49,6 +49,8 @@ void SayCuts(const Report& report, const Job& job) {
     if (job.Inputs().empty() || AllCuts(job.Cuts().get()).empty()) return;
     const char* what = "Cuts";
     for (const std::string& line : CutsText(job.Cuts().get())) report.Say(std::exchange(what, ""), line);
+    for (const std::string& problem : CutProblems(job.Cuts().get(), &job.Inputs().front().info))
+        PrintWarning(problem);
 }
 
 int EditJob(const JobSource& source, const std::vector<std::wstring>& cuts) {

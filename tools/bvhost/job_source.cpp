@@ -55,12 +55,13 @@ std::unique_ptr<Job> JobSource::Open() const {
         const std::string name = OneLine(Utf8(from));
         try {
             for (const std::string& warning : job->Restore(ParseSettings(ReadWhole(ToPath(from)))))
-                PrintError("warning: " + name + ": " + warning);
+                PrintWarning(name + ": " + warning);
         } catch (const Problem& problem) {
             throw Problem(name + ": " + problem.what());
         }
     }
     for (const std::wstring& input : inputs) job->AddInput(input);
+    for (const std::string& warning : job->TakeWarnings()) PrintWarning(warning);
     job->SelectFirstInput();
     if (!format.empty()) job->SelectFormat(format);
     return job;
@@ -85,7 +86,8 @@ std::pair<std::wstring, std::wstring> SplitSetting(const std::wstring& setting) 
 void WriteJob(Job* job, const std::wstring& output) {
     if (output.empty()) return;
     const std::string xml = job->Write();
-    for (const std::string& loss : job->Losses()) PrintError("warning: " + loss);
+    for (const std::string& loss : job->Losses()) PrintWarning(loss);
+    if (!job->CacheProblem().empty()) PrintError("note: " + job->CacheProblem());
     if (output == L"-") return PrintBytes(xml);
     WriteWhole(ToPath(output), xml);
     Print(Padded("Wrote", 9) + OneLine(Utf8(output)) + ", " +

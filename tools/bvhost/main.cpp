@@ -38,9 +38,13 @@ int main(int argc, char** argv) {
     try {
         if (FAILED(started)) throw Problem("the component model doesn't start: " + Reason(started));
         result = Run(Arguments(argc, argv));
+        FinishOutput();
+        if (result == kDone && Warned()) result = kWarned;
     } catch (const std::bad_alloc&) {
+        result = kFailed;
         PrintError("out of memory");
     } catch (const std::exception& error) {
+        result = kFailed;
         PrintError(error.what());
     }
     if (SUCCEEDED(started)) CoUninitialize();

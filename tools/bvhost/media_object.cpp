@@ -94,7 +94,12 @@ STDMETHODIMP MediaObject::PreOpen(IUnknown* source) try {
     const std::wstring path = PathOf(node.get());
     try {
         std::error_code ignored;
-        if (!std::filesystem::exists(ToPath(path), ignored)) throw Problem("there is no such file");
+        const std::filesystem::path file = ToPath(path);
+        if (!std::filesystem::exists(file, ignored)) throw Problem("there is no such file");
+        if (std::filesystem::is_directory(file, ignored)) throw Problem("this is a folder");
+        if (!given_ && std::filesystem::is_regular_file(file, ignored) &&
+            std::filesystem::file_size(file, ignored) == 0)
+            throw Problem("the file is empty");
         info_ = given_ ? *given_ : ReadMedia(path);
         state->SetState(1, Text(L""));
         return S_OK;

@@ -27,6 +27,7 @@ struct MediaIndex {
     static constexpr int kKind = 0x4B46;   // how we mark our index among those of other hosts
     static constexpr size_t kMost = 4096;  // longer files keep every second, fourth ... key frame
     std::vector<Entry> entries;
+    std::string damage;  // why it isn't whole; empty: the file was read to its end
 
     std::vector<BYTE> Pack() const;
     /// No value when the bytes are no index of ours.

@@ -5,6 +5,8 @@ extern "C" {
 #include <libavutil/dict.h>
 }
 
+#include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <memory>
 
@@ -97,8 +99,14 @@ std::optional<MediaIndex> ReadIndex(const std::wstring& path) {
     if (!packet) throw std::bad_alloc();
     MediaIndex index;
     size_t step = 1, key_frame = 0;
-    while (av_read_frame(file.get(), packet.get()) >= 0) {
+    bool damaged = false;
+    LONGLONG end = 0;
+    int status = 0;
+    while ((status = av_read_frame(file.get(), packet.get())) >= 0) {
         const LONGLONG time = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
+        damaged = damaged || packet->flags & AV_PKT_FLAG_CORRUPT;
+        if (time != AV_NOPTS_VALUE && !damaged)
+            end = std::max<LONGLONG>(end, av_rescale_q(time + packet->duration, stream->time_base, kUnits));
         const bool key = packet->stream_index == stream->index && packet->flags & AV_PKT_FLAG_KEY;
         if (key && time != AV_NOPTS_VALUE && key_frame++ % step == 0)
             index.entries.push_back({av_rescale_q(time, stream->time_base, kUnits), packet->pos});
@@ -108,6 +116,17 @@ std::optional<MediaIndex> ReadIndex(const std::wstring& path) {
             index.entries.resize(MediaIndex::kMost / 2);
             step *= 2;
         }
+    }
+    // A part that is missing ends some formats like the real end does: what counts is how far the stream
+    // goes.
+    const LONGLONG whole =
+        stream->duration > 0 ? av_rescale_q(stream->duration, stream->time_base, kUnits) : 0;
+    constexpr LONGLONG kSlack = 10000000;  // what a file says of its length is often an estimate
+    if (damaged || status != AVERROR_EOF || end + std::max(kSlack, whole / 20) < whole) {
+        char text[80];
+        std::snprintf(text, sizeof text, "it is damaged or not whole: reading ends at %.2f s of %.2f s",
+                      double(end) / 1e7, double(whole) / 1e7);
+        index.damage = text;
     }
     return index;
 }

@@ -23,7 +23,12 @@ void Print(const std::string& text);
 void PrintError(const std::string& text);
 /// The same on a console that has a call of its own for characters. False: there is none.
 bool PrintToConsole(bool error, const std::string& text);
+/// A line "bvhost: warning: ...", which the exit code tells of too.
+void PrintWarning(const std::string& text);
+bool Warned();
 /// The bytes as they are, line ends too.
 void PrintBytes(const std::string& bytes);
+/// To be called last: throws Problem when any of the output was lost, as on a full disk.
+void FinishOutput();
 
 }  // namespace host

@@ -1,8 +1,10 @@
+#include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>
+#include <tuple>
 
 #include <bvschema/platform.h>
 
@@ -22,7 +24,13 @@ std::vector<std::string> Arguments(int argc, char** argv) {
     return arguments;
 }
 
-void StartTerminal() {}
+// A stream that was closed would lend its number to the next file that is opened, and what is printed would
+// go there. What takes its place refuses each use, as a closed one does.
+void StartTerminal() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (fcntl(stream, F_GETFD) == -1)
+            std::ignore = open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+}
 
 bool HasColours() {
     const char* kind = std::getenv("TERM");
