@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <cwctype>
 #include <tuple>
 
 #include "bvhost/text.h"
+#include "bvhost/value_forms.h"
 #include "console.h"
 #include "form.h"
 
@@ -14,60 +14,43 @@ namespace dlgs {
 namespace {
 
 using host::Ask;
+using host::kLargestSide;
 using host::OneLine;
+using host::Rect;
+using host::RectProblem;
+using host::Size;
 using host::Text;
 using host::TextResult;
+using host::ToRect;
+using host::ToSize;
+using host::ToText;
 using host::Utf8;
-
-constexpr int kLargest = 16384;  // pixels of a frame, either way
-constexpr int kSmallest = 1;
 
 // --- Rectangles and sizes
 
-struct Rect {
-    int left = 0, top = 0, right = 0, bottom = 0;
-};
-struct Size {
-    int width = 0, height = 0;
-};
-
 /// The string-table id of what is wrong with a rectangle; 0: nothing.
 int Problem(const Rect& rect) {
-    constexpr int kMargin = 3;
-    if (rect.bottom <= kMargin) return 81;
-    if (rect.right <= kMargin) return 82;
-    if (rect.right <= rect.left) return 83;
-    if (rect.bottom <= rect.top) return 84;
+    switch (ProblemOf(rect)) {
+        case RectProblem::kBottomTooSmall:
+            return 81;
+        case RectProblem::kRightTooSmall:
+            return 82;
+        case RectProblem::kNoWidth:
+            return 83;
+        case RectProblem::kNoHeight:
+            return 84;
+        case RectProblem::kNone:
+            break;
+    }
     return 0;
 }
 
-// A crop rectangle is stored as "left,top,right,bottom", a size as "widthxheight", both in pixels.
-std::optional<Rect> ToRect(const std::wstring& text) {
-    Rect r;
-    const bool whole =
-        std::swscanf(text.c_str(), L"%6d,%6d,%6d,%6d", &r.left, &r.top, &r.right, &r.bottom) == 4;
-    if (!whole || r.left < 0 || r.top < 0 || Problem(r)) return {};
-    return r;
-}
-std::optional<Size> ToSize(const std::wstring& text) {
-    Size s;
-    if (std::swscanf(text.c_str(), L"%6dx%6d", &s.width, &s.height) != 2 || s.width < kSmallest ||
-        s.height < kSmallest)
-        return {};
-    return s;
-}
-std::wstring ToText(const Rect& r) {
-    return std::to_wstring(r.left) + L',' + std::to_wstring(r.top) + L',' + std::to_wstring(r.right) + L',' +
-           std::to_wstring(r.bottom);
-}
-std::wstring ToText(const Size& s) { return std::to_wstring(s.width) + L'x' + std::to_wstring(s.height); }
-
 Rect AskRect(Rect rect) {
     for (int tries = 0; tries < 20; ++tries) {
-        rect.left = AskNumber("Left", rect.left, 0, kLargest);
-        rect.top = AskNumber("Top", rect.top, 0, kLargest);
-        rect.right = AskNumber("Right", rect.right, 0, kLargest);
-        rect.bottom = AskNumber("Bottom", rect.bottom, 0, kLargest);
+        rect.left = AskNumber("Left", rect.left, 0, kLargestSide);
+        rect.top = AskNumber("Top", rect.top, 0, kLargestSide);
+        rect.right = AskNumber("Right", rect.right, 0, kLargestSide);
+        rect.bottom = AskNumber("Bottom", rect.bottom, 0, kLargestSide);
         const int problem = Problem(rect);
         if (!problem) return rect;
         Say("  " + Message(problem));
@@ -99,8 +82,8 @@ std::optional<Size> SourceSize(IProperty* node) {
     Size size;
     std::memcpy(&size.width, type->pbFormat + kWidth, sizeof size.width);
     std::memcpy(&size.height, type->pbFormat + kHeight, sizeof size.height);
-    if (size.height < 0) size.height = -std::max(size.height, -kLargest);  // stored from the top down
-    if (size.width < kSmallest || size.width > kLargest || size.height < kSmallest || size.height > kLargest)
+    if (size.height < 0) size.height = -std::max(size.height, -kLargestSide);  // stored from the top down
+    if (size.width < 1 || size.width > kLargestSide || size.height < 1 || size.height > kLargestSide)
         return {};
     return size;
 }
@@ -113,8 +96,8 @@ bool EditSize(Changes& changes, IProperty* node, const std::string& question, st
         return false;
     }
     Size size = old ? *old : source.value_or(Size{720, 576});
-    size.width = AskNumber("Width", size.width, kSmallest, kLargest);
-    size.height = AskNumber("Height", size.height, kSmallest, kLargest);
+    size.width = AskNumber("Width", size.width, 1, kLargestSide);
+    size.height = AskNumber("Height", size.height, 1, kLargestSide);
     changes.Put(node, Value::Of(ToText(size)));
     return true;
 }
@@ -220,10 +203,7 @@ void EditFont(IProperty* node, Changes& changes) {
 }
 
 std::string NotAColor(const std::wstring& text) {
-    const auto digit = [](wchar_t c) { return c < 0x80 && std::iswxdigit(wint_t(c)); };
-    const bool good = text.size() == 8 && text[0] == L'0' && (text[1] == L'x' || text[1] == L'X') &&
-                      std::all_of(text.begin() + 2, text.end(), digit);
-    return good ? "" : "A colour is written 0xRRGGBB.";
+    return host::IsColour(text) ? "" : "A colour is written 0xRRGGBB.";
 }
 std::string NoColorOrBad(const std::wstring& text) { return text.empty() ? "" : NotAColor(text); }
 

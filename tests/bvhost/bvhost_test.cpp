@@ -296,7 +296,9 @@ TEST_F(BvhostTest, SaysWhatIsWrongInOneLine) {
         {"job --set Mod=Single", 1, "bvhost: there is no setting \"Mod\", did you mean \"Mode\"?\n"},
         {"job --set Mode=Singel", 1, "the choices are \"Single\", \"Multiply\", did you mean \"Single\"?\n"},
         {"job --set OutputFileFormat=AVJ", 1, "did you mean \"AVI\"?\n"},
-        {"job --set SplitLength=many", 1, "this setting takes a 32-bit number\n"},
+        {"job --set SplitLength=many", 1,
+         "this setting takes a whole number from 0 to 2147483647, "
+         "and behind a blank its unit: s, ms, frm\n"},
         {"job --set Output=1", 1, "this is a group, it has no value\n"},
         {"job --set Mode", 1, "--set takes NAME=VALUE"},
         {"show " + wide, 1, "bvhost: there is no setting \"xxx"},
@@ -315,6 +317,59 @@ TEST_F(BvhostTest, SaysWhatIsWrongInOneLine) {
         {"expand --set FORMAT=1 x", 1, "bvhost: there is no setting \"FORMAT\""},
     });
     EXPECT_FALSE(fs::exists(Folder() / "none.xml"));
+}
+
+TEST_F(BvhostTest, TakesAndRefusesValuesByWhatTheSettingIs) {
+    const char* const whole = "this setting takes a whole number from ";
+    const char* const size = "this setting takes <source> or pixels from 1x1 to 16384x16384";
+    const char* const crop = "this setting takes <none> or the pixels \"left,top,right,bottom\"";
+    const char* const colour = "this setting takes a colour, 0xRRGGBB";
+    const char* const font = "this setting takes a font, such as \"FONT=";
+    const struct {
+        const char* setting;
+        const char* shown;  // null: refused
+        const char* takes = "";
+    } cases[] = {
+        {"VideoBitrate=1500", "VideoBitrate = 1500 kbit/s\n"},
+        {"VideoBitrate=1.5", nullptr, whole},
+        {"VideoBitrate=", nullptr, whole},
+        {"VideoBitrate=12x", nullptr, whole},
+        {"VideoBitrate=99999999999", nullptr, whole},
+        {"Mode=2", "Mode = Multiply\n"},
+        {"Mode=", nullptr, "the choices are \"Single\", \"Multiply\"\n"},
+        {"Mode=7", nullptr, "the choices are \"Single\", \"Multiply\"\n"},
+        {"FrameRate=15.5", nullptr, "the choices are \"15 fps"},
+        {"OutputFileFormat=", nullptr, "the choices are \"AVI\""},
+        {"Overwrite=off", "Overwrite = off\n"},
+        {"Overwrite=1", "Overwrite = on\n"},
+        {"Overwrite=7", nullptr, "this setting is \"on\" or \"off\"\n"},
+        {"Overwrite=", nullptr, "this setting is \"on\" or \"off\"\n"},
+        {"Size=640x360", "Size = 640x360\n"},
+        {"\"Size=<source>\"", "Size = <source>\n"},
+        {"Size=-5x99999999", nullptr, size},
+        {"Size=640x360p", nullptr, size},
+        {"Size=0x0", nullptr, size},
+        {"WaterMarkLogoImageSize=big", nullptr, size},
+        {"Crop=0,0,640,480", "Crop = 0,0,640,480\n"},
+        {"Crop=rubbish", nullptr, crop},
+        {"Crop=640,0,20,480", nullptr, crop},
+        {"Crop=0,0,640", nullptr, crop},
+        {"WaterMarkTextColor=0xff8000", "WaterMarkTextColor = 0xff8000\n"},
+        {"WaterMarkTextColor=red", nullptr, colour},
+        {"WaterMarkTextColor=", nullptr, colour},
+        {"WatermarkTransparentColor=", "WatermarkTransparentColor =\n"},
+        {"WatermarkTransparentColor=red", nullptr, "such as 0xFF0000 for red, or nothing\n"},
+        {"\"WaterMarkTextFont=FONT=Arial;SIZE=12;\"", "WaterMarkTextFont = FONT=Arial;SIZE=12;"},
+        {"WaterMarkTextFont=Arial", nullptr, font},
+        {"OutputMediaName=", "OutputMediaName =\n"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.setting);
+        const Outcome outcome = Run(std::string("job --set ") + c.setting);
+        EXPECT_EQ(outcome.exit_code, c.shown ? 0 : 1);
+        EXPECT_THAT(outcome.text, HasSubstr(c.shown ? c.shown : c.takes));
+        EXPECT_EQ(outcome.text.starts_with("bvhost: "), !c.shown);
+    }
 }
 
 TEST_F(BvhostTest, UnderstandsOrSaysWhatWasMeant) {

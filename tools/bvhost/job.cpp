@@ -8,6 +8,7 @@
 #include "cuts.h"
 #include "paths.h"
 #include "server.h"
+#include "typed_value.h"
 
 namespace host {
 namespace {
@@ -102,43 +103,7 @@ Effects Compare(const NodeView& before, const NodeView& after) {
     return effects;
 }
 
-// --- What a typed text means for a node
-
-/// A format has a name of its own beside the label of its choice.
-std::wstring FormatName(const NodeView::Choice& choice, std::wstring* extension = nullptr) {
-    TextResult name, with_dot;
-    const auto format = Ask<IOutputFormatInfo>(choice.value.object());
-    if (!format || FAILED(format->GetFormatInfo(name.Put(), with_dot.Put()))) return {};
-    if (extension) *extension = with_dot.Get();
-    return name.Get();
-}
-
-std::optional<Value> LabelledValue(const NodeView& node, const std::wstring& text) {
-    for (const auto& choice : node.choices)
-        if (SameName(choice.label, text)) return choice.value;
-    for (const auto& choice : node.choices)
-        if (std::wstring extension;
-            SameName(FormatName(choice, &extension), text) || SameName(extension, text))
-            return choice.value;
-    return {};
-}
-
-std::optional<Value> TypedValue(const NodeView& node, const std::wstring& text) {
-    if (auto value = LabelledValue(node, text)) return value;
-    if (node.value.object()) return {};
-    std::wstring typed = text;
-    if (node.style & kCheckBox) {
-        for (const wchar_t* yes : {L"on", L"yes", L"true"})
-            if (SameName(text, yes)) typed = L"1";
-        for (const wchar_t* no : {L"off", L"no", L"false"})
-            if (SameName(text, no)) typed = L"0";
-    }
-    const Value value = Value::Of(typed);
-    if (node.value.kind() == VT_EMPTY || node.value.kind() == VT_BSTR) return value;
-    Value converted;
-    if (FAILED(value.ChangeTo(node.value.kind(), &converted))) return {};
-    return converted;
-}
+// --- Values and nodes
 
 void PutValue(const NodeView& node, const Value& value, const std::string& what) {
     ForgetErrors();
@@ -316,20 +281,7 @@ Effects Job::Set(const std::wstring& name, const std::wstring& text) {
         unit = LabelledValue(*node.unit, text.substr(blank + 1));
         if (unit) value = TypedValue(node, text.substr(0, blank));
     }
-    if (!value) {
-        std::vector<std::wstring> labels;
-        std::string all;
-        for (const auto& choice : node.choices) {
-            labels.push_back(choice.label);
-            all += (all.empty() ? "" : ", ") + Quoted(choice.label);
-            const std::wstring also = FormatName(choice);
-            if (also.empty() || also == choice.label) continue;
-            labels.push_back(also);
-            all += " (" + OneLine(Utf8(also)) + ')';
-        }
-        if (!labels.empty()) throw Problem(what + ": the choices are " + all + Suggestion(text, labels));
-        throw Problem(what + ": this setting takes a " + KindName(node.value.kind()));
-    }
+    if (!value) throw Problem(what + ": " + WhatItTakes(node, text));
     PutValue(node, *value, what);
     if (unit) PutValue(*node.unit, *unit, what);
     return Compare(before, View());

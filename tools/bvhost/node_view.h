@@ -10,7 +10,7 @@
 namespace host {
 
 /// Bits of the style word that this host acts on.
-inline constexpr LONG kCheckBox = 0x20;
+inline constexpr LONG kFromList = 4, kCheckBox = 0x20, kNotNegative = 0x80000;
 
 struct NodeView {
     struct Choice {

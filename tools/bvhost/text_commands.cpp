@@ -8,6 +8,7 @@
 #include "server.h"
 #include "terminal.h"
 #include "text.h"
+#include "value_forms.h"
 
 namespace host {
 namespace {
@@ -106,21 +107,6 @@ bool ShowNumber(const char* title, LONG& number, LONG usual, bool is_flag) {
     return given;
 }
 
-std::vector<std::wstring> UnknownItems(const std::wstring& text) {
-    std::vector<std::wstring> unknown;
-    for (size_t begin = 0; begin < text.size();) {
-        const size_t end = std::min(text.find(L';', begin), text.size());
-        const std::wstring item = text.substr(begin, end - begin);
-        const size_t equals = item.find(L'=');
-        bool known = item.empty();
-        for (const wchar_t* key : {L"FONT", L"STYLE", L"CHARSET", L"SIZE", L"U", L"S"})
-            known = known || (equals != item.npos && SameName(item.substr(0, equals), key));
-        if (!known) unknown.push_back(item);
-        begin = end + 1;
-    }
-    return unknown;
-}
-
 /// text: with the variables of the watermark's text, such as "%sf"; without one the variables are listed.
 /// index: of the output.
 int ExpandText(const JobSource& source, const std::optional<std::wstring>& text, int index) {
@@ -173,7 +159,7 @@ int ShowFont(const std::optional<std::wstring>& text) {
     if (!any_given && Utf8(*text).size() > kMostFontBytes)
         PrintError("note: nothing of the string counts, since it has more than 512 bytes");
     else
-        for (const std::wstring& item : UnknownItems(*text))
+        for (const std::wstring& item : UnknownFontItems(*text))
             PrintError("note: \"" + OneLine(Utf8(item)) + "\" is no item of a font and is left out");
     return kDone;
 }
