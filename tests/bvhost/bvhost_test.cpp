@@ -391,6 +391,74 @@ TEST_F(BvhostTest, UnderstandsOrSaysWhatWasMeant) {
     });
 }
 
+TEST_F(BvhostTest, ReadsAJobThatAnotherXmlToolWroteAnew) {
+    const std::string given = " --duration 3 ", from = "job" + given + "--from ";
+    ASSERT_EQ(
+        Run("job --input " + Clip() + given +
+            "--set Mode=Multiply --set \"OutputMediaName=Tom's & Co.avi\" --output " + File("plain.xml"))
+            .exit_code,
+        0);
+    const std::string plain = ReadAll(Folder() / "plain.xml");
+    // What tools do to a file: a prolog, comments, other quotes and indents, attributes of their own, short ends.
+    std::string anew = plain;
+    const auto replace = [&](const std::string& old, const std::string& by) {
+        for (size_t at = 0; (at = anew.find(old, at)) != anew.npos; at += by.size())
+            anew.replace(at, old.size(), by);
+    };
+    replace(">\n<", ">\n\n    <");
+    replace("<Mode ", "<Mode note=\"a > b\"\n      xml:space='preserve' ");
+    replace("<SplitLength ", "<!-- <Gone>\"' --><?tool <Gone>?><SplitLength ");
+    replace("Tom&apos;s", "T&#111;m&#x27;s");
+    const std::string empty = "type='3'>\n\n    </Exactly>";
+    ASSERT_NE(anew.find(empty), anew.npos);
+    replace(empty, "type='3'/>");
+    const std::string utf8 =
+        "<?xml version=\"1.0\" encoding='utf-8' standalone='yes'?>\n" + anew + "\n<!-- end -->\n";
+    std::string utf16 = "\xFF\xFE";
+    for (const char c : utf8) utf16 += {c, '\0'};
+    for (const std::string& text : {anew, utf8, "\xEF\xBB\xBF" + anew, utf16}) {
+        SCOPED_TRACE(text.substr(0, 20));
+        WriteAll(Folder() / "anew.xml", text);
+        const Outcome outcome = Run(from + File("anew.xml") + " --output " + File("again.xml"));
+        EXPECT_EQ(outcome.exit_code, 0) << outcome.text;
+        EXPECT_EQ(ReadAll(Folder() / "again.xml"), plain);
+    }
+    const Outcome piped = RunBvhost(from + "- --output -", utf8);
+    EXPECT_EQ(piped.exit_code, 0);
+    EXPECT_EQ(piped.text, plain);
+
+    // What isn't settings is told with its line; what is no XML, and what would be looked for elsewhere, is refused.
+    const std::string declared = "<?xml version='1.0'?>\n<!-- c\n -->\n<Main>\n";
+    std::string deep;
+    for (int i = 0; i < 100; ++i) deep += "<a>";
+    for (int i = 0; i < 100; ++i) deep += "</a>";
+    const struct {
+        std::string text;
+        int exit_code;
+        const char* told;
+    } cases[] = {
+        {declared + "<Gone/></Main>", kWarned, "standard input: line 5: there is no setting \"Gone\" here"},
+        {declared + "<Mode value='2' type='x'/></Main>", 1, "standard input: line 5: a type is a number\n"},
+        {declared + "<Mode value='2'/></Main>", 1, "line 5: a value stands with its type, or not at all\n"},
+        {declared + "\n<Mode>2</Mode></Main>", 1, "line 6: text inside of Mode\n"},
+        {declared + "<Mode></Main>", 1, "standard input: this is no well-formed XML\n"},
+        {declared + deep + "</Main>", 1, "elements lie more than 64 deep\n"},
+        {"<?xml version='1.0' encoding='ISO-8859-1'?><Main>\n<G\xDC/></Main>", kWarned,
+         "line 2: there is no setting \"G\xC3\x9C\" here"},
+        {"<?xml version='1.0' encoding='x-none'?><Main/>", 1, "the encoding x-none isn't known here\n"},
+        {"<!DOCTYPE Main [<!ENTITY a SYSTEM 'file:///etc/passwd'>]>\n<Main/>", 1,
+         "line 1: a document type has no place in settings\n"},
+        {std::string(17 << 20, ' '), 1, "standard input: settings have at most 16 MB\n"},
+        {"", 1, "standard input: line 1: here should stand an element\n"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.told);
+        const Outcome outcome = RunBvhost("job --from -", c.text);
+        EXPECT_EQ(outcome.exit_code, c.exit_code);
+        EXPECT_THAT(outcome.text, HasSubstr(c.told));
+    }
+}
+
 TEST_F(BvhostTest, WritesNoJobThatItCouldNotRead) {
     // A node is named as its action is registered.
     const TestKey action(HKEY_CLASSES_ROOT, L"CLSID\\" + TextOf(category::Root) + L"\\" +

@@ -30,7 +30,7 @@ std::optional<MediaInfo> DescribedInput::Info() const {
 }
 
 void JobSource::AddTo(Command* command) {
-    command->Option("--from", "FILE", "A saved job to start from", &from);
+    command->Option("--from", "FILE", "A saved job to start from; \"-\" is standard input", &from);
     command->Option("--input", "FILE", "A media file of the job; may stand several times", &inputs);
     command->Option("--format", "NAME", "The output format to select: AVI, PNG, .mp4", &format);
     command->Option("--set", "NAME=VALUE",
@@ -52,9 +52,11 @@ void JobSource::AddOutputTo(const Command& command, const char* help) {
 std::unique_ptr<Job> JobSource::Open() const {
     auto job = std::make_unique<Job>(described.Info());
     if (!from.empty()) {
-        const std::string name = OneLine(Utf8(from));
+        const bool from_input = from == L"-";
+        const std::string name = from_input ? "standard input" : OneLine(Utf8(from));
         try {
-            for (const std::string& warning : job->Restore(ParseSettings(ReadWhole(ToPath(from)))))
+            const std::string bytes = from_input ? ReadInput() : ReadWhole(ToPath(from));
+            for (const std::string& warning : job->Restore(ParseSettings(bytes)))
                 PrintWarning(name + ": " + warning);
         } catch (const Problem& problem) {
             throw Problem(name + ": " + problem.what());

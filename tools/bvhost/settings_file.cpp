@@ -5,13 +5,14 @@
 #include <fstream>
 
 #include "paths.h"
+#include "settings_xml.h"
 #include "text.h"
 
 namespace host {
 namespace {
 
-constexpr size_t kDeepestElement = 64;
 constexpr size_t kMostBytes = 16 * 1024 * 1024;
+constexpr const char* kTooLong = "settings have at most 16 MB";
 
 class Reader {
 public:
@@ -106,7 +107,7 @@ private:
         const std::string name = ReadName("an element");
         element.name = FromNarrow(name);
         // They are kept by an object that wants the record of a fresh scan before it writes them again.
-        if (name == "DVDEXT") Fail("choices on a DVD can't be kept: this host reads no discs");
+        if (name == "DVDEXT") Fail(kNoDiscs);
 
         std::optional<std::wstring> value, unit;
         std::optional<VARTYPE> value_kind, unit_kind;
@@ -144,13 +145,36 @@ private:
 
 }  // namespace
 
-Element ParseSettings(std::string_view bytes) { return Reader(bytes).Document(); }
+// The rule of the tree's own files comes first: it knows names that XML doesn't, and says what is wrong where.
+Element ParseSettings(std::string_view bytes) {
+    std::string problem;
+    try {
+        return Reader(bytes).Document();
+    } catch (const Problem& own) {
+        problem = own.what();
+    }
+    if (auto element = ReadXml(bytes)) return *std::move(element);
+    for (const char* foreign : {"<?", "<!", "\xEF\xBB\xBF", "\xFF\xFE", "\xFE\xFF"})
+        if (bytes.starts_with(foreign)) throw Problem("this is no well-formed XML");
+    throw Problem(problem);
+}
+
+std::string ReadWhole(std::FILE* stream) {
+    std::string bytes;
+    char part[1 << 16];
+    for (size_t count; (count = std::fread(part, 1, sizeof part, stream)) > 0;) {
+        bytes.append(part, count);
+        if (bytes.size() > kMostBytes) throw Problem(kTooLong);
+    }
+    if (std::ferror(stream)) throw Problem("it can't be read");
+    return bytes;
+}
 
 std::string ReadWhole(const std::filesystem::path& file) {
     std::error_code error;
     if (!std::filesystem::exists(file, error)) throw Problem("there is no such file");
     if (!std::filesystem::is_regular_file(file, error)) throw Problem("this is no file");
-    if (std::filesystem::file_size(file, error) > kMostBytes) throw Problem("settings have at most 16 MB");
+    if (std::filesystem::file_size(file, error) > kMostBytes) throw Problem(kTooLong);
     std::ifstream stream(file, std::ios::binary);
     std::string bytes(std::istreambuf_iterator<char>(stream), {});
     if (!stream.is_open() || stream.bad()) throw Problem("it can't be read");

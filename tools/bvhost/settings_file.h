@@ -1,6 +1,7 @@
 // The settings file: elements, each with the value of one node.
 #pragma once
 
+#include <cstdio>
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -28,11 +29,15 @@ struct Element {
 /// The kind of an object value, whose text is a class id or a label.
 inline constexpr VARTYPE kObjectKind = 72;
 
-/// Reads settings in the system's code page. Throws Problem, with the line, for anything else than such
-/// elements.
+/// What a settings file can't have here.
+inline constexpr const char* kNoDiscs = "choices on a DVD can't be kept: this host reads no discs";
+
+/// Reads settings in the system's code page, as the tree writes them, and what another XML program made of them.
+/// Throws Problem, with the line, for anything else than such elements.
 Element ParseSettings(std::string_view bytes);
 /// The same for a file. At most 16 MB.
 std::string ReadWhole(const std::filesystem::path& file);
+std::string ReadWhole(std::FILE* stream);
 
 /// Calls write for a draft beside the file, which takes the file's place once it is whole: when write throws,
 /// the old file stays. What is no file, such as a device, is written to as it is. Throws Problem.

@@ -28,6 +28,8 @@ void PrintWarning(const std::string& text);
 bool Warned();
 /// The bytes as they are, line ends too.
 void PrintBytes(const std::string& bytes);
+/// All bytes of standard input, as they are. Throws Problem for more than settings have.
+std::string ReadInput();
 /// To be called last: throws Problem when any of the output was lost, as on a full disk.
 void FinishOutput();
 

@@ -8,6 +8,7 @@
 
 #include <bvschema/platform.h>
 
+#include "settings_file.h"
 #include "terminal.h"
 #include "text.h"
 
@@ -43,6 +44,8 @@ size_t TerminalWidth() {
 }
 
 bool PrintToConsole(bool, const std::string&) { return false; }  // a terminal is a file
+
+std::string ReadInput() { return ReadWhole(stdin); }
 
 void PrintBytes(const std::string& bytes) { Print(bytes); }
 

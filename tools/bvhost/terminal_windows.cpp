@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "settings_file.h"
 #include "terminal.h"
 #include "text.h"
 
@@ -58,6 +59,11 @@ bool PrintToConsole(bool error, const std::string& text) {
         if (!WriteConsoleW(output, wide.data() + at, DWORD(count), &done, nullptr)) break;
     }
     return true;
+}
+
+std::string ReadInput() {
+    _setmode(_fileno(stdin), _O_BINARY);
+    return ReadWhole(stdin);
 }
 
 void PrintBytes(const std::string& bytes) {
