@@ -17,7 +17,7 @@ using testing::HasSubstr;
 using testing::Not;
 
 constexpr const char* kAnyScript = "Übung 日本 'a' $x 😀";
-constexpr int kWarned = 3;  // exit codes
+constexpr int kWarned = 3, kCancelled = 4, kNoScreen = 5;  // exit codes
 
 class BvhostTest : public testing::Test {
 protected:
@@ -537,14 +537,41 @@ TEST_F(BvhostTest, ShowsHiddenNodesOnlyWhenAsked) {
         EXPECT_THAT(Run(command + std::string("--help")).text, HasSubstr("Usage: bvhost")) << command;
 }
 
-TEST_F(BvhostTest, PicksByDialog) {
+TEST_F(BvhostTest, PicksByDialogOrSaysWhyNot) {
+    const std::string output = " --output " + File("picked.xml");
+    const std::string no_screen = ": no dialog can be shown: ";
     Check({
-        // without a display each dialog is cancelled
         {"pick Mode", 1, "bvhost: Mode has no dialog\n"},
         {"pick Mod", 1, "bvhost: there is no setting \"Mod\", did you mean \"Mode\"?\n"},
-        {"pick DestinationPath", 0, "DestinationPath: cancelled, or no dialog could be shown\n"},
-        {"pick OutputMediaName --output -", 0, "<Main>\n"},
+        {"pick DestinationPath" + output, kNoScreen, "bvhost: DestinationPath" + no_screen},
+        {"pick WaterMarkSrcImage" + output, kNoScreen, "bvhost: WaterMarkSrcImage" + no_screen},
+        {"pick OutputMediaName --output -", kNoScreen, "bvhost: OutputMediaName" + no_screen},
     });
+    EXPECT_FALSE(fs::exists(Folder() / "picked.xml"));
+    if (!kInFull) return;
+    // Dialog programs of a desktop, one for each thing that a person does.
+    const struct {
+        const char* program;
+        int exit_code;
+        const char* told;
+    } people[] = {
+        {"exit 1", kCancelled, "bvhost: OutputMediaName: cancelled, nothing was changed\n"},
+        {"echo /tmp/chosen.avi", 0, "OutputMediaName: (empty) -> /tmp/chosen.avi\n"},
+    };
+    const fs::path programs = TempFolder() / "programs";
+    fs::create_directory(programs);
+    for (const auto& person : people) {
+        WriteAll(programs / "zenity", std::string("#!/bin/sh\n") + person.program + '\n');
+        fs::permissions(programs / "zenity", fs::perms::owner_all);
+        const Outcome outcome =
+            Run("pick OutputMediaName" + output, "DISPLAY=:1 PATH='" + programs.string() + "' ");
+        EXPECT_EQ(outcome.exit_code, person.exit_code);
+        EXPECT_THAT(outcome.text, HasSubstr(person.told));
+        EXPECT_EQ(fs::exists(Folder() / "picked.xml"), person.exit_code == 0);
+    }
+    const Outcome none = Run("pick OutputMediaName", "DISPLAY=:1 PATH=/none ");
+    EXPECT_EQ(none.exit_code, kNoScreen);
+    EXPECT_THAT(none.text, HasSubstr("neither zenity nor kdialog is installed\n"));
 }
 
 TEST_F(BvhostTest, ExpandsTextsAndReadsFonts) {

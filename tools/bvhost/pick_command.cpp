@@ -1,5 +1,7 @@
 // Dialogs and editors: the ways in which a person sets a value without typing it.
+#include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <map>
 
 #include "commands.h"
@@ -33,6 +35,26 @@ std::string NameOf(IProperty* node) {
     return SUCCEEDED(node->get_Name(name.Put())) ? OneLine(Utf8(name.Get())) : "?";
 }
 
+/// Says why: a library that isn't there, no screen, or a person who didn't want to. The exit code.
+int NothingPicked(const NodeView& node) {
+    const CLSID with_editor[] = {bv::clsid::PropertyCrop,
+                                 bv::clsid::PropertySize,
+                                 bv::clsid::PropertyFilters,
+                                 bv::clsid::PropertyWatermark,
+                                 bv::clsid::PropertyWatermarkText,
+                                 bv::clsid::PropertyWatermarkFont,
+                                 bv::clsid::PropertyWatermarkImageSize};
+    const std::string name = NameOf(node.node.get());
+    if (std::find(std::begin(with_editor), std::end(with_editor), node.cls) != std::end(with_editor))
+        throw Problem(name + ": the library of editors can't be loaded");
+    if (const std::string problem = WhyNoScreen(); !problem.empty()) {
+        PrintError(name + ": no dialog can be shown: " + problem);
+        return kNoScreen;
+    }
+    PrintError(name + ": cancelled, nothing was changed");
+    return kCancelled;
+}
+
 /// Shows the dialog or editor of a node and prints what it changed.
 int PickValue(const JobSource& source, const std::wstring& name) {
     const auto opened = source.OpenAndSet();
@@ -43,8 +65,10 @@ int PickValue(const JobSource& source, const std::wstring& name) {
     std::fflush(stdout);  // an editor may write there too
     ForgetErrors();
     const HRESULT status = node.node->ShowDialog();
-    if (status == E_NOTIMPL) throw Problem(OneLine(Utf8(node.name)) + " has no dialog");
-    if (FAILED(status)) throw Problem(OneLine(Utf8(node.name)) + ": " + Reason(status));
+    const std::string shown_name = NameOf(node.node.get());
+    if (status == E_NOTIMPL) throw Problem(shown_name + " has no dialog");
+    if (FAILED(status)) throw Problem(shown_name + ": " + Reason(status));
+    if (status != S_OK) return NothingPicked(node);
 
     const NodeView changed = Look(node.node.get());
     CollectValues(changed, &after);
@@ -57,9 +81,7 @@ int PickValue(const JobSource& source, const std::wstring& name) {
         ++changes;
         if (!quiet) Print(NameOf(at) + ": " + (old == was.end() ? "" : old->second + " -> ") + value + '\n');
     }
-    if (changes == 0 && !quiet)
-        Print(NameOf(node.node.get()) +
-              (status == S_OK ? ": nothing was changed\n" : ": cancelled, or no dialog could be shown\n"));
+    if (changes == 0 && !quiet) Print(shown_name + ": nothing was changed\n");
     WriteJob(&job, source.output);
     return kDone;
 }

@@ -14,6 +14,8 @@ std::vector<std::string> Arguments(int argc, char** argv);
 void StartTerminal();
 /// Whether colours are wanted: standard output is a terminal and NO_COLOR isn't set.
 bool HasColours();
+/// Why no dialog can be shown here; empty: one can.
+std::string WhyNoScreen();
 /// Columns to fill; a file or a pipe has many.
 inline constexpr size_t kNoTerminal = 160;
 size_t TerminalWidth();

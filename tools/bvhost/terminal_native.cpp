@@ -2,8 +2,10 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 #include <tuple>
 
 #include <bvschema/platform.h>
@@ -36,6 +38,23 @@ void StartTerminal() {
 bool HasColours() {
     const char* kind = std::getenv("TERM");
     return isatty(STDOUT_FILENO) && !std::getenv("NO_COLOR") && kind && std::strcmp(kind, "dumb") != 0;
+}
+
+std::string WhyNoScreen() {
+    const auto set = [](const char* name) {
+        const char* value = std::getenv(name);
+        return value && *value;
+    };
+    if (!set("DISPLAY") && !set("WAYLAND_DISPLAY")) return "there is no display: DISPLAY isn't set";
+    const char* const path = std::getenv("PATH");
+    std::string_view rest = path ? path : "";
+    while (!rest.empty()) {
+        const std::string folder(rest.substr(0, rest.find(':')));
+        for (const char* program : {"/zenity", "/kdialog"})
+            if (!folder.empty() && access((folder + program).c_str(), X_OK) == 0) return {};
+        rest.remove_prefix(std::min(folder.size() + 1, rest.size()));
+    }
+    return "neither zenity nor kdialog is installed";
 }
 
 size_t TerminalWidth() {

@@ -40,6 +40,19 @@ void StartTerminal() {
 
 bool HasColours() { return is_console && !std::getenv("NO_COLOR"); }
 
+std::string WhyNoScreen() {
+    constexpr const char* kNone = "this session shows no windows";
+    USEROBJECTFLAGS flags = {};
+    const BOOL told =
+        GetUserObjectInformationW(GetProcessWindowStation(), UOI_FLAGS, &flags, sizeof flags, nullptr);
+    if (told && !(flags.dwFlags & WSF_VISIBLE)) return kNone;
+    const HWND window = CreateWindowExW(0, L"STATIC", L"", WS_POPUP, 0, 0, 1, 1, nullptr, nullptr,
+                                        GetModuleHandleW(nullptr), nullptr);
+    if (!window) return kNone;
+    DestroyWindow(window);
+    return {};
+}
+
 size_t TerminalWidth() {
     CONSOLE_SCREEN_BUFFER_INFO info = {};
     if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &info)) return kNoTerminal;
