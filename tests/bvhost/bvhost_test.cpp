@@ -537,6 +537,77 @@ TEST_F(BvhostTest, ShowsHiddenNodesOnlyWhenAsked) {
         EXPECT_THAT(Run(command + std::string("--help")).text, HasSubstr("Usage: bvhost")) << command;
 }
 
+size_t WidestLine(const std::string& utf8) {
+    size_t widest = 0, columns = 0;
+    for (const char c : utf8) {
+        if (c == '\n' || c == '\r')
+            columns = 0;
+        else if ((c & 0xC0) != 0x80)
+            widest = std::max(widest, ++columns);
+    }
+    return widest;
+}
+
+TEST_F(BvhostTest, FitsTheTreeIntoTheTerminalAndLeavesItWholeInAPipe) {
+    const std::string tree = "tree --all --duration 3 --input " + Clip() +
+                             " --set \"OutputMediaName=/a/very/long/path/to/some/result.avi\"";
+    const Outcome whole = Run(tree);
+    EXPECT_GT(WidestLine(whole.text), 160u);
+    EXPECT_EQ(whole.text.find("…"), std::string::npos);
+    EXPECT_THAT(whole.text, HasSubstr("FONT=Tahoma;STYLE=Regular;SIZE=10;U=OFF;S=OFF;CHARSET=Default;\n"));
+    EXPECT_THAT(whole.text, HasSubstr("  [25.00 fps (PAL)]  29.97 fps (NTSC)"));
+    const auto lines = std::count(whole.text.begin(), whole.text.end(), '\n');
+    for (const size_t width : {60, 80, 100, 120, 200}) {
+        SCOPED_TRACE(width);
+        const Outcome fitted = Run(tree + " --width " + std::to_string(width));
+        EXPECT_EQ(fitted.exit_code, 0);
+        EXPECT_LE(WidestLine(fitted.text), width);
+        EXPECT_GT(WidestLine(fitted.text), width - 10) << "the room is used";
+        EXPECT_EQ(std::count(fitted.text.begin(), fitted.text.end(), '\n'), lines);
+        for (const char* part :
+             {"OutputFileFormat", "OutputMediaName", "SplitLength", "result.avi", "hidden", "clip.mp4\n"})
+            EXPECT_THAT(fitted.text, HasSubstr(part));
+        EXPECT_EQ(fitted.text.find("WaterMarkBackgroundMode  ") != std::string::npos, width >= 80);
+        EXPECT_EQ(fitted.text.find("TITLE") != std::string::npos, width >= 120);
+    }
+    if (kInFull) {
+        const std::string bvhost = (BinFolder() / "bvhost").string();
+        for (const char* command : {"tree", "job --help", "--help"}) {
+            SCOPED_TRACE(command);
+            std::system(("NO_COLOR=1 script -qec \"stty cols 60; '" + bvhost + "' " + command + "\" '" +
+                         (TempFolder() / "screen.txt").string() + "' >/dev/null </dev/null")
+                            .c_str());
+            std::string screen = ReadAll(TempFolder() / "screen.txt");
+            screen = screen.substr(screen.find('\n') + 1);  // the recorder's own first and last lines
+            screen = screen.substr(0, screen.rfind("Script done"));
+            EXPECT_THAT(screen, HasSubstr(command[0] == 't' ? "OutputFileFormat" : "Usage: bvhost"));
+            EXPECT_LE(WidestLine(screen), 60u);
+        }
+    }
+}
+
+TEST_F(BvhostTest, ShowsTheAskedPartOfATree) {
+    EXPECT_EQ(Run("tree --depth 1").text,
+              "TITLE                NAME              VALUE  CHOICES AND FLAGS\n"
+              "Main                 Main\n"
+              "├─ OutputFileFormat  OutputFileFormat  AVI    [AVI]  MP4  Picture\n"
+              "└─ Common            Common\n");
+    const std::string found = Run("tree --find MULTIPLY").text;  // a choice
+    EXPECT_THAT(found, HasSubstr("└─ Common"));
+    EXPECT_THAT(found, HasSubstr("[Single]  Multiply\n"));
+    EXPECT_EQ(std::count(found.begin(), found.end(), '\n'), 5) << found;
+    EXPECT_THAT(Run("tree --find clip.mp4 --duration 3 --input " + Clip()).text,
+                HasSubstr("PathToMediaFile"));
+    EXPECT_THAT(Run("tree --json --find Overwrite").text, Not(HasSubstr("OutputFileFormat")));
+    Check({
+        {"tree --all --find exactly", 0, "Exactly"},
+        {"tree --find exactly", 1, "; hidden ones have: --all shows them\n"},
+        {"tree --find xyzzy", 1, "bvhost: no setting has \"xyzzy\" in its title, name, value or choices\n"},
+        {"tree --depth -1", 1, "bvhost: --depth is a number of levels, from 0\n"},
+        {"tree --width 20", 1, "bvhost: --width is a number of columns, from 60\n"},
+    });
+}
+
 TEST_F(BvhostTest, PicksByDialogOrSaysWhyNot) {
     const std::string output = " --output " + File("picked.xml");
     const std::string no_screen = ": no dialog can be shown: ";

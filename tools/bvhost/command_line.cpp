@@ -65,6 +65,35 @@ CLI::callback_t NumberTo(Value* value) {
     };
 }
 
+/// The help, in lines that fit the terminal.
+class Help : public CLI::Formatter {
+public:
+    Help() { column_width(width_ < 80 ? 24 : 34); }
+
+    std::string make_description(const CLI::App* app) const override {
+        return InLines(CLI::Formatter::make_description(app), width_) + '\n';
+    }
+    std::string make_option_desc(const CLI::Option* option) const override {
+        return InLines(CLI::Formatter::make_option_desc(option), width_ - get_column_width());
+    }
+    std::string make_subcommand(const CLI::App* app) const override {
+        std::ostringstream out;
+        CLI::detail::format_help(out, app->get_name(),
+                                 InLines(app->get_description(), width_ - get_column_width()),
+                                 get_column_width());
+        return out.str();
+    }
+
+private:
+    static std::string InLines(const std::string& text, size_t columns) {
+        std::string lines;
+        for (const std::string& line : Wrapped(text, columns)) lines += (lines.empty() ? "" : "\n") + line;
+        return lines;
+    }
+
+    const size_t width_ = std::clamp<size_t>(TerminalWidth(), 60, 100);
+};
+
 }  // namespace
 
 Command Command::Add(const char* name, const char* help) const {
@@ -111,6 +140,10 @@ void Command::Option(const char* name, const char* type, const char* help, int* 
     InGroup(app_->add_option(name, NumberTo<int>(value), help)->type_name(type));
 }
 
+void Command::Option(const char* name, const char* type, const char* help, std::optional<int>* value) const {
+    InGroup(app_->add_option(name, NumberTo<int>(value), help)->type_name(type));
+}
+
 void Command::Option(const char* name, const char* type, const char* help,
                      std::optional<double>* value) const {
     const auto refuse = [](const std::string& text) {
@@ -141,7 +174,8 @@ void Command::Flag(const char* name, const char* help, bool* value) const {
 CommandLine::CommandLine()
     : app_(std::make_unique<CLI::App>(
           "The settings of a video conversion job: shown, changed, written, read again.", "bvhost")) {
-    app_->get_formatter()->column_width(34);
+    app_->formatter(std::make_shared<Help>());
+    app_->set_help_flag("-h,--help", "Shows this help and ends");
     app_->set_version_flag("--version", std::string("bvhost ") + BV_VERSION, "Shows the version and ends");
     app_->allow_extras();  // they are told of here, with what may have been meant
 }

@@ -38,6 +38,7 @@ public:
     void Option(const char* name, const char* type, const char* help,
                 std::optional<std::wstring>* value) const;
     void Option(const char* name, const char* type, const char* help, int* value) const;
+    void Option(const char* name, const char* type, const char* help, std::optional<int>* value) const;
     /// Seconds, from 0 to a million.
     void Option(const char* name, const char* type, const char* help, std::optional<double>* value) const;
     /// May stand several times, each time with one value.

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <utility>
 
+#include "terminal.h"
 #include "text.h"
 
 namespace host {
@@ -21,6 +23,8 @@ std::string Line(const std::wstring& text) { return OneLine(Utf8(text)); }
 // --- The tree as a table
 
 struct Row {
+    size_t level;        // below the root
+    std::string branch;  // what is drawn before the title, three columns for each level
     std::string title, name, value;
     const NodeView* node;
 };
@@ -35,8 +39,8 @@ std::string ValueText(const NodeView& node) {
 bool Skipped(const NodeView& node, const TreeStyle& style) { return node.hidden && !style.all; }
 
 void AddRows(const NodeView& node, const std::string& branch, const std::string& below,
-             const TreeStyle& style, std::vector<Row>* rows) {
-    rows->push_back({branch + Line(node.Label()), Line(node.name), ValueText(node), &node});
+             const TreeStyle& style, size_t level, std::vector<Row>* rows) {
+    rows->push_back({level, branch, Line(node.Label()), Line(node.name), ValueText(node), &node});
     // A node that is only there to hold the settings of a choice is told by the choice itself.
     std::vector<const NodeView*> children;
     const auto take = [&](const NodeView& child) {
@@ -51,7 +55,8 @@ void AddRows(const NodeView& node, const std::string& branch, const std::string&
     for (const NodeView& child : node.children) take(child);
     for (const NodeView* child : children) {
         const bool last = child == children.back();
-        AddRows(*child, below + (last ? "└─ " : "├─ "), below + (last ? "   " : "│  "), style, rows);
+        AddRows(*child, below + (last ? "└─ " : "├─ "), below + (last ? "   " : "│  "), style, level + 1,
+                rows);
     }
 }
 
@@ -79,6 +84,9 @@ std::string LastColumn(const NodeView& node, const TreeStyle& style, size_t colu
     }
     std::string text;
     size_t used = 0;
+    // One that doesn't fit isn't worth its beginning: the value stands beside it.
+    if (!pieces.empty() && Columns(pieces[0].text) + (pieces.size() > 1 ? 4 : 0) > columns)
+        return CutEnd(std::to_string(node.choices.size()) + " choices", columns);
     for (size_t i = 0; i < pieces.size(); ++i) {
         const size_t more = i + 1 < pieces.size() ? 4 : 0;  // for how many are left out
         if (i > 0 && used + 2 + Columns(pieces[i].text) + more > columns)
@@ -89,31 +97,106 @@ std::string LastColumn(const NodeView& node, const TreeStyle& style, size_t colu
     return text;
 }
 
+// --- How wide the columns are
+
+constexpr size_t kGap = 2;
+constexpr size_t kChoices = 20;  // the least that is of use
+
+struct Layout {
+    bool titles;      // a column of their own; else the tree is made of the names
+    size_t step;      // columns for each level
+    size_t tree = 0;  // what the tree is made of, with its branches
+    size_t name = 0;  // 0: no column
+    size_t value = 0;
+    size_t choices = 0;
+    bool cut = true;
+};
+
+/// The branch with that many columns for each level: 3 as it is, 2 without the line before the text.
+std::string Branch(const Row& row, size_t step) {
+    if (step == 3) return row.branch;
+    std::string branch;
+    size_t column = 0;
+    for (size_t at = 0; at < row.branch.size(); ++at) {
+        const bool begins = (row.branch[at] & 0xC0) != 0x80;
+        if (begins) ++column;
+        if (column % 3 != 2) branch += row.branch[at];
+    }
+    return branch;
+}
+
+Layout WithTitles(const std::vector<Row>& rows, size_t step, size_t widest_value) {
+    Layout layout = {.titles = true, .step = step};
+    layout.tree = 5;
+    layout.name = 4;
+    layout.value = 5;
+    for (const Row& row : rows) {
+        layout.tree = std::max(layout.tree, row.level * step + Columns(row.title));
+        layout.name = std::max(layout.name, Columns(row.name));
+        layout.value = std::max(layout.value, std::min(widest_value, Columns(row.value)));
+    }
+    return layout;
+}
+
+Layout LayoutFor(const std::vector<Row>& rows, size_t width) {
+    constexpr size_t kLeast = 40, kWide = 30, kShort = 20;
+    Layout layout = WithTitles(rows, 3, kWide);
+    if (width >= kNoTerminal) {
+        constexpr size_t kWidestTitle = 48, kWidestName = 32;  // what is longer moves its own line alone
+        layout.tree = std::min(layout.tree, kWidestTitle);
+        layout.name = std::min(layout.name, kWidestName);
+        layout.choices = kNoTerminal;
+        layout.cut = false;
+        return layout;
+    }
+    for (const auto& [step, value] : {std::pair(3, kWide), std::pair(3, kShort), std::pair(2, kShort)}) {
+        layout = WithTitles(rows, size_t(step), value);
+        const size_t used = layout.tree + layout.name + layout.value + 3 * kGap;
+        if (used + kChoices > width) continue;
+        layout.choices = width - used;
+        return layout;
+    }
+    const size_t room = std::max(width, kLeast) - 2 * kGap;
+    size_t names = 4, values = 5;
+    for (const Row& row : rows) {
+        names = std::max(names, row.level * 2 + Columns(row.name));
+        values = std::max(values, Columns(row.value));
+    }
+    layout = {.titles = false, .step = 2};
+    layout.tree = std::min(names, room * 55 / 100);
+    layout.value = std::min({values, kWide, room * 27 / 100});
+    layout.choices = room - layout.tree - layout.value;
+    return layout;
+}
+
 }  // namespace
 
 std::string TreeText(const std::vector<const NodeView*>& roots, const TreeStyle& style) {
-    constexpr size_t kWidestTitle = 48, kWidestName = 32;
-    const size_t widest_value = style.width < 120 ? 20 : 30;
     std::vector<Row> rows;
-    for (const NodeView* root : roots) AddRows(*root, "", "", style, &rows);
-    size_t title = 5, name = 4, value = 5;
+    for (const NodeView* root : roots) AddRows(*root, "", "", style, 0, &rows);
+    const Layout layout = LayoutFor(rows, style.width);
+    const std::string gap(kGap, ' ');
+    std::string heading = Padded(layout.titles ? "TITLE" : "NAME", layout.tree) + gap;
+    if (layout.titles) heading += Padded("NAME", layout.name) + gap;
+    heading +=
+        Padded("VALUE", layout.value) + gap + (layout.choices < kChoices ? "CHOICES" : "CHOICES AND FLAGS");
+    std::string text = Coloured(heading, kDim, style) + '\n';
     for (const Row& row : rows) {
-        title = std::max(title, std::min(kWidestTitle, Columns(row.title)));
-        name = std::max(name, std::min(kWidestName, Columns(row.name)));
-        value = std::max(value, std::min(widest_value, Columns(row.value)));
-    }
-    const size_t before = title + name + value + 6;
-    const size_t rest = style.width > before + 20 ? style.width - before : 20;
-
-    std::string text = Coloured(Padded("TITLE", title + 2) + Padded("NAME", name + 2) +
-                                    Padded("VALUE", value + 2) + "CHOICES AND FLAGS",
-                                kDim, style) +
-                       '\n';
-    for (const Row& row : rows) {
-        std::string line = Padded(CutEnd(row.title, title), title) + "  " +
-                           Coloured(Padded(CutEnd(row.name, name), name), kDim, style) + "  " +
-                           Coloured(Padded(CutFront(row.value, value), value), kBold, style) + "  " +
-                           LastColumn(*row.node, style, rest);
+        const std::string branch = Branch(row, layout.step);
+        const size_t used = std::min(Columns(branch), layout.tree);
+        std::string label = layout.titles ? row.title : row.name, value = row.value;
+        if (layout.cut) {
+            // Names that begin alike, as those of one group do, differ at their end.
+            const size_t room = std::max<size_t>(layout.tree - used, 4);
+            if (Columns(label) > room)
+                label = CutEnd(label, room / 2) + CutFront(label, room - room / 2 + 1).substr(3);
+            value = value.find_first_of("/\\") == value.npos ? CutEnd(value, layout.value)
+                                                             : CutFront(value, layout.value);
+        }
+        std::string line = Padded(branch + label, layout.tree) + gap;
+        if (layout.titles) line += Coloured(Padded(row.name, layout.name), kDim, style) + gap;
+        line += Coloured(Padded(value, layout.value), kBold, style) + gap +
+                LastColumn(*row.node, style, layout.choices);
         line.erase(line.find_last_not_of(' ') + 1);
         text += line + '\n';
     }

@@ -12,10 +12,11 @@ namespace host {
 struct TreeStyle {
     bool all = false;  // hidden nodes too
     bool colours = false;
-    size_t width = 120;  // columns; longer lists of choices are cut
+    size_t width = 120;  // columns to fit into; kNoTerminal: nothing is cut
 };
 
-/// Several trees as one table: title, name, value, choices.
+/// Several trees as one table: title, name, value, choices. Where there is no room for the titles the tree is
+/// made of the names, which are what --set takes; then what is long is cut, names in their middle.
 std::string TreeText(const std::vector<const NodeView*>& roots, const TreeStyle& style);
 
 /// One node, with all that it says of itself.

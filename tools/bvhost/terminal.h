@@ -16,8 +16,8 @@ void StartTerminal();
 bool HasColours();
 /// Why no dialog can be shown here; empty: one can.
 std::string WhyNoScreen();
-/// Columns to fill; a file or a pipe has many.
-inline constexpr size_t kNoTerminal = 160;
+/// Columns to fill; a file or a pipe has as many as are needed.
+inline constexpr size_t kNoTerminal = 1 << 20;
 size_t TerminalWidth();
 
 /// UTF-8 to standard output, and a line "bvhost: ..." to standard error.
