@@ -20,8 +20,26 @@ log=$work/build.log
 trap 'rm -rf "$work"' EXIT
 
 scripts/setup.sh demo
-echo "Building ..."
-if ! { cmake --preset native && cmake --build build/native --target product --parallel "$(nproc)"; } >"$log" 2>&1; then
+# progress: copies the builder's output to the log, and shows how far it is: on one line of a terminal, else in lines.
+progress() {
+    local line shown=0 percent
+    printf 'Building ...'
+    if [ ! -t 1 ]; then echo; fi
+    while IFS= read -r line; do
+        printf '%s\n' "$line" >&3
+        [[ $line =~ ^\[([0-9]+)/([0-9]+)\] ]] || continue
+        percent=$((BASH_REMATCH[1] * 100 / BASH_REMATCH[2]))
+        if [ -t 1 ]; then
+            printf '\rBuilding ... %d %%' "$percent"
+        elif [ $((percent / 10)) -gt "$shown" ]; then
+            shown=$((percent / 10))
+            echo "Building ... $percent %"
+        fi
+    done 3>"$log"
+    if [ -t 1 ]; then echo; fi
+}
+export NINJA_STATUS='[%f/%t] '
+if ! { cmake --preset native && cmake --build build/native --target product --parallel "$(nproc)"; } 2>&1 | progress; then
     tail -n 40 "$log" >&2
     exit 1
 fi
@@ -35,11 +53,12 @@ PATH=$work/bin:$PATH
 if [ -t 1 ]; then bold=$(printf '\033[1m') plain=$(printf '\033[0m'); else bold='' plain=''; fi
 title() { printf '\n%s%s%s\n' "$bold" "$*" "$plain"; }
 
+apostrophe="'\\''" # inside of apostrophes
 # Shows a command as one would type it in the folder of the demo, and runs it.
 run() {
     local word shown=
     for word in "$@"; do
-        case $word in *[!A-Za-z0-9_./=+-]*) word="'$word'" ;; esac
+        case $word in *[!A-Za-z0-9_./=+-]*) word="'${word//\'/$apostrophe}'" ;; esac
         shown+=" $word"
     done
     printf '$%s\n' "$shown"

@@ -34,7 +34,7 @@ for purpose in "$@"; do
 done
 [ ${#missing[@]} -gt 0 ] || exit 0
 
-echo "Installing: ${missing[*]}"
+echo "Installing ${#missing[@]} packages with what they need: ${missing[*]}"
 as_root=()
 if [ "$(id -u)" != 0 ]; then as_root=(sudo); fi
 log=$(mktemp)
@@ -43,8 +43,12 @@ install_all() {
         apt-get -o DPkg::Lock::Timeout=300 install -y --no-install-recommends "${missing[@]}"
 }
 # The package lists of the machine may be new enough; if they aren't, they are fetched.
-if ! install_all </dev/null >"$log" 2>&1; then
-    if ! { "${as_root[@]}" apt-get update && install_all; } </dev/null >>"$log" 2>&1; then
+# progress: appends to the log, and shows a point for every ten steps.
+progress() {
+    tee -a "$log" | awk '/^(Get:|Unpacking|Setting up)/ && n++ % 10 == 0 { printf "."; fflush() } END { if (n) print "" }'
+}
+if ! install_all </dev/null 2>&1 | progress; then
+    if ! { "${as_root[@]}" apt-get update && install_all; } </dev/null 2>&1 | progress; then
         tail -n 20 "$log" >&2
         echo "setup.sh: the packages could not be installed; the whole log is $log" >&2
         exit 1
