@@ -145,6 +145,7 @@ replay_corpora() {
 test_native() {
     run_programs native run-native.sh
     check native exports tests/checks/exports.sh build/native/bin
+    check native wide_names tests/checks/names.sh build/native/bin
     check native install tests/install/check.sh build/native
     check native environment tests/checks/environment.sh scripts/run-native.sh build/native/bin/platform_tests
 }

@@ -108,7 +108,10 @@ private:
 };
 
 std::wstring FileOf(int count) {
-    return (std::filesystem::temp_directory_path() / ("bvbench" + std::to_string(count) + ".tlc")).wstring();
+    const auto file = std::filesystem::temp_directory_path() / ("bvbench" + std::to_string(count) + ".tlc");
+    std::wstring name(file.native().size() + 1, L'\0');
+    const int size = MultiByteToWideChar(CP_UTF8, 0, file.c_str(), -1, name.data(), int(name.size()));
+    return name.substr(0, size_t(size) - 1);
 }
 
 /// Heap that is in use, with the allocator's own share.
@@ -174,10 +177,8 @@ int Count(const std::string& item, int count, int rounds) {
 }
 
 void CallModule(const char* operation) {
-    wchar_t program[4096];
-    const DWORD length = GetModuleFileNameW(nullptr, program, DWORD(std::size(program)));
-    const auto module = std::filesystem::path(std::wstring(program, length)).parent_path() / "BVSchema.so";
-    const HMODULE loaded = LoadLibraryW(module.wstring().c_str());
+    const auto module = std::filesystem::read_symlink("/proc/self/exe").parent_path() / "BVSchema.so";
+    const HMODULE loaded = LoadLibraryA(module.c_str());
     using Operation = HRESULT (*)();
     const auto call =
         reinterpret_cast<Operation>(reinterpret_cast<void (*)()>(GetProcAddress(loaded, operation)));

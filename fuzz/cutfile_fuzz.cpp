@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "com/narrow.h"
 #include "com/object.h"
 #include "com/variant.h"
 #include "host.h"
@@ -32,7 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static const char* const folder = std::getenv("BV_TEST_TEMP");
     static const auto first = std::filesystem::path(folder ? folder : ".") / "fuzz.tlc";
     static const auto second = std::filesystem::path(folder ? folder : ".") / "fuzz2.tlc";
-    static const bv::Bstr first_name(first.wstring()), second_name(second.wstring());
+    static const bv::Bstr first_name = bv::ToBstr(first.native()), second_name = bv::ToBstr(second.native());
     std::ofstream(first, std::ios::binary).write(reinterpret_cast<const char*>(data), std::streamsize(size));
 
     bv::test::MediaDouble media;

@@ -42,11 +42,11 @@ install_all() {
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
         apt-get -o DPkg::Lock::Timeout=300 install -y --no-install-recommends "${missing[@]}"
 }
-# The package lists of the machine may be new enough; if they aren't, they are fetched.
 # progress: appends to the log, and shows a point for every ten steps.
 progress() {
     tee -a "$log" | awk '/^(Get:|Unpacking|Setting up)/ && n++ % 10 == 0 { printf "."; fflush() } END { if (n) print "" }'
 }
+# The package lists of the machine may be new enough; if they aren't, they are fetched.
 if ! install_all </dev/null 2>&1 | progress; then
     if ! { "${as_root[@]}" apt-get update && install_all; } </dev/null 2>&1 | progress; then
         tail -n 20 "$log" >&2

@@ -23,8 +23,9 @@ bool TreeSearch::Found(const NodeRef& at) {
 bool TreeSearch::At(const NodeRef& at) {
     if (IsIt(at)) return Found(at);
     if (PropertyBase* node = at.own())
-        return walk_.kind == Walk::kSearchBelow && node->HasMedia() ? node->FindProperty(text_, result_) == S_OK
-                                                                    : Below(*node);
+        return walk_.kind == Walk::kSearchBelow && node->HasMedia()
+                   ? node->FindProperty(text_, result_) == S_OK
+                   : Below(*node);
     if (foreign_depth_ == Visit::kDeepest) return false;
     ++foreign_depth_;
     const bool found = BelowForeign(at);

@@ -34,10 +34,10 @@ inline Outcome RunBvhost(const std::string& arguments, const std::string& input 
     WriteAll(folder / "input.txt", input);
     // The locale that knows nothing but ASCII: names of files don't depend on it.
     const std::string command =
-        before + (kInFull ? "LC_ALL=C " : "") + Quoted(BinFolder() / "bvhost") + ' ' + arguments + " <" +
-        Quoted(folder / "input.txt") +
-        (output && !*output ? " >" + Quoted(folder / "output.txt") + " 2>&1"
-                            : " 2>" + Quoted(folder / "output.txt") + (output ? output : ""));
+        before + (kInFull ? "LC_ALL=C " : "") + ShellWord(BinFolder() / "bvhost") + ' ' + arguments + " <" +
+        ShellWord(folder / "input.txt") +
+        (output && !*output ? " >" + ShellWord(folder / "output.txt") + " 2>&1"
+                            : " 2>" + ShellWord(folder / "output.txt") + (output ? output : ""));
     // On a busy machine Wine's shell at times doesn't find a program that is there; a Windows shell says 9009
     // then.
     int status = 9009;

@@ -45,11 +45,11 @@ protected:
     }
     /// All files lie where a name needs quotes, and characters that no code page but UTF-8 has.
     static fs::path Folder() { return TempFolder() / PathOf(kAnyScript); }
-    static std::string File(const char* name) { return Quoted(Folder() / name); }
+    static std::string File(const char* name) { return ShellWord(Folder() / name); }
     static fs::path ClipFile() {
         return (DataFolder().parent_path() / "samples/media/clip.mp4").make_preferred();
     }
-    static std::string Clip() { return Quoted(ClipFile()); }
+    static std::string Clip() { return ShellWord(ClipFile()); }
 };
 
 TEST_F(BvhostTest, WritesReadsAndWritesTheSameBytes) {
@@ -82,49 +82,50 @@ TEST_F(BvhostTest, TakesNamesInAnyScript) {
     const std::string name = kAnyScript;
     const auto file = [&](const char* extension) { return Folder() / PathOf(name + extension); };
     fs::copy_file(ClipFile(), file(".mp4"));
-    const std::string input = " --input " + Quoted(file(".mp4")) + " --duration 3";
+    const std::string input = " --input " + ShellWord(file(".mp4")) + " --duration 3";
     const Outcome made =
-        Run("job" + input + " --set Mode=Multiply --set DestinationPath=" + Quoted(Folder()) + " --output " +
-            Quoted(file(".xml")));
+        Run("job" + input + " --set Mode=Multiply --set DestinationPath=" + ShellWord(Folder()) +
+            " --output " + ShellWord(file(".xml")));
     EXPECT_EQ(made.exit_code, kInFull ? 0 : kWarned) << made.text;
     EXPECT_THAT(made.text, HasSubstr("Input    " + Utf8Name(file(".mp4")) + "\n         3.00 s"));
     EXPECT_THAT(made.text, HasSubstr("Wrote    " + Utf8Name(file(".xml")) + ", "));
     if (kInFull) {
         EXPECT_THAT(made.text, Not(HasSubstr("warning")));
         Check({
-            {"job --duration 3 --from " + Quoted(file(".xml")) + " --output " + File("again.xml"), 0,
+            {"job --duration 3 --from " + ShellWord(file(".xml")) + " --output " + File("again.xml"), 0,
              "Input    " + Utf8Name(file(".mp4")) + "\n         3.00 s"},
-            {"expand --from " + Quoted(file(".xml")) + " '%sf|%of'", 0, name + ".mp4|" + name + ".avi\n"},
+            {"expand --from " + ShellWord(file(".xml")) + " '%sf|%of'", 0, name + ".mp4|" + name + ".avi\n"},
             {"tree --input '\xDC.mp4'", 1, "bvhost: \"\xEF\xBF\xBD.mp4\" isn't UTF-8\n"},
         });
         EXPECT_EQ(ReadAll(Folder() / "again.xml"), ReadAll(file(".xml")));
-        const std::string elsewhere = "BV_REGISTRY=" + Quoted(file(".db")) + ' ';
+        const std::string elsewhere = "BV_REGISTRY=" + ShellWord(file(".db")) + ' ';
         EXPECT_THAT(Run("registry", elsewhere).text, HasSubstr("Nothing is registered"));
         EXPECT_TRUE(fs::exists(file(".db")));
     } else {  // the narrow code page of a settings file hasn't all of it
         EXPECT_THAT(made.text, HasSubstr("warning: PathToMediaFile: "));
     }
 
-    EXPECT_EQ(Run("cuts add " + Quoted(file(".tlc")) + " 0-25" + input).exit_code, 0);
-    EXPECT_THAT(Run("cuts list " + Quoted(file(".tlc")) + input).text, HasSubstr("encoded: 1.000 s\n"));
+    EXPECT_EQ(Run("cuts add " + ShellWord(file(".tlc")) + " 0-25" + input).exit_code, 0);
+    EXPECT_THAT(Run("cuts list " + ShellWord(file(".tlc")) + input).text, HasSubstr("encoded: 1.000 s\n"));
     EXPECT_TRUE(fs::exists(file(".tlc")));
-    Check({{"cuts check " + Quoted(file(".tlc")), 0, name + ".tlc: 1 cut\n"},
-           {"tree --input " + Quoted(file(".none")), 1, name + ".none\n"}});
+    Check({{"cuts check " + ShellWord(file(".tlc")), 0, name + ".tlc: 1 cut\n"},
+           {"tree --input " + ShellWord(file(".none")), 1, name + ".none\n"}});
 
     // Nothing in a name moves the cursor or turns the text, and wide characters take two columns of a line.
     std::string word;
     while (word.size() < 90) word += "日";
     Check({
-        {"show OutputMediaName --set " + Quoted(std::string("OutputMediaName=日本\xC2\x9B\xE2\x80\xAE.mp4")),
+        {"show OutputMediaName --set " +
+             ShellWord(std::string("OutputMediaName=日本\xC2\x9B\xE2\x80\xAE.mp4")),
          0, "日本 .mp4 (text)\n"},
-        {"show OutputMediaName --set " + Quoted("OutputMediaName=" + word + ' ' + word), 0, word + "\n  "},
+        {"show OutputMediaName --set " + ShellWord("OutputMediaName=" + word + ' ' + word), 0, word + "\n  "},
     });
 
     // A module registers itself from where it lies, and is loaded from there.
     const fs::path module = Folder() / PathOf(kModuleFile);
     fs::copy_file(BinFolder() / PathOf(kModuleFile), module);
-    EXPECT_EQ(Run("register " + Quoted(module)).text, "registered    " + Utf8Name(module) + '\n');
-    EXPECT_EQ(Run("unregister " + Quoted(BinFolder() / PathOf(kSamplesFile))).exit_code, 0);
+    EXPECT_EQ(Run("register " + ShellWord(module)).text, "registered    " + Utf8Name(module) + '\n');
+    EXPECT_EQ(Run("unregister " + ShellWord(BinFolder() / PathOf(kSamplesFile))).exit_code, 0);
     EXPECT_EQ(Run("registry").text.find(Utf8Name(BinFolder())), std::string::npos);
     EXPECT_EQ(Run("tree").exit_code, 0);
     EXPECT_EQ(Run("register").exit_code, 0);
@@ -158,7 +159,7 @@ TEST_F(BvhostTest, CutsGoThroughFilesAndJobs) {
         {"cuts save " + file, 1, "takes a job: --from or --input\n"},
         {"cuts list " + File("gone.tlc"), 1, "gone.tlc: Couldn't load config.\n"},
         {"cuts list " + file + of_clip + " --still", 0, "encoded: 0.004 s\n"},
-        {"cuts save " + Quoted(Folder()) + of_clip, 1, ": Couldn't create file.\n"},
+        {"cuts save " + ShellWord(Folder()) + of_clip, 1, ": Couldn't create file.\n"},
         {"job --cut 0-1", 1, "there is no input to cut\n"},
     });
     EXPECT_EQ(ReadAll(Folder() / "cuts.tlc"), kept);
@@ -262,7 +263,7 @@ TEST_F(BvhostTest, WarnsOfInputsAndCutsButWritesTheJob) {
     const bool reads_media = Run("job --input " + Clip()).exit_code == 0;
     const Case cases[] = {
         {"job --input " + File("zero.mp4"), kWarned, "zero.mp4: the file is empty\n"},
-        {"job --input " + Quoted(Folder()), kWarned, ": this is a folder\n"},
+        {"job --input " + ShellWord(Folder()), kWarned, ": this is a folder\n"},
         {"job --input " + File("text.mp4"), kWarned,
          reads_media ? "text.mp4: it can't be read: " : "reads no media files"},
         {"job --input " + File("half.mp4"), kWarned,
@@ -475,7 +476,7 @@ TEST_F(BvhostTest, WritesNoJobThatItCouldNotRead) {
 TEST_F(BvhostTest, SaysThatTheRegistryCannotBeRead) {
     if (!kInFull) GTEST_SKIP() << "the registry is the system's";
     for (const std::string& place : {std::string("/proc/none/r.db"), Utf8Name(TempFolder())}) {
-        const Outcome outcome = Run("tree", "BV_REGISTRY=" + Quoted(place) + ' ');
+        const Outcome outcome = Run("tree", "BV_REGISTRY=" + ShellWord(place) + ' ');
         EXPECT_EQ(outcome.exit_code, 1);
         EXPECT_EQ(outcome.text, "bvhost: can't create Map: the registry can't be read\n");
     }

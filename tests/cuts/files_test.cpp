@@ -7,6 +7,7 @@
 
 #include "support/cuts.h"
 #include "support/environment.h"
+#include "support/names.h"
 
 namespace bv::test {
 namespace {
@@ -34,8 +35,8 @@ std::string File(const std::string& inside) {
 
 class FilesTest : public CutsTest {
 protected:
-    HRESULT Save(const fs::path& path) { return cuts->Save(Text(path.wstring())); }
-    HRESULT Load(const fs::path& path) { return cuts->Load(Text(path.wstring())); }
+    HRESULT Save(const fs::path& path) { return cuts->Save(Text(WideName(path))); }
+    HRESULT Load(const fs::path& path) { return cuts->Load(Text(WideName(path))); }
     HRESULT LoadBytes(const std::string& bytes) {
         Write(file, bytes);
         return Load(file);
@@ -263,9 +264,9 @@ TEST_F(FilesTest, WhatCantBeReadLeavesAnEmptyList) {
 
 TEST_F(FilesTest, AFileThatCantBeMadeIsTold) {
     Add(1, 2);
-    const std::wstring too_long = (TempFolder() / std::wstring(600, L'a')).wstring();
+    const std::wstring too_long = WideName(TempFolder() / std::string(600, 'a'));
     for (const std::wstring& path :
-         {TempFolder().wstring(), (TempFolder() / "none" / "a.tlc").wstring(), std::wstring(), too_long})
+         {WideName(TempFolder()), WideName(TempFolder() / "none" / "a.tlc"), std::wstring(), too_long})
         ExpectRaised([&] { return cuts->Save(Text(path)); }, L"Couldn't create file.", kSource);
     EXPECT_EQ(cuts->Save(nullptr), E_FAIL);
     EXPECT_EQ(Count(), 1);

@@ -6,6 +6,7 @@
 
 #include "support/cuts.h"
 #include "support/environment.h"
+#include "support/names.h"
 
 namespace bv::test {
 namespace {
@@ -92,7 +93,7 @@ protected:
             job_mode = 1 + LONG(random() % 2);
             ASSERT_EQ((*this)[L"Mode"].Put(I4(job_mode)), S_OK);
         } else {
-            const Text file((TempFolder() / "model.tlc").wstring());
+            const Text file(WideName(TempFolder() / "model.tlc"));
             ASSERT_EQ(cuts->Save(file), S_OK);
             ASSERT_EQ(cuts->Load(file), S_OK);
             for (ModelCut& cut : model) cut.told = true;

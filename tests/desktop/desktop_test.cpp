@@ -4,6 +4,7 @@
 #include "desktop/person.h"
 #include "dialogs/editor_library.h"
 #include "support/environment.h"
+#include "support/names.h"
 #include "support/node.h"
 
 namespace bv::test {
@@ -81,7 +82,7 @@ TEST_F(DesktopTest, FoldersAreBrowsed) {
     const fs::path folder = TempFolder() / "chosen";
     fs::create_directories(folder);
     const Node node = CreateNode(clsid::PropertyFolder);
-    ASSERT_EQ(node.Put(Str(TempFolder().wstring())), S_OK);
+    ASSERT_EQ(node.Put(Str(WideName(TempFolder()))), S_OK);
     const Dialog dialog = {"Browse For Folder"};
     EXPECT_EQ(Shown(node, [&] { dialog.Cancel(); }), S_FALSE);
     EXPECT_EQ(Narrow(node.Format().text()), TempFolder().string());

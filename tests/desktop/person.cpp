@@ -42,7 +42,8 @@ void Meanwhile::Run(const std::function<void()>& act) {
     }
     std::unique_lock lock(mutex_);
     // Each dialog may have another behind it, such as a question.
-    while (!ended_.wait_for(lock, failure_.empty() ? kPatience : kBetweenLooks, [this] { return returned_; })) {
+    while (
+        !ended_.wait_for(lock, failure_.empty() ? kPatience : kBetweenLooks, [this] { return returned_; })) {
         lock.unlock();
         for (const std::string& title : CloseDialogs()) failure_ += "closed what was open: " + title + '\n';
         lock.lock();

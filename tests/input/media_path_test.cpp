@@ -3,6 +3,7 @@
 
 #include "support/doubles.h"
 #include "support/environment.h"
+#include "support/names.h"
 
 namespace bv::test {
 namespace {
@@ -30,7 +31,7 @@ protected:
             if (entry.path().extension() == ".idx") files.push_back(entry.path());
         return files;
     }
-    static fs::path CacheFile(const std::wstring& name) { return BinFolder() / (name + L".idx"); }
+    static fs::path CacheFile(const std::wstring& name) { return BinFolder() / PathOf(name + L".idx"); }
     fs::path Source(const char* name, size_t bytes) {
         fs::create_directories(folder);
         WriteFile(folder / name, std::string(bytes, 's'));
@@ -57,7 +58,7 @@ protected:
     /// An input as a host opens it again: path and IDX restored, then the cache read.
     static Node Reopen(const fs::path& source, const std::wstring& idx) {
         const Node input = CreateNode(clsid::PropertyMediaPath);
-        EXPECT_EQ(input.Put(Str(source.wstring())), S_OK);
+        EXPECT_EQ(input.Put(Str(WideName(source))), S_OK);
         EXPECT_EQ(input.Find(L"IDX").Put(Str(idx)), S_OK);
         EXPECT_EQ(input.As<ISettingsWriter>()->ReadExtraData(nullptr), S_OK);
         return input;
@@ -198,7 +199,7 @@ TEST_F(SampleTest, AProcessHas201OfThem) {
 
 TEST_F(MediaPathTest, TheIndexGoesIntoAFileBesideTheModule) {
     const fs::path source = Source("a.avi", 300);
-    ASSERT_EQ(input.Put(Str(source.wstring())), S_OK);
+    ASSERT_EQ(input.Put(Str(WideName(source))), S_OK);
     EXPECT_EQ(Save(input), L"") << "no index, no file";
     PutBlob(input, "index");
     const std::wstring idx = Save(input);
@@ -218,7 +219,7 @@ TEST_F(MediaPathTest, TheIndexGoesIntoAFileBesideTheModule) {
     EXPECT_EQ(again.bytes, "another");
 
     // The same path in other letters changes nothing, another one drops the file.
-    std::wstring upper = source.wstring();
+    std::wstring upper = WideName(source);
     for (wchar_t& c : upper) c = c == L'a' ? L'A' : c;
     ASSERT_EQ(input.Put(Str(upper)), S_OK);
     EXPECT_TRUE(BlobOf(input).there);
@@ -230,7 +231,7 @@ TEST_F(MediaPathTest, TheIndexGoesIntoAFileBesideTheModule) {
 
 TEST_F(MediaPathTest, WithoutAnIndexAChangeOfPathLeavesTheFile) {
     const fs::path source = Source("a.avi", 300);
-    ASSERT_EQ(input.Put(Str(source.wstring())), S_OK);
+    ASSERT_EQ(input.Put(Str(WideName(source))), S_OK);
     PutBlob(input, "index");
     const std::wstring idx = Save(input);
     const Node other = CreateNode(clsid::PropertyMediaPath);
@@ -285,7 +286,7 @@ TEST_F(MediaPathTest, AFolderIsKnownByTheSizesInIt) {
     Source("two", 23);
     fs::create_directories(folder / "below");
     WriteFile(folder / "below" / "three", "not counted");
-    ASSERT_EQ(input.Put(Str(folder.wstring())), S_OK);
+    ASSERT_EQ(input.Put(Str(WideName(folder))), S_OK);
     PutBlob(input, "index");
     const std::wstring idx = Save(input);
     EXPECT_EQ(ReadFile(CacheFile(idx)).substr(0, 8), std::string("\x7B\0\0\0\0\0\0\0", 8));
@@ -294,7 +295,7 @@ TEST_F(MediaPathTest, AFolderIsKnownByTheSizesInIt) {
     Source("five", 1);
     EXPECT_FALSE(BlobOf(Reopen(folder, idx)).there);
     // What isn't there counts 0, so does an empty file.
-    ASSERT_EQ(input.Put(Str((folder / "gone").wstring())), S_OK);
+    ASSERT_EQ(input.Put(Str(WideName(folder / "gone"))), S_OK);
     PutBlob(input, "index");
     const std::wstring of_nothing = Save(input);
     EXPECT_EQ(ReadFile(CacheFile(of_nothing)).substr(0, 8), std::string(8, '\0'));
@@ -305,7 +306,7 @@ TEST_F(MediaPathTest, AnIdxValueThatIsNoNameTouchesNoFile) {
     const fs::path victim = folder / "victim.idx";
     const std::string header("\x2C\x01\0\0\0\0\0\0\x07\0\0\0\0\0\0\0", 16);
     const std::wstring hostile[] = {
-        (folder / "victim").wstring(),
+        WideName(folder / "victim"),
         L"..\\victim",
         L"../victim",
         L"sub/victim",
@@ -345,7 +346,7 @@ TEST_F(MediaPathTest, AnIdxValueThatIsNoNameTouchesNoFile) {
         EXPECT_EQ(ReadFile(victim), header + "victim");
     }
     // A value of another kind is taken as its text.
-    ASSERT_EQ(input.Put(Str(source.wstring())), S_OK);
+    ASSERT_EQ(input.Put(Str(WideName(source))), S_OK);
     PutBlob(input, "index");
     ASSERT_EQ(input.Find(L"IDX").Put(I4(12)), S_OK);
     input.Xml();

@@ -8,6 +8,7 @@
 
 #include "late_binding/library.h"
 #include "platform/probe.h"
+#include "support/names.h"
 #include "support/registry.h"
 
 namespace bv::test {
@@ -37,18 +38,18 @@ std::wstring KeyOf(REFCLSID cls) { return L"CLSID\\" + TextOf(cls); }
 /// The built module in a folder of the test, once its bytes were changed.
 template <class Change>
 fs::path Copied(const char* folder, Change change) {
-    std::ifstream original(BinFolder() / kModuleFile, std::ios::binary);
-    std::string bytes(fs::file_size(BinFolder() / kModuleFile), 0);
+    std::ifstream original(BinFolder() / PathOf(kModuleFile), std::ios::binary);
+    std::string bytes(fs::file_size(BinFolder() / PathOf(kModuleFile)), 0);
     original.read(bytes.data(), std::streamsize(bytes.size()));
     change(bytes);
-    const fs::path copy = TempFolder() / folder / kModuleFile;
+    const fs::path copy = TempFolder() / folder / PathOf(kModuleFile);
     fs::create_directories(copy.parent_path());
     std::ofstream(copy, std::ios::binary) << bytes;
     return copy;
 }
 /// The bytes of the module's type library.
 std::string LibraryBytes() {
-    const HMODULE module = LoadLibraryW((BinFolder() / kModuleFile).wstring().c_str());
+    const HMODULE module = LoadLibraryW(WideName(BinFolder() / PathOf(kModuleFile)).c_str());
     const HRSRC place = FindResourceA(module, MAKEINTRESOURCEA(1), "TYPELIB");
     const std::string bytes(static_cast<const char*>(LockResource(LoadResource(module, place))),
                             SizeofResource(module, place));
@@ -82,11 +83,11 @@ protected:
     void TearDown() override {
         EXPECT_EQ(Register(), S_OK);  // as the others want it
     }
-    static HRESULT Register(const fs::path& module = kModuleFile) {
-        return CallModule(module.wstring().c_str(), "DllRegisterServer");
+    static HRESULT Register(const fs::path& module = PathOf(kModuleFile)) {
+        return CallModule(WideName(module).c_str(), "DllRegisterServer");
     }
-    static HRESULT Unregister(const fs::path& module = kModuleFile) {
-        return CallModule(module.wstring().c_str(), "DllUnregisterServer");
+    static HRESULT Unregister(const fs::path& module = PathOf(kModuleFile)) {
+        return CallModule(WideName(module).c_str(), "DllUnregisterServer");
     }
     const std::wstring library = L"TypeLib\\" + TextOf(kTypeLibrary);
     const std::wstring library_path = library + L"\\1.0\\0\\win64";
@@ -103,7 +104,8 @@ TEST_F(RegistrationTest, WritesEachClassAndItsNames) {
         EXPECT_EQ(Read(key + L"\\ProgID"), c.stem + L".1");
         EXPECT_EQ(Read(key + L"\\VersionIndependentProgID"), c.stem);
         EXPECT_EQ(Read(key + L"\\InprocServer32", L"ThreadingModel"), L"both");
-        EXPECT_TRUE(fs::equivalent(Read(key + L"\\InprocServer32"), BinFolder() / kModuleFile));
+        EXPECT_TRUE(
+            fs::equivalent(PathOf(Read(key + L"\\InprocServer32")), BinFolder() / PathOf(kModuleFile)));
         for (const std::wstring& name : {c.stem, c.stem + L".1"}) {
             EXPECT_EQ(Read(name), c.description);
             EXPECT_EQ(Read(name + L"\\CLSID"), last[c.stem]) << "the last class of that name";
@@ -134,9 +136,9 @@ TEST_F(RegistrationTest, SaysWhereTheLibraryLies) {
     ASSERT_EQ(Register(), S_OK);
     EXPECT_EQ(Read(library + L"\\1.0"), L"BVSchema 1.0 Type Library");
     // The module may have been loaded by its short path.
-    const fs::path module = Read(library_path);
-    EXPECT_TRUE(fs::equivalent(module, BinFolder() / kModuleFile)) << module;
-    EXPECT_EQ(Read(library + L"\\1.0\\HELPDIR"), fs::path(module).remove_filename().wstring());
+    const fs::path module = PathOf(Read(library_path));
+    EXPECT_TRUE(fs::equivalent(module, BinFolder() / PathOf(kModuleFile))) << module;
+    EXPECT_EQ(Read(library + L"\\1.0\\HELPDIR"), WideName(fs::path(module).remove_filename()));
     EXPECT_TRUE(Exists(library + L"\\1.0\\FLAGS"));
 
     const std::wstring interface_key = L"Interface\\" + TextOf(kIid<IProperty>);
@@ -179,8 +181,8 @@ TEST_F(RegistrationTest, WipesWhatIsItsOwnAndKeepsTheRest) {
 TEST_F(RegistrationTest, WorksFromAPathWithAnApostrophe) {
     const fs::path module = Copied("Tom's 100%NAME% folder", [](std::string&) {});
     ASSERT_EQ(Register(module), S_OK);
-    EXPECT_EQ(Read(library_path), module.wstring());
-    const fs::path registered = Read(KeyOf(clsid::Map) + L"\\InprocServer32");
+    EXPECT_EQ(Read(library_path), WideName(module));
+    const fs::path registered = PathOf(Read(KeyOf(clsid::Map) + L"\\InprocServer32"));
     EXPECT_TRUE(fs::equivalent(registered, module)) << registered;
     EXPECT_EQ(Unregister(module), S_OK);
     EXPECT_FALSE(Exists(library));
@@ -220,7 +222,7 @@ TEST_F(RegistrationTest, TakesTheLibraryBesideTheModuleWhenItHasNone) {
 
     std::ofstream(beside, std::ios::binary) << bytes;
     EXPECT_EQ(Register(module), S_OK);
-    EXPECT_EQ(Read(library_path), beside.wstring());
+    EXPECT_EQ(Read(library_path), WideName(beside));
     EXPECT_EQ(Unregister(module), S_OK);
     EXPECT_THAT(Differences(without, Everything()), testing::IsEmpty());
 }
@@ -258,13 +260,13 @@ TEST_F(RegistrationTest, FindsTheLibraryByVersionAndFile) {
     const auto load = [&](const std::string& content) {
         const fs::path file = TempFolder() / "library.tlb";
         std::ofstream(file, std::ios::binary) << content;
-        return LoadTypeLib(file.wstring().c_str(), found.Put());
+        return LoadTypeLib(WideName(file).c_str(), found.Put());
     };
     EXPECT_EQ(load(bytes), S_OK);
     EXPECT_EQ(found->GetTypeInfoCount(), 81u);
     EXPECT_TRUE(FAILED(load("")));
     EXPECT_TRUE(FAILED(load("no library at all")));
-    EXPECT_EQ(LoadTypeLib((TempFolder() / "missing.tlb").wstring().c_str(), found.Put()),
+    EXPECT_EQ(LoadTypeLib(WideName(TempFolder() / "missing.tlb").c_str(), found.Put()),
               TYPE_E_CANTLOADLIBRARY);
 }
 

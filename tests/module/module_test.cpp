@@ -1,6 +1,7 @@
 // The module: its class objects, what keeps it loaded.
 #include "support/doubles.h"
 #include "support/environment.h"
+#include "support/names.h"
 
 namespace bv::test {
 namespace {
@@ -10,7 +11,7 @@ namespace fs = std::filesystem;
 /// A module loaded by its path, beside what the component model does with it.
 class LoadedModule {
 public:
-    explicit LoadedModule(const fs::path& path) : path_(path), module_(LoadLibraryW(path.wstring().c_str())) {
+    explicit LoadedModule(const fs::path& path) : path_(path), module_(LoadLibraryW(WideName(path).c_str())) {
         EXPECT_NE(module_, nullptr) << GetLastError();
     }
     ~LoadedModule() { FreeLibrary(module_); }
@@ -32,7 +33,7 @@ private:
     HMODULE module_;
 };
 
-fs::path ModulePath() { return BinFolder() / kModuleFile; }
+fs::path ModulePath() { return BinFolder() / PathOf(kModuleFile); }
 
 TEST(ModuleTest, ALockIsAnObjectAServerLockOrAClassObjectOutside) {
     const LoadedModule module(ModulePath());

@@ -7,12 +7,13 @@
 
 #include "platform/probe.h"
 #include "support/doubles.h"
+#include "support/names.h"
 
 namespace bv::test {
 namespace {
 
 bool IsLoaded(const std::filesystem::path& module) {
-    return GetModuleHandleW(module.wstring().c_str()) != nullptr;
+    return GetModuleHandleW(WideName(module).c_str()) != nullptr;
 }
 
 /// The system may keep a module for a while after its last use, unless it is told not to.
@@ -37,8 +38,8 @@ struct Double : Fake<IClassFactory> {
 };
 
 TEST(Classes, AModuleComesWithItsFirstClassAndGoesWhenNothingOfItIsHeld) {
-    const TestClass first(kProbe, ProbePath().wstring());
-    const TestClass second(kSecondProbe, ProbePath().wstring());
+    const TestClass first(kProbe, WideName(ProbePath()));
+    const TestClass second(kSecondProbe, WideName(ProbePath()));
     ASSERT_FALSE(IsLoaded(ProbePath()));
 
     IUnknown* a = nullptr;
@@ -70,7 +71,7 @@ TEST(Classes, AModuleComesWithItsFirstClassAndGoesWhenNothingOfItIsHeld) {
 TEST(Classes, AFoundClassStaysWithItsModule) {
     IUnknown* object = nullptr;
     {
-        const TestClass registered(kProbe, ProbePath().wstring());
+        const TestClass registered(kProbe, WideName(ProbePath()));
         ASSERT_EQ(Create(kProbe, &object), S_OK);
         object->Release();
     }
@@ -87,12 +88,12 @@ TEST(Classes, StatusesOfWhatCannotBeCreated) {
         HRESULT status;
         HRESULT or_status;  // Wine has its own
     } cases[] = {
-        {"no such file", (TempFolder() / "nothing").wstring(), HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND),
+        {"no such file", WideName(TempFolder() / "nothing"), HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND),
          E_ACCESSDENIED},
-        {"a file that is no module", text.wstring(), HRESULT_FROM_WIN32(ERROR_BAD_EXE_FORMAT),
+        {"a file that is no module", WideName(text), HRESULT_FROM_WIN32(ERROR_BAD_EXE_FORMAT),
          E_ACCESSDENIED},
         {"a module that serves no classes", L"kernel32.dll", CO_E_ERRORINDLL, CO_E_DLLNOTFOUND},
-        {"a module that doesn't know the class", ProbePath().wstring(), CLASS_E_CLASSNOTAVAILABLE, E_FAIL},
+        {"a module that doesn't know the class", WideName(ProbePath()), CLASS_E_CLASSNOTAVAILABLE, E_FAIL},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -105,7 +106,7 @@ TEST(Classes, StatusesOfWhatCannotBeCreated) {
         EXPECT_THAT(Create(id, &object), testing::AnyOf(c.status, c.or_status));
         EXPECT_EQ(object, nullptr);
     }
-    const TestClass registered(kProbe, ProbePath().wstring());
+    const TestClass registered(kProbe, WideName(ProbePath()));
     Double outer;
     IUnknown* object = nullptr;
     EXPECT_EQ(Create(kProbe, &object, &outer), kOuterSeen) << "the outer object reaches the class";
@@ -116,7 +117,7 @@ TEST(Classes, StatusesOfWhatCannotBeCreated) {
 }
 
 TEST(Classes, ARegisteredClassObjectGoesBeforeTheRegistry) {
-    const TestClass registered(kProbe, ProbePath().wstring());
+    const TestClass registered(kProbe, WideName(ProbePath()));
     IUnknown* object = nullptr;
     ASSERT_EQ(Create(kProbe, &object), S_OK);
     object->Release();
@@ -137,7 +138,7 @@ TEST(Classes, ARegisteredClassObjectGoesBeforeTheRegistry) {
 }
 
 TEST(Classes, AThreadInitialisesBeforeItCreates) {
-    const TestClass registered(kProbe, ProbePath().wstring());
+    const TestClass registered(kProbe, WideName(ProbePath()));
     std::thread([] {
         IUnknown* object = nullptr;
         EXPECT_EQ(Create(kProbe, &object), CO_E_NOTINITIALIZED);
@@ -154,8 +155,8 @@ TEST(Classes, AThreadInitialisesBeforeItCreates) {
 }
 
 TEST(Classes, ThreadsCreateWhileAnotherFreesWhatIsUnused) {
-    const TestClass first(kProbe, ProbePath().wstring());
-    const TestClass second(kSecondProbe, ProbePath().wstring());
+    const TestClass first(kProbe, WideName(ProbePath()));
+    const TestClass second(kSecondProbe, WideName(ProbePath()));
     std::vector<std::thread> threads;
     for (int i = 0; i < 3; ++i) {
         threads.emplace_back([i] {
@@ -178,7 +179,7 @@ TEST(Classes, ThreadsCreateWhileAnotherFreesWhatIsUnused) {
 }
 
 TEST(Classes, ProgramNames) {
-    const TestClass registered(kProbe, ProbePath().wstring());
+    const TestClass registered(kProbe, WideName(ProbePath()));
     LPOLESTR name = nullptr;
     EXPECT_EQ(ProgIDFromCLSID(kProbe, &name), REGDB_E_CLASSNOTREG);
     EXPECT_EQ(name, nullptr);
@@ -217,7 +218,7 @@ TEST(Ids, Texts) {
           L"{48ADEF10-6C76-40CE-8D40-34771934785G}", L"{48ADEF10 6C76-40CE-8D40-34771934785D}",
           L"{48ADEF1-06C76-40CE-8D40-34771934785D}", L" {48ADEF10-6C76-40CE-8D40-34771934785D}"})
         EXPECT_EQ(CLSIDFromString(const_cast<LPOLESTR>(wrong), &read), CO_E_CLASSSTRING)
-            << std::filesystem::path(wrong);
+            << Utf8Name(PathOf(wrong));
 
     GUID other = {};
     ASSERT_EQ(CoCreateGuid(&read), S_OK);

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/probe.h"
+#include "support/names.h"
 
 namespace bv::test {
 namespace {
@@ -45,7 +46,7 @@ TEST_F(Devices, ACategoryWithNothingHasNoEnumerator) {
 }
 
 TEST_F(Devices, AnnouncedComponentsAreNamedAndMade) {
-    const TestClass probe(kProbe, ProbePath().wstring());
+    const TestClass probe(kProbe, WideName(ProbePath()));
     const TestKey category(HKEY_CLASSES_ROOT, L"CLSID\\" + TextOf(kCategory));
     category.Put(L"Instance\\b", L"FriendlyName", L"No class behind it");
     category.Put(L"Instance\\b", L"CLSID", TextOf(kCategory));

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "support/environment.h"
+#include "support/names.h"
 
 namespace {
 
@@ -113,7 +114,7 @@ TEST_F(FileTest, OpeningFollowsTheAskedWay) {
 TEST_F(FileTest, NamesOfEveryScriptWorkBothWays) {
     const wchar_t* name = L"\x416\x4E00 \xE9.avi";
     wchar_t path[MAX_PATH] = {};
-    const std::wstring folder = folder_.wstring();
+    const std::wstring folder = bv::test::WideName(folder_);
     folder.copy(path, MAX_PATH - 1);
     ASSERT_TRUE(PathAppendW(path, name));
     HANDLE file = CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);

@@ -5,6 +5,7 @@
 #include <fstream>
 
 #include "platform/probe.h"
+#include "support/names.h"
 
 namespace bv::test {
 namespace {
@@ -15,18 +16,18 @@ protected:
     void SetUp() override { ASSERT_NE(module, nullptr) << GetLastError(); }
     void TearDown() override { FreeLibrary(module); }
 
-    HMODULE module = LoadLibraryW(ProbePath().wstring().c_str());
+    HMODULE module = LoadLibraryW(WideName(ProbePath()).c_str());
 };
 
 TEST_F(Modules, EachLoadIsGivenBack) {
     EXPECT_EQ(LoadLibraryExA(ProbePath().string().c_str(), nullptr, 0), module);
-    EXPECT_EQ(GetModuleHandleW(ProbePath().filename().wstring().c_str()), module);
+    EXPECT_EQ(GetModuleHandleW(WideName(ProbePath().filename()).c_str()), module);
     EXPECT_TRUE(FreeLibrary(module));
-    EXPECT_EQ(GetModuleHandleW(ProbePath().wstring().c_str()), module);
+    EXPECT_EQ(GetModuleHandleW(WideName(ProbePath()).c_str()), module);
     EXPECT_TRUE(FreeLibrary(module));
-    EXPECT_EQ(GetModuleHandleW(ProbePath().wstring().c_str()), nullptr);
+    EXPECT_EQ(GetModuleHandleW(WideName(ProbePath()).c_str()), nullptr);
     module = LoadLibraryA("BVProbe.dll");  // beside the program; natively that means BVProbe.so
-    EXPECT_EQ(GetModuleHandleW(ProbePath().wstring().c_str()), module);
+    EXPECT_EQ(GetModuleHandleW(WideName(ProbePath()).c_str()), module);
 }
 
 TEST_F(Modules, WhatCannotBeLoadedSaysWhy) {
@@ -36,14 +37,14 @@ TEST_F(Modules, WhatCannotBeLoadedSaysWhy) {
         std::wstring name;
         DWORD error;
     } cases[] = {
-        {(TempFolder() / "nothing.bin").wstring(), ERROR_MOD_NOT_FOUND},
+        {WideName(TempFolder() / "nothing.bin"), ERROR_MOD_NOT_FOUND},
         {L"bv-there-is-no-such-module.dll", ERROR_MOD_NOT_FOUND},
-        {text.wstring(), ERROR_BAD_EXE_FORMAT},
+        {WideName(text), ERROR_BAD_EXE_FORMAT},
     };
     for (const auto& c : cases) {
         SetLastError(0);
         EXPECT_EQ(LoadLibraryW(c.name.c_str()), nullptr);
-        EXPECT_EQ(GetLastError(), c.error) << std::filesystem::path(c.name);
+        EXPECT_EQ(GetLastError(), c.error) << Utf8Name(PathOf(c.name));
     }
 }
 
@@ -57,7 +58,7 @@ TEST_F(Modules, OperationsAndPath) {
 
     wchar_t path[4096] = {};
     const DWORD length = GetModuleFileNameW(module, path, 4096);
-    EXPECT_TRUE(std::filesystem::equivalent(path, ProbePath()));
+    EXPECT_TRUE(std::filesystem::equivalent(PathOf(path), ProbePath()));
     EXPECT_EQ(length, std::wcslen(path));
     char narrow[8] = "xxxxxxx";
     EXPECT_EQ(GetModuleFileNameA(module, narrow, 4), 4u);

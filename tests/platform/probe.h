@@ -6,6 +6,7 @@
 #include <bvschema/platform.h>
 
 #include "support/environment.h"
+#include "support/names.h"
 
 namespace bv::test {
 
@@ -17,8 +18,7 @@ inline constexpr CLSID kSecondProbe = {
 inline constexpr HRESULT kOuterSeen = HRESULT(0x80040250);
 
 inline std::filesystem::path ProbePath() {
-    return BinFolder() / std::filesystem::path(L"BVProbe")
-                             .replace_extension(std::filesystem::path(kModuleFile).extension());
+    return BinFolder() / std::filesystem::path("BVProbe").replace_extension(PathOf(kModuleFile).extension());
 }
 
 inline std::wstring TextOf(const GUID& id) {

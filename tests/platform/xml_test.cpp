@@ -8,6 +8,7 @@
 #include <string>
 
 #include "support/environment.h"
+#include "support/names.h"
 #include "support/node.h"
 
 namespace bv::test {
@@ -27,7 +28,7 @@ protected:
     }
     bool LoadFile(const std::filesystem::path& path) {
         VARIANT_BOOL good = VARIANT_TRUE;
-        const HRESULT status = document->load(Str(path.wstring()).get(), &good);
+        const HRESULT status = document->load(Str(WideName(path)).get(), &good);
         EXPECT_EQ(status == S_OK, good == VARIANT_TRUE);
         return good == VARIANT_TRUE;
     }

@@ -1,4 +1,5 @@
 #include "support/environment.h"
+#include "support/names.h"
 
 #include <gmock/gmock.h>
 
@@ -19,7 +20,7 @@ const wchar_t* const kSamplesFile = BV_WIDEN(BV_SAMPLES_FILE);
 std::filesystem::path BinFolder() {
     wchar_t path[4096];
     const DWORD length = GetModuleFileNameW(nullptr, path, DWORD(std::size(path)));
-    return std::filesystem::path(std::wstring(path, length)).parent_path();
+    return PathOf(std::wstring_view(path, length)).parent_path();
 }
 
 std::filesystem::path DataFolder() { return std::getenv("BV_TEST_DATA"); }
@@ -27,7 +28,7 @@ std::filesystem::path DataFolder() { return std::getenv("BV_TEST_DATA"); }
 std::filesystem::path TempFolder() { return std::getenv("BV_TEST_TEMP"); }
 
 HRESULT CallModule(const wchar_t* module_file, const char* operation) {
-    const HMODULE module = LoadLibraryW((BinFolder() / module_file).wstring().c_str());
+    const HMODULE module = LoadLibraryW(WideName(BinFolder() / PathOf(module_file)).c_str());
     if (!module) return HRESULT_FROM_WIN32(GetLastError());
     using Operation = HRESULT(STDAPICALLTYPE*)();
     const auto call = reinterpret_cast<Operation>(reinterpret_cast<void*>(GetProcAddress(module, operation)));
@@ -55,7 +56,7 @@ public:
 
 private:
     // A program that tests the platform alone needs no module.
-    static bool Built() { return std::filesystem::exists(BinFolder() / kModuleFile); }
+    static bool Built() { return std::filesystem::exists(BinFolder() / PathOf(kModuleFile)); }
 };
 
 }  // namespace

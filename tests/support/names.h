@@ -13,8 +13,8 @@ std::filesystem::path PathOf(std::wstring_view name);
 std::filesystem::path PathOf(std::string_view utf8);
 
 /// One argument for the system's shell, in quotes. Not for a double quote, which Windows has no name with.
-std::string Quoted(const std::string& utf8);
-inline std::string Quoted(const std::filesystem::path& path) { return Quoted(Utf8Name(path)); }
+std::string ShellWord(const std::string& utf8);
+inline std::string ShellWord(const std::filesystem::path& path) { return ShellWord(Utf8Name(path)); }
 
 /// Runs a command of the system's shell, in UTF-8. What std::system gives.
 int RunShell(const std::string& utf8);

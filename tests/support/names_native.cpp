@@ -4,7 +4,7 @@
 
 namespace bv::test {
 
-std::string Quoted(const std::string& utf8) {
+std::string ShellWord(const std::string& utf8) {
     std::string quoted = "'";
     for (const char c : utf8) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
     return quoted + '\'';

@@ -4,7 +4,7 @@
 
 namespace bv::test {
 
-std::string Quoted(const std::string& utf8) { return '"' + utf8 + '"'; }
+std::string ShellWord(const std::string& utf8) { return '"' + utf8 + '"'; }
 
 int RunShell(const std::string& utf8) {
     // The shell takes one pair of quotes off the whole line.

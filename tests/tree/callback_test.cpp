@@ -77,7 +77,8 @@ Node AddChild(const Node& above, const wchar_t* name, CLSID cls = clsid::Propert
 /// The class object of a class of ours, also while a double stands for it.
 Ref<IClassFactory> ClassObjectOf(REFCLSID cls) {
     Ref<IClassFactory> factory;
-    EXPECT_EQ(CoGetClassObject(cls, CLSCTX_INPROC_SERVER, nullptr, kIid<IClassFactory>, factory.PutVoid()), S_OK);
+    EXPECT_EQ(CoGetClassObject(cls, CLSCTX_INPROC_SERVER, nullptr, kIid<IClassFactory>, factory.PutVoid()),
+              S_OK);
     return factory;
 }
 
@@ -133,8 +134,9 @@ TEST_F(CallbackTest, ChildrenMayComeAndGoWhileANameIsSearched) {
                      top.As<IEnumProperties>()->FindProperty(Text(L"last"), top.get(), found.Put());
                      top.As<IEnumProperties>()->FindProperty(Text(L"last"), nullptr, found.Put());
                  }},
-                {"to remove one",
-                 [](const Node& top) { top.As<IEnumProperties>()->RemoveByName(Text(L"calling"), nullptr); }}};
+                {"to remove one", [](const Node& top) {
+                     top.As<IEnumProperties>()->RemoveByName(Text(L"calling"), nullptr);
+                 }}};
     for (const auto& act : acts)
         for (const auto when : {CallingNode::kName, CallingNode::kActive, CallingNode::kQuery})
             for (const bool adds : {false, true}) {
@@ -360,7 +362,8 @@ public:
         return S_OK;
     }
     STDMETHODIMP get_Extension(IProperty** out) override {
-        return extension ? extension->QueryInterface(kIid<IProperty>, reinterpret_cast<void**>(out)) : E_NOTIMPL;
+        return extension ? extension->QueryInterface(kIid<IProperty>, reinterpret_cast<void**>(out))
+                         : E_NOTIMPL;
     }
 
 private:
@@ -389,8 +392,8 @@ void ExpectAlike(const Node& node, const Node& own) {
 
 /// What a declaration sets reaches nodes of another's class through their interfaces.
 TEST_F(CallbackTest, AnotherClassMayStandForSimpleNodes) {
-    const CLSID trees[] = {clsid::PropertySplit, clsid::PropertyWatermarkSrcText, clsid::PropertyTextOrientation,
-                           clsid::PropertyWatermarkRoot};
+    const CLSID trees[] = {clsid::PropertySplit, clsid::PropertyWatermarkSrcText,
+                           clsid::PropertyTextOrientation, clsid::PropertyWatermarkRoot};
     std::vector<Node> own;
     for (const CLSID& cls : trees) own.push_back(CreateNode(cls));
     int made = 0;

@@ -3,6 +3,7 @@
 
 #include "platform/probe.h"
 #include "support/doubles.h"
+#include "support/names.h"
 
 namespace bv::test {
 namespace {
@@ -76,13 +77,11 @@ TEST_F(FormatsTest, AFirstThatCantBeUsedIsChosenAsleep) {
 TEST_F(FormatsTest, ComponentsThatFailAreLeftOut) {
     const std::filesystem::path text = TempFolder() / "no_module.bin";
     std::ofstream(text) << "no module, but long enough to be looked at, which takes sixty-four bytes or so";
-    const TestClass no_file(Id(10), (TempFolder() / "gone.bin").wstring());
-    const TestClass no_module(Id(11), text.wstring());
-    const TestClass lacks_exports(
-        Id(12),
-        (BinFolder() /
-         std::filesystem::path(L"BVProbe").replace_extension(std::filesystem::path(kModuleFile).extension()))
-            .wstring());
+    const TestClass no_file(Id(10), WideName(TempFolder() / "gone.bin"));
+    const TestClass no_module(Id(11), WideName(text));
+    const TestClass lacks_exports(Id(12),
+                                  WideName((BinFolder() / std::filesystem::path("BVProbe").replace_extension(
+                                                              PathOf(kModuleFile).extension()))));
     const ClassDouble refuses(Id(13), [](IUnknown*, REFIID, void**) { return E_ABORT; });
     const ClassDouble gives_nothing(Id(14), [](IUnknown*, REFIID, void** out) {
         *out = nullptr;

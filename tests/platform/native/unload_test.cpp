@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "platform/probe.h"
+#include "support/names.h"
 
 namespace bv::test {
 namespace {
@@ -16,7 +17,7 @@ bool IsMapped(const std::string& file) {
 }
 
 TEST(Unload, AFreedModuleIsNoLongerMapped) {
-    const HMODULE module = LoadLibraryW(ProbePath().wstring().c_str());
+    const HMODULE module = LoadLibraryW(WideName(ProbePath()).c_str());
     ASSERT_NE(module, nullptr);
     EXPECT_TRUE(IsMapped("BVProbe.so"));
     FreeLibrary(module);
