@@ -53,8 +53,8 @@ const ClassEntry* FindClass(REFCLSID cls) {
     return nullptr;
 }
 
-/// A class object. The table's own reference doesn't count for the module's lock; all others together count
-/// once.
+/// A class object. The table's own reference doesn't count for the module's lock; each other one does, before
+/// anybody can have it.
 class ClassObject final : public IClassFactory {
 public:
     explicit ClassObject(const ClassEntry& entry) : entry_(entry) {}
@@ -68,14 +68,12 @@ public:
         return S_OK;
     }
     STDMETHODIMP_(ULONG) AddRef() override {
-        const ULONG count = references_.fetch_add(1, std::memory_order_relaxed) + 1;
-        if (count == 2) LockModule();
-        return count;
+        LockModule();
+        return references_.fetch_add(1, std::memory_order_relaxed) + 1;
     }
     STDMETHODIMP_(ULONG) Release() override {
-        const ULONG count = references_.fetch_sub(1, std::memory_order_acq_rel) - 1;
-        if (count == 1) UnlockModule();
-        if (count == 0) delete this;
+        const ULONG count = LetGo();
+        UnlockModule();
         return count;
     }
     STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, void** out) override {
@@ -89,11 +87,18 @@ public:
         return S_OK;
     }
 
+    /// The table's own reference goes.
+    ULONG LetGo() {
+        const ULONG count = references_.fetch_sub(1, std::memory_order_acq_rel) - 1;
+        if (count == 0) delete this;
+        return count;
+    }
+
 private:
     ~ClassObject() = default;
 
     const ClassEntry& entry_;
-    std::atomic<ULONG> references_{0};
+    std::atomic<ULONG> references_{1};  // the table's own
 };
 
 CRITICAL_SECTION table_lock;
@@ -115,10 +120,7 @@ HRESULT GetClassObject(REFCLSID cls, REFIID iid, void** out) {
         object = place.load(std::memory_order_relaxed);
         if (!object) {
             object = new (std::nothrow) ClassObject(*entry);
-            if (object) {
-                object->AddRef();
-                place.store(object, std::memory_order_release);
-            }
+            if (object) place.store(object, std::memory_order_release);
         }
         LeaveCriticalSection(&table_lock);
         if (!object) return E_OUTOFMEMORY;
@@ -130,7 +132,7 @@ void StartClassTable() { InitializeCriticalSection(&table_lock); }
 
 void StopClassTable() {
     for (auto& place : class_objects)
-        if (ClassObject* object = place.exchange(nullptr)) object->Release();
+        if (ClassObject* object = place.exchange(nullptr)) object->LetGo();
     DeleteCriticalSection(&table_lock);
 }
 
