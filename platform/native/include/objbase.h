@@ -44,8 +44,11 @@ BV_PLATFORM_API HRESULT CoRegisterClassObject(REFCLSID class_id, LPUNKNOWN class
                                               DWORD flags, LPDWORD cookie);
 /// CO_E_OBJNOTREG for an unknown cookie.
 BV_PLATFORM_API HRESULT CoRevokeClassObject(DWORD cookie);
-/// Unloads the modules behind classes that say that they can go. Ex: both arguments are 0; here the first
-/// makes no difference, since no module is kept for a while.
+/// Unloads the modules behind classes that say that they can go, after a time of grace: on another thread the last
+/// release may not have returned. delay: that time in ms; a module goes at the first call that much later than one
+/// that found it unused, if it wasn't used in between. 0: at once, which is the caller's word that no thread is
+/// inside. INFINITE, as the short form says: 10 minutes, or 0 where this thread alone is initialised, and not for
+/// COINIT_MULTITHREADED. The last CoUninitialize waits for nobody. reserved: 0.
 BV_PLATFORM_API void CoFreeUnusedLibraries();
 BV_PLATFORM_API void CoFreeUnusedLibrariesEx(DWORD delay, DWORD reserved);
 

@@ -5,6 +5,8 @@
 
 #include "windef.h"
 
+#define INFINITE 0xFFFFFFFF  // as a time in ms: no end, or the system's own
+
 extern "C" {
 
 /// The calling thread's last error, a system error code. A call that succeeds leaves it alone.

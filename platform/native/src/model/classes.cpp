@@ -1,5 +1,6 @@
 // Creation by class id: registered class objects, modules from the registry, and the cache of where each
 // class is.
+#include <bv_class_epoch.h>
 #include <msxml.h>
 #include <objbase.h>
 #include <strmif.h>
@@ -7,12 +8,13 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <list>
 #include <memory>
 #include <mutex>
 #include <shared_mutex>
 #include <string>
 #include <unordered_map>
-#include <vector>
 
 #include "model/builtin.h"
 #include "model/object.h"
@@ -36,10 +38,24 @@ bool MayCreate() {
     return this_thread.initialised > 0 || free_threaded_count.load(std::memory_order_relaxed) > 0;
 }
 
+/// Whether no other thread can be in a component: it is the only one that initialised, and not for the others.
+bool IsAlone() {
+    return !this_thread.free_threaded && this_thread.initialised > 0 &&
+           initialised_count == this_thread.initialised;
+}
+
+// Where several threads may be in a module, in ms.
+constexpr DWORD kDefaultDelay = 10 * 60 * 1000;
+
 // --- Where classes are --------------------------------------------------------------------------------
 
 using GetClassObjectCall = HRESULT (*)(REFCLSID, REFIID, LPVOID*);
 using CanUnloadCall = HRESULT (*)();
+
+using Ticks = std::chrono::steady_clock::rep;
+constexpr Ticks kNever = -1;
+
+Ticks Now() { return std::chrono::steady_clock::now().time_since_epoch().count(); }
 
 /// A module that serves classes, held by one load.
 struct Server {
@@ -47,9 +63,12 @@ struct Server {
     GetClassObjectCall get_class_object = nullptr;
     CanUnloadCall can_unload = nullptr;  // null: it never says that it can
     std::atomic<LONG> calls = 0;         // creations that are under way: it stays
+    // When it was first asked whether it can go, and could; kNever: it was used since.
+    std::atomic<Ticks> idle_since = kNever;
 };
 
 struct Registration {
+    CLSID class_id;
     IUnknown* class_object;
     DWORD context;
     bool single_use;
@@ -69,10 +88,11 @@ struct Classes {
     // DllCanUnloadNow.
     std::shared_mutex mutex;
     std::unordered_map<CLSID, Server*, HashId> cache;
-    std::vector<std::unique_ptr<Server>> servers;
+    std::list<std::unique_ptr<Server>> servers;
     std::unordered_multimap<CLSID, DWORD, HashId> registered;  // to the cookie
-    std::unordered_map<DWORD, Registration> registrations;
+    std::unordered_map<DWORD, Registration> registrations;     // by cookie
     DWORD last_cookie = 0;
+    std::atomic<ULONGLONG> epoch = 1;  // see BvClassEpoch; moved with the mutex held
 
     static Classes& Get() {
         static auto& classes = *new Classes;  // serves modules to their end
@@ -97,6 +117,7 @@ public:
     void Begin(Server& server) {
         server_ = &server;
         ++server.calls;
+        server.idle_since.store(kNever, std::memory_order_relaxed);
     }
     Server* operator->() const { return server_; }
     explicit operator bool() const { return server_ != nullptr; }
@@ -279,7 +300,7 @@ HRESULT CoInitializeEx(LPVOID reserved, DWORD flags) {
 
 void CoUninitialize() {
     if (this_thread.initialised == 0) return;
-    if (initialised_count == 1) CoFreeUnusedLibraries();  // a module's end may still create
+    if (initialised_count == 1) CoFreeUnusedLibrariesEx(0, 0);  // a module's end may still create
     --this_thread.initialised;
     --initialised_count;
     if (this_thread.free_threaded) --free_threaded_count;
@@ -315,9 +336,16 @@ HRESULT CoRegisterClassObject(REFCLSID class_id, LPUNKNOWN class_object, DWORD c
     Classes& classes = Classes::Get();
     std::unique_lock lock(classes.mutex);
     const DWORD added = ++classes.last_cookie;
-    classes.registrations.emplace(added, Registration{class_object, context, flags == REGCLS_SINGLEUSE});
-    classes.registered.emplace(class_id, added);
+    classes.registrations.emplace(added,
+                                  Registration{class_id, class_object, context, flags == REGCLS_SINGLEUSE});
+    try {
+        classes.registered.emplace(class_id, added);
+    } catch (...) {
+        classes.registrations.erase(added);
+        throw;
+    }
     class_object->AddRef();
+    ++classes.epoch;
     *cookie = added;
     return S_OK;
 } catch (const std::bad_alloc&) {
@@ -333,30 +361,46 @@ HRESULT CoRevokeClassObject(DWORD cookie) {
         const auto found = classes.registrations.find(cookie);
         if (found == classes.registrations.end()) return CO_E_OBJNOTREG;
         class_object = found->second.class_object;
+        auto [entry, last] = classes.registered.equal_range(found->second.class_id);
+        while (entry != last && entry->second != cookie) ++entry;
+        if (entry != last) classes.registered.erase(entry);
         classes.registrations.erase(found);
-        std::erase_if(classes.registered, [cookie](const auto& entry) { return entry.second == cookie; });
+        ++classes.epoch;
     }
     class_object->Release();
     return S_OK;
 }
 
-void CoFreeUnusedLibraries() {
+void CoFreeUnusedLibraries() { CoFreeUnusedLibrariesEx(INFINITE, 0); }
+
+// A module that can go may still be running the last lines of the release that let it go, on another thread. So
+// it goes when it is asked again after a time of grace, and nothing was asked of it in between.
+void CoFreeUnusedLibrariesEx(DWORD delay, DWORD) {
+    if (delay == INFINITE) delay = IsAlone() ? 0 : kDefaultDelay;
+    const Ticks grace = std::chrono::steady_clock::duration(std::chrono::milliseconds(delay)).count();
     Classes& classes = Classes::Get();
-    std::vector<std::unique_ptr<Server>> going;
+    std::list<std::unique_ptr<Server>> going;
     {
         std::unique_lock lock(classes.mutex);
-        for (auto& server : classes.servers) {
-            if (!server->module || server->calls > 0 || !server->can_unload || server->can_unload() != S_OK)
+        const Ticks now = Now();
+        for (auto server = classes.servers.begin(); server != classes.servers.end();) {
+            const auto asked = server++;
+            Server& candidate = **asked;
+            if (!candidate.module || candidate.calls > 0 || !candidate.can_unload) continue;
+            if (candidate.can_unload() != S_OK) {
+                candidate.idle_since = kNever;
                 continue;
-            std::erase_if(classes.cache,
-                          [&server](const auto& entry) { return entry.second == server.get(); });
-            going.push_back(std::move(server));
+            }
+            if (candidate.idle_since == kNever) candidate.idle_since = now;
+            if (now - candidate.idle_since < grace) continue;
+            std::erase_if(classes.cache, [&](const auto& entry) { return entry.second == &candidate; });
+            going.splice(going.end(), classes.servers, asked);
+            ++classes.epoch;
         }
-        std::erase(classes.servers, nullptr);
     }
     for (const auto& server : going)
         FreeLibrary(server->module);  // not under the lock: a module's end runs here
 }
 
-void CoFreeUnusedLibrariesEx(DWORD, DWORD) { CoFreeUnusedLibraries(); }
+ULONGLONG BvClassEpoch() { return MayCreate() ? Classes::Get().epoch.load(std::memory_order_acquire) : 0; }
 }
