@@ -23,6 +23,7 @@ protected:
         for (const char* name : {"zenity", "kdialog"}) {
             std::ofstream(folder_ / name) << "#!/bin/sh\ncd '" << folder_.string()
                                           << "'\nfor a; do printf '%s\\0' \"$a\"; done >asked\n"
+                                             "locale charmap >charset 2>&1\n"
                                              "cat answer\n. ./end\n";
             chmod((folder_ / name).c_str(), 0755);
         }
@@ -122,6 +123,20 @@ TEST_F(ProgramsTest, NamesAndTitlesReachTheProgramAsTheyAre) {
                                               "Films (*.[aA][vV][iI] *.[mM][pP]4)\nAll files(*.*) (*)"));
     Dialogs().error_box("--help 'x'");
     EXPECT_THAT(Asked(), testing::Contains("--help 'x'"));
+}
+
+TEST_F(ProgramsTest, TheProgramHasAllCharactersInEveryLocale) {
+    const std::string before = std::getenv("LC_ALL") ? std::getenv("LC_ALL") : "";
+    for (const char* locale : {"C", "C.UTF-8", "no_SUCH"}) {
+        setenv("LC_ALL", locale, 1);
+        Answer("/d/\xC3\xBC\xE6\x97\xA5.avi\n");
+        std::string name, charset;
+        EXPECT_TRUE(OpenOne(name, kFilter)) << locale;
+        EXPECT_EQ(name, "/d/\xC3\xBC\xE6\x97\xA5.avi") << locale;
+        std::getline(std::ifstream(folder_ / "charset") >> std::ws, charset);
+        EXPECT_EQ(charset, "UTF-8") << locale;
+    }
+    setenv("LC_ALL", before.c_str(), 1);
 }
 
 TEST_F(ProgramsTest, ColoursComeInTheFormsOfTheProgramsVersions) {

@@ -1,6 +1,7 @@
 #include "dialogs/desktop_dialog.h"
 
 #include <fcntl.h>
+#include <langinfo.h>
 #include <poll.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -8,6 +9,7 @@
 
 #include <cctype>
 #include <charconv>
+#include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
@@ -47,6 +49,36 @@ Program FindProgram() {
     return Exists("kdialog") ? Program::kKdialog : Program::kNone;
 }
 
+/// The variables of a dialog program. It writes the names of files in the character set of its locale: one that
+/// hasn't all characters is replaced, and the language stays, if there is such a locale at all.
+std::vector<std::string> Environment() {
+    std::vector<std::string> variables;
+    for (char** variable = environ; *variable; ++variable) variables.emplace_back(*variable);
+    const auto set = [&](const std::string& name, const std::string& value) {
+        std::erase_if(variables, [&](const std::string& text) { return text.starts_with(name + '='); });
+        if (!value.empty()) variables.push_back(name + '=' + value);
+    };
+    const locale_t locale = newlocale(LC_ALL_MASK, "", nullptr);
+    if (!locale) {
+        set("LC_ALL", "C.UTF-8");
+        return variables;
+    }
+    if (std::string_view(nl_langinfo_l(CODESET, locale)) != "UTF-8") {
+        if (IsSet("LC_ALL")) set("LC_MESSAGES", std::getenv("LC_ALL"));
+        set("LC_ALL", "");
+        set("LC_CTYPE", "C.UTF-8");
+    }
+    freelocale(locale);
+    return variables;
+}
+
+std::vector<char*> Pointers(const std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    for (const std::string& text : texts) pointers.push_back(const_cast<char*>(text.c_str()));
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
 /// Runs a program with its arguments, no shell between. Its output when it ends with 0.
 std::optional<std::string> Run(const std::vector<std::string>& arguments) {
     int pipe_ends[2];
@@ -56,11 +88,10 @@ std::optional<std::string> Run(const std::vector<std::string>& arguments) {
     posix_spawn_file_actions_adddup2(&actions, pipe_ends[1], STDOUT_FILENO);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    std::vector<char*> argv;
-    for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
-    argv.push_back(nullptr);
+    const std::vector<std::string> environment = Environment();
+    const std::vector<char*> argv = Pointers(arguments), variables = Pointers(environment);
     pid_t child = 0;
-    const int failed = posix_spawnp(&child, argv[0], &actions, nullptr, argv.data(), environ);
+    const int failed = posix_spawnp(&child, argv[0], &actions, nullptr, argv.data(), variables.data());
     posix_spawn_file_actions_destroy(&actions);
     close(pipe_ends[1]);
     std::string output;
