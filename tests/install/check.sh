@@ -41,3 +41,10 @@ by_pkg_config=$("$root/scripts/run-native.sh" "$work/host2" "$(pkg-config --vari
 
 grep -qx Common <<<"$by_package"
 [ "$by_package" = "$by_pkg_config" ]
+
+# The tool finds its modules in a prefix of any name, whatever the locale.
+named="$work/Übung 日本 'a' \$x"
+mv "$prefix" "$named"
+export BV_REGISTRY="$named/registry.db" LC_ALL=C
+[ "$("$named/bin/bvhost" register | grep -cF "registered    $named/")" = 2 ]
+"$named/bin/bvhost" tree >/dev/null
