@@ -1,6 +1,5 @@
 // Dialogs and editors: the ways in which a person sets a value without typing it.
 #include <algorithm>
-#include <cstdio>
 #include <iterator>
 #include <map>
 
@@ -62,7 +61,7 @@ int PickValue(const JobSource& source, const std::wstring& name) {
     const NodeView node = job.Node(name);
     std::vector<std::pair<IProperty*, std::string>> before, after;
     CollectValues(node, &before);
-    std::fflush(stdout);  // an editor may write there too
+    FlushOutput();  // an editor may write there too
     ForgetErrors();
     const HRESULT status = node.node->ShowDialog();
     const std::string shown_name = NameOf(node.node.get());

@@ -23,8 +23,10 @@ void Print(const std::string& text) {
     NoteError(std::fwrite(text.data(), 1, text.size(), stdout) == text.size());
 }
 
+void FlushOutput() { NoteError(std::fflush(stdout) == 0); }
+
 void PrintError(const std::string& text) {
-    NoteError(std::fflush(stdout) == 0);
+    FlushOutput();
     const std::string line = "bvhost: " + text + '\n';
     if (!PrintToConsole(true, line)) std::fwrite(line.data(), 1, line.size(), stderr);
 }
@@ -37,7 +39,7 @@ void PrintWarning(const std::string& text) {
 bool Warned() { return warned; }
 
 void FinishOutput() {
-    NoteError(std::fflush(stdout) == 0);
+    FlushOutput();
     if (output_error != 0)
         throw Problem(std::string("standard output can't be written: ") + std::strerror(output_error));
 }

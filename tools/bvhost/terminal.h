@@ -32,6 +32,8 @@ bool Warned();
 void PrintBytes(const std::string& bytes);
 /// All bytes of standard input, as they are. Throws Problem for more than settings have.
 std::string ReadInput();
+/// What was printed is on its way; what was lost is noted.
+void FlushOutput();
 /// To be called last: throws Problem when any of the output was lost, as on a full disk.
 void FinishOutput();
 

@@ -80,10 +80,10 @@ std::string ReadInput() {
 }
 
 void PrintBytes(const std::string& bytes) {
-    std::fflush(stdout);
+    FlushOutput();
     const int before = _setmode(_fileno(stdout), _O_BINARY);
     Print(bytes);
-    std::fflush(stdout);
+    FlushOutput();
     _setmode(_fileno(stdout), before);
 }
 
