@@ -16,10 +16,7 @@ if(WIN32)
   install(TARGETS bv_platform EXPORT BVSchemaTargets)
   set_target_properties(bv_platform PROPERTIES EXPORT_NAME platform)
 else()
-  # The Windows names have a folder of their own: only who asks for it gets a <windows.h>.
-  install(FILES platform/native/include/bvschema/platform.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/bvschema)
-  install(DIRECTORY platform/native/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/bvschema/native
-    FILES_MATCHING PATTERN "*.h" PATTERN bvschema EXCLUDE)
+  install(DIRECTORY platform/native/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
   install(TARGETS bvplatform EXPORT BVSchemaTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
@@ -53,7 +50,7 @@ if(WIN32)
   set(pc_platform_flags " -DWIN32_LEAN_AND_MEAN -DNOMINMAX -D_WIN32_WINNT=0x0601")
   set(pc_libs "-lole32 -loleaut32 -luuid -ladvapi32 -lshlwapi -lshell32 -lcomdlg32 -luser32 -lstrmiids")
 else()
-  set(pc_platform_flags " -I\${includedir}/bvschema/native")
+  set(pc_platform_flags "")
   set(pc_libs "-L\${libdir} -lbvplatform")
 endif()
 configure_file(cmake/bvschema.pc.in ${CMAKE_BINARY_DIR}/bvschema.pc @ONLY)

@@ -1,8 +1,8 @@
 // The resources of a module, from the lists that bv_add_resources puts on the include path, as the tables
 // that the platform layer reads.
-#include <windows.h>
+#include <bvschema/platform.h>
 //
-#include <bv_native_resources.h>
+#include <bvschema/native/bv_native_resources.h>
 
 namespace {
 

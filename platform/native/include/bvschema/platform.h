@@ -1,11 +1,11 @@
 // The component model's own names: here the platform layer supplies them.
 #pragma once
 
-#include <windows.h>
+#include "native/windows.h"
 //
-#include <dshow.h>
-#include <objbase.h>
-#include <oleauto.h>
-#include <shlwapi.h>
+#include "native/dshow.h"
+#include "native/objbase.h"
+#include "native/oleauto.h"
+#include "native/shlwapi.h"
 
 #define BV_DECLARE_UUID(Type, text)
