@@ -18,6 +18,11 @@
 // - Names of nodes compare without regard to case.
 #pragma once
 
+#if __cplusplus < 202002L && (!defined(_MSVC_LANG) || _MSVC_LANG < 202002L)
+#error "<bvschema/bvschema.h> needs C++20: compile with -std=c++20, or link the CMake target BVSchema::BVSchema."
+#include <bvschema/needs_c++20>  // there is no such file: the compiler ends here, with nothing more to say
+#endif
+
 #include <bvschema/platform.h>
 
 #include <cstddef>
