@@ -17,7 +17,7 @@ if(WIN32)
   set_target_properties(bv_platform PROPERTIES EXPORT_NAME platform)
 else()
   install(DIRECTORY platform/native/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-  install(TARGETS bvplatform EXPORT BVSchemaTargets
+  install(TARGETS bvplatform bvtlc EXPORT BVSchemaTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   set_target_properties(bvplatform PROPERTIES EXPORT_NAME platform INSTALL_RPATH "$ORIGIN")
@@ -35,6 +35,10 @@ if(TARGET bvhost)
   install(TARGETS bvhost RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
 
+# What component modules are made with
+set(BV_SDK_DIR ${package_dir}/module)
+install(DIRECTORY platform/module/ DESTINATION ${BV_SDK_DIR})
+
 # find_package(BVSchema)
 install(EXPORT BVSchemaTargets NAMESPACE BVSchema:: DESTINATION ${package_dir})
 configure_package_config_file(cmake/BVSchemaConfig.cmake.in ${CMAKE_BINARY_DIR}/BVSchemaConfig.cmake
@@ -49,9 +53,13 @@ string(REGEX REPLACE "/$" "" to_prefix "${to_prefix}")
 if(WIN32)
   set(pc_platform_flags " -DWIN32_LEAN_AND_MEAN -DNOMINMAX -D_WIN32_WINNT=0x0601")
   set(pc_libs "-lole32 -loleaut32 -luuid -ladvapi32 -lshlwapi -lshell32 -lcomdlg32 -luser32 -lstrmiids")
+  set(pc_module_entry "")
+  set(pc_module_exports module.def)
 else()
   set(pc_platform_flags "")
   set(pc_libs "-L\${libdir} -lbvplatform")
+  set(pc_module_entry "\${prefix}/${BV_SDK_DIR}/module_entry.cpp")
+  set(pc_module_exports module.map)
 endif()
 configure_file(cmake/bvschema.pc.in ${CMAKE_BINARY_DIR}/bvschema.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/bvschema.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -16,7 +16,7 @@
 #include <optional>
 #include <vector>
 
-#include "model/module_attach.h"
+#include "module_attach.h"
 #include "text/text.h"
 
 using namespace bv::platform;

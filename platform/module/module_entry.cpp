@@ -3,9 +3,9 @@
 //
 // DllMain runs among the constructors of the module's static objects, in no order with them: what it uses is
 // constant-initialised.
-#include <windows.h>
+#include <bvschema/platform.h>
 
-#include "model/module_attach.h"
+#include <bvschema/native/module_attach.h>
 
 extern "C" __attribute__((visibility("hidden"))) BOOL WINAPI DllMain(HINSTANCE, DWORD, LPVOID);
 #pragma weak DllMain
