@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdio>
 #include <cwchar>
 #include <map>
 #include <memory>
@@ -133,7 +134,8 @@ bool IsSystemLibrary(std::string_view name) {
     return false;
 }
 
-std::string OwnPath() { return PathOf(IdentityOfAddress(reinterpret_cast<const void*>(&IsSystemLibrary))); }
+const link_map* OwnIdentity() { return IdentityOfAddress(reinterpret_cast<const void*>(&IsSystemLibrary)); }
+std::string OwnPath() { return PathOf(OwnIdentity()); }
 
 std::string FolderOf(const std::string& path) { return path.substr(0, path.rfind('/') + 1); }
 
@@ -208,6 +210,36 @@ HMODULE Load(const std::string& name, const void* caller) {
         }
     }
     dlclose(opened.handle);
+    return Failed(ERROR_DLL_INIT_FAILED, HMODULE());
+}
+
+/// Null means the program, but not to a component module that was built without its entry: nobody has called
+/// its DllMain, so it asks for its own path without a handle. The program's path would be registered in its
+/// place.
+HMODULE CheckedFor(HMODULE module, const void* caller) {
+    if (module) {
+        module = Checked(module);
+        return module ? module : Failed(ERROR_MOD_NOT_FOUND, HMODULE());
+    }
+    const link_map* const asking = IdentityOfAddress(caller);
+    const HMODULE program = Checked(nullptr);
+    if (!asking || asking == program->identity || asking == OwnIdentity()) return program;
+    {
+        std::lock_guard lock(modules_mutex);
+        const HMODULE known = Find(asking);
+        if (known && known->attached) return program;
+    }
+    const std::string path = PathOf(asking);
+    void* const handle = dlopen(path.c_str(), RTLD_LAZY | RTLD_NOLOAD);
+    void* const creator = handle ? dlsym(handle, "DllGetClassObject") : nullptr;
+    if (handle) dlclose(handle);
+    if (!creator || IdentityOfAddress(creator) != asking) return program;
+    std::fprintf(
+        stderr,
+        "%s: this component module was built without its module entry, so its DllMain is never called "
+        "and it doesn't know its own path. Build it with bvschema_add_module, or compile "
+        "module_entry.cpp into it.\n",
+        path.c_str());
     return Failed(ERROR_DLL_INIT_FAILED, HMODULE());
 }
 
@@ -305,12 +337,12 @@ HMODULE GetModuleHandleA(LPCSTR name) {
 HMODULE GetModuleHandleW(LPCWSTR name) { return GetModuleHandleA(name ? ToUtf8(name).c_str() : nullptr); }
 
 DWORD GetModuleFileNameA(HMODULE module, LPSTR buffer, DWORD size) {
-    module = Checked(module);
-    return module ? CopyPath(module->path, buffer, size) : Failed(ERROR_MOD_NOT_FOUND, DWORD(0));
+    module = CheckedFor(module, __builtin_return_address(0));
+    return module ? CopyPath(module->path, buffer, size) : DWORD(0);
 }
 DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD size) {
-    module = Checked(module);
-    return module ? CopyPath(ToWide(module->path), buffer, size) : Failed(ERROR_MOD_NOT_FOUND, DWORD(0));
+    module = CheckedFor(module, __builtin_return_address(0));
+    return module ? CopyPath(ToWide(module->path), buffer, size) : DWORD(0);
 }
 
 BOOL DisableThreadLibraryCalls(HMODULE module) {
