@@ -19,7 +19,8 @@
 #pragma once
 
 #if __cplusplus < 202002L && (!defined(_MSVC_LANG) || _MSVC_LANG < 202002L)
-#error "<bvschema/bvschema.h> needs C++20: compile with -std=c++20, or link the CMake target BVSchema::BVSchema."
+#error \
+    "<bvschema/bvschema.h> needs C++20: compile with -std=c++20, or link the CMake target BVSchema::BVSchema."
 #include <bvschema/needs_c++20>  // there is no such file: the compiler ends here, with nothing more to say
 #endif
 
@@ -738,6 +739,10 @@ inline constexpr GUID Root = GuidOf("3C78B8E0-6C50-11D0-A0E0-000EFA951B00");
 inline constexpr GUID OutputFormats = GuidOf("3C78B8E2-6C5D-11D0-ADE1-0C0EFA951B02");
 inline constexpr GUID InputFormats = GuidOf("3C78B8E2-6C5D-11D0-ADE1-0C0EFA951B04");
 inline constexpr GUID Actions = GuidOf("3C78B8E2-6C5D-11D0-ADE1-0C0EFA951B06");
+// Filters for a list of further ones (IEnumObject) stand where the media framework keeps its devices, as the
+// media framework does it: "CLSID\{category}\Instance\{class id}", with the values "CLSID" and
+// "FriendlyName". IBVFilterMapper reads them.
+inline constexpr GUID Filters = GuidOf("3C78B8E2-6C5D-11D0-ADE1-0C0EFA951B08");
 }  // namespace category
 
 inline constexpr GUID kTypeLibrary =

@@ -687,6 +687,29 @@ TEST_F(BvhostTest, SaysHowToRegisterWhatIsNotRegistered) {
     EXPECT_THAT(Run("registry").text, HasSubstr("BVSchema.Map"));
 }
 
+TEST_F(BvhostTest, RegistersOnlyWhatCanBeMade) {
+    const std::string announcer =
+        '"' + (ProbePath().parent_path() / ("BVAnnouncer" + ProbePath().extension().string())).string() + '"';
+    for (const char* time : {"the first time", "and again"}) {
+        SCOPED_TRACE(time);
+        const Outcome outcome = Run("register " + announcer);
+        EXPECT_EQ(outcome.exit_code, 1);
+        for (const char* text : {"\"Not there\" {D0B1E000-0000-4000-8000-0000000000F1}, announced as an "
+                                 "output format, can't be made: "
+                                 "the module doesn't have this class\n",
+                                 "\"Wrong place\" {D0B1E000-0000-4000-8000-0000000000F2}, announced as an "
+                                 "output format, can't be made: "
+                                 "its module is said to be ",
+                                 "\"No class\" {D0B1E000-0000-4000-8000-0000000000F3}, announced as an "
+                                 "output format, can't be made: "
+                                 "the class isn't registered\n"})
+            EXPECT_THAT(outcome.text, HasSubstr(text));
+        EXPECT_THAT(outcome.text, Not(HasSubstr("registered  ")));
+    }
+    EXPECT_EQ(Run("unregister " + announcer).exit_code, 0);
+    EXPECT_EQ(Run("register").exit_code, 0) << "what others have announced is all there";
+}
+
 TEST_F(BvhostTest, CallsByNameWhatTheTypeLibraryTells) {
     EXPECT_EQ(Run("types").text, ReadAll(DataFolder() / "golden/types.txt")) << "on every platform";
     Check({

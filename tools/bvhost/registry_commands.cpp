@@ -1,8 +1,8 @@
-#include <optional>
-
+#include "announced.h"
 #include "commands.h"
 #include "exit_code.h"
 #include "paths.h"
+#include "registry_key.h"
 #include "server.h"
 #include "terminal.h"
 #include "text.h"
@@ -19,84 +19,42 @@ std::vector<fs::path> ModulesFor(const std::vector<std::wstring>& named) {
     return modules;
 }
 
-int CallEach(const std::vector<std::wstring>& named, const char* operation, const char* done) {
+int Register(const std::vector<std::wstring>& modules) {
     int result = kDone;
-    for (const fs::path& module : ModulesFor(named)) {
+    std::vector<Registration> done;
+    for (const fs::path& module : ModulesFor(modules)) {
         try {
-            CallModule(module, operation);
-            Print(std::string(done) + "  " + PathText(module) + '\n');
+            const ClassList before = RegisteredClasses();
+            CallModule(module, "DllRegisterServer");
+            done.push_back({module, NewClasses(before, module)});
+        } catch (const Problem& problem) {
+            PrintError(problem.what());
+            result = kFailed;
+        }
+    }
+    // A class may need those of a module that comes later.
+    for (const Registration& registration : done) {
+        const std::string name = PathText(registration.module);
+        const std::vector<std::string> missing = WhatCannotBeMade(registration.classes);
+        if (missing.empty()) Print("registered    " + name + '\n');
+        for (const std::string& problem : missing) PrintError(name + ": " + problem);
+        if (!missing.empty()) result = kFailed;
+    }
+    return result;
+}
+
+int Unregister(const std::vector<std::wstring>& modules) {
+    int result = kDone;
+    for (const fs::path& module : ModulesFor(modules)) {
+        try {
+            CallModule(module, "DllUnregisterServer");
+            Print("unregistered  " + PathText(module) + '\n');
         } catch (const Problem& problem) {
             PrintError(problem.what());
             result = kFailed;
         }
     }
     return result;
-}
-
-// --- Reading keys
-
-class Key {
-public:
-    Key(HKEY parent, const std::wstring& path) {
-        error_ = RegOpenKeyExW(parent, path.c_str(), 0, KEY_READ, &key_);
-    }
-    Key(const Key&) = delete;
-    Key& operator=(const Key&) = delete;
-    ~Key() {
-        if (error_ == ERROR_SUCCESS) RegCloseKey(key_);
-    }
-    explicit operator bool() const { return error_ == ERROR_SUCCESS; }
-    HKEY get() const { return key_; }
-
-    std::vector<std::wstring> Subkeys() const {
-        std::vector<std::wstring> names;
-        wchar_t name[256];
-        DWORD length = 256;
-        for (DWORD i = 0;
-             RegEnumKeyExW(key_, i, name, &length, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
-             ++i, length = 256)
-            names.emplace_back(name, length);
-        return names;
-    }
-    /// The text or number of a value; null is the default value. Nothing when there is none.
-    std::optional<std::wstring> Value(const wchar_t* name) const {
-        wchar_t text[1024] = {};
-        DWORD type = 0, size = sizeof text - sizeof *text;
-        if (RegQueryValueExW(key_, name, nullptr, &type, reinterpret_cast<BYTE*>(text), &size) !=
-            ERROR_SUCCESS)
-            return {};
-        if (type == REG_SZ || type == REG_EXPAND_SZ) return std::wstring(text);
-        DWORD number = 0;
-        if (type != REG_DWORD) return L"(" + std::to_wstring(size) + L" bytes)";
-        size = sizeof number;
-        RegQueryValueExW(key_, name, nullptr, nullptr, reinterpret_cast<BYTE*>(&number), &size);
-        return std::to_wstring(number);
-    }
-    std::vector<std::wstring> ValueNames() const {
-        std::vector<std::wstring> names;
-        wchar_t name[256];
-        DWORD length = 256;
-        for (DWORD i = 0;
-             RegEnumValueW(key_, i, name, &length, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
-             ++i, length = 256)
-            if (length > 0) names.emplace_back(name, length);
-        return names;
-    }
-
-private:
-    HKEY key_ = nullptr;
-    LONG error_;
-};
-
-std::wstring DefaultOf(HKEY parent, const std::wstring& path) {
-    const Key key(parent, path);
-    return key ? key.Value(nullptr).value_or(L"") : std::wstring();
-}
-
-std::wstring GuidText(REFGUID id) {
-    wchar_t text[40];
-    StringFromGUID2(id, text, 40);
-    return text;
 }
 
 void PrintKey(HKEY parent, const std::wstring& path, const std::wstring& shown, size_t depth) {
@@ -162,14 +120,14 @@ int ShowRegistry() {
 
 void AddRegistryCommands(CommandLine& line) {
     const auto modules = std::make_shared<std::vector<std::wstring>>();
-    const auto add = [&](const char* name, const char* help, const char* operation, const char* done) {
+    const auto add = [&](const char* name, const char* help, int (*run)(const std::vector<std::wstring>&)) {
         const Command command = line.Add(name, help);
         command.Words("MODULE", "Module files; by default BVSchema and BVSamples of this installation",
                       modules.get(), false);
-        command.Does([=] { return CallEach(*modules, operation, done); });
+        command.Does([=] { return run(*modules); });
     };
-    add("register", "Registers component modules", "DllRegisterServer", "registered  ");
-    add("unregister", "Takes component modules out of the registry", "DllUnregisterServer", "unregistered");
+    add("register", "Registers component modules", Register);
+    add("unregister", "Takes component modules out of the registry", Unregister);
     line.Add("registry", "Shows what the modules wrote to the registry").Does(ShowRegistry);
 }
 
