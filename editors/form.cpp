@@ -19,7 +19,6 @@ using host::Utf8;
 
 constexpr int kMostTries = 20;
 constexpr int kDeepest = 32;
-constexpr LONG kCheckBox = 0x20;
 constexpr size_t kLongestValue = 512;  // bytes; a node takes more, but what reads it doesn't
 
 /// The answer to a question; "" stands for an empty text, an empty line for no answer.
@@ -109,7 +108,7 @@ Choices ChoicesOf(IProperty* node) {
 
 bool IsCheckBox(IProperty* node) {
     LONG type = 0;
-    return SUCCEEDED(node->get_Type(&type)) && type & kCheckBox;
+    return SUCCEEDED(node->get_Type(&type)) && type & bv::style::kCheckBox;
 }
 
 Value ValueOf(IProperty* node) {

@@ -89,6 +89,35 @@ struct ICriticalSection;
 struct IMediaObject;
 struct IProperty;
 
+namespace bv {
+
+/// The bits of IProperty.Type: which editor a form shows for the node. The server keeps the word and gives it
+/// back; it acts on kNotNegative alone. The others tell what the nodes that carry them have in common, so a
+/// host may pass over those that it has no use for. Whether there is a value, a list of values or a dialog,
+/// the node itself tells as well: get_Value, IListOfValues, ShowDialog.
+namespace style {
+inline constexpr LONG kEdit = 0x1;             // a field in which the value is typed
+inline constexpr LONG kList = 0x4;             // a list to choose from: the node's IListOfValues
+inline constexpr LONG kDialog = 0x8;           // a button that calls ShowDialog
+inline constexpr LONG kCarrier = 0x10;         // no row of its own: it carries other nodes, or data
+inline constexpr LONG kCheckBox = 0x20;        // a check box: VT_I4 1 or 0
+inline constexpr LONG kHeading = 0x40;         // with kGroup: the group has a heading, its Title
+inline constexpr LONG kGroup = 0x80;           // a frame round the children; it has no value
+inline constexpr LONG kDependent = 0x100;      // counts while the switch above it is on
+inline constexpr LONG kRefinement = 0x200;     // refines the setting before it: one step further in
+inline constexpr LONG kShowsOthers = 0x400;    // its value shows and hides other nodes: draw the form anew
+inline constexpr LONG kSwitch = 0x800;         // a check box that takes what belongs to it into use
+inline constexpr LONG kBranch = 0x1000;        // a check box that a whole branch depends on
+inline constexpr LONG kFile = 0x8000;          // the text is the path of a file that is there
+inline constexpr LONG kRedraws = 0x10000;      // its value changes what is shown for the nodes round it
+inline constexpr LONG kLabel = 0x20000;        // a text to read, such as a unit: it isn't typed
+inline constexpr LONG kInEditor = 0x40000;     // for the editor of a node above it, not for the form
+inline constexpr LONG kNotNegative = 0x80000;  // put_Value refuses a number below 0
+inline constexpr LONG kByFormat = 0x100000;    // shown and typed through Format, in the unit beside it
+}  // namespace style
+
+}  // namespace bv
+
 // --- Nodes -------------------------------------------------------------------------------------------------
 
 struct IBaseObj : IDispatch {
@@ -101,8 +130,8 @@ BV_INTERFACE_ID(IBaseObj, "D27BF443-091F-4AF5-A234-851BB5CEF820")
 /// One node of the settings tree: a self-describing, typed, editable setting.
 /// Its children come by asking the node for IEnumProperties, its allowed values by asking for IListOfValues.
 struct IProperty : IBaseObj {
-    /// The style word for whoever presents the node. The server acts on one bit: 0x80000, the value may not
-    /// be negative.
+    /// The style word for whoever presents the node, bits of bv::style. The server acts on one of them:
+    /// kNotNegative.
     STDMETHOD(get_Type)(LONG* pVal) PURE;
     /// Non-zero: not to be shown.
     STDMETHOD(get_IsHide)(LONG* pVal) PURE;
@@ -421,7 +450,7 @@ struct IMediaFiles : ICollection {
 };
 BV_INTERFACE_ID(IMediaFiles, "93AED99E-EBD6-4410-906F-D33E587E10BD")
 
-/// The cuts of one input.
+/// The cuts of one input: the node "Timelines" (class PropertyTimelines) below the input's node answers it.
 struct ITimelines : ICollection {
     /// Appends a cut, in frames from 0, and gives it; ptrRet may be null. The frames aren't checked here. The
     /// status of the creation, or E_OUTOFMEMORY; nothing is added then.

@@ -23,7 +23,7 @@ void SetUnit(IProperty* node, ISimpleInit* init, const wchar_t* unit) {
     VariantInit(&value);
     value.vt = VT_BSTR;
     value.bstrVal = text;
-    extension_init->SetType(kUnit);
+    extension_init->SetType(bv::style::kLabel);
     extension_init->put_Value(value);
 }
 
@@ -37,7 +37,7 @@ HRESULT SetUpSimple(IUnknown* object, const Setting& setting) {
     if (setting.description_id) init->put_DescriptionID(setting.description_id);
     for (const Choice& choice : setting.choices) init->AddItem(Text(choice.label), Number(choice.value));
     if (setting.unit) SetUnit(node.operator->(), init.operator->(), setting.unit);
-    if (setting.style != kGroup) init->put_Value(Number(setting.value));
+    if (setting.style != kSection) init->put_Value(Number(setting.value));
     return S_OK;
 }
 

@@ -5,14 +5,8 @@
 
 namespace sample {
 
-enum Style : LONG {
-    kEdit = 1,
-    kList = 4,
-    kCheckBox = 0x20,
-    kGroup = 0xC0,
-    kUnit = 0x20000,
-    kNotNegative = 0x80000,
-};
+using bv::style::kCheckBox, bv::style::kEdit, bv::style::kList, bv::style::kNotNegative;
+inline constexpr LONG kSection = bv::style::kGroup | bv::style::kHeading;
 
 struct Choice {
     const wchar_t* label;
@@ -33,7 +27,7 @@ struct Rows {
 struct Setting {
     const wchar_t* name;
     const wchar_t* title = nullptr;
-    LONG style = kGroup;
+    LONG style = kSection;
     LONG value = 0;  // a group has none
     Rows<Choice> choices = {};
     const wchar_t* unit = nullptr;

@@ -27,8 +27,7 @@ constexpr Setting kSettings[] = {
      .unit = L"pixels",
      .description = L"The height follows from the shape of the frame."},
 };
-constexpr Setting kRoot = {
-    .name = L"Thumbnail", .title = L"Thumbnail", .style = kGroup, .children = kSettings};
+constexpr Setting kRoot = {.name = L"Thumbnail", .title = L"Thumbnail", .children = kSettings};
 
 class ThumbnailAction final : public Component<IActionObject> {
 public:

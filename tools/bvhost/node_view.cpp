@@ -37,7 +37,7 @@ LONG CountOf(ICollection* collection) {
 std::wstring ShownValue(const NodeView& view) {
     for (const auto& choice : view.choices)
         if (choice.selected) return choice.label;
-    if (view.style & kCheckBox && !view.value.object()) {
+    if (view.style & bv::style::kCheckBox && !view.value.object()) {
         Value flag;
         if (SUCCEEDED(view.value.ChangeTo(VT_I4, &flag)) && (flag.get().lVal == 0 || flag.get().lVal == 1))
             return flag.get().lVal ? L"on" : L"off";

@@ -9,9 +9,6 @@
 
 namespace host {
 
-/// Bits of the style word that this host acts on.
-inline constexpr LONG kFromList = 4, kCheckBox = 0x20, kNotNegative = 0x80000;
-
 struct NodeView {
     struct Choice {
         std::wstring label;

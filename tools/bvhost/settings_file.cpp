@@ -11,7 +11,7 @@
 namespace host {
 namespace {
 
-constexpr size_t kMostBytes = 16 * 1024 * 1024;
+constexpr size_t kLargestFile = 16 * 1024 * 1024;
 constexpr const char* kTooLong = "settings have at most 16 MB";
 
 class Reader {
@@ -164,7 +164,7 @@ std::string ReadWhole(std::FILE* stream) {
     char part[1 << 16];
     for (size_t count; (count = std::fread(part, 1, sizeof part, stream)) > 0;) {
         bytes.append(part, count);
-        if (bytes.size() > kMostBytes) throw Problem(kTooLong);
+        if (bytes.size() > kLargestFile) throw Problem(kTooLong);
     }
     if (std::ferror(stream)) throw Problem("it can't be read");
     return bytes;
@@ -174,7 +174,7 @@ std::string ReadWhole(const std::filesystem::path& file) {
     std::error_code error;
     if (!std::filesystem::exists(file, error)) throw Problem("there is no such file");
     if (!std::filesystem::is_regular_file(file, error)) throw Problem("this is no file");
-    if (std::filesystem::file_size(file, error) > kMostBytes) throw Problem(kTooLong);
+    if (std::filesystem::file_size(file, error) > kLargestFile) throw Problem(kTooLong);
     std::ifstream stream(file, std::ios::binary);
     std::string bytes(std::istreambuf_iterator<char>(stream), {});
     if (!stream.is_open() || stream.bad()) throw Problem("it can't be read");

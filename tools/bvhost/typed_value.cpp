@@ -136,10 +136,10 @@ std::optional<Value> TypedValue(const NodeView& node, const std::wstring& text) 
     if (!node.choices.empty()) {
         for (const auto& choice : node.choices)
             if (!choice.value.object() && !text.empty() && choice.value.AsText() == text) return choice.value;
-        if (node.style & kFromList || node.value.object()) return {};
+        if (node.style & bv::style::kList || node.value.object()) return {};
     }
     if (node.value.object()) return {};
-    if (node.style & kCheckBox) {
+    if (node.style & bv::style::kCheckBox) {
         for (const wchar_t* yes : {L"on", L"yes", L"true", L"1"})
             if (SameName(text, yes)) return Converted(node, L"1");
         for (const wchar_t* no : {L"off", L"no", L"false", L"0"})
@@ -165,12 +165,12 @@ std::string WhatItTakes(const NodeView& node, const std::wstring& text) {
         }
         return "the choices are " + all + Suggestion(text, labels);
     }
-    if (node.style & kCheckBox) return "this setting is \"on\" or \"off\"";
+    if (node.style & bv::style::kCheckBox) return "this setting is \"on\" or \"off\"";
     if (const Form* const form = FormOf(node))
         return std::string("this setting takes ") + form->takes + (MayBeEmpty(node) ? ", or nothing" : "");
     std::string takes = "a " + KindName(node.value.kind());
     if (const Range* range = WholeRange(node.value.kind())) {
-        const bool signless = node.style & kNotNegative;
+        const bool signless = node.style & bv::style::kNotNegative;
         takes = "a whole number from " + std::to_string(signless ? 0 : range->lowest) + " to " +
                 std::to_string(range->highest);
     } else if (IsReal(node.value.kind())) {
