@@ -5,6 +5,7 @@
 #include <cstring>
 #include <tuple>
 
+#include "bvhost/filters.h"
 #include "bvhost/text.h"
 #include "bvhost/value_forms.h"
 #include "console.h"
@@ -310,12 +311,17 @@ public:
             return {};
         }
         CLSID cls = {};
+        for (const auto& offered : host::OfferedFilters()) {
+            IUnknown* added = offered.filter.get();
+            if (host::SameName(command, offered.label))
+                return SUCCEEDED(list_->Add(&added)) ? "" : "The filter isn't added.";
+        }
         if (host::SameName(command, L"size"))
             cls = bv::clsid::FrameSizeFilter;
         else if (host::SameName(command, L"crop"))
             cls = bv::clsid::CropFilter;
         else if (FAILED(CLSIDFromString(command.c_str(), &cls)))
-            return "A filter is added by \"size\", \"crop\" or its class id.";
+            return "A filter is added by its name, by \"size\", \"crop\" or its class id.";
         Ref<IUnknown> added;
         return SUCCEEDED(list_->AddByCLSID(&cls, added.Put())) ? ""
                                                                : "There is no such filter on this machine.";
@@ -329,7 +335,8 @@ private:
 
 void EditFilters(IProperty* node, Changes& changes, FilterList& filters) {
     const std::string before = filters.Names();
-    Say("\"size\", \"crop\" or a class id adds a filter, -1 removes the first, an empty line ends.");
+    for (const auto& offered : host::OfferedFilters()) Say("  There is: " + OneLine(Utf8(offered.label)));
+    Say("A name, \"size\", \"crop\" or a class id adds a filter, -1 removes the first, an empty line ends.");
     for (int refused = 0; refused < 20;) {
         Say("  Filters: " + filters.Names());
         const std::wstring command = AskText("Change", L"", 100);

@@ -1,25 +1,48 @@
-// The two filters that every video job has: frame size and crop. The settings are the server's own nodes; the
-// filter is what a graph would be built with. It says what it is, and takes no part in a graph: this sample
-// shows settings.
+// The two filters that every video job has, frame size and crop, and one that a user may choose. The settings of
+// the first two are the server's own nodes, the third brings its own; the filter is what a graph would be built
+// with. It says what it is, and takes no part in a graph: this sample shows settings.
 #include "classes.h"
-#include "component.h"
+#include "settings.h"
 
 namespace sample {
 namespace {
 
-constexpr CLSID kFrameSize[] = {bv::clsid::FrameSizeFilter, bv::clsid::PropertySize};
-constexpr CLSID kCrop[] = {bv::clsid::CropFilter, bv::clsid::PropertyCrop};
+constexpr Setting kGrainSettings[] = {
+    {.name = L"GrainStrength",
+     .title = L"Strength",
+     .style = kEdit | kNotNegative,
+     .value = 20,
+     .unit = L"%",
+     .description = L"How much of the noise is taken out."},
+    {.name = L"GrainKeepEdges",
+     .title = L"Keep edges sharp",
+     .style = kCheckBox,
+     .value = 1,
+     .description = L"Leaves places alone where the picture changes much."},
+};
 
-/// ids: the filter's class, and the class of its settings.
-template <const CLSID (&ids)[2]>
+struct FilterDecl {
+    CLSID cls;
+    Setting root;
+};
+// The node above these two names them.
+constexpr FilterDecl kFrameSize = {bv::clsid::FrameSizeFilter, {.name = L"", .cls = bv::clsid::PropertySize}};
+constexpr FilterDecl kCrop = {bv::clsid::CropFilter, {.name = L"", .cls = bv::clsid::PropertyCrop}};
+constexpr FilterDecl kGrain = {kGrainFilter,
+                               {.name = L"Grain", .title = L"Film grain", .children = kGrainSettings}};
+
+template <const FilterDecl& decl>
 class Filter final : public Component<IBaseFilter> {
 public:
     /// Fails where the server has no such settings: a filter without them is of no use here.
-    HRESULT Build() { return AggregateNode(ids[1]); }
+    HRESULT Build() {
+        const HRESULT status = AggregateNode(decl.root.cls);
+        return FAILED(status) ? status : SetUp(this, decl.root);
+    }
 
     STDMETHODIMP GetClassID(CLSID* pClassID) override {
         if (!pClassID) return E_POINTER;
-        *pClassID = ids[0];
+        *pClassID = decl.cls;
         return S_OK;
     }
     STDMETHODIMP Stop() override { return E_NOTIMPL; }
@@ -48,6 +71,9 @@ HRESULT CreateFrameSizeFilter(REFIID iid, void** out) {
 }
 HRESULT CreateCropFilter(REFIID iid, void** out) {
     return Component<IBaseFilter>::Create<Filter<kCrop>>(iid, out);
+}
+HRESULT CreateGrainFilter(REFIID iid, void** out) {
+    return Component<IBaseFilter>::Create<Filter<kGrain>>(iid, out);
 }
 
 }  // namespace sample

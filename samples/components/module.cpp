@@ -22,6 +22,7 @@ constexpr OfferedClass kClasses[] = {
     {kThumbnailAction, L"Thumbnail action", CreateThumbnailAction},
     {bv::clsid::FrameSizeFilter, L"Frame size filter", CreateFrameSizeFilter},
     {bv::clsid::CropFilter, L"Crop filter", CreateCropFilter},
+    {kGrainFilter, L"Film grain filter", CreateGrainFilter},
 };
 
 // An input format needs no class: who looks for one reads its mask, its name and its kind.
@@ -46,6 +47,13 @@ constexpr Announcement kAnnounced[] = {
      L"Thumbnail",
      {L"Make thumbnails", L"Makes a small picture of each output file."}},
 };
+
+// What a user can choose for the list of filters. Frame size and crop have their places in every job.
+struct OfferedFilter {
+    CLSID cls;
+    const wchar_t* name;
+};
+constexpr OfferedFilter kFilters[] = {{kGrainFilter, L"Film grain"}};
 
 class ClassObject final : public IClassFactory {
 public:
@@ -97,6 +105,8 @@ HRESULT Register() {
         if (SUCCEEDED(status)) status = RegisterClass(offered.id, offered.name, module.c_str());
     for (const Announcement& component : kAnnounced)
         if (SUCCEEDED(status)) status = Announce(component);
+    for (const OfferedFilter& filter : kFilters)
+        if (SUCCEEDED(status)) status = AnnounceFilter(filter.cls, filter.name);
     return status;
 }
 
@@ -127,6 +137,7 @@ STDAPI DllRegisterServer() try { return sample::Register(); } catch (const std::
 
 STDAPI DllUnregisterServer() try {
     for (const auto& component : sample::kAnnounced) sample::Withdraw(component);
+    for (const auto& filter : sample::kFilters) sample::WithdrawFilter(filter.cls);
     for (const auto& offered : sample::kClasses) sample::UnregisterClass(offered.id);
     return S_OK;
 } catch (const std::bad_alloc&) {

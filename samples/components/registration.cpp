@@ -5,17 +5,15 @@
 namespace sample {
 namespace {
 
-std::wstring ClassKey(REFGUID id) {
+std::wstring IdText(REFGUID id) {
     wchar_t text[40];
     StringFromGUID2(id, text, 40);
-    return L"CLSID\\" + std::wstring(text);
+    return text;
 }
 
-std::wstring Below(const std::wstring& key, REFGUID id) {
-    wchar_t text[40];
-    StringFromGUID2(id, text, 40);
-    return key + L'\\' + text;
-}
+std::wstring ClassKey(REFGUID id) { return L"CLSID\\" + IdText(id); }
+
+std::wstring Below(const std::wstring& key, REFGUID id) { return key + L'\\' + IdText(id); }
 
 /// Writes a text below HKEY_CLASSES_ROOT; a null name is the key's default value.
 HRESULT Write(const std::wstring& path, const wchar_t* name, const std::wstring& text) {
@@ -63,6 +61,20 @@ HRESULT Announce(const Announcement& component) {
         ++number[0];
     }
     return status;
+}
+
+HRESULT AnnounceFilter(REFCLSID cls, const wchar_t* name) {
+    const std::wstring key = Below(ClassKey(bv::category::Filters) + L"\\Instance", cls);
+    HRESULT status = Write(key, L"CLSID", IdText(cls));
+    if (SUCCEEDED(status)) status = Write(key, L"FriendlyName", name);
+    return status;
+}
+
+void WithdrawFilter(REFCLSID cls) {
+    const std::wstring category = ClassKey(bv::category::Filters);
+    RegDeleteTreeW(HKEY_CLASSES_ROOT, Below(category + L"\\Instance", cls).c_str());
+    DeleteIfEmpty(category + L"\\Instance");
+    DeleteIfEmpty(category);
 }
 
 void Withdraw(const Announcement& component) {

@@ -20,4 +20,9 @@ HRESULT Announce(const Announcement& component);
 /// The keys of the category and of all categories go with the last component below them.
 void Withdraw(const Announcement& component);
 
+/// A filter stands among the devices of the media framework, in a category of the application's own, where
+/// IBVFilterMapper finds it: "CLSID\{category}\Instance\{class}".
+HRESULT AnnounceFilter(REFCLSID cls, const wchar_t* name);
+void WithdrawFilter(REFCLSID cls);
+
 }  // namespace sample

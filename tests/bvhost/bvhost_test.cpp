@@ -492,7 +492,9 @@ TEST_F(BvhostTest, RestoresTheRestOfADamagedJob) {
              "type='3'>\n</SplitLength>\n"
              "<Exactly value='1' type='9'>\n</Exactly>\n</Output>\n</Common>\n"
              "<Filters value='1' "
-             "type='3'>\n<EnumFilters>\n<Blur>\n</Blur>\n</EnumFilters>\n</Filters>\n</Main>\n");
+             "type='3'>\n<EnumFilters>\n<Blur>\n</Blur>\n<Grain>\n<GrainStrength value='35' "
+             "type='3'>\n</GrainStrength>\n"
+             "</Grain>\n</EnumFilters>\n</Filters>\n</Main>\n");
     const Outcome outcome = Run("job --from " + File("odd.xml") + " --output " + File("mended.xml"));
     EXPECT_EQ(outcome.exit_code, kWarned);
     for (const char* warning :
@@ -501,10 +503,11 @@ TEST_F(BvhostTest, RestoresTheRestOfADamagedJob) {
           "line 9: there is no setting \"Gone\" here; it is skipped with all inside\n",
           "line 16: SplitLength: the value doesn't fit its type 3\n",
           "line 18: Exactly: the value doesn't fit its type 9\n",
-          "line 24: the filter \"Blur\" isn't restored: the file doesn't say its class\n"})
+          "line 24: the filter \"Blur\" isn't restored: no component offers one of this name\n"})
         EXPECT_THAT(outcome.text, HasSubstr(warning));
     const std::string mended = ReadAll(Folder() / "mended.xml");
     EXPECT_THAT(mended, HasSubstr("<Mode value='2' type='3'>\n"));
+    EXPECT_THAT(mended, HasSubstr("<EnumFilters>\n<Grain>\n<GrainStrength value='35' type='3'"));
     EXPECT_THAT(mended, HasSubstr("<SplitLength value='10' type='3' ext='1' extType='3'>\n"));
 }
 

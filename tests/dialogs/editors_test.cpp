@@ -132,21 +132,22 @@ TEST_F(EditorsTest, FiltersAreAddedRemovedAndPutBack) {
     const auto list = node.As<IEnumObject>();
     LONG count = 0;
     const std::string said =
-        Type(node, "blur\n{00000000-0000-0000-0000-000000000001}\nsize\ncrop\n-3\n-1\n\non\ny\n");
-    EXPECT_THAT(said, HasSubstr("A filter is added by \"size\", \"crop\" or its class id.\n"));
+        Type(node, "blur\nfilm grain\n{00000000-0000-0000-0000-000000000001}\nsize\ncrop\n-4\n-2\n\non\ny\n");
+    EXPECT_THAT(said, HasSubstr("A filter is added by its name, by \"size\", \"crop\" or its class id.\n"));
     EXPECT_THAT(said, HasSubstr("There is no such filter on this machine.\n"));
     EXPECT_THAT(said, HasSubstr("There is no filter of that number.\n"));
-    EXPECT_THAT(said, HasSubstr("  Filters: none -> Crop\n"));
+    EXPECT_THAT(said, HasSubstr("  There is: Film grain\n"));
+    EXPECT_THAT(said, HasSubstr("  Filters: none -> Film grain, Crop\n"));
     EXPECT_EQ(node.Value(), I4(1));
     ASSERT_EQ(list->Count(&count), S_OK);
-    ASSERT_EQ(count, 1);
+    ASSERT_EQ(count, 2);
     Ref<IUnknown> crop, still;
-    ASSERT_EQ(list->Item(0, crop.Put()), S_OK);
+    ASSERT_EQ(list->Item(1, crop.Put()), S_OK);
 
-    EXPECT_THAT(Type(node, "size\n-1\n"), HasSubstr("Cancelled"));
+    EXPECT_THAT(Type(node, "size\n-2\n"), HasSubstr("Cancelled"));
     ASSERT_EQ(list->Count(&count), S_OK);
-    ASSERT_EQ(count, 1);
-    ASSERT_EQ(list->Item(0, still.Put()), S_OK);
+    ASSERT_EQ(count, 2);
+    ASSERT_EQ(list->Item(1, still.Put()), S_OK);
     EXPECT_EQ(still.get(), crop.get());
 }
 

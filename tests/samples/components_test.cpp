@@ -107,6 +107,30 @@ TEST_F(SamplesTest, AFilterBringsTheServersSettings) {
     }
 }
 
+/// The nodes of the filters that are offered, by their labels.
+std::vector<std::pair<std::wstring, Value>> OfferedFilters() {
+    const Node node = CreateNode(clsid::PropertySimple);
+    GUID category = category::Filters;
+    EXPECT_EQ(
+        New<IBVFilterMapper>(clsid::BVFilterMapper)->Init(&category, nullptr, node.As<IListOfValues>().get()),
+        S_OK);
+    return node.Choices();
+}
+
+TEST_F(SamplesTest, AFilterIsFoundAndGoesIntoAList) {
+    auto offered = OfferedFilters();
+    ASSERT_EQ(offered.size(), 1u);
+    EXPECT_EQ(offered[0].first, L"Film grain");
+    const Node filters = (*this)[L"Filters"];
+    IUnknown* filter = offered[0].second.object();
+    ASSERT_EQ(filters.As<IEnumObject>()->Add(&filter), S_OK);
+    CLSID cls = {};
+    ASSERT_EQ(Ref<IUnknown>(filter).As<IBaseFilter>()->GetClassID(&cls), S_OK);
+    EXPECT_TRUE(New<IFilterEntry>(cls)) << "by its class id it goes into a list as well";
+    EXPECT_THAT(filters.Xml(),
+                testing::HasSubstr("<EnumFilters>\n<Grain>\n<GrainStrength value='20' type='3'"));
+}
+
 TEST_F(SamplesTest, AnnouncesItsComponentsAndWithdrawsThem) {
     const auto read = [](GUID category, std::vector<std::vector<std::wstring>>* rows) {
         const auto mapper = New<IBVMapper>(clsid::BVMapper);
@@ -136,6 +160,7 @@ TEST_F(SamplesTest, AnnouncesItsComponentsAndWithdrawsThem) {
         EXPECT_EQ(read(gone, &rows), HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND));
         EXPECT_TRUE(rows.empty());
     }
+    EXPECT_TRUE(OfferedFilters().empty());
     ASSERT_EQ(CallModule(kSamplesFile, "DllRegisterServer"), S_OK);
 }
 

@@ -62,8 +62,8 @@ std::string WhyNot(const RegisteredClass& cls) {
                ", a program: the module doesn't know its own path";
     Ref<IUnknown> object, answer;
     ForgetErrors();
-    HRESULT status = CoCreateInstance(cls.id, nullptr, CLSCTX_INPROC_SERVER, bv::kIid<IUnknown>,
-                                      object.PutVoid());
+    HRESULT status =
+        CoCreateInstance(cls.id, nullptr, CLSCTX_INPROC_SERVER, bv::kIid<IUnknown>, object.PutVoid());
     if (FAILED(status)) return Reason(status);
     if (cls.interface && FAILED(object->QueryInterface(*cls.interface, answer.PutVoid())))
         return "the object doesn't answer the interface of one";

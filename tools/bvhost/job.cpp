@@ -6,6 +6,7 @@
 #include <tuple>
 
 #include "cuts.h"
+#include "filters.h"
 #include "paths.h"
 #include "server.h"
 #include "typed_value.h"
@@ -442,10 +443,7 @@ void Job::RestoreBelow(const Element& element, IProperty* node) {
     for (const Element& child : element.children) {
         if (SameName(child.name, L"FILES") && node == root_.get()) continue;
         if (SameName(child.name, L"EnumFilters") && Ask<IEnumObject>(node)) {
-            // The file has the settings of each filter of the list, and not its class.
-            for (const Element& filter : child.children)
-                warnings_.push_back("line " + std::to_string(filter.line) + ": the filter " +
-                                    Quoted(filter.name) + " isn't restored: the file doesn't say its class");
+            RestoreFilters(child, Ask<IEnumObject>(node).get());
             continue;
         }
         const auto cuts = SameName(child.name, L"timeline") ? Ask<ITimelines>(node) : Ref<ITimelines>();
@@ -459,6 +457,22 @@ void Job::RestoreBelow(const Element& element, IProperty* node) {
         else
             warnings_.push_back("line " + std::to_string(child.line) + ": there is no setting " +
                                 Quoted(child.name) + " here; it is skipped with all inside");
+    }
+}
+
+// The file has the settings of each filter of the list under the name of its node, and not its class.
+void Job::RestoreFilters(const Element& part, IEnumObject* list) {
+    for (const Element& element : part.children) {
+        IUnknown* added = nullptr;
+        const auto offered = OfferedFilters();
+        for (const OfferedFilter& filter : offered)
+            if (SameName(filter.name, element.name)) added = filter.filter.get();
+        if (added && SUCCEEDED(list->Add(&added)))
+            RestoreNode(element, Ask<IProperty>(added).get());
+        else
+            warnings_.push_back("line " + std::to_string(element.line) + ": the filter " +
+                                Quoted(element.name) +
+                                " isn't restored: no component offers one of this name");
     }
 }
 

@@ -81,6 +81,7 @@ private:
     void RestoreInput(const Element& element);
     void RestoreNode(const Element& element, IProperty* node);
     void RestoreBelow(const Element& element, IProperty* node);
+    void RestoreFilters(const Element& part, IEnumObject* list);
     void RestoreObject(const Element& element, IProperty* node);
     void CheckWritten(const std::string& xml);
 
