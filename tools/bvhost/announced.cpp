@@ -15,7 +15,7 @@ struct Kind {
     const GUID* category;
     bool of_framework;  // among the media framework's devices
     const char* what;
-    const IID* interface;  // null: no object is made of it
+    const IID* must_answer;  // null: no object is made of it
 };
 const Kind kKinds[] = {
     {&bv::category::OutputFormats, false, "an output format", &bv::kIid<IOutputFormatInfo>},
@@ -42,7 +42,7 @@ void ReadKind(const Kind& kind, HKEY classes, ClassList* list) {
         found.name = component.Value(kind.of_framework ? L"FriendlyName" : nullptr).value_or(L"");
         found.server = ServerOf(classes, id);
         found.announced = kind.what;
-        found.interface = kind.interface;
+        found.must_answer = kind.must_answer;
         (*list)[path + L'\\' + name] = found;
     }
 }
@@ -65,7 +65,7 @@ std::string WhyNot(const RegisteredClass& cls) {
     HRESULT status =
         CoCreateInstance(cls.id, nullptr, CLSCTX_INPROC_SERVER, bv::kIid<IUnknown>, object.PutVoid());
     if (FAILED(status)) return Reason(status);
-    if (cls.interface && FAILED(object->QueryInterface(*cls.interface, answer.PutVoid())))
+    if (cls.must_answer && FAILED(object->QueryInterface(*cls.must_answer, answer.PutVoid())))
         return "the object doesn't answer the interface of one";
     return {};
 }

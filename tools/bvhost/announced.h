@@ -16,7 +16,7 @@ struct RegisteredClass {
     std::wstring name;
     std::wstring server;    // the module that is said to have it; empty: none
     std::string announced;  // as what it is offered, such as "an output format"; empty: a class alone
-    const IID* interface = nullptr;  // what it must answer for that
+    const IID* must_answer = nullptr;  // what it must answer for that
 
     bool operator==(const RegisteredClass&) const = default;
 };
