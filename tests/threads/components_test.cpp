@@ -37,7 +37,8 @@ void ExpectGone() {
 }
 
 TEST(ComponentThreadsTest, TreesStandWhileClassesAndModulesComeAndGo) {
-    const std::filesystem::path other = TempFolder() / ("Other" + (BinFolder() / kModuleFile).extension().string());
+    const std::filesystem::path other =
+        TempFolder() / ("Other" + (BinFolder() / kModuleFile).extension().string());
     std::filesystem::copy_file(BinFolder() / kModuleFile, other);
     const auto settings = [] {
         const Node root = CreateNode(clsid::PropertyMain);

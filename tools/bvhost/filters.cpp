@@ -22,7 +22,8 @@ std::vector<OfferedFilter> OfferedFilters() {
         Value value;
         if (FAILED(list->get_Item(i, item.Put()))) continue;
         const auto entry = item.As<IListItem>();
-        if (!entry || FAILED(entry->get_Title(label.Put())) || FAILED(entry->get_Value(value.Put()))) continue;
+        if (!entry || FAILED(entry->get_Title(label.Put())) || FAILED(entry->get_Value(value.Put())))
+            continue;
         // What the list offers is a filter that is a node: another one would have needed a wrapper.
         const auto node = Ask<IProperty>(value.object());
         if (node && SUCCEEDED(node->get_Name(name.Put())))

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include <bvschema/bvschema.h>
-#include <msxml.h>
 
 #include "server.h"
 #include "text.h"

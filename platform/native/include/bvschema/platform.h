@@ -4,6 +4,7 @@
 #include "native/windows.h"
 //
 #include "native/dshow.h"
+#include "native/msxml.h"
 #include "native/objbase.h"
 #include "native/oleauto.h"
 #include "native/shlwapi.h"

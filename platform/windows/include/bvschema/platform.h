@@ -10,6 +10,7 @@
 #endif
 #include <comdef.h>
 #include <dshow.h>
+#include <msxml.h>
 #include <oleauto.h>
 #include <shlwapi.h>
 
