@@ -153,6 +153,7 @@ test_native() {
 test_windows() {
     run_programs windows-x64 run-wine.sh
     check windows-x64 exports tests/checks/exports.sh build/windows-x64/bin
+    check windows-x64 install tests/install/check.sh build/windows-x64
     check windows-x64 host_compare tests/checks/host_compare.sh build/native/bin build/windows-x64/bin
     check windows-x64 script tests/checks/script.sh build/windows-x64
     check windows-x64 environment tests/checks/environment.sh scripts/run-wine.sh build/windows-x64/bin/platform_tests.exe
