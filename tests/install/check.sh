@@ -84,9 +84,10 @@ while read -r file; do
 done < <(find "$PREFIX" -type f \( -name '*.so*' -o -path '*/bin/*' \))
 
 # The packages that the page names are those that the set-up installs.
-for package in $(sed -n 's/^    local \(build\|samples\)="\(.*\)"$/\2/p' "$root/scripts/setup.sh" | sed 's/\$build//'); do
-    tr '` ' '\n\n' <"$root/README.md" | grep -xF "$package" >/dev/null || fail "README.md doesn't name the package $package"
-done
+tr -s '` ' '\n' <"$root/README.md" >"$work/words"
+while read -r package; do
+    grep -qxF -- "$package" "$work/words" || fail "README.md doesn't name the package $package"
+done < <(sed -n 's/^    local \(build\|samples\)="\(.*\)"$/\2/p' "$root/scripts/setup.sh" | tr ' ' '\n')
 
 # A host, in both ways.
 project host README.md host.cpp CMakeLists.txt
@@ -104,8 +105,9 @@ g++ -std=c++17 -fsyntax-only -I"$PREFIX/include" "$work/names.cpp"
 if g++ -std=c++17 -fsyntax-only -I"$PREFIX/include" "$work/host/host.cpp" 2>"$work/errors"; then
     fail "C++17 is enough?"
 fi
-[ "$(grep -c 'error: #error .*needs C++20' "$work/errors")" = 1 ] && ! grep -q 'error: [^#b]' "$work/errors" ||
+if [ "$(grep -c 'error: #error .*needs C++20' "$work/errors")" != 1 ] || grep -q 'error: [^#b]' "$work/errors"; then
     fail "Without C++20: $(cat "$work/errors")"
+fi
 
 # A component module, in both ways, and a host that finds its filter.
 project grain docs/component-guide.md grain.cpp CMakeLists.txt
