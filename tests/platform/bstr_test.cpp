@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <cwchar>
 #include <string>
 
 namespace {
@@ -36,6 +37,15 @@ TEST(Bstr, MayHoldAnOddNumberOfBytes) {
     EXPECT_EQ(SysStringLen(bytes), 3 / sizeof(OLECHAR));
     EXPECT_EQ(std::memcmp(bytes, "a\0b\0", 4), 0);
     SysFreeString(bytes);
+    // Whoever looks for the end by character finds it inside.
+    for (UINT size = 0; size < 3 * sizeof(OLECHAR); ++size) {
+        SCOPED_TRACE(size);
+        BSTR text = SysAllocStringByteLen("abcdefghijkl", size);
+        ASSERT_NE(text, nullptr);
+        const std::size_t begun = (size + sizeof(OLECHAR) - 1) / sizeof(OLECHAR);
+        EXPECT_EQ(std::wcslen(text), begun);
+        SysFreeString(text);
+    }
 }
 
 TEST(Bstr, NullIsAnEmptyText) {

@@ -10,14 +10,16 @@ constexpr std::size_t kHead = 16;  // keeps the characters aligned; its last 4 b
 char* HeadOf(BSTR text) { return reinterpret_cast<char*>(text) - kHead; }
 char* CountOf(BSTR text) { return reinterpret_cast<char*>(text) - sizeof(std::uint32_t); }
 
-/// Room for so many bytes and a NUL character; null for no memory or a count that 4 bytes can't hold.
+/// Room for so many bytes and a NUL character behind the last one that has begun, zero from the bytes' end on. Null for
+/// no memory or a count that 4 bytes can't hold.
 BSTR Allocate(std::size_t bytes) {
     if (bytes > 0x7FFFFFFF) return nullptr;
-    char* head = static_cast<char*>(std::malloc(kHead + bytes + sizeof(OLECHAR)));
+    const std::size_t characters = (bytes + sizeof(OLECHAR) - 1) / sizeof(OLECHAR) + 1;
+    char* head = static_cast<char*>(std::malloc(kHead + characters * sizeof(OLECHAR)));
     if (!head) return nullptr;
     const auto count = static_cast<std::uint32_t>(bytes);
     std::memcpy(head + kHead - sizeof count, &count, sizeof count);
-    std::memset(head + kHead + bytes, 0, sizeof(OLECHAR));
+    std::memset(head + kHead + bytes, 0, characters * sizeof(OLECHAR) - bytes);
     return reinterpret_cast<BSTR>(head + kHead);
 }
 
