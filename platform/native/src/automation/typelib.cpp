@@ -59,7 +59,7 @@ public:
 
     TypeInfo(Data library, unsigned index, bool dispatch)
         : library_(std::move(library)), type_(library_->types[index]), index_(index), dispatch_(dispatch) {
-        AddOperations(*library_, type_, dispatch_);
+        AddOperations(dispatch_);
     }
 
     /// The type as the library gives it: of a dual interface the dispatch side.
@@ -299,10 +299,16 @@ private:
         const TypeOperation* operation;
     };
 
-    void AddOperations(const TypeLibraryData& library, const TypeData& type, bool bases_too) {
-        if (bases_too && type.base != kNoType)
-            AddOperations(library.LibraryOf(type.base), library.Type(type.base), true);
-        for (const TypeOperation& operation : type.operations) operations_.push_back({&library, &operation});
+    /// Of the outermost base first.
+    void AddOperations(bool bases_too) {
+        std::vector<std::pair<const TypeLibraryData*, const TypeData*>> chain = {{library_.get(), &type_}};
+        while (bases_too && chain.back().second->base != kNoType) {
+            const auto [library, type] = chain.back();
+            chain.emplace_back(&library->LibraryOf(type->base), &library->Type(type->base));
+        }
+        for (auto level = chain.rbegin(); level != chain.rend(); ++level)
+            for (const TypeOperation& operation : level->second->operations)
+                operations_.push_back({level->first, &operation});
     }
 
     /// Through the operations of the type, then those of its bases, until the action says that it has found

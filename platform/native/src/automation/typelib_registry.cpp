@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <fstream>
 #include <iterator>
 #include <vector>
 
@@ -21,20 +20,46 @@ constexpr wchar_t kMarshaller[] = L"{00020424-0000-0000-C000-000000000046}";  //
 
 // --- Files
 
+/// A regular file, opened without waiting for anybody; anything else that a path names is none.
+class File {
+public:
+    explicit File(const std::string& path)
+        : handle_(CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                              FILE_ATTRIBUTE_NORMAL, nullptr)) {}
+    File(const File&) = delete;
+    ~File() {
+        if (handle_ != INVALID_HANDLE_VALUE) CloseHandle(handle_);
+    }
+    /// The first bytes, at most so many.
+    std::string Read(std::size_t most) const {
+        std::string bytes(most, '\0');
+        DWORD done = 0;
+        if (handle_ == INVALID_HANDLE_VALUE ||
+            !::ReadFile(handle_, bytes.data(), static_cast<DWORD>(most), &done, nullptr))
+            done = 0;
+        bytes.resize(done);
+        return bytes;
+    }
+    std::size_t Size() const {
+        LARGE_INTEGER size = {};
+        return handle_ != INVALID_HANDLE_VALUE && GetFileSizeEx(handle_, &size)
+                   ? static_cast<std::size_t>(size.QuadPart)
+                   : 0;
+    }
+
+private:
+    const HANDLE handle_;
+};
+
 std::string ReadFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::string bytes;
-    char part[4096];
-    while (bytes.size() <= kMaxFile && (file.read(part, sizeof part), file.gcount() > 0))
-        bytes.append(part, static_cast<std::size_t>(file.gcount()));
-    return bytes.size() <= kMaxFile ? bytes : std::string();
+    const File file(path);
+    const std::size_t size = file.Size();
+    return size <= kMaxFile ? file.Read(size) : std::string();
 }
 
 bool BeginsAsLibrary(const std::string& path) {
-    char magic[sizeof bv::typelib::kMagic] = {};
-    std::ifstream file(path, std::ios::binary);
-    return file.read(magic, sizeof magic) &&
-           std::equal(std::begin(magic), std::end(magic), bv::typelib::kMagic);
+    const std::string magic = File(path).Read(sizeof bv::typelib::kMagic);
+    return magic == std::string_view(bv::typelib::kMagic, sizeof bv::typelib::kMagic);
 }
 
 /// The bytes of a module's library; empty when it has none. They are copied: the module may go.
