@@ -15,8 +15,8 @@ constexpr size_t kMaxInterfaces = 32;  // dual ones of the server; the library d
 struct Delicate {
     MEMBERID id;
     WORD kinds;
-    UINT bytes;     // parameters that point to bytes, one bit each; another argument says how many
-    bool variants;  // takes a VARIANT by value
+    std::vector<UINT> bytes;  // the places of parameters that point to bytes; another argument says how many
+    bool variants;            // takes a VARIANT by value
 };
 
 struct Described {
@@ -39,13 +39,13 @@ public:
 void FindDelicate(ITypeInfo* type, std::vector<Delicate>& found) {
     FUNCDESC* function = nullptr;
     for (UINT i = 0; SUCCEEDED(type->GetFuncDesc(i, &function)); ++i) {
-        Delicate operation = {function->memid, WORD(function->invkind), 0, false};
+        Delicate operation = {function->memid, WORD(function->invkind), {}, false};
         for (int place = 0; place < function->cParams; ++place) {
             const TYPEDESC& kind = function->lprgelemdescParam[place].tdesc;
             if (kind.vt == VT_VARIANT) operation.variants = true;
-            if (kind.vt == VT_PTR && kind.lptdesc->vt == VT_UI1) operation.bytes |= 1u << place;
+            if (kind.vt == VT_PTR && kind.lptdesc->vt == VT_UI1) operation.bytes.push_back(UINT(place));
         }
-        if (operation.bytes || operation.variants) found.push_back(operation);
+        if (!operation.bytes.empty() || operation.variants) found.push_back(std::move(operation));
         type->ReleaseFuncDesc(function);
     }
 }
@@ -100,13 +100,13 @@ public:
 
     /// A value would be converted to one byte, whatever length goes with it: only the caller's own bytes are
     /// passed on.
-    HRESULT CheckBytes(UINT parameters, UINT* bad) const {
+    HRESULT CheckBytes(const std::vector<UINT>& places, UINT* bad) const {
         if (passed_.cNamedArgs > 0) return DISP_E_NONAMEDARGS;
-        for (UINT place = 0; place < passed_.cArgs; ++place) {
+        for (const UINT place : places) {
+            if (place >= passed_.cArgs) continue;  // their count is the system's to check
             const UINT index = passed_.cArgs - 1 - place;
             const VARIANT& argument = passed_.rgvarg[index];
-            const bool bytes = V_VT(&argument) == (VT_BYREF | VT_UI1) && argument.pbVal;
-            if (!(parameters >> place & 1) || bytes) continue;
+            if (V_VT(&argument) == (VT_BYREF | VT_UI1) && argument.pbVal) continue;
             if (bad) *bad = index;
             return DISP_E_TYPEMISMATCH;
         }
@@ -148,7 +148,7 @@ HRESULT InvokeOn(IDispatch* object, REFIID iid, DISPID id, LCID locale, WORD fla
     for (const Delicate& operation : found->delicate) {
         if (operation.id != id || !(operation.kinds & flags)) continue;
         if (operation.variants) RETURN_IF_FAILED(arguments.CopyReferences());
-        if (operation.bytes) RETURN_IF_FAILED(arguments.CheckBytes(operation.bytes, bad_argument));
+        if (!operation.bytes.empty()) RETURN_IF_FAILED(arguments.CheckBytes(operation.bytes, bad_argument));
         break;
     }
 

@@ -341,6 +341,11 @@ TEST_F(LateBoundTest, TakesBytesFromThoseWhoHaveThem) {
         EXPECT_EQ(outcome.status, DISP_E_TYPEMISMATCH);
         EXPECT_EQ(outcome.bad, 0u);
     }
+    // Far more than the operation has.
+    std::vector<Value> many(40, place);
+    EXPECT_EQ(On(root, Method(0x7D5, many)).status, DISP_E_BADPARAMCOUNT);
+    many[34] = I4(3);
+    EXPECT_EQ(On(root, Method(0x7D5, many)).status, DISP_E_BADPARAMCOUNT);
     EXPECT_EQ((LateCall{0x7D5, DISPATCH_METHOD, {}, {{2, I4(1)}, {1, I4(100)}, {0, I4(1)}}}
                    .On(static_cast<IDispatch*>(root.get()))
                    .status),
