@@ -2,13 +2,17 @@
 
 #include "com/com_ptr.h"
 #include "com/object.h"
+#include "components/building.h"
 
 namespace bv {
 
 /// Calls found(tagGUIDREG&) for each component registered in a category of the application, in the registry's
-/// order. A category that can't be read is empty. The record is the mapper's, and is gone after the call.
+/// order. A category that can't be read is empty, and so is one inside of a call for the same category: found may create
+/// a component that makes the same list. The record is the mapper's, and is gone after the call.
 template <class Found>
 void ForEachRegistered(GUID category, Found found) {
+    const Building building(category);
+    if (!building) return;
     const auto mapper = Create<IBVMapper>(clsid::BVMapper);
     if (!mapper || mapper->Init(&category) != S_OK) return;
     LONG count = 0;

@@ -1,3 +1,4 @@
+#include "components/building.h"
 #include "tree/property_base.h"
 
 namespace bv {
@@ -17,8 +18,11 @@ public:
 
     STDMETHODIMP Init(BSTR name, BSTR title, BSTR description, CLSID* action) override {
         if (!action) return E_POINTER;
+        const CLSID cls = *action;
+        const Building building(cls);
+        if (!building) return E_FAIL;
         HRESULT status = S_OK;
-        auto object = Create<IActionObject>(*action, &status, CLSCTX_INPROC_SERVER);
+        auto object = Create<IActionObject>(cls, &status, CLSCTX_INPROC_SERVER);
         if (!object) return FAILED(status) ? status : E_FAIL;
         action_ = std::move(object);
         if (auto root = action_.As<IProperty>()) {

@@ -1,3 +1,4 @@
+#include "components/building.h"
 #include "tree/simple_node.h"
 
 namespace bv {
@@ -16,8 +17,11 @@ public:
 
     STDMETHODIMP Init(BSTR name, CLSID* filter) override {
         if (!filter) return E_POINTER;
+        const CLSID cls = *filter;
+        const Building building(cls);
+        if (!building) return E_FAIL;
         HRESULT status = S_OK;
-        auto object = Create<IBaseFilter>(*filter, &status, CLSCTX_INPROC_SERVER);
+        auto object = Create<IBaseFilter>(cls, &status, CLSCTX_INPROC_SERVER);
         if (!object) return FAILED(status) ? status : E_FAIL;
         const auto settings = object.As<IProperty>();
         if (!settings) return E_NOINTERFACE;

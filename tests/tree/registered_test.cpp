@@ -1,4 +1,5 @@
 // Output formats and actions: what a job makes of what is registered, and of components that fail.
+#include <algorithm>
 #include <fstream>
 
 #include "platform/probe.h"
@@ -107,6 +108,81 @@ TEST(NoFormatTest, AJobStandsWithoutFormats) {
     }
     const ClassDouble no_mapper(clsid::BVMapper, [](IUnknown*, REFIID, void**) { return E_ABORT; });
     EXPECT_EQ(CreateNode(clsid::PropertyMain).Xml(), Golden("main.xml"));
+}
+
+/// A component that is made of a node of the server's, as component authors do it.
+class MadeOf final : public Fake<IOutputFormatInfo, IActionObject> {
+public:
+    static auto Maker(REFCLSID cls, int& made) {
+        return [cls, &made](IUnknown*, REFIID iid, void** out) {
+            ++made;
+            auto* object = new MadeOf(cls);
+            const HRESULT status = object->QueryInterface(iid, out);
+            object->Release();
+            return status;
+        };
+    }
+    STDMETHODIMP GetFormatInfo(BSTR*, BSTR*) override { return E_NOTIMPL; }
+    STDMETHODIMP GetClassID(GUID*) override { return E_NOTIMPL; }
+    STDMETHODIMP SetOwner(IProperty*) override { return S_OK; }
+    STDMETHODIMP SetMediaObject(IDispatch*) override { return S_OK; }
+    STDMETHODIMP_(ULONG) Release() override {
+        const ULONG left = Fake::Release();
+        if (left == 0) {
+            AddRef();  // the node's end counts up and down on us
+            node_ = {};
+            delete this;
+        }
+        return left;
+    }
+
+private:
+    explicit MadeOf(REFCLSID cls) {
+        EXPECT_EQ(CoCreateInstance(cls, unknown(), CLSCTX_INPROC_SERVER, kIid<IUnknown>, node_.PutVoid()),
+                  S_OK);
+    }
+    bool TakeMore(REFIID iid, void** out) override {
+        if (!node_ || FAILED(node_->QueryInterface(iid, out))) return false;
+        Release();  // the query has counted on us
+        return true;
+    }
+    Ref<IUnknown> node_;
+};
+
+TEST(RegisteredTest, AComponentMayBeMadeOfTheListThatItIsIn) {
+    const TestKey formats(HKEY_CLASSES_ROOT, CategoryPath(category::OutputFormats));
+    const TestKey actions(HKEY_CLASSES_ROOT, CategoryPath(category::Actions));
+    const CLSID lists[] = {clsid::PropertyMain, clsid::PropertyCommon, clsid::PropertyListOutFormats,
+                           clsid::PropertyAction};
+    for (const CLSID& list : lists) {  // the server's own classes, and a format made of one
+        formats.Put(TextOf(list), nullptr, L"a list");
+        actions.Put(TextOf(list), nullptr, L"a list");
+    }
+    formats.Put(TextOf(Id(0)), nullptr, L"made of one");
+    actions.Put(TextOf(Id(1)), nullptr, L"made of one");
+    NothingLeft no_leaks;
+    for (const CLSID& list : lists) {
+        int formats_made = 0, actions_made = 0;
+        const ClassDouble format(Id(0), MadeOf::Maker(list, formats_made));
+        const ClassDouble action(Id(1), MadeOf::Maker(list, actions_made));
+        const Node root = CreateNode(clsid::PropertyMain);
+        EXPECT_EQ(root.Child(0).Choices().size(), 1u) << "the lists themselves are no formats";
+        EXPECT_EQ(root.Child(1).Child(1).Children().size(), 5u);
+        // One for each list that isn't inside of itself: a format's actions, an action's formats.
+        EXPECT_LE(formats_made, 6);
+        EXPECT_LE(actions_made, 6);
+        EXPECT_GT(formats_made * actions_made, 0);
+    }
+}
+
+TEST(RegisteredTest, AFilterMayBeMadeOfTheBranchThatItIsIn) {
+    NothingLeft no_leaks;
+    for (const CLSID& branch : {clsid::PropertyLifeTimeFilters, clsid::PropertyPictureMain}) {
+        const FilterWithSettings crop(clsid::CropFilter, branch);
+        const Node node = CreateNode(branch);
+        const std::string all = Dump(node);
+        EXPECT_LT(std::count(all.begin(), all.end(), '\n'), 200);
+    }
 }
 
 // --- Actions ---
