@@ -16,7 +16,7 @@ void Substitute(const std::wstring& text, const std::wstring& value) {
     NarrowText working(text);
     for (const char* key : {"%sf", "%s", "%of", "%o", "%i", "%d", "%t"})
         PutVariable(working, key, NarrowText(value).View());
-    if (working.View().size() > NarrowText::kLimit) std::abort();
+    if (working.View().size() > NarrowText::kCapacity) std::abort();
 }
 
 }  // namespace
@@ -30,12 +30,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::wstring path = input.Rest();
     const NarrowText picture(index);
     for (const LONG n : {LONG(number), -number, 0x7FFFFFFF - number, -0x7FFFFFFF - 1 + number})
-        if (FormatNumber(picture.View(), n).View().size() > NarrowText::kLimit) std::abort();
+        if (FormatNumber(picture.View(), n).View().size() > NarrowText::kCapacity) std::abort();
     Substitute(text, path);
     Substitute(text, index);
 
     SYSTEMTIME when = {2024, 2, 1, 5, 14, 7, 9, 0};
-    char shown[NarrowText::kLimit];
+    char shown[NarrowText::kCapacity];
     for (const std::wstring& each : {date, time}) {
         if (GetDateFormatA(0, 0, &when, NarrowText(each).c_str(), shown, sizeof shown) > int(sizeof shown))
             std::abort();

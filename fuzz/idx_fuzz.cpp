@@ -16,9 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         char own[4096] = {};
         GetModuleFileNameA(bv::ModuleInstance(), own, sizeof own);
         PathRemoveFileSpecA(own);
-        char narrow[64];
-        bv::ToNarrow(narrow, name.c_str(), sizeof narrow);
-        return std::string(own) + '/' + narrow + ".idx";
+        return std::string(own) + '/' + bv::NarrowText(name).c_str() + ".idx";
     }();
     if (size == 0) return 0;
     const bool fits = data[0] & 1;

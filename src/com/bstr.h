@@ -3,8 +3,11 @@
 #include <bvschema/bvschema.h>
 
 #include <cwchar>
+#include <iterator>
 #include <string_view>
 #include <utility>
+
+#include "com/ascii.h"
 
 namespace bv {
 
@@ -92,6 +95,20 @@ private:
     wchar_t text_[kRoom];
 };
 
+/// The text of a GUID, braces included.
+class GuidText {
+public:
+    explicit GuidText(REFGUID id) {
+        const int length = StringFromGUID2(id, text_, int(std::size(text_)));  // with its NUL
+        length_ = length > 0 ? size_t(length - 1) : 0;
+    }
+    std::wstring_view View() const { return {text_, length_}; }
+
+private:
+    wchar_t text_[39];
+    size_t length_;
+};
+
 /// A literal with its length, which the compiler counts.
 struct LiteralText {
     constexpr LiteralText() = default;
@@ -110,13 +127,11 @@ struct LiteralText {
 /// Whether two texts of one length are the same name.
 inline bool SameLetters(std::wstring_view a, std::wstring_view b) {
     for (size_t i = 0; i < a.size(); ++i) {
-        wchar_t x = a[i], y = b[i];
+        const wchar_t x = a[i], y = b[i];
         if (x == y) continue;
         if (x > 0x7F || y > 0x7F)
             return CompareStringOrdinal(a.data(), int(a.size()), b.data(), int(b.size()), TRUE) == CSTR_EQUAL;
-        if (x >= L'a' && x <= L'z') x = wchar_t(x - L'a' + L'A');
-        if (y >= L'a' && y <= L'z') y = wchar_t(y - L'a' + L'A');
-        if (x != y) return false;
+        if (ToUpperAscii(x) != ToUpperAscii(y)) return false;
     }
     return true;
 }

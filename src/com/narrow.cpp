@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-#include "com/com_ptr.h"
+#include "com/variant.h"
 
 namespace bv {
 namespace {
@@ -49,9 +49,8 @@ int RestToNarrow(char* buffer, std::wstring_view text, size_t plain, int capacit
     return rest > 0 ? int(plain) + rest : -1;
 }
 
-}  // namespace
-
-int ToNarrowBytes(char* buffer, std::wstring_view text, int capacity) {
+/// The whole text, or -1.
+int WholeToNarrow(char* buffer, std::wstring_view text, int capacity) {
     size_t plain = 0;  // most texts are ASCII, which is the same in every code page
     const size_t most = std::min(text.size(), size_t(capacity));
     if (most >= kBlock) {
@@ -68,10 +67,13 @@ int ToNarrowBytes(char* buffer, std::wstring_view text, int capacity) {
     return plain == text.size() ? int(plain) : RestToNarrow(buffer, text, plain, capacity);
 }
 
-int ToNarrowCut(char* buffer, std::wstring_view text, int capacity) {
-    text = text.substr(0, size_t(capacity));  // a character has a byte at least
+}  // namespace
+
+int ToNarrowBytes(char* buffer, std::wstring_view text, int capacity, Fit fit) {
+    if (fit == Fit::kCut) text = text.substr(0, size_t(capacity));  // a character has a byte at least
     for (;;) {
-        if (const int length = ToNarrowBytes(buffer, text, capacity); length >= 0) return length;
+        const int length = WholeToNarrow(buffer, text, capacity);
+        if (length >= 0 || fit == Fit::kWhole) return length;
         const wchar_t last = text.back();
         text.remove_suffix(1);
         // Of a pair of surrogates both go.
@@ -79,12 +81,13 @@ int ToNarrowCut(char* buffer, std::wstring_view text, int capacity) {
     }
 }
 
-int ToNarrow(char* buffer, const wchar_t* text, int capacity) {
-    if (capacity <= 0) return 0;
-    int length = ToNarrowBytes(buffer, text ? std::wstring_view(text) : std::wstring_view(), capacity - 1);
-    if (length < 0) length = 0;
-    buffer[length] = 0;
-    return length;
+std::optional<NarrowText> ToNarrow(const VARIANT& value) {
+    Variant text;
+    if (FAILED(text.ChangeFrom(value, VT_BSTR))) return std::nullopt;
+    const std::wstring_view wide = TextOf(text);
+    const NarrowText narrow(wide);
+    if (narrow.empty() && !wide.empty() && wide[0] != L'\0') return std::nullopt;
+    return narrow;
 }
 
 int ToWide(const char* text, wchar_t* buffer, int capacity) {

@@ -1,5 +1,4 @@
 // The application's components, read from its own registry tree.
-#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
@@ -7,51 +6,18 @@
 #include "com/byte_block.h"
 #include "com/narrow.h"
 #include "com/object.h"
+#include "com/registry_key.h"
 
 namespace bv {
 namespace {
 
-constexpr DWORD kMaxText = 255;     // bytes of a default value
-constexpr DWORD kMaxKeyName = 255;  // characters, the registry's own limit
 constexpr LONG kMaxExtra = LONG(std::size(tagGUIDREG{}.pExtrData));
 
-class RegistryKey {
-public:
-    RegistryKey() = default;
-    RegistryKey(const RegistryKey&) = delete;
-    RegistryKey& operator=(const RegistryKey&) = delete;
-    ~RegistryKey() {
-        if (key_) RegCloseKey(key_);
-    }
-    LSTATUS Open(HKEY parent, const char* name) { return RegOpenKeyExA(parent, name, 0, KEY_READ, &key_); }
-    HKEY get() const { return key_; }
-
-    /// The default value; empty when it is missing, no text, or longer than it may be.
-    Bstr Text() const {
-        char text[kMaxText + 2];
-        DWORD kind = 0, size = kMaxText + 1;  // with the zero that is stored with it
-        const LSTATUS status =
-            RegQueryValueExA(key_, nullptr, nullptr, &kind, reinterpret_cast<BYTE*>(text), &size);
-        if (status != ERROR_SUCCESS || (kind != REG_SZ && kind != REG_EXPAND_SZ)) size = 0;
-        text[size] = 0;  // what is stored need not end in one
-        return std::strlen(text) <= kMaxText ? ToBstr(text) : Bstr();
-    }
-    /// Calls each(name) for the subkeys in the registry's order.
-    template <class Each>
-    void ForEachSubkey(Each each) const {
-        char name[kMaxKeyName + 1];
-        for (DWORD i = 0;; ++i) {
-            DWORD length = sizeof name;
-            const LSTATUS status = RegEnumKeyExA(key_, i, name, &length, nullptr, nullptr, nullptr, nullptr);
-            if (status == ERROR_MORE_DATA) continue;
-            if (status != ERROR_SUCCESS) return;
-            each(name);
-        }
-    }
-
-private:
-    HKEY key_ = nullptr;
-};
+/// The key's own value; empty when it has no short text.
+BSTR TextIn(const RegistryKey& key) {
+    const auto text = key.Text(nullptr);
+    return text ? ToBstr(*text).Detach() : nullptr;
+}
 
 struct FreeRecord {
     void operator()(tagGUIDREG* record) const {
@@ -70,16 +36,14 @@ Record NewRecord() {
 
 /// The record of one component; null for a key that is no class id or can't be read.
 Record ReadComponent(HKEY category, const char* name) {
-    RegistryKey key;
     auto record = NewRecord();
-    if (!record || FAILED(CLSIDFromString(ToBstr(name).get(), &record->clsGUID)) ||
-        key.Open(category, name) != ERROR_SUCCESS)
-        return nullptr;
-    record->bstrName = key.Text().Detach();
+    if (!record || FAILED(CLSIDFromString(ToBstr(name).get(), &record->clsGUID))) return nullptr;
+    const RegistryKey key = RegistryKey::Open(category, name);
+    if (!key) return nullptr;
+    record->bstrName = TextIn(key);
     key.ForEachSubkey([&](const char* subkey_name) {
-        RegistryKey subkey;
-        if (record->cbCount < kMaxExtra && subkey.Open(key.get(), subkey_name) == ERROR_SUCCESS)
-            record->pExtrData[record->cbCount++] = subkey.Text().Detach();
+        const RegistryKey subkey = RegistryKey::Open(key.get(), subkey_name);
+        if (record->cbCount < kMaxExtra && subkey) record->pExtrData[record->cbCount++] = TextIn(subkey);
     });
     return record;
 }
@@ -90,9 +54,10 @@ public:
 
     STDMETHODIMP Init(GUID* pCategory) override try {
         if (!pCategory) return E_POINTER;
-        RegistryKey key;
-        const LSTATUS error = key.Open(HKEY_CLASSES_ROOT, CategoryPath(*pCategory).c_str());
-        if (error != ERROR_SUCCESS) return HRESULT(DWORD(error) | 0x80070000u);
+        LSTATUS error = ERROR_SUCCESS;
+        const RegistryKey key =
+            RegistryKey::Open(HKEY_CLASSES_ROOT, CategoryPath(*pCategory).c_str(), &error);
+        if (!key) return HRESULT(DWORD(error) | 0x80070000u);
         key.ForEachSubkey([&](const char* name) {
             if (auto record = ReadComponent(key.get(), name))
                 std::ignore = TryAppend(records_, std::move(record));
@@ -117,12 +82,8 @@ private:
     static std::string CategoryPath(const GUID& category) {
         std::string path = "CLSID";
         for (const GUID* id : {&category::Root, &category}) {
-            wchar_t text[40];
-            StringFromGUID2(*id, text, 40);
-            char narrow[40];
-            ToNarrow(narrow, text, 40);
             path += '\\';  // of the registry, not of a file system
-            path += narrow;
+            path += NarrowText(GuidText(*id).View()).View();
         }
         return path;
     }

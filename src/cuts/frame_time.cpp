@@ -5,6 +5,7 @@
 #include <cmath>
 #include <limits>
 
+#include "com/ascii.h"
 #include "com/com_ptr.h"
 #include "com/refusal.h"
 
@@ -44,7 +45,6 @@ public:
 
 private:
     static constexpr LONGLONG kPastEnd = LONGLONG(1) << 40;
-    static bool IsDigit(char c) { return c >= '0' && c <= '9'; }
     std::string_view text_;
 };
 

@@ -33,13 +33,12 @@ public:
             copy.DetachTo(stored);
             return S_OK;
         }
-        char text[kTextLimit];
-        ToNarrow(text, shown.bstrVal, kTextLimit);
+        const NarrowText text(View(shown.bstrVal));
         // The text is looked at before the source is: what was typed is the person's own to put right.
-        if (!FrameAt(text, 1)) return RaiseMessage(ClassId(), msg::kBadTime);
+        if (!FrameAt(text.View(), 1)) return RaiseMessage(ClassId(), msg::kBadTime);
         double rate = 0;
         RETURN_IF_FAILED(GetFrameRate(Media(), ClassId(), rate));
-        Variant(I4(*FrameAt(text, rate))).DetachTo(stored);
+        Variant(I4(*FrameAt(text.View(), rate))).DetachTo(stored);
         return S_OK;
     }
     STDMETHODIMP FormatValue(VARIANT* value) override {

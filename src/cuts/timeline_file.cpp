@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "com/ascii.h"
 #include "com/variant.h"
 #include "tree/names.h"
 
@@ -36,7 +37,7 @@ bool ToNumber(std::wstring_view text, LONG& number) {
     if (text.empty() || text.size() > 9) return false;
     number = 0;
     for (const wchar_t c : text) {
-        if (c < L'0' || c > L'9') return false;
+        if (!IsDigit(c)) return false;
         number = number * 10 + (c - L'0');
     }
     return true;

@@ -144,9 +144,7 @@ STDMETHODIMP Timelines::SetMediaObject(IMediaObject* ptrMediaObj) {
 }
 
 STDMETHODIMP Timelines::Save(BSTR bstrFileName) {
-    char name[kTextLimit];
-    ToNarrow(name, bstrFileName, kTextLimit);
-    TextFile file(name);
+    TextFile file(NarrowText(View(bstrFileName)).c_str());
     if (!file) return RaiseMessage(clsid::Timelines, msg::kNoFile);
     const auto sink = XmlSink::For(&file);
     if (!sink) return E_OUTOFMEMORY;

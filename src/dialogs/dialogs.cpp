@@ -1,7 +1,6 @@
 #include "dialogs/dialogs.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "com/strings.h"
 #include "com/variant.h"
@@ -10,8 +9,7 @@
 namespace bv {
 namespace {
 
-constexpr size_t kMaxPath = 512;  // bytes of a path that a node takes
-constexpr int kJoinedMask = 32;   // bytes of a mask among the joined ones
+constexpr size_t kJoinedMask = 32;  // bytes of a mask among the joined ones
 constexpr size_t kMaxFilter = 1 << 16;
 
 /// The label and mask list of a dialog: the text with NUL for each bar.
@@ -31,29 +29,6 @@ void Start(char (&buffer)[N], const std::string& name) {
     }
 }
 
-/// A narrow text cut to a size, at the end of a character.
-std::string Cut(std::string text, size_t size) {
-    if (text.size() <= size) return text;
-    // The longest beginning that stands for whole characters: it comes back as it was.
-    for (size_t length = size; length > 0; --length) {
-        wchar_t wide[kJoinedMask + 1];
-        char back[kJoinedMask + 1];
-        const std::string head = text.substr(0, length);
-        if (ToWide(head.c_str(), wide, kJoinedMask + 1) && ToNarrow(back, wide, kJoinedMask + 1) &&
-            head == back)
-            return head;
-    }
-    return {};
-}
-
-std::string Narrow(BSTR text) {
-    const std::wstring_view wide = View(text);
-    std::string narrow(wide.size() * 4, 0);
-    const int length = ToNarrowBytes(narrow.data(), wide, int(narrow.size()));
-    narrow.resize(length > 0 ? size_t(length) : 0);
-    return narrow;
-}
-
 /// A printf text with two "%s" and no other placeholder.
 std::string Format(std::string_view format, std::initializer_list<std::string_view> texts) {
     std::string result;
@@ -70,14 +45,6 @@ std::string Format(std::string_view format, std::initializer_list<std::string_vi
 }
 
 }  // namespace
-
-std::string NarrowPath(const VARIANT& value) {
-    Variant text;
-    if (FAILED(text.ChangeFrom(value, VT_BSTR))) return {};
-    char path[kMaxPath + 1];
-    const int length = ToNarrow(path, text.bstrVal, int(sizeof path));
-    return {path, size_t(length)};
-}
 
 bool OpenOne(std::string& name, std::string_view filter) {
     char buffer[kOpenName];
@@ -113,11 +80,10 @@ std::vector<std::string> OpenSeveral(std::string_view filter, const std::string&
         return names;
     }
     for (; *at; at += std::string_view(at).size() + 1) {
-        char path[MAX_PATH];
-        if (folder.size() >= MAX_PATH) break;
-        std::snprintf(path, sizeof path, "%s", folder.c_str());
+        PathText path;
         // A name as it is: what would be a separator in a typed path may be a letter of it.
-        if (PathAddBackslashA(path)) names.push_back(std::string(path) + at);
+        if (path.Append(folder) && PathAddBackslashA(path.Buffer()))
+            names.push_back(std::string(path.c_str()) + at);
     }
     return names;
 }
@@ -143,11 +109,12 @@ std::string InputFilter(const wchar_t* restriction) {
         tagGUIDREG* format = nullptr;
         if (FAILED(mapper->get_Item(i, &format)) || !format || format->cbCount < 2) continue;
         if (restriction && !SameName(View(format->pExtrData[2]), restriction)) continue;
-        const std::string mask = Narrow(format->pExtrData[0]);
         if (masks.size() + entries.size() > kMaxFilter) break;
-        masks += Cut(mask, kJoinedMask);
+        const std::wstring_view mask = View(format->pExtrData[0]);
+        masks += NarrowBuffer<kJoinedMask>(mask, Fit::kCut).View();
         if (i + 1 < count) masks += ';';
-        entries += Format("%s (%s)|%s|", {Narrow(format->pExtrData[1]), mask, mask});
+        const NarrowText whole(mask), label(View(format->pExtrData[1]));
+        entries += Format("%s (%s)|%s|", {label.View(), whole.View(), whole.View()});
     }
     char frame[kTextLimit];
     LoadMessage(ModuleInstance(), msg::kAllFormats, frame);

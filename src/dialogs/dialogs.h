@@ -12,10 +12,10 @@
 
 namespace bv {
 
-inline constexpr size_t kOpenName = 260;  // bytes of a name, with its terminator
+inline constexpr size_t kOpenName = MAX_PATH;  // bytes of a name, with its terminator
 inline constexpr size_t kSaveName = 255;
 inline constexpr size_t kSeveralNames = 5200;  // of a folder and the names in it
-inline constexpr size_t kFolderName = 260;
+inline constexpr size_t kFolderName = MAX_PATH;
 inline constexpr size_t kCustomColors = 16;
 
 /// The calls that show something and wait for a person. Tests put others in their place.
@@ -52,8 +52,4 @@ HRESULT BrowseFolder(std::string& folder);
 /// The filter text of the registered input formats. restriction: only formats of that kind, without regard to
 /// case; null: all of them.
 std::string InputFilter(const wchar_t* restriction);
-
-/// A text that a node stores, for a dialog to start from; empty when it is longer than 512 bytes, or no text.
-std::string NarrowPath(const VARIANT& value);
-
 }  // namespace bv

@@ -4,9 +4,9 @@
 #include "com/byte_block.h"
 #include "com/narrow.h"
 #include "com/object.h"
+#include "com/registry_key.h"
 #include "com/variant.h"
 #include "dialogs/dialogs.h"
-#include "dialogs/user_key.h"
 
 namespace bv {
 namespace {
@@ -19,14 +19,13 @@ constexpr char kTimelinesExtension[] = ".tlc";
 
 /// The name with ".tlc" if it was typed without an extension.
 std::string WithExtension(const std::string& name) {
-    char path[MAX_PATH];
-    if (name.size() >= MAX_PATH) return name;
-    path[name.copy(path, name.size())] = 0;
-    const std::string_view extension = PathFindExtensionA(path);
+    PathText path;
+    if (!path.Append(name)) return name;
+    const std::string_view extension = PathFindExtensionA(path.c_str());
     if (!extension.empty() && extension != ".") return name;
-    PathRemoveExtensionA(path);
-    PathAddExtensionA(path, kTimelinesExtension);
-    return path;
+    PathRemoveExtensionA(path.Buffer());
+    PathAddExtensionA(path.Buffer(), kTimelinesExtension);
+    return path.c_str();
 }
 
 class MediaSelecter : public Dispatch<IMediaSelecter>, public ObjectRoot {
@@ -34,20 +33,19 @@ public:
     using Answers = InterfaceMap<IMediaSelecter, IDispatch>;
 
     STDMETHODIMP Simple() override try {
-        const UserKey options(kOptionsKey);
-        auto names = OpenSeveral(InputFilter(nullptr), options.Text(kFolderValue));
+        const RegistryKey options = RegistryKey::Create(HKEY_CURRENT_USER, kOptionsKey);
+        const auto names = OpenSeveral(InputFilter(nullptr), options.Text(kFolderValue).value_or(""));
         if (names.empty()) return S_OK;
-        // The dialog puts the name that was clicked last in front.
-        if (names.size() > 1) std::swap(names.front(), names.back());
         for (const std::string& name : names)
-            if (Bstr path = ToBstr(name); path.View().size() <= kLongestPath)
+            if (Bstr path = ToBstr(name); path.get() && path.View().size() <= kLongestPath)
                 std::ignore = TryAppend(paths_, std::move(path));
-        char folder[MAX_PATH];
-        if (names.front().size() < MAX_PATH) {
-            folder[names.front().copy(folder, MAX_PATH - 1)] = 0;
-            PathRemoveFileSpecA(folder);
-            options.PutText(kFolderValue, folder);
-        }
+        if (paths_.empty()) return S_OK;
+        // The dialog puts the name that was clicked last in front.
+        if (paths_.size() > 1) std::swap(paths_.front(), paths_.back());
+        PathText folder(paths_.front().View());
+        PathRemoveFileSpecA(folder.Buffer());
+        folder.Settle();
+        options.PutText(kFolderValue, folder.View());
         return S_OK;
     } catch (const std::bad_alloc&) {
         return S_OK;  // what was chosen so far counts
@@ -64,7 +62,7 @@ public:
     }
     STDMETHODIMP SelectFolder(BSTR CurFolder, BSTR* pRet) override try {
         if (!pRet) return E_POINTER;
-        std::string folder = NarrowPath(Lend(CurFolder));
+        std::string folder(NarrowText(View(CurFolder)).View());
         const HRESULT status = BrowseFolder(folder);
         return status == S_OK ? ToBstr(folder).CopyTo(pRet) : status;
     } catch (const std::bad_alloc&) {

@@ -15,7 +15,7 @@ protected:
     /// restriction: the kind of the formats that are offered; null: all.
     HRESULT PickFile(const wchar_t* restriction) {
         try {
-            std::string name = NarrowPath(Stored());
+            std::string name(ToNarrow(Stored()).value_or(NarrowText()).View());
             if (!OpenOne(name, InputFilter(restriction))) return S_FALSE;
             std::ignore = StoreQuietly(ToBstr(name).View());
         } catch (const std::bad_alloc&) {

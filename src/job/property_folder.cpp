@@ -1,3 +1,5 @@
+#include <optional>
+
 #include "com/narrow.h"
 #include "dialogs/dialogs.h"
 #include "tree/property_base.h"
@@ -5,6 +7,7 @@
 namespace bv {
 namespace {
 
+constexpr SHORT kOneFile = 1;       // the job's mode with a file of its own
 constexpr size_t kMaxChosen = 255;  // characters of a folder taken from the dialog
 constexpr NodeDecl kFolder = {.name = names::kDestinationPath,
                               .cls = clsid::PropertyFolder,
@@ -13,26 +16,56 @@ constexpr NodeDecl kFolder = {.name = names::kDestinationPath,
                               .description = 1115,
                               .value = Text(L"")};
 
-using PathBuffer = char[MAX_PATH];
-
-/// The text of a value as a path for the path calls; false when it is no text, or too long for them.
-bool ToPath(const VARIANT& value, PathBuffer& path) {
-    Variant text;
-    if (FAILED(text.ChangeFrom(value, VT_BSTR))) return false;
-    ToNarrow(path, text.bstrVal, MAX_PATH);
-    return path[0] || TextOf(text).empty();
+/// The text of a value as a path for the path calls; none when it is no text, or too long for them.
+std::optional<PathText> ToPath(const VARIANT& value) {
+    const auto text = ToNarrow(value);
+    PathText path;
+    if (!text || !path.Append(text->View())) return std::nullopt;
+    return path;
 }
 
-bool ValueToPath(IProperty* node, PathBuffer& path) {
-    Variant value;
-    return node && node->get_Value(value.Put()) == S_OK && ToPath(value, path);
+/// The folder that a node stands for: its value as a path, of any length that the path calls take.
+std::optional<PathText> FolderOf(IProperty* node) {
+    Variant value, text;
+    if (!node || node->get_Value(value.Put()) != S_OK || FAILED(text.ChangeFrom(value, VT_BSTR)))
+        return std::nullopt;
+    PathText path(TextOf(text));
+    if (path.empty() && !TextOf(text).empty()) return std::nullopt;
+    return path;
 }
 
-/// The folder of a file, with a separator at its end.
-bool ToFolderOf(PathBuffer& file) {
-    PathRemoveFileSpecA(file);
-    return !file[0] || PathAddBackslashA(file);
+/// The folder of the file that a value names, with a separator at its end.
+std::optional<PathText> FolderOfFile(const VARIANT& value) {
+    auto path = ToPath(value);
+    if (!path) return std::nullopt;
+    PathRemoveFileSpecA(path->Buffer());
+    path->Settle();
+    if (!path->empty() && !PathAddBackslashA(path->Buffer())) return std::nullopt;
+    path->Settle();
+    return path;
 }
+
+/// Marks a folder as being counted from: false when it is that already, and when too many count from each other.
+class Counting {
+public:
+    explicit Counting(bool& counting) : counting_(counting), free_(!counting && depth < kDeepest) {
+        ++depth;
+        if (free_) counting_ = true;
+    }
+    Counting(const Counting&) = delete;
+    ~Counting() {
+        --depth;
+        if (free_) counting_ = false;
+    }
+    explicit operator bool() const { return free_; }
+
+private:
+    static constexpr int kDeepest = 32;
+    static constinit thread_local int depth;
+    bool& counting_;
+    const bool free_;
+};
+constinit thread_local int Counting::depth = 0;
 
 /// A folder that is absolute, or relative to where the job's files are. Value is resolved, Format is what was
 /// typed.
@@ -42,11 +75,9 @@ public:
 
     STDMETHODIMP get_Value(VARIANT* pVal) override {
         if (!pVal) return E_POINTER;
-        PathBuffer stored, base, resolved;
-        if (!ToPath(Stored(), stored) || !PathIsRelativeA(stored) || !BaseFolder(base) ||
-            (stored[0] && !PathAppendA(base, stored)) || !base[0] || !PathCanonicalizeA(resolved, base))
-            return Unresolved(pVal);
-        Variant(ToBstr(resolved).View()).DetachTo(pVal);
+        const auto folder = Resolved();
+        if (!folder) return Unresolved(pVal);
+        Variant(ToBstr(folder->View()).View()).DetachTo(pVal);
         return S_OK;
     }
     STDMETHODIMP put_Value(VARIANT newVal) override { return StoreQuietly(newVal); }
@@ -60,7 +91,7 @@ protected:
     HRESULT OnShowDialog() override try {
         Variant start;
         std::ignore = get_Value(start.Put());
-        std::string folder = NarrowPath(start);
+        std::string folder(ToNarrow(start).value_or(NarrowText()).View());
         if (BrowseFolder(folder) != S_OK) return S_FALSE;
         return StoreQuietly(ToBstr(folder).View().substr(0, kMaxChosen));
     } catch (const std::bad_alloc&) {
@@ -75,28 +106,44 @@ private:
         return S_OK;
     }
 
+    /// The folder that a relative path leads to; none for an absolute one, and where nothing tells what it counts from.
+    std::optional<PathText> Resolved() {
+        const auto stored = ToPath(Stored());
+        if (!stored || !PathIsRelativeA(stored->c_str())) return std::nullopt;
+        const Counting counting(counting_);
+        if (!counting) return std::nullopt;
+        auto path = BaseFolder();
+        if (!path || (!stored->empty() && !PathAppendA(path->Buffer(), stored->c_str()))) return std::nullopt;
+        path->Settle();
+        PathText canonical;
+        if (path->empty() || !PathCanonicalizeA(canonical.Buffer(), path->c_str())) return std::nullopt;
+        canonical.Settle();
+        return canonical;
+    }
+
     /// Where a relative path counts from. The job's own folder counts from the input file; any other, such as
     /// a cut's, from what the job says of its output.
-    bool BaseFolder(PathBuffer& base) {
+    std::optional<PathText> BaseFolder() {
         const auto common = Find(names::kCommon);
-        if (!common) return false;
+        if (!common) return std::nullopt;
         const auto destination = Find(common.get(), names::kDestinationPath);
-        if (!destination) return false;
+        if (!destination) return std::nullopt;
+        Variant value, number;
         if (SameObject(destination.get(), static_cast<IProperty*>(this))) {
             const auto input = Find(destination.get(), names::kPathToMediaFile);
-            Variant path;
-            return input && input->get_Value(path.Put()) == S_OK && path.vt == VT_BSTR &&
-                   ToPath(path, base) && ToFolderOf(base);
+            if (!input || input->get_Value(value.Put()) != S_OK || value.vt != VT_BSTR) return std::nullopt;
+            return FolderOfFile(value);
         }
         const auto mode = Find(common.get(), names::kMode);
-        Variant value, number;
-        if (!mode || mode->get_Value(value.Put()) != S_OK) return false;
-        if (SUCCEEDED(number.ChangeFrom(value, VT_I2)) && number.iVal == 1) {
-            const auto file = Find(common.get(), names::kOutputMediaName);
-            return ValueToPath(file.get(), base) && ToFolderOf(base);
-        }
-        return ValueToPath(destination.get(), base);
+        if (!mode || mode->get_Value(value.Put()) != S_OK) return std::nullopt;
+        if (FAILED(number.ChangeFrom(value, VT_I2)) || number.iVal != kOneFile)
+            return FolderOf(destination.get());
+        const auto file = Find(common.get(), names::kOutputMediaName);
+        if (!file || file->get_Value(value.Put()) != S_OK) return std::nullopt;
+        return FolderOfFile(value);
     }
+
+    bool counting_ = false;  // from another folder, which may count from this one
 };
 
 }  // namespace

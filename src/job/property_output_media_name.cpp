@@ -1,3 +1,5 @@
+#include <optional>
+
 #include "com/narrow.h"
 #include "dialogs/dialogs.h"
 #include "tree/property_base.h"
@@ -13,14 +15,11 @@ constexpr NodeDecl kMediaName = {.name = names::kOutputMediaName,
                                  .description = 95,
                                  .value = Text(L"")};
 
-/// The dialog's filter text and the file extension of the job's current format; both empty when there is
-/// none.
+/// The job's current format, as the dialog shows it.
 struct FormatFilter {
     std::string filter;
-    std::string extension;
+    std::string extension;  // may be empty
 };
-
-std::string ToText(const Bstr& text) { return NarrowPath(Lend(text.get())); }
 
 class PropertyOutputMediaName : public PropertyBase {
 public:
@@ -28,10 +27,11 @@ public:
 
 protected:
     HRESULT OnShowDialog() override try {
-        const FormatFilter format = CurrentFormat();
+        const auto format = CurrentFormat();
         std::string name = StartName();
-        if (!SaveOne(name, format.filter)) return S_FALSE;
-        return StoreQuietly(ToBstr(WithExtension(name, format.extension)).View());
+        if (!SaveOne(name, format ? format->filter : std::string())) return S_FALSE;
+        if (format) name = WithExtension(name, format->extension);
+        return StoreQuietly(ToBstr(name).View());
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
     }
@@ -39,17 +39,17 @@ protected:
 private:
     /// The stored path; a relative one of a cut counts from the job's folder.
     std::string StartName() {
-        std::string name = NarrowPath(Stored());
+        const auto stored = ToNarrow(Stored());
+        if (!stored) return {};
+        const std::string name(stored->View());
         if (!PathIsRelativeA(name.c_str()) || SameName(NameView(), names::kOutputMediaName.View()))
             return name;
         const auto destination = Find(names::kDestinationPath);
-        Variant folder;
+        Variant folder, text;
         if (!destination || FAILED(destination->get_Value(folder.Put()))) return name;
-        const std::string start = NarrowPath(folder);
-        char path[MAX_PATH];
-        if (start.size() >= MAX_PATH) return name;
-        path[start.copy(path, MAX_PATH - 1)] = 0;
-        return name.empty() || PathAppendA(path, name.c_str()) ? path : name;
+        std::ignore = text.ChangeFrom(folder, VT_BSTR);
+        PathText path(TextOf(text));
+        return name.empty() || PathAppendA(path.Buffer(), name.c_str()) ? path.c_str() : name;
     }
 
     /// The job's root: what the media object says, or the first object on the way up that knows one.
@@ -68,7 +68,7 @@ private:
         return nullptr;
     }
 
-    FormatFilter CurrentFormat() {
+    std::optional<FormatFilter> CurrentFormat() {
         const auto root = Root();
         const auto node = root ? Find(root.get(), names::kOutputFileFormat) : nullptr;
         Variant value;
@@ -76,18 +76,21 @@ private:
         const auto format = Query<IOutputFormatInfo>(ObjectOf(value));
         Bstr name, extension;
         if (!format || FAILED(format->GetFormatInfo(name.Put(), extension.Put()))) return {};
-        const std::string mask = "*" + ToText(extension);
-        return {ToText(name) + "(" + mask + ")|" + mask + "||", ToText(extension)};
+        const NarrowText label(name.View()), ending(extension.View());
+        const std::string mask = "*" + std::string(ending.View());
+        return FormatFilter{std::string(label.View()) + "(" + mask + ")|" + mask + "||",
+                            std::string(ending.View())};
     }
 
-    /// The name with the format's extension, whatever was typed.
+    /// The name with the format's extension, whatever was typed; as it is when the path calls have no room for that.
     static std::string WithExtension(const std::string& name, const std::string& extension) {
-        char path[MAX_PATH];
-        if (extension.empty() || name.size() + extension.size() >= MAX_PATH) return name;
-        path[name.copy(path, MAX_PATH - 1)] = 0;
-        if (lstrcmpiA(PathFindExtensionA(path), extension.c_str()) == 0) return name;
-        PathRemoveExtensionA(path);
-        return path + extension;  // PathAddExtension leaves a name alone that has a dot left
+        PathText path;
+        if (!path.Append(name) || lstrcmpiA(PathFindExtensionA(path.c_str()), extension.c_str()) == 0)
+            return name;
+        PathRemoveExtensionA(path.Buffer());
+        path.Settle();
+        // Not by the path calls, which leave a name alone that has another dot.
+        return path.Append(extension) ? path.c_str() : name;
     }
 };
 

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <vector>
 
+#include "com/ascii.h"
 #include "com/bstr.h"
 #include "com/com_ptr.h"
 
@@ -13,12 +14,6 @@ namespace {
 constexpr size_t kMaxName = 31;      // of a replacement
 constexpr size_t kMaxQuoted = 4094;  // bytes of a quoted token
 constexpr int kMaxDepth = 64;        // of blocks
-
-bool SameWord(std::string_view a, std::string_view b) {
-    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; };
-    return a.size() == b.size() &&
-           std::equal(a.begin(), a.end(), b.begin(), [&](char x, char y) { return lower(x) == lower(y); });
-}
 
 HKEY RootKey(std::string_view name) {
     struct Root {
@@ -34,7 +29,7 @@ HKEY RootKey(std::string_view name) {
                           {"HKDD", "HKEY_DYN_DATA", HKEY_DYN_DATA},
                           {"HKCC", "HKEY_CURRENT_CONFIG", HKEY_CURRENT_CONFIG}};
     for (const Root& root : roots)
-        if (SameWord(name, root.brief) || SameWord(name, root.full)) return root.key;
+        if (SameAscii(name, root.brief) || SameAscii(name, root.full)) return root.key;
     return nullptr;
 }
 
@@ -88,7 +83,7 @@ struct Token {
     std::string text;
     bool quoted = false;
 
-    bool Is(std::string_view word) const { return !quoted && SameWord(text, word); }
+    bool Is(std::string_view word) const { return !quoted && SameAscii(text, word); }
 };
 
 class Interpreter {
@@ -168,7 +163,7 @@ private:
             if (only_delete || token.Is("ForceRemove")) {
                 RETURN_IF_FAILED(Next(token));
                 RETURN_IF_FAILED(CheckKeyName(token));
-                if (!SameWord(token.text, "CLSID") && !SameWord(token.text, "TYPELIB"))
+                if (!SameAscii(token.text, "CLSID") && !SameAscii(token.text, "TYPELIB"))
                     std::ignore = RegDeleteTreeA(key, token.text.c_str());
                 if (only_delete) {
                     RETURN_IF_FAILED(SkipItem(depth));
@@ -261,12 +256,8 @@ private:
     static void Write(HKEY key, const char* name, DWORD kind, const void* data, size_t size) {
         std::ignore = RegSetValueExA(key, name, 0, kind, static_cast<const BYTE*>(data), DWORD(size));
     }
-    static int Digit(char c) {
-        if (c >= '0' && c <= '9') return c - '0';
-        if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-        if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-        return 0;
-    }
+    /// Any other character counts as 0.
+    static int Digit(char c) { return std::max(HexDigit(c), 0); }
 
     HRESULT SkipAssignment() {
         if (!Take("=")) return S_OK;
@@ -304,7 +295,7 @@ HRESULT Substitute(std::string_view text, std::span<const Replacement> replaceme
         }
         const Replacement* found = nullptr;
         for (const Replacement& replacement : replacements)
-            if (SameWord(replacement.name, name)) found = &replacement;
+            if (SameAscii(replacement.name, name)) found = &replacement;
         if (!found) return DISP_E_EXCEPTION;
         result += found->value;
     }

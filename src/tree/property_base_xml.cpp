@@ -7,10 +7,7 @@ namespace {
 
 constexpr int kObjectType = 72;  // what "type" says of every object value
 
-Bstr ClassText(const GUID& cls) {
-    wchar_t text[40];
-    return StringFromGUID2(cls, text, 40) ? Bstr(text) : Bstr();
-}
+Bstr ClassText(const GUID& cls) { return Bstr(GuidText(cls).View()); }
 
 /// The text of an object value: what the object says of itself, else its label in the node's value list.
 /// False: none.

@@ -1,35 +1,28 @@
 #include "watermark/colour.h"
 
+#include "com/ascii.h"
 #include "com/narrow.h"
 
 namespace bv {
 namespace {
 
-constexpr int kLongest = 255;    // bytes of a text that is read
-constexpr size_t kFirst = 2;     // where red begins
-constexpr size_t kShortest = 8;  // with all three pairs
-constexpr int kNoDigit = -1;
-
-int Digit(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return kNoDigit;
-}
+constexpr size_t kLongest = 255;  // bytes of a text that is read
+constexpr size_t kFirst = 2;      // where red begins
+constexpr size_t kShortest = 8;   // with all three pairs
 
 DWORD Pair(const char* text) {
-    const int high = Digit(text[0]), low = Digit(text[1]);
-    if (high == kNoDigit) return 0;
-    return DWORD(low == kNoDigit ? high : high * 16 + low);
+    const int high = HexDigit(text[0]), low = HexDigit(text[1]);
+    if (high < 0) return 0;
+    return DWORD(low < 0 ? high : high * 16 + low);
 }
 
 }  // namespace
 
 DWORD ReadColour(std::wstring_view text) {
-    char narrow[kLongest];
-    const int length = ToNarrowBytes(narrow, text.substr(0, text.find(L'\0')), kLongest);
-    if (length < int(kShortest)) return 0;
-    return Pair(narrow + kFirst) | Pair(narrow + kFirst + 2) << 8 | Pair(narrow + kFirst + 4) << 16;
+    const NarrowBuffer<kLongest> narrow(text);
+    if (narrow.size() < kShortest) return 0;
+    const char* const pairs = narrow.c_str() + kFirst;
+    return Pair(pairs) | Pair(pairs + 2) << 8 | Pair(pairs + 4) << 16;
 }
 
 std::wstring ColourToText(DWORD colour) {

@@ -1,119 +1,94 @@
 #include "watermark/dynamic_text.h"
 
 #include <algorithm>
-#include <charconv>
-#include <string>
+#include <cstdint>
+#include <cstdio>
+#include <optional>
+
+#include "com/ascii.h"
 
 namespace bv {
 namespace {
 
-/// One conversion: "%-08.3lx".
-struct Conversion {
-    bool left = false, plus = false, blank = false, zeros = false, prefix = false;
-    size_t width = 0;
-    size_t precision = 1;  // the least count of digits
-    bool has_precision = false;
-    char kind = 0;
+/// A length that a conversion may name, and what it makes of a number: the bytes that it takes.
+struct Length {
+    std::string_view name;
+    int bytes;
+};
+// The longer name first. "l" is what the interfaces call long, and the same on all platforms.
+constexpr Length kLengths[] = {{"hh", 1}, {"h", 2},   {"ll", 8},  {"l", 4}, {"j", 8},
+                               {"z", 8},  {"I64", 8}, {"I32", 4}, {"t", 8}, {"I", 8}};
+constexpr int kIntBytes = 4;
+
+/// A picture that can be given to printf with one number of 64 bits, and how much of a number it shows.
+struct Picture {
+    NarrowBuffer<kTextLimit + 2> format;  // with the one length that is passed
+    int bytes = 0;                        // 0: it shows none
+    bool is_signed = false;
 };
 
-/// Reads decimal digits; a count that no text can have stops at one that is too large already.
-size_t ReadCount(std::string_view& text) {
+/// Takes decimal digits off a text. False for a count that no text can have.
+bool TakeCount(std::string_view& text) {
     size_t count = 0;
-    while (!text.empty() && text[0] >= '0' && text[0] <= '9') {
-        count = std::min(count * 10 + size_t(text[0] - '0'), NarrowText::kLimit + 1);
-        text.remove_prefix(1);
-    }
-    return count;
+    for (; !text.empty() && IsDigit(text[0]); text.remove_prefix(1))
+        count = std::min(count * 10 + size_t(text[0] - '0'), kTextLimit + 1);
+    return count <= kTextLimit;
 }
 
-/// Reads what stands behind a "%". False: no integer conversion.
-bool ReadConversion(std::string_view& text, Conversion& result) {
-    for (; !text.empty(); text.remove_prefix(1)) {
-        if (text[0] == '-')
-            result.left = true;
-        else if (text[0] == '+')
-            result.plus = true;
-        else if (text[0] == ' ')
-            result.blank = true;
-        else if (text[0] == '0')
-            result.zeros = true;
-        else if (text[0] == '#')
-            result.prefix = true;
-        else
-            break;
-    }
-    result.width = ReadCount(text);
+/// Takes what stands behind a "%" off a text. False: no integer conversion.
+bool TakeConversion(std::string_view& text, Picture& picture) {
+    const std::string_view begin = text;
+    text.remove_prefix(std::min(text.find_first_not_of("-+ 0#"), text.size()));
+    if (!TakeCount(text)) return false;
     if (text.starts_with('.')) {
         text.remove_prefix(1);
-        result.precision = ReadCount(text);
-        result.has_precision = true;
+        if (!TakeCount(text)) return false;
     }
-    for (const std::string_view length : {"ll", "l"}) {  // the number has one size, whatever it is called
-        if (!text.starts_with(length)) continue;
-        text.remove_prefix(length.size());
+    const std::string_view shape = begin.substr(0, begin.size() - text.size());
+    picture.bytes = kIntBytes;
+    for (const Length& length : kLengths) {
+        if (!text.starts_with(length.name)) continue;
+        text.remove_prefix(length.name.size());
+        picture.bytes = length.bytes;
         break;
     }
     if (text.empty() || std::string_view("diuoxX").find(text[0]) == std::string_view::npos) return false;
-    result.kind = text[0];
+    picture.is_signed = text[0] == 'd' || text[0] == 'i';
+    const bool fits = picture.format.Append("%") && picture.format.Append(shape) &&
+                      picture.format.Append("ll") && picture.format.Append(text.substr(0, 1));
     text.remove_prefix(1);
-    return true;
+    return fits;
 }
 
-bool AppendNumber(NarrowText& out, const Conversion& how, LONG number) {
-    const bool is_signed = how.kind == 'd' || how.kind == 'i';
-    const bool negative = is_signed && number < 0;
-    const ULONG magnitude = negative ? 0u - ULONG(number) : ULONG(number);
-
-    char buffer[12];
-    const int base = how.kind == 'o' ? 8 : how.kind == 'x' || how.kind == 'X' ? 16 : 10;
-    const auto end = std::to_chars(buffer, std::end(buffer), magnitude, base).ptr;
-    if (how.kind == 'X')
-        std::transform(buffer, end, buffer, [](char c) { return c >= 'a' ? char(c - 'a' + 'A') : c; });
-    std::string_view digits(buffer, size_t(end - buffer));
-    if (magnitude == 0 && how.precision == 0) digits = {};
-
-    std::string_view sign;
-    if (negative)
-        sign = "-";
-    else if (is_signed && (how.plus || how.blank))
-        sign = how.plus ? "+" : " ";
-    else if (how.prefix && base == 16 && magnitude)
-        sign = how.kind == 'x' ? "0x" : "0X";
-
-    size_t leading = how.precision > digits.size() ? how.precision - digits.size() : 0;
-    if (how.prefix && base == 8 && leading == 0 && !digits.starts_with('0')) leading = 1;
-    size_t used = sign.size() + leading + digits.size();
-    size_t padding = how.width > used ? how.width - used : 0;
-    if (how.zeros && !how.left && !how.has_precision) leading += std::exchange(padding, 0);
-    return (how.left || out.Append(padding, ' ')) && out.Append(sign) && out.Append(leading, '0') &&
-           out.Append(digits) && (!how.left || out.Append(padding, ' '));
-}
-
-/// False for a picture that is none.
-bool Fill(std::string_view picture, LONG number, NarrowText& out) {
-    bool shown = false;
-    while (!picture.empty()) {
-        const size_t plain = std::min(picture.find('%'), picture.size());
-        if (!out.Append(picture.substr(0, plain))) return false;
-        picture.remove_prefix(plain);
-        if (picture.empty()) break;
-        picture.remove_prefix(1);
-        if (picture.starts_with('%')) {
-            picture.remove_prefix(1);
-            if (!out.Append("%")) return false;
-            continue;
+/// None for a text with more than one conversion, or with another than of an integer.
+std::optional<Picture> ReadPicture(std::string_view text) {
+    Picture picture;
+    while (!text.empty()) {
+        const size_t plain = std::min(text.find('%'), text.size());
+        if (!picture.format.Append(text.substr(0, plain))) return std::nullopt;
+        text.remove_prefix(plain);
+        if (text.empty()) break;
+        text.remove_prefix(1);
+        if (text.starts_with('%')) {
+            text.remove_prefix(1);
+            if (!picture.format.Append("%%")) return std::nullopt;
+        } else if (picture.bytes || !TakeConversion(text, picture)) {
+            return std::nullopt;
         }
-        Conversion how;
-        if (shown || !ReadConversion(picture, how) || !AppendNumber(out, how, number)) return false;
-        shown = true;
     }
-    return true;
+    return picture;
+}
+
+/// What a conversion sees of a number: its low bytes, with the sign that they have.
+long long Seen(LONG number, const Picture& picture) {
+    const int hidden = 64 - 8 * picture.bytes;
+    if (hidden == 64 || hidden == 0) return number;
+    const std::uint64_t bits = std::uint64_t(std::int64_t{number}) << hidden;
+    return picture.is_signed ? std::int64_t(bits) >> hidden : std::int64_t(bits >> hidden);
 }
 
 bool StartsWithKey(std::string_view text, std::string_view key) {
-    return text.size() >= key.size() && std::equal(key.begin(), key.end(), text.begin(), [](char k, char c) {
-               return k == (c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c);
-           });
+    return text.size() >= key.size() && SameAscii(text.substr(0, key.size()), key);
 }
 
 }  // namespace
@@ -138,11 +113,18 @@ void PutVariable(NarrowText& text, std::string_view key, std::string_view value)
     text = result;
 }
 
-NarrowText FormatNumber(std::string_view picture, LONG number) {
+NarrowText FormatNumber(std::string_view text, LONG number) {
     NarrowText result;
-    if (Fill(picture, number, result)) return result;
-    result.Clear();
-    Fill("%d", number, result);
+    if (const auto picture = ReadPicture(text)) {
+        const int length = std::snprintf(result.Buffer(), NarrowText::kCapacity + 1, picture->format.c_str(),
+                                         Seen(number, *picture));
+        if (length >= 0 && size_t(length) <= NarrowText::kCapacity) {
+            result.Settle();
+            return result;
+        }
+    }
+    std::snprintf(result.Buffer(), NarrowText::kCapacity + 1, "%lld", static_cast<long long>(number));
+    result.Settle();
     return result;
 }
 

@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "watermark/narrow_text.h"
+#include "com/narrow.h"
 
 namespace bv {
 
@@ -12,8 +12,8 @@ namespace bv {
 void PutVariable(NarrowText& text, std::string_view key, std::string_view value);
 
 /// A number as a picture shows it: any text with at most one integer conversion as printf has them (d, i, u,
-/// o, x or X, with flags, width, precision and a length), and "%%" for a percent sign. Any other picture, and
-/// one that makes a text of more than 512 bytes, counts as "%d".
+/// o, x or X, with flags, width, precision and any length, which says how many of the number's bytes are shown), and
+/// "%%" for a percent sign. Any other picture, and one that makes a text of more than 512 bytes, counts as "%d".
 NarrowText FormatNumber(std::string_view picture, LONG number);
 
 }  // namespace bv

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <limits>
 
+#include "com/ascii.h"
 #include "com/narrow.h"
 
 namespace bv {
@@ -12,12 +13,6 @@ namespace {
 
 constexpr LONG kUnreadableSize = 8;
 using SizeRange = std::numeric_limits<LONG>;
-
-bool SameWord(std::string_view a, std::string_view b) {
-    const auto upper = [](char c) { return c >= 'a' && c <= 'z' ? char(c - 'a' + 'A') : c; };
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [&](char x, char y) { return upper(x) == upper(y); });
-}
 
 template <size_t N>
 std::string_view FieldText(const char (&field)[N]) {
@@ -31,7 +26,7 @@ void SetField(char (&field)[N], std::string_view text) {
         std::memcpy(field, text.data(), length);
     } else {
         const Bstr wide = ToBstr(text);
-        length = size_t(ToNarrowCut(field, wide.View(), int(N - 1)));
+        length = size_t(ToNarrowBytes(field, wide.View(), int(N - 1), Fit::kCut));
     }
     field[length] = 0;
 }
@@ -41,7 +36,7 @@ LONG ReadSize(std::string_view text) {
     const bool negative = text.starts_with('-');
     if (negative || text.starts_with('+')) text.remove_prefix(1);
     LONGLONG size = 0;
-    if (text.empty() || text[0] < '0' || text[0] > '9') return kUnreadableSize;
+    if (text.empty() || !IsDigit(text[0])) return kUnreadableSize;
     if (std::from_chars(text.data(), text.data() + text.size(), size).ec != std::errc())
         size = SizeRange::max();
     return LONG(std::clamp<LONGLONG>(negative ? -size : size, SizeRange::min(), SizeRange::max()));
@@ -51,23 +46,18 @@ void ReadItem(std::string_view item, FontInfo& font) {
     const size_t equals = item.find('=');
     if (equals == item.npos) return;
     const std::string_view key = item.substr(0, equals), value = item.substr(equals + 1);
-    if (SameWord(key, "FONT")) SetField(font.FaceName, value);
-    if (SameWord(key, "STYLE")) SetField(font.Style, value);
-    if (SameWord(key, "CHARSET")) SetField(font.Charset, value);
-    if (SameWord(key, "SIZE")) font.Size = ReadSize(value);
-    if (SameWord(key, "U")) font.Underline = SameWord(value, "ON");
-    if (SameWord(key, "S")) font.Strikeout = SameWord(value, "ON");
+    if (SameAscii(key, "FONT")) SetField(font.FaceName, value);
+    if (SameAscii(key, "STYLE")) SetField(font.Style, value);
+    if (SameAscii(key, "CHARSET")) SetField(font.Charset, value);
+    if (SameAscii(key, "SIZE")) font.Size = ReadSize(value);
+    if (SameAscii(key, "U")) font.Underline = SameAscii(value, "ON");
+    if (SameAscii(key, "S")) font.Strikeout = SameAscii(value, "ON");
 }
 
 }  // namespace
 
 Bstr FontToText(const FontInfo& font) {
-    char text[kTextLimit];  // what all fields can take, with the keys, is less
-    size_t length = 0;
-    const auto put = [&](std::string_view part) {
-        part = part.substr(0, sizeof text - length);
-        length += part.copy(text + length, part.size());
-    };
+    NarrowText text;  // what all fields can take, with the keys, is less
     char digits[12];
     const auto number = std::to_chars(digits, std::end(digits), font.Size);
     const std::string_view size(digits, size_t(number.ptr - digits));
@@ -77,16 +67,13 @@ Bstr FontToText(const FontInfo& font) {
           std::string_view(font.Underline ? "ON" : "OFF"), std::string_view(";S="),
           std::string_view(font.Strikeout ? "ON" : "OFF"), std::string_view(";CHARSET="),
           FieldText(font.Charset), std::string_view(";")})
-        put(part);
-    return ToBstr({text, length});
+        text.Append(part);
+    return ToBstr(text.View());
 }
 
 void ReadFontText(std::wstring_view text, FontInfo& font) {
-    char narrow[kTextLimit];
-    const int length = ToNarrowBytes(narrow, text, kTextLimit);
-    if (length < 0) return;
-    std::string_view rest(narrow, size_t(length));
-    rest = rest.substr(0, rest.find('\0'));
+    const NarrowText narrow(text);
+    std::string_view rest = narrow.View();
     while (!rest.empty()) {
         const size_t end = std::min(rest.find(';'), rest.size());
         ReadItem(rest.substr(0, end), font);

@@ -1,7 +1,7 @@
-#include <charconv>
+#include <string>
 
+#include "com/registry_key.h"
 #include "dialogs/dialogs.h"
-#include "dialogs/user_key.h"
 #include "tree/simple_node.h"
 #include "watermark/colour.h"
 
@@ -17,24 +17,19 @@ constexpr NodeDecl kColor = {.cls = clsid::PropertyWatermarkBackgroundColor,
 constexpr char kCustomKey[] = "Software\\Brenvaltide Software\\Brenvaltide\\Color";
 constexpr DWORD kWhite = 0xFFFFFF;
 
-/// The colours that a person mixed in the dialog, shared by all colours of a job and kept per user.
-class CustomColors {
-public:
+/// The colours that a person mixed in the dialog, shared by all colours of a job and kept per user. The key is opened
+/// anew to save them: while a dialog is shown anything may have become of it.
+struct CustomColors {
     CustomColors() {
-        for (size_t i = 0; i < kCustomColors; ++i) colors[i] = key_.Number(Name(i)).value_or(kWhite);
+        const auto key = RegistryKey::Create(HKEY_CURRENT_USER, kCustomKey);
+        for (size_t i = 0; i < kCustomColors; ++i)
+            colors[i] = key.Number(std::to_string(i).c_str()).value_or(kWhite);
     }
-    void Save() {
-        for (size_t i = 0; i < kCustomColors; ++i) key_.PutNumber(Name(i), colors[i]);
+    void Save() const {
+        const auto key = RegistryKey::Create(HKEY_CURRENT_USER, kCustomKey);
+        for (size_t i = 0; i < kCustomColors; ++i) key.PutNumber(std::to_string(i).c_str(), colors[i]);
     }
     DWORD colors[kCustomColors];
-
-private:
-    const char* Name(size_t index) {
-        *std::to_chars(name_, name_ + 2, index).ptr = 0;
-        return name_;
-    }
-    UserKey key_{kCustomKey};
-    char name_[3];  // "0" to "15"
 };
 
 /// A colour of any use. Any text may be put here; what can't be read as a colour counts as black.

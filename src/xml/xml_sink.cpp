@@ -8,7 +8,6 @@
 #include <new>
 
 #include "com/module_lock.h"
-#include "com/narrow.h"
 #include "com/variant.h"
 
 namespace bv {

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "com/com_ptr.h"
+#include "com/narrow.h"
 
 namespace bv {
 
@@ -15,7 +16,6 @@ namespace bv {
 /// plain stream. Its writes never fail: the caller's stream keeps its own state.
 class XmlSink final : public ISequentialStream {
 public:
-    static constexpr size_t kTextLimit = 512;  // bytes of a name, value or extension value
     static constexpr size_t kSafeLimit = 255;  // characters of a text that had to be made safe
 
     /// The sink behind a stream if it is one, else a new one in front of it. Null: no memory.

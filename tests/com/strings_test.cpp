@@ -33,22 +33,27 @@ TEST_F(MessagesTest, TextsOfTheTable) {
     }
 }
 
-TEST_F(MessagesTest, ATextThatDoesntFitBecomesEmpty) {
-    for (const bool ascii : {true, false}) {
-        char narrow[12] = "zzzzzzzzzzz";
-        const wchar_t* const text =
-            ascii ? L"12345678" : L"123456\xE9";  // 8 bytes, where two make the last letter
-        const int length = ToNarrow(narrow, text, 9);
-        EXPECT_EQ(length, int(std::strlen(narrow)));
-        EXPECT_GE(length, 7);
-        EXPECT_EQ(ToNarrow(narrow, text, length), 0) << "no room for the end";
-        EXPECT_EQ(narrow[0], 0);
-        EXPECT_EQ(narrow[10], 'z');
+TEST_F(MessagesTest, ATextThatDoesntFitBecomesEmptyOrIsCut) {
+    for (const wchar_t* text : {L"12345678", L"123456\xE9"}) {  // 8 bytes, where two make the last letter
+        SCOPED_TRACE(int(text[6]));
+        const NarrowBuffer<8> whole{std::wstring_view(text)};
+        EXPECT_EQ(whole.size(), std::strlen(whole.c_str()));
+        EXPECT_GE(whole.size(), 7u);
+        const NarrowBuffer<6> small{std::wstring_view(text)};
+        EXPECT_TRUE(small.empty());
+        EXPECT_STREQ(small.c_str(), "");
+        EXPECT_EQ((NarrowBuffer<6>(text, Fit::kCut).View()), "123456");
+        EXPECT_GE((NarrowBuffer<7>(text, Fit::kCut).size()), 6u);
     }
-    char narrow[513];
-    EXPECT_EQ(ToNarrow(narrow, std::wstring(600, L'x').c_str(), 512), 0);
-    EXPECT_EQ(ToNarrow(narrow, std::wstring(511, L'x').c_str(), 512), 511);
-    EXPECT_EQ(ToNarrow(narrow, nullptr, 512), 0);
+    EXPECT_EQ(NarrowText(std::wstring(513, L'x')).size(), 0u);
+    EXPECT_EQ(NarrowText(std::wstring(512, L'x')).size(), 512u);
+    EXPECT_EQ(NarrowText(std::wstring(L"a\0b", 3)).View(), "a");
+    EXPECT_EQ(ToNarrow(Value(I4(12)).get())->View(), "12");
+    EXPECT_FALSE(ToNarrow(Value(Str(std::wstring(513, L'x'))).get()));
+    NarrowBuffer<4> path;
+    EXPECT_TRUE(path.Append("abc"));
+    EXPECT_FALSE(path.Append("de"));
+    EXPECT_EQ(path.View(), "abc");
     wchar_t wide[9] = L"zzzzzzzz";
     EXPECT_EQ(ToWide("1234567", wide, 8), 7);
     EXPECT_EQ(ToWide("12345678", wide, 8), 0);

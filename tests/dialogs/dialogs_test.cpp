@@ -19,6 +19,7 @@ struct Person {
     std::string filter;  // NUL shown as '|'
     std::string start;
     int asked = 0;
+    void (*meanwhile)() = nullptr;  // what happens while the dialog is shown
     DWORD start_color = 0;
     std::optional<DWORD> color;  // none: cancelled
     std::array<DWORD, kCustomColors> start_custom = {}, custom = {};
@@ -52,6 +53,7 @@ bool AnswerSeveral(char (&names)[kSeveralNames], const char* filter, const char*
 HRESULT AnswerFolder(char (&folder)[kFolderName]) { return Answer(folder, nullptr) ? S_OK : S_FALSE; }
 
 bool AnswerColor(DWORD& color, DWORD (&custom)[kCustomColors]) {
+    if (person.meanwhile) person.meanwhile();
     person.start_color = color;
     std::copy(std::begin(custom), std::end(custom), person.start_custom.begin());
     std::copy(person.custom.begin(), person.custom.end(), custom);
@@ -73,12 +75,15 @@ protected:
         SetDialogs(nullptr);
         Forget();
     }
+
+public:
     static void Forget() {
         RegDeleteTreeA(HKEY_CURRENT_USER, "Software\\Brenvaltide");
         RegDeleteTreeA(HKEY_CURRENT_USER, "Software\\Brenvaltide Software");
         RegDeleteTreeA(HKEY_CLASSES_ROOT, kFormats);
     }
 
+protected:
     static constexpr char kFormats[] =
         "CLSID\\{3C78B8E0-6C50-11D0-A0E0-000EFA951B00}\\{3C78B8E2-6C5D-11D0-ADE1-0C0EFA951B04}";
 
@@ -156,6 +161,15 @@ TEST_F(DialogTest, SimpleTakesTheNamesInOrderButFirstAndLast) {
         EXPECT_EQ(selecter->Simple(), S_OK);
         EXPECT_EQ(Paths(selecter.get()), c.paths);
     }
+    // A name that is too long for a path of the list leaves its place to the next one.
+    person.answer = bare + "|" + std::string(256, 'l') + "|a|b|c";
+    const auto long_names = NewOwn<IMediaSelecter>(clsid::MediaSelecter);
+    EXPECT_EQ(long_names->Simple(), S_OK);
+    EXPECT_EQ(Paths(long_names.get()), (std::vector<std::string>{folder + "c", folder + "b", folder + "a"}));
+    EXPECT_EQ(long_names->Simple(), S_OK);
+    EXPECT_EQ(Paths(long_names.get()), (std::vector<std::string>{folder + "c", folder + "b", folder + "a",
+                                                                 folder + "a", folder + "b", folder + "c"}))
+        << "it adds to what is there";
     EXPECT_EQ(Remembered(), bare);
     const auto selecter = NewOwn<IMediaSelecter>(clsid::MediaSelecter);
     person.answer.clear();
@@ -163,6 +177,27 @@ TEST_F(DialogTest, SimpleTakesTheNamesInOrderButFirstAndLast) {
     EXPECT_EQ(person.start, bare) << "the next dialog starts in the remembered folder";
     BSTR path = nullptr;
     EXPECT_EQ(selecter->get_Path(0, &path), E_INVALIDARG);
+}
+
+TEST_F(DialogTest, TheRememberedFolderHasUpTo255Bytes) {
+    const std::string long_folder = "/" + std::string(254, 'f');
+    for (const size_t length : {1u, 254u, 255u, 256u}) {
+        Forget();
+        HKEY key = nullptr;
+        ASSERT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, "Software\\Brenvaltide\\Brenvaltide2\\Options", 0,
+                                  nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr),
+                  ERROR_SUCCESS);
+        const std::string folder = (long_folder + "g").substr(0, length);
+        for (const size_t end : {0u, 1u}) {  // with and without the zero behind it
+            SCOPED_TRACE(std::to_string(length) + " bytes and " + std::to_string(end));
+            ASSERT_EQ(RegSetValueExA(key, "sel", 0, REG_SZ, reinterpret_cast<const BYTE*>(folder.c_str()),
+                                     DWORD(length + end)),
+                      ERROR_SUCCESS);
+            EXPECT_EQ(NewOwn<IMediaSelecter>(clsid::MediaSelecter)->Simple(), S_OK);
+            EXPECT_EQ(person.start, length <= 255 ? folder : "");
+        }
+        RegCloseKey(key);
+    }
 }
 
 TEST_F(DialogTest, TimelineFilesGetTheirExtension) {
@@ -233,9 +268,10 @@ class Format final : public Fake<IOutputFormatInfo> {
 public:
     STDMETHODIMP GetFormatInfo(BSTR* name, BSTR* extension) override {
         *name = SysAllocString(L"Video N");
-        *extension = SysAllocString(L".vid");
+        *extension = SysAllocString(ending.c_str());
         return S_OK;
     }
+    std::wstring ending = L".vid";
     STDMETHODIMP GetClassID(GUID*) override { return E_FAIL; }
     STDMETHODIMP SetOwner(IProperty*) override { return S_OK; }
     STDMETHODIMP SetMediaObject(IDispatch*) override { return S_OK; }
@@ -277,6 +313,16 @@ TEST_F(DialogTest, TheOutputFileBearsTheFormatsExtension) {
     person.answer.clear();
     EXPECT_EQ(name->ShowDialog(), S_FALSE);
     EXPECT_EQ(Narrow(name.Value().text()), Folder() + "a.b.vid");
+    // It is the result that needs room, not the name with both extensions.
+    const std::string stem = Folder() + std::string(kSaveName - Folder().size() - 23, 'f');
+    person.answer = stem + "." + std::string(20, 'x');
+    format.ending = L".video";
+    EXPECT_EQ(name->ShowDialog(), S_OK);
+    EXPECT_EQ(Narrow(name.Value().text()), stem + ".video");
+    format.ending = L"";
+    person.answer = Folder() + "a.b.avi";
+    EXPECT_EQ(name->ShowDialog(), S_OK);
+    EXPECT_EQ(Narrow(name.Value().text()), Folder() + "a.b") << "a format without an extension";
     name->SetMediaObject(nullptr);
 }
 
@@ -335,6 +381,13 @@ TEST_F(DialogTest, CustomColoursAreKeptForAllColours) {
     EXPECT_EQ(one->ShowDialog(), S_OK);
     for (const size_t i : {2, 3, 15}) EXPECT_EQ(person.start_custom[i], 0xFFFFFFu) << i;
     EXPECT_EQ(person.start_custom[14], 0x0E0E0Eu);
+
+    // The key that was read is gone when the person is done.
+    person.meanwhile = Forget;
+    EXPECT_EQ(one->ShowDialog(), S_OK);
+    person.meanwhile = nullptr;
+    EXPECT_EQ(other->ShowDialog(), S_OK);
+    EXPECT_EQ(person.start_custom, person.custom);
 }
 
 TEST_F(DialogTest, SeveralInputsFillTheListBehindTheFirst) {

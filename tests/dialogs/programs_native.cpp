@@ -94,7 +94,7 @@ TEST_F(ProgramsTest, OnlyAbsoluteNamesOfOneFolderAreAnAnswer) {
     Answer("/d/a\n/d/b\nof two lines\n");
     EXPECT_EQ(OpenSeveral(kFilter, ""), (Names{"/d/a", "/d/b\nof two lines"}));
     std::string name = "kept", folder = "kept";
-    Answer("/" + std::string(260, 'n') + "\n");
+    Answer("/" + std::string(MAX_PATH, 'n') + "\n");
     EXPECT_FALSE(SaveOne(name, kFilter));
     EXPECT_EQ(BrowseFolder(folder), S_FALSE);
     EXPECT_EQ(name + folder, "keptkept");

@@ -136,6 +136,47 @@ TEST_F(FileTest, NamesOfEveryScriptWorkBothWays) {
     EXPECT_FALSE(PathFileExistsW(path));
 }
 
+/// As deep as a path may be, in letters that take three bytes each where paths are bytes.
+TEST_F(FileTest, APathMayBeAsLongAsTheSystemsAre) {
+    const auto wide = [](const fs::path& path) {
+        const std::u16string text = path.u16string();
+        return std::wstring(text.begin(), text.end());
+    };
+    const fs::path letters(std::u16string(40, u'\x4E00'));
+    const std::wstring name = wide(letters) + L".avi";
+    const std::size_t step = letters.native().size() + 1;
+    fs::path folder = folder_;
+    while (folder.native().size() + 2 * step < MAX_PATH - 12) folder /= letters;
+    ASSERT_GT(folder.native().size() + 3 * step, std::size_t{MAX_PATH} - 12)
+        << "the folder for tests is too long";
+    fs::create_directories(folder);
+    fs::path media = folder / letters;
+    std::ofstream(media += ".avi") << "12345";
+
+    wchar_t path[MAX_PATH] = {};
+    wide(folder).copy(path, MAX_PATH - 1);
+    ASSERT_TRUE(PathAppendW(path, name.c_str()));
+    EXPECT_TRUE(PathFileExistsW(path));
+    HANDLE file = CreateFileW(path, GENERIC_READ, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    ASSERT_NE(file, INVALID_HANDLE_VALUE);
+    LARGE_INTEGER size = {};
+    EXPECT_TRUE(GetFileSizeEx(file, &size));
+    EXPECT_EQ(size.QuadPart, 5);
+    CloseHandle(file);
+    EXPECT_STREQ(PathFindExtensionW(path), L".avi");
+    EXPECT_TRUE(PathRemoveFileSpecW(path));
+    EXPECT_EQ(std::wstring(path), wide(folder));
+    ASSERT_TRUE(PathAppendW(path, L"*.*"));
+    WIN32_FIND_DATAW entry;
+    const HANDLE find = FindFirstFileW(path, &entry);
+    ASSERT_NE(find, INVALID_HANDLE_VALUE);
+    while (entry.cFileName[0] == L'.' && FindNextFileW(find, &entry)) {
+    }
+    EXPECT_EQ(std::wstring(entry.cFileName), name);
+    FindClose(find);
+    fs::remove_all(folder_ / letters);
+}
+
 TEST_F(FileTest, MasksFindEntriesWithTheirSizes) {
     Make("a.avi", "12345");
     Make("B.AVI", "");

@@ -171,7 +171,7 @@ struct Search {
         while (const dirent* entry = readdir(folder)) {
             if (mask != L"*.*" && !Matches(Widen(entry->d_name), mask)) continue;
             const std::size_t length = std::strlen(entry->d_name);
-            if (length >= MAX_PATH) continue;
+            if (length >= kMaxFileName) continue;
             struct stat info = {};
             const int descriptor = dirfd(folder);
             if (fstatat(descriptor, entry->d_name, &info, 0) != 0 &&
@@ -197,8 +197,9 @@ Search* SearchOf(HANDLE find) {
     return find && find != INVALID_HANDLE_VALUE ? static_cast<Search*>(find) : nullptr;
 }
 
+/// A mask that the path calls have joined to a relative path stands behind a backslash.
 HANDLE StartSearch(std::string_view path, WIN32_FIND_DATAA* found) {
-    const std::size_t end = path.rfind('/');
+    const std::size_t end = path[0] == '/' ? path.rfind('/') : path.find_last_of("/\\");
     const std::string folder =
         end == std::string_view::npos ? "." : std::string(path.substr(0, std::max<std::size_t>(end, 1)));
     auto search = std::make_unique<Search>();
@@ -222,7 +223,7 @@ void CopyFound(const WIN32_FIND_DATAA& from, WIN32_FIND_DATAW* to) {
     to->ftLastWriteTime = from.ftLastWriteTime;
     to->nFileSizeHigh = from.nFileSizeHigh;
     to->nFileSizeLow = from.nFileSizeLow;
-    MultiByteToWideChar(CP_ACP, 0, from.cFileName, -1, to->cFileName, MAX_PATH);
+    MultiByteToWideChar(CP_ACP, 0, from.cFileName, -1, to->cFileName, kMaxFileName);
 }
 
 }  // namespace

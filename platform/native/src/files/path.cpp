@@ -54,10 +54,42 @@ Root<Char> RootOf(View<Char> path) {
     return {};
 }
 
-/// Splits a path of less than 2 * MAX_PATH characters and writes it without its "." and ".." parts. False
-/// when the result needs MAX_PATH characters or more.
+/// Writes a path part by part. A part that ".." takes back goes together with the separator before it.
 template <typename Char>
-bool WriteCanonical(View<Char> path, Char* buffer) {
+class CanonicalPath {
+public:
+    /// buffer: room for the path, a root and a NUL. separator: between the parts.
+    CanonicalPath(Char* buffer, Char separator) : begin_(buffer), end_(buffer), separator_(separator) {}
+
+    void PutRoot(View<Char> root) { begin_ = end_ = std::copy(root.begin(), root.end(), end_); }
+    void PutPart(View<Char> part) {
+        if (count_++ > 0) *end_++ = separator_;
+        end_ = std::copy(part.begin(), part.end(), end_);
+    }
+    void DropPart() {
+        const std::size_t last = View<Char>(begin_, Size()).rfind(separator_);
+        end_ = --count_ > 0 ? begin_ + last : begin_;
+    }
+    View<Char> LastPart() const {
+        const View<Char> parts(begin_, Size());
+        return parts.substr(parts.rfind(separator_) + 1);
+    }
+    std::size_t Count() const { return count_; }
+    std::size_t Size() const { return static_cast<std::size_t>(end_ - begin_); }
+    Char* begin() const { return begin_; }
+    Char* end() const { return end_; }
+
+private:
+    Char* begin_;  // of the parts
+    Char* end_;
+    std::size_t count_ = 0;
+    const Char separator_;
+};
+
+/// Writes a path of less than 2 * MAX_PATH characters without its "." and ".." parts into a buffer of
+/// 2 * MAX_PATH + 2. Gives the length.
+template <typename Char>
+std::size_t WriteCanonical(View<Char> path, Char* buffer) {
     static constexpr Char kDots[] = {'.', '.'};
     const View<Char> here(kDots, 1), up(kDots, 2);
     const Root<Char> root = RootOf(path);
@@ -65,9 +97,10 @@ bool WriteCanonical(View<Char> path, Char* buffer) {
     const Char separator = slash ? Char{'/'} : Char{'\\'};
     const std::size_t kept = IsUnc(path) ? 1 : 0;  // the name of the server
 
-    View<Char> parts[2 * MAX_PATH];
-    std::size_t count = 0;
-    bool to_root = false;  // a relative path that lost its only part goes on from the root
+    CanonicalPath<Char> result(buffer, separator);
+    result.PutRoot(root.text);
+    if (root.fixed && root.text.size() == 2 && root.text[1] == ':') result.PutRoot(View<Char>(&separator, 1));
+    bool to_root = root.fixed;
     View<Char> rest = path.substr(root.length);
     for (bool last = false; !last;) {
         const std::size_t end = std::min(rest.find(separator), rest.size());
@@ -75,31 +108,21 @@ bool WriteCanonical(View<Char> path, Char* buffer) {
         last = end == rest.size();
         rest.remove_prefix(last ? end : end + 1);
         if (part == here || (slash && part.empty() && !last)) continue;
-        if (part == up && (root.fixed || to_root || (count > 0 && parts[count - 1] != up))) {
-            if (count > kept) --count;
-            to_root |= count == 0 && !root.fixed;
+        if (part != up || !(to_root || (result.Count() > 0 && result.LastPart() != up))) {
+            result.PutPart(part);
             continue;
         }
-        parts[count++] = part;
+        if (result.Count() > kept) result.DropPart();
+        if (result.Count() > 0 || to_root) continue;
+        to_root = true;  // a relative path that lost its only part goes on from the root
+        result.PutRoot(View<Char>(&separator, 1));
     }
-
-    Char* at = buffer;
-    bool fits = true;
-    const auto put = [&](Char c) {
-        fits &= at < buffer + MAX_PATH - 1;
-        if (fits) *at++ = c;
-    };
-    for (const Char c : root.text) put(c);
-    if (to_root || (root.fixed && root.text.size() == 2 && root.text[1] == ':')) put(separator);
-    for (std::size_t i = 0; i < count; ++i) {
-        if (i > 0) put(separator);
-        for (const Char c : parts[i]) put(c);
-    }
-    if (at == buffer) put('.');
-    *at = 0;
-    return fits;
+    if (result.end() == buffer) result.PutPart(here);
+    *result.end() = 0;
+    return static_cast<std::size_t>(result.end() - buffer);
 }
 
+/// path may lie in the buffer.
 template <typename Char>
 BOOL Canonicalize(Char* buffer, const Char* path) {
     if (!buffer || !path) {
@@ -107,15 +130,14 @@ BOOL Canonicalize(Char* buffer, const Char* path) {
         return FALSE;
     }
     const View<Char> text(path);
-    Char result[MAX_PATH];
-    const bool fits = text.size() < 2 * MAX_PATH && WriteCanonical(text, result);
-    if (!fits) {
+    Char result[2 * MAX_PATH + 2];
+    const std::size_t length = text.size() < 2 * MAX_PATH ? WriteCanonical(text, result) : MAX_PATH;
+    if (length >= MAX_PATH) {
         *buffer = 0;
         SetLastError(ERROR_INSUFFICIENT_BUFFER);
         return FALSE;
     }
-    View<Char>(result).copy(buffer, MAX_PATH);
-    buffer[View<Char>(result).size()] = 0;
+    std::copy_n(result, length + 1, buffer);
     return TRUE;
 }
 

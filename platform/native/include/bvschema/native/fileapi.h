@@ -20,6 +20,8 @@
 #define FILE_ATTRIBUTE_DIRECTORY 0x10
 #define FILE_ATTRIBUTE_NORMAL 0x80
 
+inline constexpr int kMaxFileName = 256;  // of one entry, with its NUL
+
 /// An entry of a folder. A folder's size is 0.
 struct WIN32_FIND_DATAA {
     DWORD dwFileAttributes;
@@ -30,7 +32,7 @@ struct WIN32_FIND_DATAA {
     DWORD nFileSizeLow;
     DWORD dwReserved0;
     DWORD dwReserved1;
-    CHAR cFileName[MAX_PATH];
+    CHAR cFileName[kMaxFileName];
     CHAR cAlternateFileName[14];
 };
 using LPWIN32_FIND_DATAA = WIN32_FIND_DATAA*;
@@ -43,7 +45,7 @@ struct WIN32_FIND_DATAW {
     DWORD nFileSizeLow;
     DWORD dwReserved0;
     DWORD dwReserved1;
-    WCHAR cFileName[MAX_PATH];
+    WCHAR cFileName[kMaxFileName];
     WCHAR cAlternateFileName[14];
 };
 using LPWIN32_FIND_DATAW = WIN32_FIND_DATAW*;

@@ -95,7 +95,7 @@ inline constexpr CLSID CLSID_NULL = {};
 
 #define TRUE 1
 #define FALSE 0
-#define MAX_PATH 260
+#define MAX_PATH 4096  // bytes of a path with its NUL, as the system has it
 #define WINAPI
 #define APIENTRY
 #define CALLBACK
