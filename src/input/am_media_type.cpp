@@ -22,14 +22,14 @@ T Field(const BYTE* block, size_t offset) {
 class AMMediaType : public Dispatch<IAMMediaType>, public ObjectRoot {
 public:
     using Answers = InterfaceMap<IAMMediaType, IDispatch>;
-    ~AMMediaType() { ClearMediaType(type_); }
+    void FinalRelease() { ClearMediaType(type_); }
 
     STDMETHODIMP SetMedia(_AMMediaType* pValue) override {
         if (!pValue) return E_POINTER;
         AM_MEDIA_TYPE copy;
         if (!CopyMediaType(copy, *pValue)) return E_OUTOFMEMORY;
-        ClearMediaType(type_);
-        type_ = copy;
+        std::swap(type_, copy);
+        ClearMediaType(copy);
         return S_OK;
     }
     /// Empty for a type whose format block is too short to be one of sound.

@@ -26,16 +26,12 @@ public:
         std::vector<DVDVobRecord> menu, title;
     };
 
-    /// Room for so many files, all zero. Throws std::bad_alloc, as the two below.
-    explicit Record(size_t files) : files_(files), records_(files) {
-        info_.FileCount = LONG(files);
-        info_.Files = records_.data();
-    }
-    /// A deep copy; arrays that aren't there count as empty.
-    explicit Record(const DVDInfo& info) : Record(Counted(info.Files, info.FileCount)) {
+    Record() = default;
+    /// A deep copy; arrays that aren't there count as empty. Throws std::bad_alloc, as the two below.
+    explicit Record(const DVDInfo& info) {
         std::memcpy(info_.DiscId, info.DiscId, sizeof info.DiscId);
-        for (size_t i = 0; i < files_.size(); ++i) {
-            records_[i] = info.Files[i];
+        for (size_t i = 0; i < Counted(info.Files, info.FileCount); ++i) {
+            AddFile() = info.Files[i];
             for (const bool title : {false, true}) {
                 const DVDSection& from = title ? info.Files[i].Title : info.Files[i].Menu;
                 const size_t count = Counted(from.Vobs, from.VobCount);
@@ -47,6 +43,14 @@ public:
     Record(const Record&) = delete;
     Record& operator=(const Record&) = delete;
 
+    /// A file without pieces, all zero.
+    DVDFileRecord& AddFile() {
+        files_.emplace_back();
+        records_.emplace_back();
+        info_.FileCount = LONG(records_.size());
+        info_.Files = records_.data();
+        return records_.back();
+    }
     void SetVobs(size_t file, bool title, std::vector<DVDVobRecord> vobs) {
         auto& own = title ? files_[file].title : files_[file].menu;
         own = std::move(vobs);
@@ -132,7 +136,7 @@ bool ReadSection(IXMLDOMNode* node, Record& record, size_t file, bool title) {
     std::vector<DVDVobRecord> vobs;
     for (auto child = FirstIn(node); child; child = NextTo(child.get())) {
         DVDVobRecord vob = {};
-        if (!ReadChoice(child.get(), vob.Exclude)) return false;
+        if (vobs.size() >= size_t(kMaxVobs) || !ReadChoice(child.get(), vob.Exclude)) return false;
         vobs.push_back(vob);
     }
     record.SetVobs(file, title, std::move(vobs));
@@ -141,12 +145,10 @@ bool ReadSection(IXMLDOMNode* node, Record& record, size_t file, bool title) {
 
 /// Null for an element that isn't as it was written.
 std::unique_ptr<Record> ReadRecord(IXMLDOMNode* root) {
-    size_t count = 0;
-    for (auto child = FirstIn(root); child; child = NextTo(child.get())) ++count;
-    auto record = std::make_unique<Record>(count);
-    size_t file = 0;
-    for (auto child = FirstIn(root); child; child = NextTo(child.get()), ++file) {
-        if (!ReadChoice(child.get(), record->FileAt(file).Exclude)) return nullptr;
+    auto record = std::make_unique<Record>();
+    for (auto child = FirstIn(root); child; child = NextTo(child.get())) {
+        const size_t file = record->FileCount();
+        if (file >= size_t(kMaxFiles) || !ReadChoice(child.get(), record->AddFile().Exclude)) return nullptr;
         const auto menu = FirstIn(child.get());
         const auto title = menu ? NextTo(menu.get()) : nullptr;
         if (!title || !ReadSection(menu.get(), *record, file, false) ||

@@ -2,6 +2,8 @@
 
 #include <climits>
 #include <cstring>
+#include <new>
+#include <string>
 #include <tuple>
 
 #include "com/strings.h"
@@ -60,13 +62,22 @@ ULONGLONG HighOrLow(DWORD high, DWORD low) { return high | low; }
 /// A name that some systems take for a device in every folder, whatever its extension.
 bool IsDeviceName(std::wstring_view name) {
     name = name.substr(0, name.find_first_of(L". "));
-    if (name.size() == 4 && name[3] >= L'0' && name[3] <= L'9') {
+    if (name.size() == 4 && IsDigit(name[3])) {
         name.remove_suffix(1);
         return SameName(name, L"COM") || SameName(name, L"LPT");
     }
     for (const wchar_t* device : {L"CON", L"PRN", L"AUX", L"NUL", L"CONIN$", L"CONOUT$"})
         if (SameName(name, device)) return true;
     return false;
+}
+
+/// The mask for all entries of a folder, joined the way the folder is written: the path calls have less room than a
+/// folder's path may take, and a long one needs the form that has no limit where paths have one.
+std::wstring AllIn(const std::wstring& folder) {
+    std::wstring mask = folder;
+    mask += mask[0] == L'/' ? L"/*.*" : L"\\*.*";
+    if (mask.size() >= MAX_PATH && mask[1] == L':') mask.insert(0, L"\\\\?\\");
+    return mask;
 }
 
 }  // namespace
@@ -79,24 +90,23 @@ bool IndexFile::IsSafeName(std::wstring_view name) {
     return true;
 }
 
-ULONGLONG Fingerprint(const wchar_t* source) {
-    if (!source || !*source) return 0;
-    if (const File file(source, GENERIC_READ, OPEN_EXISTING); file) {
+std::optional<ULONGLONG> Fingerprint(std::wstring_view source) try {
+    const std::wstring path(source.substr(0, source.find(L'\0')));
+    if (path.empty()) return 0;
+    if (const File file(path.c_str(), GENERIC_READ, OPEN_EXISTING); file) {
         const ULONGLONG size = file.Size();
         return HighOrLow(DWORD(size >> 32), DWORD(size));
     }
-    wchar_t pattern[MAX_PATH];
-    if (std::wcslen(source) >= MAX_PATH) return 0;
-    std::wcscpy(pattern, source);
-    if (!PathAppendW(pattern, L"*.*")) return 0;
     WIN32_FIND_DATAW entry;
-    HANDLE const search = FindFirstFileW(pattern, &entry);
+    HANDLE const search = FindFirstFileW(AllIn(path).c_str(), &entry);
     if (search == INVALID_HANDLE_VALUE) return 0;
     ULONGLONG sum = 0;
     do sum += HighOrLow(entry.nFileSizeHigh, entry.nFileSizeLow);
     while (FindNextFileW(search, &entry));
     FindClose(search);
     return sum;
+} catch (const std::bad_alloc&) {
+    return std::nullopt;
 }
 
 IndexFile::IndexFile(std::wstring_view name) {

@@ -3,6 +3,7 @@
 
 #include <bvschema/platform.h>
 
+#include <optional>
 #include <string_view>
 
 #include "com/byte_block.h"
@@ -10,8 +11,8 @@
 namespace bv {
 
 /// What ties an index to its source: the size of a file, as its high or its low half; for a folder the sum of
-/// its entries; 0 when there is nothing there.
-ULONGLONG Fingerprint(const wchar_t* source);
+/// its entries; 0 when there is nothing there. None: no memory to find out.
+std::optional<ULONGLONG> Fingerprint(std::wstring_view source);
 
 /// The file that an IDX value names. A name with a separator, a colon or ".." names none.
 class IndexFile {

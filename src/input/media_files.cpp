@@ -1,5 +1,5 @@
 // The ordered list of a job's inputs.
-#include <algorithm>
+#include <utility>
 #include <vector>
 
 #include "com/byte_block.h"
@@ -28,8 +28,8 @@ public:
 
 private:
     HRESULT Add(BSTR path, IProperty** result);
-    bool HasOnlyUnused() const;
-    std::vector<ComPtr<IUnknown>>::iterator FindItem(IProperty* node);
+    ComPtr<IProperty> Unused() const;
+    size_t PlaceOf(IProperty* node) const;
 
     std::vector<ComPtr<IUnknown>> items_;
 };
@@ -46,19 +46,21 @@ STDMETHODIMP MediaFiles::get_Item(LONG Index, IUnknown** pVal) {
     return items_[size_t(Index)].CopyTo(pVal);
 }
 
-/// An entry with an empty path is there to be filled, if it is the only one.
-bool MediaFiles::HasOnlyUnused() const {
-    if (items_.size() != 1) return false;
-    const auto node = items_[0].As<IProperty>();
+/// An entry with an empty path is there to be filled, if it is the only one; null: there is none.
+ComPtr<IProperty> MediaFiles::Unused() const {
+    if (items_.size() != 1) return nullptr;
+    const auto item = items_[0];
+    auto node = item.As<IProperty>();
     Variant path;
-    return node && node->get_Value(path.Put()) == S_OK && path.vt == VT_BSTR && TextOf(path).empty();
+    const bool unused =
+        node && node->get_Value(path.Put()) == S_OK && path.vt == VT_BSTR && TextOf(path).empty();
+    return unused ? std::move(node) : nullptr;
 }
 
 HRESULT MediaFiles::Add(BSTR path, IProperty** result) {
-    ComPtr<IProperty> node;
+    ComPtr<IProperty> node = Unused();
     HRESULT status = S_OK;
-    if (HasOnlyUnused()) {
-        node = items_[0].As<IProperty>();
+    if (node) {
         std::ignore = node->put_Value(Lend(path));
     } else {
         node = Create<IProperty>(clsid::PropertyMediaPath, &status);
@@ -83,26 +85,28 @@ STDMETHODIMP MediaFiles::AddNew() {
     return S_OK;
 }
 
-std::vector<ComPtr<IUnknown>>::iterator MediaFiles::FindItem(IProperty* node) {
-    return std::find_if(items_.begin(), items_.end(),
-                        [node](const auto& item) { return item.template As<IProperty>().get() == node; });
+/// By index, and each item held: an item that is asked may change the list. The list's size for a node that isn't in it.
+size_t MediaFiles::PlaceOf(IProperty* node) const {
+    for (size_t i = 0; i < items_.size(); ++i)
+        if (const auto item = items_[i]; item.As<IProperty>().get() == node && i < items_.size()) return i;
+    return items_.size();
 }
 
 STDMETHODIMP MediaFiles::RemoveItem(IProperty* pIt) {
-    const auto found = FindItem(pIt);
-    if (found == items_.end()) return S_OK;
-    const ComPtr<IUnknown> gone = std::move(*found);
-    items_.erase(found);
+    const size_t place = PlaceOf(pIt);
+    if (place == items_.size()) return S_OK;
+    const ComPtr<IUnknown> gone = std::move(items_[place]);
+    items_.erase(items_.begin() + std::ptrdiff_t(place));
     return S_OK;
 }
 
 /// E_INVALIDARG for a place outside the list, which stays as it is.
 STDMETHODIMP MediaFiles::Move(IProperty* ptrProp, int nDir) {
-    const auto found = FindItem(ptrProp);
-    if (found == items_.end()) return S_OK;
-    const LONGLONG target = LONGLONG(found - items_.begin()) + nDir;
+    const size_t place = PlaceOf(ptrProp);
+    if (place == items_.size()) return S_OK;
+    const LONGLONG target = LONGLONG(place) + nDir;
     if (target < 0 || target >= LONGLONG(items_.size())) return E_INVALIDARG;
-    std::swap(*found, items_[size_t(target)]);
+    std::swap(items_[place], items_[size_t(target)]);
     return S_OK;
 }
 
@@ -113,7 +117,8 @@ STDMETHODIMP MediaFiles::GetTopMedia(IProperty** pProp) {
         std::ignore = Add(nullptr, pProp);
         return S_OK;
     }
-    *pProp = items_[0].As<IProperty>().Detach();
+    const auto first = items_[0];
+    *pProp = first.As<IProperty>().Detach();
     return S_OK;
 }
 

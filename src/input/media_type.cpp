@@ -1,6 +1,7 @@
 #include "input/media_type.h"
 
 #include <cstring>
+#include <utility>
 
 namespace bv {
 
@@ -20,9 +21,9 @@ bool CopyMediaType(AM_MEDIA_TYPE& target, const AM_MEDIA_TYPE& source) {
 }
 
 void ClearMediaType(AM_MEDIA_TYPE& type) {
-    CoTaskMemFree(type.pbFormat);
-    if (type.pUnk) type.pUnk->Release();
-    type = {};
+    const AM_MEDIA_TYPE gone = std::exchange(type, {});  // the object's end may come back here
+    CoTaskMemFree(gone.pbFormat);
+    if (gone.pUnk) gone.pUnk->Release();
 }
 
 }  // namespace bv

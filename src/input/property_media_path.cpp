@@ -1,16 +1,11 @@
-#include <atomic>
-
 #include "input/index_file.h"
-#include "input/media_type.h"
+#include "input/media_sample.h"
 #include "tree/property_base.h"
 
 namespace bv {
 namespace {
 
 constexpr LONG kGood = 1, kFailed = 2;  // states of an open attempt; all others are the host's
-constexpr LONG kMaxSamples = 201;       // nodes of the process that hold one
-
-std::atomic<LONG> sample_count{0};
 
 constexpr NodeDecl kChildren[] = {
     {.name = names::kTimelines, .cls = clsid::PropertyTimelines},
@@ -40,15 +35,15 @@ protected:
     void ReadExtra() override;
     void WriteExtra() override;
     HRESULT OnShowDialog() override;
-    void OnFinalRelease() override { DropSample(); }
+    void OnFinalRelease() override { sample_.Drop(); }
     void OnValueChanged() override;
     void OnValueChanging() override {}
 
 private:
-    AM_MEDIA_TYPE& SampleType() { return *reinterpret_cast<AM_MEDIA_TYPE*>(sample_type_.data()); }
-    void DropSample();
     void DropIndex();
     void RemoveTimelines();
+    /// A search would pass by the children of an input that is switched off, and find another input's.
+    ComPtr<IProperty> OwnChild(Name name) const;
     Bstr IdxValue(IProperty* idx) const;
     Bstr Path() const;
 
@@ -56,8 +51,7 @@ private:
     Bstr state_text_;
     LONG state_set_ = 0;
     LONG state_ = 0;
-    ByteBlock sample_;
-    ByteBlock sample_type_;  // an AM_MEDIA_TYPE, with the room that the host asked for
+    MediaSample sample_;
 };
 
 Bstr PropertyMediaPath::Path() const {
@@ -111,54 +105,50 @@ STDMETHODIMP PropertyMediaPath::SetState(LONG state, BSTR text) {
 STDMETHODIMP PropertyMediaPath::PutSample(BYTE* data, LONG size, AM_MEDIA_TYPE* type, LONG typeSize) {
     if (!type || (!data && size)) return E_POINTER;
     if (size < 0 || typeSize < LONG(sizeof(AM_MEDIA_TYPE))) return E_INVALIDARG;
-    if (sample_type_ || sample_count.load() >= kMaxSamples) return S_FALSE;
-    const bool room = sample_.Assign(data, size_t(size)) && sample_type_.Allocate(size_t(typeSize));
-    if (room) std::memset(sample_type_.data(), 0, sample_type_.size());
-    if (!room || !CopyMediaType(SampleType(), *type)) {
-        sample_.Free();
-        sample_type_.Free();
-        return E_OUTOFMEMORY;
-    }
-    ++sample_count;
-    return S_OK;
+    return sample_.Put(data, size, *type, typeSize);
 }
 
 STDMETHODIMP PropertyMediaPath::GetSample(BYTE** data, LONG* size, AM_MEDIA_TYPE** type, LONG* typeSize) {
     if (!data || !size || !type || !typeSize) return E_POINTER;
-    if (!sample_type_) return S_FALSE;
-    *data = sample_.data();
-    *size = LONG(sample_.size());
-    *type = &SampleType();
-    *typeSize = LONG(sample_type_.size());
+    if (!sample_) return S_FALSE;
+    *data = sample_.Data().data();
+    *size = LONG(sample_.Data().size());
+    *type = sample_.Type();
+    *typeSize = LONG(sample_.TypeSize());
     return S_OK;
-}
-
-void PropertyMediaPath::DropSample() {
-    if (!sample_type_) return;
-    ClearMediaType(SampleType());
-    sample_type_.Free();
-    sample_.Free();
-    --sample_count;
 }
 
 // --- The path ---
 
 void PropertyMediaPath::OnValueChanged() {
     Bstr path = Path();
-    if (!SameName(path.View(), previous_path_.View())) {
-        state_text_ = Bstr();
-        state_set_ = 0;
-        if (Data()) DropIndex();
-        DropExData();
-        DropSample();
-        if (path.empty()) RemoveTimelines();
+    const bool same = SameName(path.View(), previous_path_.View()), empty = path.empty();
+    previous_path_ = std::move(path);  // first: what is dropped may put another path in its end
+    if (same) return;
+    state_text_ = Bstr();
+    state_set_ = 0;
+    if (Data()) DropIndex();
+    DropExData();
+    sample_.Drop();
+    if (empty) RemoveTimelines();
+}
+
+ComPtr<IProperty> PropertyMediaPath::OwnChild(Name name) const {
+    LONG count = 0;
+    if (FAILED(Children()->get_Count(&count))) return nullptr;
+    for (LONG i = 0; i < count; ++i) {
+        ComPtr<IUnknown> item;
+        Bstr text;
+        if (FAILED(Children()->get_Item(i, item.Put()))) break;
+        auto child = item.As<IProperty>();
+        if (child && SUCCEEDED(child->get_Name(text.Put())) && SameName(text.View(), View(name.bstr())))
+            return child;
     }
-    previous_path_ = std::move(path);
+    return nullptr;
 }
 
 void PropertyMediaPath::RemoveTimelines() {
-    const auto node = Find(names::kTimelines);
-    const auto timelines = node.As<ITimelines>();
+    const auto timelines = OwnChild(names::kTimelines).As<ITimelines>();
     if (!timelines) return;
     // Backwards by count, forwards by place: each removal must make the list shorter.
     LONG count = 0;
@@ -180,7 +170,7 @@ Bstr PropertyMediaPath::IdxValue(IProperty* idx) const {
 
 void PropertyMediaPath::DropIndex() {
     DropData();
-    const auto idx = Find(names::kIdx);
+    const auto idx = OwnChild(names::kIdx);
     const Bstr name = IdxValue(idx.get());
     if (name.empty()) return;
     if (const IndexFile file(name.View()); file) file.Delete();
@@ -189,27 +179,28 @@ void PropertyMediaPath::DropIndex() {
 
 void PropertyMediaPath::WriteExtra() {
     if (!Data()) return;
-    const auto idx = Find(names::kIdx);
+    const auto idx = OwnChild(names::kIdx);
     if (!idx) return;
     Bstr name = IdxValue(idx.get());
     if (!IndexFile::IsSafeName(name.View())) {  // empty, or no name of ours
         GUID id;
-        wchar_t text[40];
-        if (FAILED(CoCreateGuid(&id)) || !StringFromGUID2(id, text, 40)) return;
-        name = Bstr(text);
+        if (FAILED(CoCreateGuid(&id))) return;
+        name = Bstr(GuidText(id).View());
         std::ignore = idx->put_Value(Lend(name.get()));
     }
-    if (const IndexFile file(name.View()); file)
-        std::ignore = file.Write(Fingerprint(Path().get()), DataKind(), Data());
+    const auto fingerprint = Fingerprint(Path().View());
+    if (const IndexFile file(name.View()); file && fingerprint)
+        std::ignore = file.Write(*fingerprint, DataKind(), Data());
 }
 
 void PropertyMediaPath::ReadExtra() {
-    const auto idx = Find(names::kIdx);
+    const auto idx = OwnChild(names::kIdx);
     const IndexFile file(IdxValue(idx.get()).View());
-    if (!file) return;
+    const auto fingerprint = Fingerprint(Path().View());
+    if (!file || !fingerprint) return;
     int kind = DataKind();
     ByteBlock index;
-    switch (file.Read(Fingerprint(Path().get()), kind, index)) {
+    switch (file.Read(*fingerprint, kind, index)) {
         case IndexFile::Reading::kMissing:
             return;
         case IndexFile::Reading::kGood:

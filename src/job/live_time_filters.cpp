@@ -86,8 +86,10 @@ STDMETHODIMP LiveTimeFilters::AddByCLSID(CLSID* pClsID, IUnknown** ppUnk) {
 STDMETHODIMP LiveTimeFilters::SetMediaObject(IDispatch* ppUnk) {
     media_.Set(ppUnk);
     // By index: a node that learns of the job may change the list.
-    for (size_t i = 0; i < objects_.size(); ++i)
-        if (const auto node = objects_[i].As<IProperty>()) std::ignore = node->put_MediaObject(ppUnk);
+    for (size_t i = 0; i < objects_.size(); ++i) {
+        const auto object = objects_[i];
+        if (const auto node = object.As<IProperty>()) std::ignore = node->put_MediaObject(ppUnk);
+    }
     return S_OK;
 }
 
@@ -99,8 +101,9 @@ STDMETHODIMP LiveTimeFilters::WriteXml(ISequentialStream* stream) {
     writing_ = true;
     sink->Append("<EnumFilters>\n");
     for (size_t i = 0; i < objects_.size(); ++i) {
-        auto writer = objects_[i].As<ISettingsWriter>();
-        if (!writer) writer = Query<ISettingsWriter>(objects_[i].As<IProperty>().get());
+        const auto object = objects_[i];  // what it does may take it out of the list
+        auto writer = object.As<ISettingsWriter>();
+        if (!writer) writer = Query<ISettingsWriter>(object.As<IProperty>().get());
         if (writer) std::ignore = writer->WriteXml(sink.get());
     }
     sink->Append("</EnumFilters>\n");

@@ -193,6 +193,44 @@ TEST_F(MediaTypeTest, DescribesASoundFormat) {
     EXPECT_EQ(type->get_Description(nullptr), E_POINTER);
 }
 
+/// Puts another type at its last end, as an object that belongs to a player may.
+class OwnerThatComesBack : public Fake<IUnknown> {
+public:
+    IAMMediaType* type = nullptr;
+    int came_back = 0;
+    STDMETHODIMP_(ULONG) Release() override {
+        const ULONG left = Fake::Release();
+        if (left == 1 && type && came_back++ == 0) {
+            BYTE block[] = {7};
+            AM_MEDIA_TYPE media = {};
+            media.cbFormat = 1;
+            media.pbFormat = block;
+            EXPECT_EQ(type->SetMedia(&media), S_OK);
+        }
+        return left;
+    }
+};
+
+TEST_F(MediaTypeTest, ATypeMayBeSetWhileTheOldOneGoes) {
+    OwnerThatComesBack owner;
+    BYTE block[] = {1, 2, 3};
+    AM_MEDIA_TYPE media = {};
+    media.pUnk = owner.unknown();
+    media.cbFormat = 3;
+    media.pbFormat = block;
+    ASSERT_EQ(type->SetMedia(&media), S_OK);
+    owner.type = type.get();
+    media.pUnk = nullptr;
+    ASSERT_EQ(type->SetMedia(&media), S_OK);
+    EXPECT_EQ(owner.came_back, 1);
+    EXPECT_EQ(owner.references(), 1u);
+    AM_MEDIA_TYPE* copy = nullptr;
+    ASSERT_EQ(type->GetMedia(&copy), S_OK);
+    EXPECT_EQ(copy->cbFormat, 1u) << "the last one set";
+    CoTaskMemFree(copy->pbFormat);
+    CoTaskMemFree(copy);
+}
+
 TEST_F(MediaTypeTest, CopiesAreIndependent) {
     Fake<IUnknown> owner;
     BYTE block[] = {1, 2, 3};

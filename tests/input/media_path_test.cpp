@@ -195,6 +195,47 @@ TEST_F(SampleTest, AProcessHas201OfThem) {
     EXPECT_EQ(PutSample(inputs[0]), S_OK);
 }
 
+/// Puts another path, and another sample, at its last end.
+class OwnerThatComesBack : public Fake<IUnknown> {
+public:
+    std::function<void()> last_end;
+    STDMETHODIMP_(ULONG) Release() override {
+        const ULONG left = Fake::Release();
+        if (left == 1 && last_end) std::exchange(last_end, nullptr)();
+        return left;
+    }
+};
+
+TEST_F(SampleTest, MayBePutAgainWhileTheOldOneGoes) {
+    OwnerThatComesBack coming_back;
+    type.pUnk = coming_back.unknown();
+    ASSERT_EQ(PutSample(input), S_OK);
+    type.pUnk = owner.unknown();
+    coming_back.last_end = [&] {
+        EXPECT_EQ(input.Put(Str(L"second")), S_OK);
+        EXPECT_EQ(PutSample(input), S_OK);
+    };
+    ASSERT_EQ(input.Put(Str(L"first")), S_OK);
+    EXPECT_EQ(coming_back.references(), 1u);
+    EXPECT_EQ(owner.references(), 2u) << "the sample that came last";
+    ASSERT_EQ(input.Put(Str(L"second")), S_OK);
+    EXPECT_EQ(PutSample(input), S_FALSE) << "that is the path already";
+    ASSERT_EQ(input.Put(Str(L"third")), S_OK);
+
+    type.pUnk = coming_back.unknown();
+    const Node ending = CreateNode(clsid::PropertyMediaPath);
+    ASSERT_EQ(PutSample(ending), S_OK);
+    const auto cache = ending.As<ICachedSample>();
+    coming_back.last_end = [&] {
+        BYTE* data = nullptr;
+        LONG size = 0, type_size = 0;
+        AM_MEDIA_TYPE* kept = nullptr;
+        EXPECT_EQ(cache->GetSample(&data, &size, &kept, &type_size), S_FALSE);
+    };
+    ASSERT_EQ(ending.Put(Str(L"x")), S_OK);
+    EXPECT_FALSE(coming_back.last_end);
+}
+
 // --- The index and its cache file ---
 
 TEST_F(MediaPathTest, TheIndexGoesIntoAFileBesideTheModule) {
@@ -299,6 +340,57 @@ TEST_F(MediaPathTest, AFolderIsKnownByTheSizesInIt) {
     PutBlob(input, "index");
     const std::wstring of_nothing = Save(input);
     EXPECT_EQ(ReadFile(CacheFile(of_nothing)).substr(0, 8), std::string(8, '\0'));
+}
+
+TEST_F(MediaPathTest, AFolderMayBeRelativeOrLong) {
+    // As long as can be made here by a plain name.
+    fs::path deep = folder;
+    while (deep.native().size() + 130 < MAX_PATH - 14) deep /= std::u16string(40, u'\x4E00');
+    deep /= std::string(MAX_PATH - 14 - deep.native().size() - 1, 'l');
+    const fs::path before = fs::current_path(), below = "rel", relative = below / "ative";
+    fs::create_directories(folder / relative);
+    fs::create_directories(deep);
+    fs::current_path(folder);
+    const auto wide = [](const fs::path& path) {
+        const std::u16string text = path.u16string();
+        return std::wstring(text.begin(), text.end());
+    };
+    for (const fs::path& source : {below, relative, deep}) {
+        SCOPED_TRACE(source.native().size());
+        WriteFile(source / "one", std::string(100, 's'));
+        WriteFile(source / "two", std::string(23, 's'));
+        const Node node = CreateNode(clsid::PropertyMediaPath);
+        ASSERT_EQ(node.Put(Str(wide(source))), S_OK);
+        PutBlob(node, "index");
+        const std::wstring idx = Save(node);
+        EXPECT_EQ(ReadFile(CacheFile(idx)).substr(0, 8), std::string("\x7B\0\0\0\0\0\0\0", 8));
+    }
+    fs::current_path(before);
+}
+
+TEST_F(MediaPathTest, AnInputThatIsSwitchedOffActsOnItsOwnIndexAndCuts) {
+    FakeMedia media;
+    const Node other = CreateNode(clsid::PropertyMediaPath);
+    const Node inputs[] = {other, input};
+    for (const Node& node : inputs) {
+        ASSERT_EQ(media.map()->InsertProperty(node.get()), S_OK);
+        node.Give(media.dispatch());
+        ASSERT_EQ(node.Put(Str(Source("a.avi", 300).wstring())), S_OK);
+        ASSERT_EQ(node.Child(0).As<ITimelines>()->AddTimeline(1, 2, nullptr), S_OK);
+        PutBlob(node, "index");
+    }
+    ASSERT_EQ(input->put_Active(0), S_OK);
+    for (const Node& node : inputs) node.Xml();
+    const Value idx = other.Child(1).Value(), own = input.Child(1).Value();
+    EXPECT_EQ(CacheFiles().size(), own == Str(L"") ? 1u : 2u);
+    EXPECT_FALSE(own == idx);
+    ASSERT_EQ(input.Put(Str(L"")), S_OK);
+    EXPECT_EQ(input.Child(1).Value(), Str(L""));
+    EXPECT_EQ(CountOf(input.Child(0).As<ITimelines>()), 0);
+    EXPECT_EQ(other.Child(1).Value(), idx) << "the other input's";
+    EXPECT_EQ(CacheFiles(), std::vector<fs::path>{CacheFile(idx.text())});
+    EXPECT_EQ(CountOf(other.Child(0).As<ITimelines>()), 1);
+    for (const Node& node : inputs) node.Give(nullptr);
 }
 
 TEST_F(MediaPathTest, AnIdxValueThatIsNoNameTouchesNoFile) {
