@@ -460,8 +460,9 @@ struct ITimelines : ICollection {
     /// Writes all cuts to a file, which is made anew. A file that can't be made or written whole, and an item
     /// that can't be written, fail with a message; what was written so far stays.
     STDMETHOD(Save)(BSTR bstrFileName) PURE;
-    /// Clears the list, and fills it from a file. One that is no document fails with a message, and the list
-    /// is empty then; in a document, what isn't a cut is passed over.
+    /// Clears the list, and fills it from a file. One that is no document, or has more than a thousand cuts that say
+    /// nothing, fails with a message, a lack of memory with E_OUTOFMEMORY, and the list is empty then; in a
+    /// document, what isn't a cut is passed over, and so is a node that isn't the cut's own (ICutFileReach).
     STDMETHOD(Load)(BSTR bstrFileName) PURE;
     /// The media object of the job, for the cuts that are there and those to come. No reference is kept; null
     /// takes it back.
@@ -473,6 +474,16 @@ struct ITimelines : ICollection {
     STDMETHOD(get_ActiveDuration)(LONGLONG* pVal) PURE;
 };
 BV_INTERFACE_ID(ITimelines, "8D6996E4-2F2E-4F29-B0A3-D4032EB2D074")
+
+/// How far a file of cuts may reach into the job, at an object that answers ITimelines. A file may come from anywhere:
+/// at first (0) its elements set the nodes of the cut that they stand in, and an element that names another node is
+/// passed over. Otherwise they set whatever node a search from the cut finds, such as the job's output: for files that
+/// the host has made itself. Holds for each Load that follows.
+struct ICutFileReach : IUnknown {
+    STDMETHOD(get_WholeJob)(LONG* pVal) PURE;
+    STDMETHOD(put_WholeJob)(LONG newVal) PURE;
+};
+BV_INTERFACE_ID(ICutFileReach, "3E0B8C57-94D1-4C6A-A2F7-5B6D0E81C9A4")
 
 // A scanned DVD, as hosts and their scanners hand it over. On 32 bits these are exact layouts; on 64 bits the
 // same fields with natural alignment. Arrays are blocks of their own; a count of 0 needs none.

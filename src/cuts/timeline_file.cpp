@@ -1,6 +1,7 @@
 #include "cuts/timeline_file.h"
 
 #include <optional>
+#include <utility>
 
 #include "com/ascii.h"
 #include "com/variant.h"
@@ -120,36 +121,97 @@ STDMETHODIMP TextFile::Write(const void* bytes, ULONG count, ULONG* written) {
 
 // --- Reading ---
 
-void TimelineReader::ReadChildren(IProperty* parent, int depth) {
-    if (depth > kMaxDepth || !cursor_.Enter()) return;
-    do Read(parent, depth);
-    while (cursor_.Next());
-    cursor_.Leave();
+namespace {
+
+constexpr size_t kFreeCuts = 1000;
+constexpr size_t kBytesOfCut = 64;  // a cut with a start and an end takes more
+constexpr size_t kBytesOfTag = 3, kBytesOfAttribute = 4;
+
+/// What an element takes in its file, at least.
+size_t BytesOf(const XmlElement& element) {
+    size_t bytes = kBytesOfTag + element.name.size();
+    for (size_t i = 0; i < element.attribute_count; ++i)
+        bytes += kBytesOfAttribute + element.attributes[i].name.size() + element.attributes[i].value.size();
+    return bytes;
 }
 
-void TimelineReader::Read(IProperty* parent, int depth) {
-    XmlElement element;
-    if (!cursor_.Look(element)) return;
-    if (SameName(element.name, names::kTimeline.View())) {
-        if (const auto timeline = list_.AddLoaded()) ReadChildren(timeline.get(), depth + 1);
-        return;
+/// Whether a node hangs below another one. same: how two objects are compared.
+template <class Same>
+bool HangsBelow(IProperty* node, IProperty* root, Same same) {
+    ComPtr<IProperty> at(node);
+    for (int level = 0; at && level < kMaxDepth; ++level) {
+        if (same(at.get(), root)) return true;
+        ComPtr<IDispatch> parent;
+        if (at->get_Parent(parent.Put()) != S_OK) return false;
+        at = parent.As<IProperty>();
     }
+    return false;
+}
+
+/// The status of what has no other way to tell it than by failing: all but a lack of memory is the file's own affair.
+HRESULT OnlyMemory(HRESULT status) { return status == E_OUTOFMEMORY ? status : S_OK; }
+
+HRESULT PutValue(IProperty* node, std::wstring_view text, VARTYPE kind) {
+    const Variant value = ValueOf(text, kind);
+    if (value.vt == VT_BSTR && !value.bstrVal) return E_OUTOFMEMORY;
+    return OnlyMemory(node->put_Value(value));
+}
+
+}  // namespace
+
+HRESULT TimelineReader::ReadChildren(IProperty* parent, int depth) {
+    if (depth > kMaxDepth || !cursor_.Enter()) return S_OK;
+    HRESULT status = S_OK;
+    do status = ReadElement(parent, depth);
+    while (SUCCEEDED(status) && cursor_.Next());
+    cursor_.Leave();
+    return status;
+}
+
+HRESULT TimelineReader::ReadCut(int depth) {
+    if (++cuts_ > kFreeCuts + bytes_ / kBytesOfCut) return kTooManyCuts;
+    HRESULT status = S_OK;
+    const auto timeline = list_.AddLoaded(status);
+    if (!timeline) return FAILED(status) ? status : E_FAIL;
+    IProperty* const outer = std::exchange(cut_, timeline.get());
+    status = ReadChildren(timeline.get(), depth + 1);
+    cut_ = outer;
+    return status;
+}
+
+/// Null for a node that the file may not set.
+ComPtr<IProperty> TimelineReader::Find(IProperty* from, std::wstring_view name, HRESULT& status) const {
+    ComPtr<IProperty> found;
+    const HRESULT searched = from->FindProperty(CallBstr(name).get(), found.Put());
+    status = OnlyMemory(searched);
+    if (searched != S_OK || !found) return nullptr;
+    if (reach_ == FileReach::kWholeJob) return found;
+    const auto same_pointer = [](IUnknown* a, IUnknown* b) { return a == b; };
+    if (HangsBelow(found.get(), cut_, same_pointer) || HangsBelow(found.get(), cut_, SameObject))
+        return found;
+    return nullptr;
+}
+
+HRESULT TimelineReader::ReadElement(IProperty* parent, int depth) {
+    XmlElement element;
+    if (!cursor_.Look(element)) return E_OUTOFMEMORY;
+    bytes_ += BytesOf(element);
+    if (SameName(element.name, names::kTimeline.View())) return ReadCut(depth);
     if (!parent) return ReadChildren(nullptr, depth + 1);
 
     const Fields fields(element);
-    ComPtr<IProperty> found;
-    if (parent->FindProperty(CallBstr(element.name).get(), found.Put()) != S_OK) found.Reset();
-    if (!fields.value || !fields.type) {
-        if (found) ReadChildren(found.get(), depth + 1);
-        return;
-    }
+    HRESULT status = S_OK;
+    const auto found = Find(parent, element.name, status);
+    if (FAILED(status)) return status;
+    if (!fields.value || !fields.type) return found ? ReadChildren(found.get(), depth + 1) : S_OK;
     if (const VARTYPE kind = KindIn(*fields.type); found && kind != kObjectKind) {
-        std::ignore = found->put_Value(ValueOf(*fields.value, kind));
+        RETURN_IF_FAILED(PutValue(found.get(), *fields.value, kind));
         ComPtr<IProperty> extension;
         if (fields.ext && fields.ext_type && found->get_Extension(extension.Put()) == S_OK && extension)
-            std::ignore = extension->put_Value(ValueOf(*fields.ext, KindIn(*fields.ext_type)));
+            RETURN_IF_FAILED(PutValue(extension.get(), *fields.ext, KindIn(*fields.ext_type)));
     }
-    ReadChildren(parent, depth + 1);  // names are unique within a cut: a child is found from here as well
+    return ReadChildren(parent,
+                        depth + 1);  // names are unique within a cut: a child is found from here as well
 }
 
 }  // namespace bv

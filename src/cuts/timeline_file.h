@@ -38,25 +38,43 @@ private:
 /// What a file's cuts are added to.
 class LoadedCuts {
 public:
-    /// A new cut from frame 0 to 0; null when there can't be one.
-    virtual ComPtr<IProperty> AddLoaded() = 0;
+    /// A new cut from frame 0 to 0; null and the status when there can't be one.
+    virtual ComPtr<IProperty> AddLoaded(HRESULT& status) = 0;
 
 protected:
     ~LoadedCuts() = default;
 };
 
+/// What a file's elements may set.
+enum class FileReach {
+    kOwnCuts,   // the nodes of the cut that they stand in
+    kWholeJob,  // what the search from there finds
+};
+
 /// Fills a list from the elements of a document, which may come from anywhere.
 class TimelineReader {
 public:
-    TimelineReader(LoadedCuts& list, IXmlCursor& cursor) : list_(list), cursor_(cursor) {}
-    /// The elements inside the one where the cursor stands, in order. parent: where the names are looked up;
-    /// null outside a cut.
-    void ReadChildren(IProperty* parent, int depth = 0);
+    TimelineReader(LoadedCuts& list, IXmlCursor& cursor, FileReach reach)
+        : list_(list), cursor_(cursor), reach_(reach) {}
+    /// The elements inside the one where the cursor stands, in order. The status of the first cut or value that there
+    /// is no memory for, or of a cut that can't be made; kTooManyCuts.
+    HRESULT Read() { return ReadChildren(nullptr, 0); }
+
+    /// More cuts than a file of this size may ask for: each takes far more memory than an empty element.
+    static constexpr HRESULT kTooManyCuts = STG_E_MEDIUMFULL;
 
 private:
-    void Read(IProperty* parent, int depth);
+    /// parent: where the names are looked up; null outside a cut.
+    HRESULT ReadChildren(IProperty* parent, int depth);
+    HRESULT ReadElement(IProperty* parent, int depth);
+    HRESULT ReadCut(int depth);
+    ComPtr<IProperty> Find(IProperty* from, std::wstring_view name, HRESULT& status) const;
+
     LoadedCuts& list_;
     IXmlCursor& cursor_;
+    const FileReach reach_;
+    IProperty* cut_ = nullptr;  // the one that is filled
+    size_t cuts_ = 0, bytes_ = 0;
 };
 
 }  // namespace bv

@@ -19,13 +19,17 @@ constexpr LONGLONG kStillDuration = 40000;  // 4 ms
 constexpr std::string_view kFileBegin = "<?xml version=\"1.0\" encoding=\"Windows-1251\" ?><Timelines>";
 constexpr std::string_view kFileEnd = "</Timelines>";
 
-class Timelines : public Dispatch<ITimelines>, public BackRefTarget, public ObjectRoot, private LoadedCuts {
+class Timelines : public Dispatch<ITimelines>,
+                  public ICutFileReach,
+                  public BackRefTarget,
+                  public ObjectRoot,
+                  private LoadedCuts {
     BackRef<IMediaObject> media_;
 
 public:
     // What stands below a cut reaches the media object through its parents.
-    using Answers =
-        InterfaceMap<ITimelines, ICollection, IBaseObj, IDispatch, IBackRefTarget, Held<&Timelines::media_>>;
+    using Answers = InterfaceMap<ITimelines, ICollection, IBaseObj, IDispatch, ICutFileReach, IBackRefTarget,
+                                 Held<&Timelines::media_>>;
 
     STDMETHODIMP get_Name(BSTR* pVal) override { return Bstr::CopyTo({}, pVal); }
     STDMETHODIMP get_Count(LONG* pVal) override;
@@ -36,6 +40,8 @@ public:
     STDMETHODIMP Load(BSTR bstrFileName) override;
     STDMETHODIMP SetMediaObject(IMediaObject* ptrMediaObj) override;
     STDMETHODIMP get_ActiveDuration(LONGLONG* pVal) override;
+    STDMETHODIMP get_WholeJob(LONG* pVal) override;
+    STDMETHODIMP put_WholeJob(LONG newVal) override;
     void FinalRelease() { Clear(); }
 
 private:
@@ -46,12 +52,13 @@ private:
 
     void Clear();
     ComPtr<IProperty> Make(LONG first, LONG last, bool quietly, HRESULT& status);
-    ComPtr<IProperty> AddLoaded() override;
+    ComPtr<IProperty> AddLoaded(HRESULT& status) override;
     HRESULT Append(const ComPtr<IProperty>& timeline);
     LONGLONG Sum(IMediaParser& parser) const;
 
     // Cuts are often removed from the front, one by one.
     std::deque<Item> items_;
+    FileReach reach_ = FileReach::kOwnCuts;
 };
 
 ComPtr<IProperty> PointOf(IProperty* timeline, Name name) {
@@ -107,10 +114,11 @@ STDMETHODIMP Timelines::AddTimeline(LONG nStartFrm, LONG nEndFrm, IProperty** pt
     return ptrRet ? timeline.CopyTo(ptrRet) : S_OK;
 }
 
-ComPtr<IProperty> Timelines::AddLoaded() {
-    HRESULT status = S_OK;
+ComPtr<IProperty> Timelines::AddLoaded(HRESULT& status) {
     auto timeline = Make(0, 0, !items_.empty(), status);  // what is raised is the same for each: once will do
-    return timeline && SUCCEEDED(Append(timeline)) ? std::move(timeline) : nullptr;
+    if (!timeline) return nullptr;
+    status = Append(timeline);
+    return SUCCEEDED(status) ? std::move(timeline) : nullptr;
 }
 
 HRESULT Timelines::Append(const ComPtr<IProperty>& timeline) {
@@ -180,7 +188,20 @@ STDMETHODIMP Timelines::Load(BSTR bstrFileName) {
         return RaiseMessage(clsid::Timelines, msg::kBadConfig);
     const auto cursor = CursorOf(document.get());
     if (!cursor) return E_OUTOFMEMORY;
-    TimelineReader(*this, *cursor).ReadChildren(nullptr);
+    const HRESULT status = TimelineReader(*this, *cursor, reach_).Read();
+    if (SUCCEEDED(status)) return S_OK;
+    Clear();
+    return status == TimelineReader::kTooManyCuts ? RaiseMessage(clsid::Timelines, msg::kBadConfig) : status;
+}
+
+STDMETHODIMP Timelines::get_WholeJob(LONG* pVal) {
+    if (!pVal) return E_POINTER;
+    *pVal = reach_ == FileReach::kWholeJob;
+    return S_OK;
+}
+
+STDMETHODIMP Timelines::put_WholeJob(LONG newVal) {
+    reach_ = newVal ? FileReach::kWholeJob : FileReach::kOwnCuts;
     return S_OK;
 }
 

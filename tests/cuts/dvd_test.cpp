@@ -218,6 +218,21 @@ TEST_F(DvdTest, DamagedChoicesAreNone) {
     EXPECT_EQ(Own(40 + 464 + 5 * 20).Files[0].Exclude, 0);
 }
 
+TEST_F(DvdTest, ChoicesForMoreFilesThanADiscMayHaveAreNone) {
+    const std::string file = "<f a='4'><p a='1' b='2'/><p a='1' b='2'/></f>";
+    for (const size_t count : {10000u, 10001u}) {
+        std::string files;
+        for (size_t i = 0; i < count; ++i) files += file;
+        Read("<x>" + files + "</x>");
+        Disc disc(0);
+        std::vector<DVDFileRecord> records(count);
+        disc.info.FileCount = LONG(count);
+        disc.info.Files = records.data();
+        ASSERT_EQ(Set(disc), count <= 10000 ? S_OK : E_INVALIDARG);
+        EXPECT_EQ(Own(40 + 464 * 10000).Files[9999].Exclude, 4) << count;
+    }
+}
+
 TEST_F(DvdTest, ANodeWritesItsDisc) {
     const Node input = CreateNode(clsid::PropertyMediaPath);
     Disc none(0);

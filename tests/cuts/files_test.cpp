@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "support/cuts.h"
+#include "support/doubles.h"
 #include "support/environment.h"
 #include "support/names.h"
 
@@ -244,6 +245,67 @@ TEST_F(FilesTest, AFileThatClaimsMuchIsRefused) {
     EXPECT_EQ(Load(file), E_FAIL);
     EXPECT_EQ(Count(), 0);
     fs::resize_file(file, 0);
+}
+
+TEST_F(FilesTest, CutsThatSayNothingAreTakenUpToAThousand) {
+    const auto many = [](int count, const std::string& cut) {
+        std::string all;
+        for (int i = 0; i < count; ++i) all += cut;
+        return File(all);
+    };
+    ASSERT_EQ(LoadBytes(many(1000, "<Timeline/>")), S_OK);
+    EXPECT_EQ(Count(), 1000);
+    ASSERT_EQ(LoadBytes(many(
+                  1500, "<Timeline><StartFrm value='1' type='3'/><EndFrm value='9' type='3'/></Timeline>")),
+              S_OK);
+    EXPECT_EQ(Count(), 1500);
+    ExpectNotLoaded(many(1500, "<Timeline/>"));
+}
+
+TEST_F(FilesTest, ALoadThatRunsOutOfMemorySaysSo) {
+    ASSERT_EQ(LoadBytes(File("<Timeline/>")), S_OK);
+    for (const HRESULT status : {E_OUTOFMEMORY, E_ABORT}) {
+        int made = 0;
+        const ClassDouble ends(clsid::PropertyTimeline, [&](IUnknown*, REFIID iid, void** out) {
+            return ++made < 3 ? CreateNode(clsid::PropertyMain)->QueryInterface(iid, out) : status;
+        });
+        EXPECT_EQ(LoadBytes(File("<Timeline/><Timeline/><Timeline/><Timeline/>")), status);
+        EXPECT_EQ(made, 3);
+        EXPECT_EQ(Count(), 0);
+    }
+    class Full : public ForeignNode {
+    public:
+        using ForeignNode::ForeignNode;
+        STDMETHODIMP FindProperty(BSTR, IProperty** out) override {
+            return QueryInterface(kIid<IProperty>, reinterpret_cast<void**>(out));
+        }
+        STDMETHODIMP put_Value(VARIANT) override { return E_OUTOFMEMORY; }
+    } full(L"Timeline");
+    const ClassDouble made(clsid::PropertyTimeline, full.Maker());
+    EXPECT_EQ(LoadBytes(File("<Timeline><x value='1' type='3'/></Timeline>")), E_OUTOFMEMORY);
+    EXPECT_EQ(Count(), 0);
+}
+
+TEST_F(FilesTest, AFileSetsItsOwnCutsUnlessTheHostTrustsIt) {
+    const Node outside = (*this)[L"OutputMediaName"];
+    const std::string bytes = File(
+        "<Timeline><StartFrm value='5' type='3'/><OutputMediaName value='theirs' type='8'>"
+        "<EndFrm value='9' "
+        "type='3'/></OutputMediaName><OutputMediaName><Gone/></OutputMediaName></Timeline>");
+    const auto reach = cuts.As<ICutFileReach>();
+    ASSERT_TRUE(reach);
+    EXPECT_EQ(reach->get_WholeJob(nullptr), E_POINTER);
+    for (const LONG trusted : {0, 1, 0}) {
+        ASSERT_EQ(outside.Put(Str(L"mine")), S_OK);
+        ASSERT_EQ(reach->put_WholeJob(trusted), S_OK);
+        LONG now = -1;
+        EXPECT_EQ(reach->get_WholeJob(&now), S_OK);
+        EXPECT_EQ(now, trusted);
+        ASSERT_EQ(LoadBytes(bytes), S_OK);
+        EXPECT_EQ(outside.Value(), Str(trusted ? L"theirs" : L"mine"));
+        EXPECT_EQ(At(0).Find(L"StartFrm").Value(), I4(5));
+        EXPECT_EQ(At(0).Find(L"EndFrm").Value(), I4(9)) << "inside of what is passed over";
+    }
 }
 
 TEST_F(FilesTest, WhatCantBeReadLeavesAnEmptyList) {
