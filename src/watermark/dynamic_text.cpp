@@ -27,24 +27,30 @@ struct Picture {
     bool is_signed = false;
 };
 
-/// Takes decimal digits off a text. False for a count that no text can have.
-bool TakeCount(std::string_view& text) {
+/// Takes decimal digits off a text. None for a count that no text can have.
+std::optional<size_t> TakeCount(std::string_view& text) {
     size_t count = 0;
     for (; !text.empty() && IsDigit(text[0]); text.remove_prefix(1))
         count = std::min(count * 10 + size_t(text[0] - '0'), kTextLimit + 1);
-    return count <= kTextLimit;
+    return count <= kTextLimit ? std::optional(count) : std::nullopt;
 }
 
 /// Takes what stands behind a "%" off a text. False: no integer conversion.
 bool TakeConversion(std::string_view& text, Picture& picture) {
-    const std::string_view begin = text;
-    text.remove_prefix(std::min(text.find_first_not_of("-+ 0#"), text.size()));
+    const std::string_view flags = text.substr(0, text.find_first_not_of("-+ 0#"));
+    text.remove_prefix(flags.size());
+    const std::string_view width = text;
     if (!TakeCount(text)) return false;
+    const size_t width_size = width.size() - text.size();
+    std::string_view precision;
+    std::optional<size_t> digits;
     if (text.starts_with('.')) {
+        precision = text;
         text.remove_prefix(1);
-        if (!TakeCount(text)) return false;
+        digits = TakeCount(text);
+        if (!digits) return false;
+        precision.remove_suffix(text.size());
     }
-    const std::string_view shape = begin.substr(0, begin.size() - text.size());
     picture.bytes = kIntBytes;
     for (const Length& length : kLengths) {
         if (!text.starts_with(length.name)) continue;
@@ -54,8 +60,13 @@ bool TakeConversion(std::string_view& text, Picture& picture) {
     }
     if (text.empty() || std::string_view("diuoxX").find(text[0]) == std::string_view::npos) return false;
     picture.is_signed = text[0] == 'd' || text[0] == 'i';
-    const bool fits = picture.format.Append("%") && picture.format.Append(shape) &&
-                      picture.format.Append("ll") && picture.format.Append(text.substr(0, 1));
+    bool fits = picture.format.Append("%");
+    // What some systems don't know: a sign is shown of signed numbers alone, and "#" shows a digit of an octal 0.
+    if (digits == 0 && text[0] == 'o' && flags.find('#') != flags.npos) precision = ".1";
+    for (const char& flag : flags)
+        if (picture.is_signed || (flag != '+' && flag != ' ')) fits &= picture.format.Append({&flag, 1});
+    fits &= picture.format.Append(width.substr(0, width_size)) && picture.format.Append(precision) &&
+            picture.format.Append("ll") && picture.format.Append(text.substr(0, 1));
     text.remove_prefix(1);
     return fits;
 }
