@@ -74,7 +74,10 @@ void Fill(Source& source, VARIANT& value, Places& places, std::span<IDispatch* c
             value.vt = VT_BSTR;
             std::wstring text(source.Byte() % 32, L'x');
             for (wchar_t& c : text) c = wchar_t(source.Byte());
-            value.bstrVal = SysAllocStringLen(text.data(), UINT(text.size()));
+            // Also one whose count of bytes isn't a multiple of a character.
+            const UINT bytes = UINT(text.size() * sizeof(wchar_t)), cut = source.Byte() % 16;
+            value.bstrVal = SysAllocStringByteLen(reinterpret_cast<const char*>(text.data()),
+                                                  cut < 4 && cut < bytes ? bytes - cut : bytes);
             break;
         }
         case 3:
@@ -145,7 +148,9 @@ void Call(Source& source, std::vector<IDispatch*>& objects) {
         type->Release();
     }
     Places places;
-    std::vector<VARIANT> arguments(source.Byte() % 5);
+    // Rarely more than any operation has.
+    const unsigned count = source.Byte();
+    std::vector<VARIANT> arguments(count < 248 ? count % 5 : 30 + count % 16);
     // An object gets only those before it: what is held in a circle is never released.
     for (VARIANT& argument : arguments) Fill(source, argument, places, std::span(objects).first(place));
     std::vector<DISPID> named(arguments.empty()        ? 0
