@@ -58,6 +58,17 @@ inline VARIANT Number(LONG number) {
     return value;
 }
 
+/// Calls an operation of a module that lies beside the program.
+inline void CallModule(const char* file, const char* operation) {
+    const auto program = std::filesystem::read_symlink("/proc/self/exe");
+    HMODULE const loaded = LoadLibraryA((program.parent_path() / file).c_str());
+    Need(loaded != nullptr, file);
+    const auto call =
+        reinterpret_cast<HRESULT (*)()>(reinterpret_cast<void*>(GetProcAddress(loaded, operation)));
+    Need(call && call() == S_OK, operation);
+    FreeLibrary(loaded);
+}
+
 /// To be made at the begin of main.
 class Server {
 public:
@@ -68,13 +79,7 @@ public:
         folder_ = folder;
         setenv("BV_REGISTRY", (folder_ / "registry.db").c_str(), 1);
         Need(CoInitialize(nullptr) >= 0, "CoInitialize");
-        const fs::path module = fs::read_symlink("/proc/self/exe").parent_path() / "BVSchema.so";
-        HMODULE const loaded = LoadLibraryA(module.c_str());
-        Need(loaded != nullptr, "the module lies beside this program");
-        const auto call = reinterpret_cast<HRESULT (*)()>(
-            reinterpret_cast<void*>(GetProcAddress(loaded, "DllRegisterServer")));
-        Need(call && call() == S_OK, "registration");
-        FreeLibrary(loaded);
+        CallModule("BVSchema.so", "DllRegisterServer");
     }
     ~Server() {
         CoUninitialize();
