@@ -9,6 +9,7 @@
 
 #include "com/back_ref.h"
 #include "com/com_ptr.h"
+#include "com/creation.h"
 #include "com/late_binding.h"
 #include "com/module_lock.h"
 
@@ -261,17 +262,6 @@ class SupportsErrors : public ISupportErrorInfo {
 public:
     STDMETHODIMP InterfaceSupportsErrorInfo(REFIID iid) override { return iid == kIid<I> ? S_OK : S_FALSE; }
 };
-
-/// Creates an in-process object by class id, through the component model. Null and the status when it can't
-/// be made.
-template <class I>
-ComPtr<I> Create(REFCLSID cls, HRESULT* status = nullptr, DWORD context = 0x17) {
-    ComPtr<I> object;
-    const HRESULT result = CoCreateInstance(cls, nullptr, context, kIid<I>, object.PutVoid());
-    if (status) *status = result;
-    if (FAILED(result)) return nullptr;
-    return object;
-}
 
 }  // namespace bv
 

@@ -47,12 +47,6 @@ constexpr auto kIndex = [] {
     return index;
 }();
 
-const ClassEntry* FindClass(REFCLSID cls) {
-    for (size_t slot = Slot(cls); kIndex[slot]; slot = (slot + 1) % kSlots)
-        if (const ClassEntry& entry = kClasses[kIndex[slot] - 1]; entry.cls == cls) return &entry;
-    return nullptr;
-}
-
 /// A class object. The table's own reference doesn't count for the module's lock; each other one does, before
 /// anybody can have it.
 class ClassObject final : public IClassFactory {
@@ -80,6 +74,7 @@ public:
         if (!out) return E_POINTER;
         *out = nullptr;
         if (outer && iid != kIid<IUnknown>) return CLASS_E_NOAGGREGATION;
+        const CreationScope scope;
         return entry_.create(outer, iid, out);
     }
     STDMETHODIMP LockServer(BOOL lock) override {
@@ -107,6 +102,16 @@ std::atomic<ClassObject*> class_objects[kCount];
 }  // namespace
 
 std::span<const ClassEntry> ClassTable() { return kClasses; }
+
+const ClassEntry* FindClass(REFCLSID cls) {
+    for (size_t slot = Slot(cls); kIndex[slot]; slot = (slot + 1) % kSlots)
+        if (const ClassEntry& entry = kClasses[kIndex[slot] - 1]; entry.cls == cls) return &entry;
+    return nullptr;
+}
+
+bool IsOwnClassObject(const ClassEntry& entry, IClassFactory* object) {
+    return object && object == class_objects[&entry - kClasses].load(std::memory_order_acquire);
+}
 
 HRESULT GetClassObject(REFCLSID cls, REFIID iid, void** out) {
     if (!out) return E_POINTER;

@@ -5,16 +5,22 @@
 
 #include <span>
 
+#include "com/creation.h"
+
 namespace bv {
 
 struct ClassEntry {
     CLSID cls;
-    HRESULT (*create)(IUnknown* outer, REFIID iid, void** out);
+    Creator create;
     int script;  // number of its registry script
 };
 
 /// All classes, in table order.
 std::span<const ClassEntry> ClassTable();
+/// The one of that id; null when it isn't in the table.
+const ClassEntry* FindClass(REFCLSID cls);
+/// Whether that is the table's class object of the class.
+bool IsOwnClassObject(const ClassEntry& entry, IClassFactory* object);
 
 /// The class object of a class, which the table keeps until the module stops. CLASS_E_CLASSNOTAVAILABLE for a
 /// class that isn't in the table.

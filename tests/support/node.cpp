@@ -276,8 +276,8 @@ bool ModuleCanGo(const wchar_t* file) {
 
 // --- Class objects ---
 
-ClassDouble::ClassDouble(REFCLSID cls, Maker maker) : maker_(std::move(maker)) {
-    EXPECT_EQ(CoRegisterClassObject(cls, this, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie_), S_OK);
+ClassDouble::ClassDouble(REFCLSID cls, Maker maker, DWORD context) : maker_(std::move(maker)) {
+    EXPECT_EQ(CoRegisterClassObject(cls, this, context, REGCLS_MULTIPLEUSE, &cookie_), S_OK);
 }
 
 ClassDouble::~ClassDouble() { EXPECT_EQ(CoRevokeClassObject(cookie_), S_OK); }

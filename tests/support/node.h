@@ -208,7 +208,7 @@ protected:
 class ClassDouble final : public IClassFactory {
 public:
     using Maker = std::function<HRESULT(IUnknown* outer, REFIID iid, void** out)>;
-    ClassDouble(REFCLSID cls, Maker maker);
+    ClassDouble(REFCLSID cls, Maker maker, DWORD context = CLSCTX_INPROC_SERVER);
     ~ClassDouble();
     ClassDouble(const ClassDouble&) = delete;
     STDMETHODIMP QueryInterface(REFIID iid, void** out) override;

@@ -13,3 +13,6 @@ extern "C" {
 /// A few instructions and no lock.
 BV_PLATFORM_API ULONGLONG BvClassEpoch();
 }
+
+/// Whether the platform counts at all.
+inline constexpr bool kHasClassEpoch = true;

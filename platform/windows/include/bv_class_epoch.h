@@ -5,3 +5,6 @@
 
 /// 0: nothing may be kept, ask CoGetClassObject.
 inline ULONGLONG BvClassEpoch() { return 0; }
+
+/// Whether the platform counts at all.
+inline constexpr bool kHasClassEpoch = false;

@@ -1,0 +1,81 @@
+// Objects by class id, as if by the system's creation call each: to every status, to what stands for a class of
+// ours, and to the order in which anybody is asked.
+//
+// That call is CoGetClassObject, CreateInstance and a release. Where the class object is this module's own, the
+// class's creator is called instead, and the class object isn't asked for again
+// - while the platform's class epoch stands, where it has one: nothing has been registered, revoked or freed;
+// - else while the outermost creation on this thread runs, which keeps it for that long and no longer. What it
+//   keeps goes earlier when foreign code has been run, which may have put something else in its place.
+#pragma once
+
+#include <bv_class_epoch.h>
+#include <bvschema/bvschema.h>
+
+#include "com/com_ptr.h"
+
+namespace bv {
+
+struct ClassEntry;
+
+using Creator = HRESULT (*)(IUnknown* outer, REFIID iid, void** out);
+
+/// What CoCreateInstance calls CLSCTX_ALL without a handler: in this process or in another.
+inline constexpr DWORD kAnyServer = 0x17;
+
+/// Where a class id leads: to one creation, which is to follow at once.
+class Route {
+public:
+    /// Asks, once: a class object that serves one creation is used up by it. Two routes are asked for before
+    /// the first object is made only where the first is our own: any other may change the second.
+    Route(REFCLSID cls, DWORD context);
+    Route(const Route&) = delete;
+    Route& operator=(const Route&) = delete;
+
+    /// The creator of our own class that the id leads to; null when it leads elsewhere or nowhere. Who knows
+    /// what that creator would make may make it himself, as a part of something larger.
+    Creator own() const { return own_; }
+    /// Creates, without an outer object. The status of the look-up or of the class; *out is null after a
+    /// failure.
+    HRESULT Make(REFIID iid, void** out);
+
+private:
+    friend HRESULT CreateByClass(REFCLSID cls, DWORD context, REFIID iid, void** out);
+    Route(const ClassEntry* entry, REFCLSID cls, DWORD context);
+
+    Creator own_ = nullptr;
+    ComPtr<IClassFactory> foreign_;
+    HRESULT status_ = S_OK;
+};
+
+/// CoCreateInstance(cls, nullptr, context, iid, out), with less work for a class of our own.
+HRESULT CreateByClass(REFCLSID cls, DWORD context, REFIID iid, void** out);
+
+/// An object by class id. Null and the status when it can't be made.
+template <class I>
+ComPtr<I> Create(REFCLSID cls, HRESULT* status = nullptr, DWORD context = kAnyServer) {
+    ComPtr<I> object;
+    const HRESULT result = CreateByClass(cls, context, kIid<I>, object.PutVoid());
+    if (status) *status = result;
+    if (FAILED(result)) return nullptr;
+    return object;
+}
+
+/// Surrounds what a class object of ours creates: the outermost one on a thread keeps the class objects that
+/// are asked for inside.
+class CreationScope {
+public:
+    CreationScope() {
+        if constexpr (!kHasClassEpoch) Enter();
+    }
+    ~CreationScope() {
+        if constexpr (!kHasClassEpoch) Leave();
+    }
+    CreationScope(const CreationScope&) = delete;
+    CreationScope& operator=(const CreationScope&) = delete;
+
+private:
+    static void Enter();
+    static void Leave();
+};
+
+}  // namespace bv
