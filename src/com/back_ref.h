@@ -38,8 +38,9 @@ private:
     BackRefLink* next_ = nullptr;
 };
 
-/// The private question "can you tell those who point back at you that you end?". All our parents can.
-struct IBackRefTarget : IUnknown {
+/// The private question "can you tell those who point back at you that you end?". All our parents can. It continues
+/// ISupportErrorInfo, which most of them have: one table of calls serves both.
+struct IBackRefTarget : ISupportErrorInfo {
     virtual BackRefLink** Referrers() = 0;
 };
 
@@ -54,6 +55,8 @@ public:
             link->pointer_ = nullptr;
         }
     }
+    bool HasReferrers() const { return first_ != nullptr; }
+    STDMETHODIMP InterfaceSupportsErrorInfo(REFIID) override { return S_FALSE; }
 
 protected:
     ~BackRefTarget() { ForgetReferrers(); }

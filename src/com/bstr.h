@@ -141,39 +141,4 @@ inline bool SameName(std::wstring_view a, std::wstring_view b) {
     return a.size() == b.size() && SameLetters(a, b);
 }
 
-/// A text that is a literal of ours for most of its life: copied only when somebody puts another.
-class NodeText {
-public:
-    NodeText() = default;
-    explicit NodeText(LiteralText literal) : text_(literal.text), length_(literal.length) {}
-    NodeText(const NodeText&) = delete;
-    NodeText& operator=(const NodeText&) = delete;
-    ~NodeText() { Free(); }
-
-    std::wstring_view View() const { return {text_ ? text_ : L"", length_}; }
-    void SetLiteral(std::wstring_view literal) {
-        Free();
-        text_ = literal.data();
-        length_ = unsigned(literal.size());
-    }
-    /// Empty when there is no memory.
-    void SetCopy(std::wstring_view text) {
-        BSTR copy = text.empty() ? nullptr : SysAllocStringLen(text.data(), UINT(text.size()));
-        Free();
-        text_ = copy;
-        length_ = copy ? unsigned(text.size()) : 0;
-        owned_ = copy != nullptr;
-    }
-    HRESULT CopyTo(BSTR* out) const { return Bstr::CopyTo(View(), out); }
-
-private:
-    void Free() {
-        if (owned_) SysFreeString(const_cast<BSTR>(text_));
-        owned_ = false;
-    }
-    const wchar_t* text_ = nullptr;
-    unsigned length_ = 0;
-    bool owned_ = false;
-};
-
 }  // namespace bv

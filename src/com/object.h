@@ -19,39 +19,55 @@ namespace bv {
 template <class Number>
 class BasicRefCount {
 public:
-    ULONG Add() { return ++count_; }
+    ULONG Add() { return References(count_ += 2); }
     /// True: this was the last reference, and the end may begin.
     bool Drop(ULONG* left) {
-        *left = --count_;
-        return *left == 0 && settled_;
+        const ULONG count = count_ -= 2;
+        *left = References(count);
+        return count == kSettled;
     }
-    void Settle() { settled_ = true; }
-    void BeginEnd() { settled_ = false; }
+    /// Drops a reference that isn't the last; false for the last, which it leaves.
+    bool DropOneOfSeveral() {
+        if (count_ < 4) return false;
+        count_ -= 2;
+        return true;
+    }
+    ULONG references() const { return References(count_); }
+    void Settle() { count_ |= kSettled; }
+    void BeginEnd() { count_ &= ~kSettled; }
 
 private:
+    static constexpr ULONG kSettled = 1;  // the object is made, and doesn't end yet
+    static ULONG References(ULONG count) { return count / 2; }
     Number count_{0};
-    bool settled_ = false;
 };
 
 using RefCount = BasicRefCount<ULONG>;                     // of an object that one thread uses at a time
 using SharedRefCount = BasicRefCount<std::atomic<ULONG>>;  // of one made for several threads
 
-/// The base of all objects: it counts for the module's lock.
-class ObjectRoot {
+/// The base of all objects: it counts for the module's lock, and holds the count of the form without an outer
+/// object.
+template <class Count>
+class BasicObjectRoot {
 public:
-    using References = RefCount;
-    ObjectRoot() { LockModule(); }
-    ObjectRoot(const ObjectRoot&) = delete;
-    ObjectRoot& operator=(const ObjectRoot&) = delete;
+    using References = Count;
+    BasicObjectRoot() { LockModule(); }
+    BasicObjectRoot(const BasicObjectRoot&) = delete;
+    BasicObjectRoot& operator=(const BasicObjectRoot&) = delete;
 
     /// Runs after construction. A failure ends the creation.
     HRESULT FinalConstruct() { return S_OK; }
     /// Runs when the last reference is gone, while the object is still whole.
     void FinalRelease() {}
+    /// Asked when the last reference is gone: an object that is a part of another may stay with it.
+    bool StaysWithOwner() { return false; }
 
 protected:
-    ~ObjectRoot() { UnlockModule(); }
+    ~BasicObjectRoot() { UnlockModule(); }
+    Count references_;
 };
+using ObjectRoot = BasicObjectRoot<RefCount>;
+using SharedObjectRoot = BasicObjectRoot<SharedRefCount>;
 
 /// Rows of an interface map: an interface that the object is ...
 template <class I>
@@ -84,10 +100,12 @@ struct Held<Member> {
     }
 };
 
+/// Or a row of a class's own, which derives from this and has an Answer too.
+struct MapRow {};
 namespace detail {
 template <class Row>
 struct RowOf {
-    using type = Own<Row>;
+    using type = std::conditional_t<std::is_base_of_v<MapRow, Row>, Row, Own<Row>>;
 };
 template <auto Member>
 struct RowOf<Held<Member>> {
@@ -133,7 +151,11 @@ template <class T>
 requires std::is_base_of_v<BackRefTarget, T>
 class Referred<T> : public T {
 protected:
-    HRESULT Answer(REFIID iid, void** out) { return T::Answers::Find(static_cast<T*>(this), iid, out); }
+    HRESULT Answer(REFIID iid, void** out) {
+        HRESULT status = T::Answers::Find(static_cast<T*>(this), iid, out);
+        if (status == E_NOINTERFACE) Own<IBackRefTarget>::Answer(static_cast<T*>(this), iid, out, status);
+        return status;
+    }
 };
 
 /// What both forms do at an object's end, before its memory goes.
@@ -144,8 +166,8 @@ void EndObject(Referred<T>& object, typename T::References& count) {
     object.FinalRelease();
 }
 
-/// The form without an outer object: the object and its IUnknown are one. T::AnswersAlone, if there is one, is what
-/// only this form answers.
+/// The form without an outer object: the object and its IUnknown are one. T::AnswersAlone, if there is one, is a
+/// row that only this form answers.
 template <class T>
 class Standalone final : public Referred<T> {
 public:
@@ -157,30 +179,29 @@ public:
             *out = T::Answers::Identity(static_cast<T*>(this));
             return S_OK;
         }
-        const HRESULT status = this->Answer(iid, out);
+        HRESULT status = this->Answer(iid, out);
         if constexpr (requires { typename T::AnswersAlone; })
-            if (status == E_NOINTERFACE) return T::AnswersAlone::Find(static_cast<T*>(this), iid, out);
+            if (status == E_NOINTERFACE) T::AnswersAlone::Answer(static_cast<T*>(this), iid, out, status);
         return status;
     }
-    STDMETHODIMP_(ULONG) AddRef() override { return count_.Add(); }
+    STDMETHODIMP_(ULONG) AddRef() override { return this->references_.Add(); }
     STDMETHODIMP_(ULONG) Release() override {
         ULONG left = 0;
-        if (count_.Drop(&left)) End();
+        if (this->references_.Drop(&left) && !this->StaysWithOwner()) End();
         return left;
     }
     HRESULT Begin() {
         const HRESULT status = this->FinalConstruct();
-        count_.Settle();
+        this->references_.Settle();
         return status;
     }
     void End() {
-        EndObject<T>(*this, count_);
+        EndObject<T>(*this, this->references_);
         delete this;
     }
 
 private:
     ~Standalone() = default;
-    typename T::References count_;
 };
 
 /// The form inside an outer object: the outer one answers for it. This is the IUnknown that the outer object
@@ -256,9 +277,9 @@ HRESULT CreateObject(IUnknown* outer, REFIID iid, void** out) {
     }
 }
 
-/// ISupportErrorInfo for one interface.
+/// ISupportErrorInfo for one interface. The object can be pointed back to.
 template <class I>
-class SupportsErrors : public ISupportErrorInfo {
+class SupportsErrors : public BackRefTarget {
 public:
     STDMETHODIMP InterfaceSupportsErrorInfo(REFIID iid) override { return iid == kIid<I> ? S_OK : S_FALSE; }
 };

@@ -134,14 +134,10 @@ void PropertyMediaPath::OnValueChanged() {
 }
 
 ComPtr<IProperty> PropertyMediaPath::OwnChild(Name name) const {
-    LONG count = 0;
-    if (FAILED(Children()->get_Count(&count))) return nullptr;
-    for (LONG i = 0; i < count; ++i) {
-        ComPtr<IUnknown> item;
+    for (const NodeRef& item : Children()) {
         Bstr text;
-        if (FAILED(Children()->get_Item(i, item.Put()))) break;
-        auto child = item.As<IProperty>();
-        if (child && SUCCEEDED(child->get_Name(text.Put())) && SameName(text.View(), View(name.bstr())))
+        if (const auto child = item.node();
+            child && SUCCEEDED(child->get_Name(text.Put())) && SameName(text.View(), View(name.bstr())))
             return child;
     }
     return nullptr;

@@ -41,9 +41,8 @@ private:
 };
 
 /// What a host and the job that it runs share; used by several threads at once.
-class CriticalSection : public Dispatch<ICriticalSection>, public ObjectRoot {
+class CriticalSection : public Dispatch<ICriticalSection>, public SharedObjectRoot {
 public:
-    using References = SharedRefCount;
     using Answers = InterfaceMap<ICriticalSection, IDispatch>;
 
     STDMETHODIMP Enter(LONG bWork) override { return Selected(bWork).Enter(); }

@@ -31,7 +31,7 @@ public:
             const std::wstring_view text = View(name).substr(0, kMaxName - prefix);
             root_name[prefix + text.copy(root_name + prefix, text.size())] = 0;
             std::ignore =
-                Collection()->AddObject(Bstr(root_name).get(), static_cast<IProperty*>(this), root.get());
+                AddChildObject(Bstr(root_name).get(), root.get());
         }
         SetTitle(View(title));
         SetDescriptionText(View(description));

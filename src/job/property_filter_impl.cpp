@@ -26,7 +26,7 @@ public:
         const auto settings = object.As<IProperty>();
         if (!settings) return E_NOINTERFACE;
         filter_ = std::move(object);
-        std::ignore = Collection()->AddObject(name, static_cast<IProperty*>(this), settings.get());
+        std::ignore = AddChildObject(name, settings.get());
 
         wchar_t full_name[kMaxName + 1] = L"FltImplement";
         const size_t prefix = std::wcslen(full_name);

@@ -42,7 +42,7 @@ private:
         const auto stored = ToNarrow(Stored());
         if (!stored) return {};
         const std::string name(stored->View());
-        if (!PathIsRelativeA(name.c_str()) || SameName(NameView(), names::kOutputMediaName.View()))
+        if (!PathIsRelativeA(name.c_str()) || NameText().Is(names::kOutputMediaName.View()))
             return name;
         const auto destination = Find(names::kDestinationPath);
         Variant folder, text;

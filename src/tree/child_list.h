@@ -1,23 +1,19 @@
 // The child collection: an ordered list of nodes, and their creator.
 #pragma once
 
+#include "tree/node_part.h"
 #include "tree/property_base.h"
 
 namespace bv {
 
-/// The private question "are you a collection of ours?".
-struct IChildList : IUnknown {
-    virtual ChildList& List() = 0;
-};
-template <>
-inline constexpr IID kIid<IChildList> = GuidOf("7A2C6E3B-1E0F-4B4E-9D61-50F5C8A0B703");
-
 class ChildList : public Dispatch<IEnumProperties>,
                   public SupportsErrors<IEnumProperties>,
-                  public IChildList,
-                  public ObjectRoot {
+                  public ObjectRoot,
+                  public NodePart {
 public:
-    using Answers = InterfaceMap<IEnumProperties, ICollection, ISupportErrorInfo, IChildList>;
+    using Answers = InterfaceMap<IEnumProperties, ICollection, ISupportErrorInfo>;
+    static constexpr Kind kPart = kCollection;
+    ChildList() : NodePart(kPart) {}
 
     STDMETHODIMP get_Name(BSTR* pVal) override;
     STDMETHODIMP get_Count(LONG* pVal) override;
@@ -31,24 +27,26 @@ public:
     STDMETHODIMP PutParent(IProperty* pParent) override;
     STDMETHODIMP AddObject(BSTR Name, IUnknown* pParent, IUnknown* pUnk) override;
 
-    ChildList& List() override { return *this; }
-    void FinalRelease();
+    void FinalRelease() { own_.Clear(); }
+    bool StaysWithOwner();
+    bool IsHeld() const { return references_.references() > 0; }
 
-    /// PutParent with a node of ours.
-    void SetOwner(PropertyBase& owner) {
-        parent_.Set(&owner, owner);
-        owner_ = &owner;
-    }
-    const NodeList& Items() const { return items_; }
-    HRESULT Append(NodeRef item) { return items_.Append(std::move(item)) ? S_OK : E_OUTOFMEMORY; }
-    /// Creates a node of the class and appends it, with a parent of ours. Null when it can't be created. literal:
-    /// the name is a constant that needn't be copied.
-    NodeRef AddNode(std::wstring_view name, bool literal, const CLSID& cls, PropertyBase& parent);
+    const NodeList& Items() const { return *items_; }
+    HRESULT Append(NodeRef item) { return items_->Append(std::move(item)) ? S_OK : E_OUTOFMEMORY; }
+
+    // What the collection of a node does, without the object.
+    static HRESULT Init(const NodeList& items, IDispatch* media);
+    static HRESULT AddObjectTo(NodeList& items, BSTR name, IUnknown* parent, IUnknown* object);
 
 private:
-    NodeList items_;
+    friend class PropertyBase;
+    IProperty* Parent() const;
+    void EndWithOwner() override;
+
+    NodeList own_;
+    NodeList* items_ = &own_;  // or those of the node
     BackRef<IProperty> parent_;
-    PropertyBase* owner_ = nullptr;  // the node that is parent_, while that isn't null
+    bool has_parent_ = false;  // somebody has put one: it counts instead of the node
 };
 
 }  // namespace bv

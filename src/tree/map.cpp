@@ -5,17 +5,17 @@
 namespace bv {
 namespace {
 
-class Map : public Dispatch<IMap>, public SupportsErrors<IMap>, public BackRefTarget, public ObjectRoot {
+class Map : public Dispatch<IMap>, public SupportsErrors<IMap>, public ObjectRoot {
     ComPtr<IEnumProperties> nodes_;
     ChildList* list_ = nullptr;
 
 public:
-    using Answers = InterfaceMap<IMap, IDispatch, ISupportErrorInfo, IBackRefTarget, Held<&Map::nodes_>>;
+    using Answers = InterfaceMap<IMap, IDispatch, ISupportErrorInfo, Held<&Map::nodes_>>;
 
     HRESULT FinalConstruct() {
         if (FAILED(CreateObject<ChildList>(nullptr, kIid<IEnumProperties>, nodes_.PutVoid())))
             return E_OUTOFMEMORY;
-        list_ = &nodes_.As<IChildList>()->List();
+        list_ = static_cast<ChildList*>(nodes_.get());
         return S_OK;
     }
     void FinalRelease() {

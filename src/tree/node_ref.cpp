@@ -7,11 +7,11 @@ namespace bv {
 namespace {
 
 PropertyBase* OwnNode(IUnknown* object) {
-    const auto found = Query<INode>(object);
-    if (!found) return nullptr;
+    ComPtr<IProperty> node;
+    if (!object || FAILED(object->QueryInterface(kNodeQuestion, node.PutVoid()))) return nullptr;
     // An object may pass the question on to a node that it holds, and still answer others itself.
-    IUnknown* const node = static_cast<IProperty*>(&found->Node());
-    return object == node || Query<IUnknown>(object).get() == node ? &found->Node() : nullptr;
+    return object == node.get() || SameObject(object, node.get()) ? static_cast<PropertyBase*>(node.get())
+                                                                  : nullptr;
 }
 
 }  // namespace
@@ -25,14 +25,23 @@ NodeRef::NodeRef(IUnknown* object) {
     }
 }
 
+NodeRef NodeRef::New(REFCLSID cls, HRESULT& status) {
+    ComPtr<IProperty> node;
+    Route route(cls, kAnyServer);
+    status = route.Make(kIid<IProperty>, node.PutVoid());
+    if (SUCCEEDED(status) && !node) status = E_FAIL;
+    if (FAILED(status)) return {};
+    // Nothing of ours but a node answers IProperty.
+    return route.own() ? NodeRef(*static_cast<PropertyBase*>(node.get())) : NodeRef(node.get());
+}
+
 ComPtr<IProperty> NodeRef::node() const {
     if (PropertyBase* node = own()) return node;
     return Query<IProperty>(object());
 }
 
 void NodeList::Clear() {
-    auto gone = std::move(items_);
-    items_.clear();
+    const NodeList gone = std::move(*this);
     for (NodeRef& item : gone) LetGo(item.Detach());
 }
 

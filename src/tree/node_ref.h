@@ -2,10 +2,9 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
 
-#include "com/byte_block.h"
 #include "com/com_ptr.h"
+#include "tree/compact_list.h"
 
 namespace bv {
 
@@ -19,13 +18,11 @@ public:
     /// Asks the object, which may be null, whether it is a node of ours.
     explicit NodeRef(IUnknown* object);
     explicit NodeRef(PropertyBase& node);
-    NodeRef(const NodeRef& other) : bits_(other.bits_) {
-        if (*this) object()->AddRef();
-    }
+    /// A new node of the class, as if by CoCreateInstance. Null and the status when it can't be made.
+    static NodeRef New(REFCLSID cls, HRESULT& status);
+    NodeRef(const NodeRef& other);
     NodeRef(NodeRef&& other) noexcept : bits_(std::exchange(other.bits_, 0)) {}
-    ~NodeRef() {
-        if (*this) object()->Release();
-    }
+    ~NodeRef();
     NodeRef& operator=(NodeRef other) noexcept {
         std::swap(bits_, other.bits_);
         return *this;
@@ -45,23 +42,11 @@ private:
     std::uintptr_t bits_ = 0;  // the object, with a mark when it is a node of ours
 };
 
-/// A growing list of them.
-class NodeList {
+/// Nodes in the order of a tree.
+class NodeList : public CompactList<NodeRef, 2> {
 public:
-    size_t size() const { return items_.size(); }
-    const NodeRef& operator[](size_t index) const { return items_[index]; }
-    bool Append(NodeRef item) { return TryAppend(items_, std::move(item)); }
-    /// Takes an item out; the caller lets it go when the list is whole again.
-    NodeRef Take(size_t index) {
-        NodeRef taken = std::move(items_[index]);
-        items_.erase(items_.begin() + std::ptrdiff_t(index));
-        return taken;
-    }
     /// Empties the list, then releases what it held, first to last.
     void Clear();
-
-private:
-    std::vector<NodeRef> items_;
 };
 
 /// The items of a list of ours or of a foreign collection, in order: for (const NodeRef& child : children). The

@@ -6,10 +6,15 @@
 #include "tree/tree_search.h"
 
 namespace bv {
+
+HRESULT CreateListOfValues(IUnknown* outer, REFIID iid, void** out);
+HRESULT CreateEnumProperties(IUnknown* outer, REFIID iid, void** out);
+
 namespace {
 
-ComPtr<IProperty> NodeOfValue(const std::optional<Variant>& value) {
-    return value ? Query<IProperty>(ObjectOf(*value)) : nullptr;
+ComPtr<IProperty> NodeOfValue(const KeptValue& value) {
+    const ComPtr<IUnknown> object = value.object();  // it may be replaced while it is asked
+    return object.As<IProperty>();
 }
 
 /// The parent in a SetInfo value. An IUnknown is asked what it is; a node has no IDispatch of its own to be
@@ -25,41 +30,73 @@ ComPtr<IDispatch> ParentOf(const VARIANT& value) {
 
 PropertyBase::PropertyBase(const NodeDecl& decl)
     : name_(decl.name),
-      type_(decl.type),
       title_(decl.title),
-      description_(decl.help),
-      description_id_(decl.description),
-      decl_(&decl) {}
+      decl_(&decl),
+      type_(decl.type),
+      description_id_(decl.description) {
+    if (decl.help)
+        if (Rare* rare = NeedRare()) rare->description.SetLiteral(decl.help.View());
+}
 
 HRESULT PropertyBase::FinalConstruct() {
-    HRESULT status = S_OK;
-    values_ = Create<IListOfValues>(clsid::ListOfValues, &status, CLSCTX_INPROC_SERVER);
-    if (!values_) return FAILED(status) ? status : E_FAIL;
-    children_ = Create<IEnumProperties>(clsid::EnumProperties, &status, CLSCTX_INPROC_SERVER);
-    if (!children_) return FAILED(status) ? status : E_FAIL;
-    if (auto own = children_.As<IChildList>()) {
-        list_ = &own->List();
-        list_->SetOwner(*this);
-    } else {
-        std::ignore = children_->PutParent(this);
+    // The list, then the collection, as if each were created. Nobody of ours is asked between the two look-ups.
+    Route list(clsid::ListOfValues, CLSCTX_INPROC_SERVER);
+    if (list.own() != CreateListOfValues) {
+        ComPtr<IListOfValues> values;
+        RETURN_IF_FAILED(list.Make(kIid<IListOfValues>, values.PutVoid()));
+        if (!values) return E_FAIL;
+        if (!NeedRare()) return E_OUTOFMEMORY;
+        rare_->values = std::move(values);
+    }
+    Route collection(clsid::EnumProperties, CLSCTX_INPROC_SERVER);
+    if (collection.own() != CreateEnumProperties) {
+        ComPtr<IEnumProperties> children;
+        RETURN_IF_FAILED(collection.Make(kIid<IEnumProperties>, children.PutVoid()));
+        if (!children) return E_FAIL;
+        if (!NeedRare()) return E_OUTOFMEMORY;
+        rare_->collection = std::move(children);
+        std::ignore = rare_->collection->PutParent(this);
     }
     BuildChildren();
     return S_OK;
 }
 
 void PropertyBase::FinalRelease() {
-    if (value_) {
-        Variant value = std::move(*value_);
-        value_.reset();
+    if (HeldObject()) {
+        Variant value = value_.Take();
         LetGo(value);
     }
     OnFinalRelease();
     LetGo(extension_);
-    data_.Free();
-    LetGo(ex_data_);
-    LetGo(values_);
-    list_ = nullptr;
-    LetGo(children_);
+    if (rare_) {
+        rare_->data.Free();
+        LetGo(rare_->ex_data);
+        LetGo(rare_->values);
+    }
+    EndParts();
+}
+
+/// A part that is still held takes over what it shows; all else goes, the list before the children.
+void PropertyBase::EndParts() {
+    if (auto* list = FindPart<ListOfValues>(); list && list->IsHeld()) {
+        list->own_ = std::move(values_);
+        list->entries_ = &list->own_;
+        list->owner_ = nullptr;
+    }
+    values_.Clear();
+    if (auto* collection = FindPart<ChildList>(); collection && collection->IsHeld()) {
+        collection->own_ = std::move(children_);
+        collection->items_ = &collection->own_;
+        collection->owner_ = nullptr;
+        collection->has_parent_ = true;  // this node is no parent any more
+    }
+    children_.Clear();
+    if (rare_) LetGo(rare_->collection);
+    // What the end of all these has asked for again, or what stayed for its referrers.
+    while (NodePart* part = parts_) {
+        parts_ = part->next_;
+        part->EndWithOwner();
+    }
 }
 
 // --- Name, title, description, flags ---
@@ -69,7 +106,7 @@ STDMETHODIMP PropertyBase::get_Name(BSTR* pVal) { return name_.CopyTo(pVal); }
 STDMETHODIMP PropertyBase::get_Title(BSTR* pVal) { return title_.CopyTo(pVal); }
 
 STDMETHODIMP PropertyBase::get_Description(BSTR* pVal) {
-    if (description_id_ <= 0) return description_.CopyTo(pVal);
+    if (description_id_ <= 0) return rare_ ? rare_->description.CopyTo(pVal) : Bstr::CopyTo({}, pVal);
     wchar_t text[kTextLimit];
     const int length = LoadMessageW(ModuleInstance(), description_id_, text);
     return Bstr::CopyTo({text, size_t(length)}, pVal);
@@ -77,7 +114,7 @@ STDMETHODIMP PropertyBase::get_Description(BSTR* pVal) {
 
 STDMETHODIMP PropertyBase::put_Description(BSTR newVal) {
     description_id_ = 0;
-    description_.SetCopy(View(newVal));
+    SetDescriptionText(View(newVal));
     return S_OK;
 }
 
@@ -94,7 +131,7 @@ STDMETHODIMP PropertyBase::get_Type(LONG* pVal) {
 
 STDMETHODIMP PropertyBase::get_IsHide(LONG* pVal) {
     if (!pVal) return E_POINTER;
-    *pVal = hidden_;
+    *pVal = FlagValue(kHidden);
     return S_OK;
 }
 
@@ -102,7 +139,7 @@ STDMETHODIMP PropertyBase::put_IsHide(LONG newVal) { return Hide(newVal); }
 
 STDMETHODIMP PropertyBase::get_IsDisabled(LONG* pVal) {
     if (!pVal) return E_POINTER;
-    *pVal = disabled_;
+    *pVal = FlagValue(kDisabled);
     return S_OK;
 }
 
@@ -110,14 +147,21 @@ STDMETHODIMP PropertyBase::put_IsDisabled(LONG newVal) { return Disabled(newVal)
 
 STDMETHODIMP PropertyBase::get_Active(LONG* pVal) {
     if (!pVal) return E_POINTER;
-    *pVal = active_;
+    *pVal = FlagValue(kActive);
     return S_OK;
 }
 
-bool PropertyBase::HasChildren() const { return list_ ? list_->Items().size() > 0 : bool(children_); }
+PropertyBase::Rare* PropertyBase::NeedRare() {
+    if (!rare_) rare_.reset(new (std::nothrow) Rare);
+    return rare_.get();
+}
 
-Children PropertyBase::Children() const {
-    return list_ ? bv::Children(list_->Items()) : bv::Children(children_.get());
+void PropertyBase::SetFlag(Flag flag, LONG value) {
+    flags_[flag] = static_cast<signed char>(value);
+    if (flags_[flag] == value && value != kInRare) return;
+    Rare* const rare = NeedRare();
+    flags_[flag] = rare ? kInRare : 1;
+    if (rare) rare->flags[flag] = value;
 }
 
 void PropertyBase::PassOn(HRESULT (STDMETHODCALLTYPE IProperty::*put)(LONG), LONG flag, Walk::Kind kind) {
@@ -131,19 +175,19 @@ void PropertyBase::PassOn(HRESULT (STDMETHODCALLTYPE IProperty::*put)(LONG), LON
 }
 
 STDMETHODIMP PropertyBase::Hide(LONG newVal) {
-    hidden_ = newVal;
+    SetFlag(kHidden, newVal);
     PassOn(&IProperty::Hide, newVal, Walk::kHide);
     return S_OK;
 }
 
 STDMETHODIMP PropertyBase::Disabled(LONG newVal) {
-    disabled_ = newVal;
+    SetFlag(kDisabled, newVal);
     PassOn(&IProperty::Disabled, newVal, Walk::kDisable);
     return S_OK;
 }
 
 STDMETHODIMP PropertyBase::put_Active(LONG newVal) {
-    active_ = newVal;
+    SetFlag(kActive, newVal);
     PassOn(&IProperty::put_Active, newVal, Walk::kActivate);
     return S_OK;
 }
@@ -160,29 +204,24 @@ STDMETHODIMP PropertyBase::get_ClassID(GUID* pVal) {
 
 // --- Value ---
 
-const VARIANT& PropertyBase::Stored() const {
-    static constexpr VARIANT kEmpty = {};
-    return value_ ? static_cast<const VARIANT&>(*value_) : kEmpty;
-}
-
 bool PropertyBase::IsOn() const {
     Variant flag;
-    return value_ && SUCCEEDED(flag.ChangeFrom(*value_, VT_I2)) && flag.iVal != 0;
+    return HasStore() && SUCCEEDED(flag.ChangeFrom(Stored(), VT_I2)) && flag.iVal != 0;
 }
 
 STDMETHODIMP PropertyBase::get_Value(VARIANT* pVal) {
     if (!pVal) return E_POINTER;
-    if (!value_) return S_FALSE;
-    return value_->CopyTo(pVal);
+    if (!HasStore()) return S_FALSE;
+    return value_.CopyTo(pVal);
 }
 
 STDMETHODIMP PropertyBase::get_ValueType(int* pVal) {
     if (!pVal) return E_POINTER;
-    *pVal = Stored().vt;
+    *pVal = value_.kind();
     return S_OK;
 }
 
-STDMETHODIMP PropertyBase::put_Value(VARIANT newVal) { return value_ ? StoreChecked(newVal) : E_NOTIMPL; }
+STDMETHODIMP PropertyBase::put_Value(VARIANT newVal) { return HasStore() ? StoreChecked(newVal) : E_NOTIMPL; }
 
 HRESULT PropertyBase::StoreChecked(const VARIANT& value) {
     if (type_ & kNotNegative) {
@@ -199,10 +238,7 @@ HRESULT PropertyBase::StoreChecked(const VARIANT& value) {
 HRESULT PropertyBase::StoreQuietly(const VARIANT& value) {
     Variant copy;
     copy.CopyFrom(value);
-    if (value_)
-        *value_ = std::move(copy);  // the old value goes when the new one is in place
-    else
-        value_.emplace(std::move(copy));
+    value_.Set(std::move(copy));
     return S_OK;
 }
 
@@ -251,11 +287,23 @@ STDMETHODIMP PropertyBase::put_Format(VARIANT newVal) {
 
 // --- What is kept for the host ---
 
+const ByteBlock& PropertyBase::Data() const {
+    static const ByteBlock kNone;
+    return rare_ ? rare_->data : kNone;
+}
+
+bool PropertyBase::SwapData(ByteBlock& other, int kind) {
+    if (!NeedRare()) return false;
+    rare_->data.Swap(other);
+    rare_->data_kind = kind;
+    return true;
+}
+
 STDMETHODIMP PropertyBase::GetData(int* nDataType, LONG* pLength, BYTE** pData) {
     if (!nDataType || !pLength || !pData) return E_POINTER;
-    *nDataType = data_kind_;
-    *pLength = LONG(data_.size());
-    *pData = data_.data();
+    *nDataType = DataKind();
+    *pLength = LONG(Data().size());
+    *pData = Data().data();
     return S_OK;
 }
 
@@ -264,24 +312,23 @@ STDMETHODIMP PropertyBase::PutData(int nDataType, LONG nLength, BYTE* pData) {
     if (nLength > 0 && !pData) return E_POINTER;
     ByteBlock bytes;
     const bool whole = bytes.Assign(pData, size_t(nLength));  // they may be a part of the old ones
-    ex_data_.Reset();
-    if (!whole) {
-        data_.Lose();
-        return E_OUTOFMEMORY;
-    }
-    SwapData(bytes, nDataType);
-    return S_OK;
+    DropExData();
+    if (whole && SwapData(bytes, nDataType)) return S_OK;
+    if (rare_) rare_->data.Lose();
+    return E_OUTOFMEMORY;
 }
 
 STDMETHODIMP PropertyBase::PutExData(IDispatch* pVal) {
-    data_.Free();
-    ex_data_ = pVal;
+    DropData();
+    if (!pVal && !rare_) return S_OK;
+    if (!NeedRare()) return E_OUTOFMEMORY;
+    rare_->ex_data = pVal;
     return S_OK;
 }
 
 STDMETHODIMP PropertyBase::GetExData(IDispatch** pVal) {
     if (!pVal) return E_POINTER;
-    return ex_data_ ? ex_data_.CopyTo(pVal) : E_FAIL;
+    return rare_ && rare_->ex_data ? rare_->ex_data.CopyTo(pVal) : E_FAIL;
 }
 
 STDMETHODIMP PropertyBase::ReadExtraData(IUnknown*) {
@@ -308,7 +355,7 @@ STDMETHODIMP PropertyBase::SetInfo(BSTR Name, VARIANT pVal) {
     return S_OK;
 }
 
-void PropertyBase::Rename(std::wstring_view name, bool literal, PropertyBase& parent) {
+void PropertyBase::SetNameAndParent(std::wstring_view name, bool literal, PropertyBase& parent) {
     if (literal)
         name_.SetLiteral(name);
     else
@@ -331,16 +378,15 @@ STDMETHODIMP PropertyBase::put_MediaObject(IDispatch* newVal) {
     const Walk walk{.kind = Walk::kInit, .object = newVal};
     const Visit visit(*this, walk);
     if (!visit) return S_OK;
-    std::ignore = children_->InitProperty(newVal);
+    if (HasForeignCollection())
+        std::ignore = ComPtr<IEnumProperties>(rare_->collection)->InitProperty(newVal);
+    else
+        std::ignore = ChildList::Init(children_, newVal);
     OnMediaObjectChanged(newVal);
-    LONG count = 0;
-    std::ignore = values_->get_Count(&count);
-    for (LONG i = 0; i < count; ++i) {
-        ComPtr<IUnknown> entry;
-        if (FAILED(values_->get_Item(i, entry.Put()))) break;
-        const auto item = entry.As<IListItem>();
+    const ValuesRef values = Values();
+    for (size_t i = 0; i < values.size(); ++i) {
         Variant value;
-        if (!item || FAILED(item->get_Value(value.Put()))) continue;
+        if (FAILED(values.ValueAt(i, value))) continue;
         if (auto node = Query<IProperty>(ObjectOf(value))) std::ignore = node->put_MediaObject(newVal);
         if (auto format = Query<IOutputFormatInfo>(ObjectOf(value)))
             std::ignore = format->SetMediaObject(newVal);
@@ -392,12 +438,60 @@ void PropertyBase::Enable(bool enabled, std::initializer_list<Name> nodes) {
         if (auto node = Find(name)) std::ignore = node->Disabled(enabled ? 0 : 1);
 }
 
+// --- Child collection and value list as objects ---
+
+template <class Part>
+Part* PropertyBase::FindPart() const {
+    for (NodePart* part = parts_; part; part = part->next_)
+        if (part->kind_ == Part::kPart) return static_cast<Part*>(part);
+    return nullptr;
+}
+
+HRESULT PropertyBase::QueryCollection(void** out) {
+    if (HasForeignCollection()) return rare_->collection->QueryInterface(kIid<IEnumProperties>, out);
+    ComPtr<IEnumProperties> object = FindPart<ChildList>();
+    if (!object) {
+        RETURN_IF_FAILED(CreateObject<ChildList>(nullptr, kIid<IEnumProperties>, object.PutVoid()));
+        auto* part = static_cast<ChildList*>(object.get());
+        part->items_ = &children_;
+        Attach(*part);
+    }
+    *out = object.Detach();
+    return S_OK;
+}
+
+HRESULT PropertyBase::QueryValues(void** out) {
+    if (HasForeignValues()) return rare_->values->QueryInterface(kIid<IListOfValues>, out);
+    ComPtr<IListOfValues> object = FindPart<ListOfValues>();
+    if (!object) {
+        RETURN_IF_FAILED(CreateObject<ListOfValues>(nullptr, kIid<IListOfValues>, object.PutVoid()));
+        auto* part = static_cast<ListOfValues*>(object.get());
+        part->entries_ = &values_;
+        Attach(*part);
+    }
+    *out = object.Detach();
+    return S_OK;
+}
+
+void PropertyBase::Attach(NodePart& part) {
+    part.owner_ = this;
+    part.next_ = parts_;
+    parts_ = &part;
+}
+
+void PropertyBase::Forget(NodePart& part) {
+    NodePart** place = &parts_;
+    while (*place != &part) place = &(*place)->next_;
+    *place = part.next_;
+    part.owner_ = nullptr;
+}
+
 // --- Building ---
 
 void PropertyBase::BuildChildren() { Build(*decl_); }
 
-void PropertyBase::AddChoice(IListOfValues* values, const Choice& choice) {
-    const Bstr label(choice.label);
+void PropertyBase::AddChoice(const ValuesRef& values, const Choice& choice) {
+    CallBstr label(choice.label);
     if (choice.value.node) {
         CLSID cls = *choice.value.node;
         std::ignore = values->AddObject2(label.get(), &cls);
@@ -407,8 +501,8 @@ void PropertyBase::AddChoice(IListOfValues* values, const Choice& choice) {
 }
 
 void PropertyBase::Build(const NodeDecl& decl) {
-    if (!decl.value.IsNone()) value_.emplace(decl.value);
-    for (const Choice& choice : decl.choices) AddChoice(values_.get(), choice);
+    if (!decl.value.IsNone()) value_.Set(Variant(decl.value));
+    for (const Choice& choice : decl.choices) AddChoice(Values(), choice);
     if (decl.extension) {
         const NodeDecl& unit = *decl.extension;
         if (auto extension = Create<IProperty>(unit.cls)) {
@@ -430,7 +524,7 @@ void PropertyBase::Adopt(const NodeRef& node, const NodeDecl& decl) {
 void PropertyBase::AdoptOwn(const NodeDecl& decl) {
     if (decl.title) title_.SetLiteral(decl.title.View());
     if (decl.type) type_ = decl.type;
-    if (decl.help) description_.SetLiteral(decl.help.View());
+    if (Rare* rare = decl.help ? NeedRare() : nullptr) rare->description.SetLiteral(decl.help.View());
     if (decl.description) description_id_ = decl.description;
     Build(decl);
 }
@@ -445,7 +539,7 @@ void PropertyBase::AdoptForeign(IProperty* node, const NodeDecl& decl) {
     if (!decl.value.IsNone())
         std::ignore = init ? init->put_Value(Variant(decl.value)) : node->put_Value(Variant(decl.value));
     if (const auto values = decl.choices.count ? Query<IListOfValues>(node) : nullptr)
-        for (const Choice& choice : decl.choices) AddChoice(values.get(), choice);
+        for (const Choice& choice : decl.choices) AddChoice(ValuesRef(values), choice);
     if (init && decl.extension) {
         const NodeDecl& unit = *decl.extension;
         CLSID cls = unit.cls;
@@ -460,27 +554,40 @@ void PropertyBase::AdoptForeign(IProperty* node, const NodeDecl& decl) {
         for (const NodeDecl& child : decl.children) AddDeclaredTo(children.get(), node, child);
 }
 
-ComPtr<IProperty> PropertyBase::AddDeclaredTo(IEnumProperties* collection, IProperty* parent,
-                                              const NodeDecl& decl) {
+NodeRef PropertyBase::AddDeclaredTo(IEnumProperties* collection, IProperty* parent, const NodeDecl& decl) {
     CLSID cls = decl.cls;
-    ComPtr<IProperty> child;
-    if (FAILED(collection->AddProperty(CallBstr(decl.name.View()).get(), &cls, parent, child.Put())) ||
-        !child)
-        return nullptr;
-    Finish(NodeRef(child.get()), decl);
+    ComPtr<IProperty> node;
+    if (FAILED(collection->AddProperty(CallBstr(decl.name.View()).get(), &cls, parent, node.Put())) || !node)
+        return {};
+    NodeRef child(node.get());
+    Finish(child, decl);
     return child;
 }
 
-ComPtr<IProperty> PropertyBase::AddDeclared(const NodeDecl& decl, bool literal_name) {
-    if (!list_) return AddDeclaredTo(children_.get(), this, decl);
-    const NodeRef child = list_->AddNode(decl.name.View(), literal_name, decl.cls, *this);
-    if (!child) return nullptr;
+NodeRef PropertyBase::AddDeclared(const NodeDecl& decl, bool literal_name) {
+    if (HasForeignCollection()) return AddDeclaredTo(rare_->collection.get(), this, decl);
+    HRESULT status = S_OK;
+    NodeRef child = NodeRef::New(decl.cls, status);
+    if (!child) return {};
+    if (PropertyBase* own = child.own())
+        own->SetNameAndParent(decl.name.View(), literal_name, *this);
+    else if (FAILED(child.node()->SetInfo(CallBstr(decl.name.View()).get(),
+                                          Lend(static_cast<IProperty*>(this)))))
+        return {};
+    if (!children_.Append(child)) return {};
     Finish(child, decl);
-    return child.node();
+    return child;
+}
+
+HRESULT PropertyBase::AddChildObject(BSTR name, IUnknown* object) {
+    const auto parent = static_cast<IProperty*>(this);
+    return HasForeignCollection() ? rare_->collection->AddObject(name, parent, object)
+                                  : ChildList::AddObjectTo(children_, name, parent, object);
 }
 
 void PropertyBase::Finish(const NodeRef& child, const NodeDecl& decl) {
     Adopt(child, decl);
+    if (!decl.filter && !decl.hidden && !decl.disabled) return;
     const auto node = child.node();
     if (!node) return;
     if (decl.filter) {
@@ -493,6 +600,8 @@ void PropertyBase::Finish(const NodeRef& child, const NodeDecl& decl) {
     if (decl.disabled) std::ignore = node->put_IsDisabled(1);
 }
 
-ComPtr<IProperty> PropertyBase::AddChild(const NodeDecl& decl) { return AddDeclared(decl, false); }
+ComPtr<IProperty> PropertyBase::AddChild(const NodeDecl& decl) {
+    return AddDeclared(decl, false).node();
+}
 
 }  // namespace bv

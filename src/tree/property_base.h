@@ -2,35 +2,41 @@
 #pragma once
 
 #include <initializer_list>
-#include <optional>
+#include <memory>
 
+#include "com/block_pool.h"
 #include "com/byte_block.h"
+#include "com/creation.h"
 #include "com/object.h"
+#include "tree/kept_value.h"
 #include "tree/names.h"
 #include "tree/node_decl.h"
 #include "tree/node_ref.h"
+#include "tree/node_text.h"
+#include "tree/value_list.h"
 #include "tree/walk.h"
 
 namespace bv {
 
-class ChildList;
+class NodePart;
 class PropertyBase;
 class XmlSink;
 
-/// The private question "are you a node of ours?", which an aggregated one doesn't answer. Ours are searched and
-/// written without copies.
-struct INode : IUnknown {
-    virtual PropertyBase& Node() = 0;
-};
-template <>
-inline constexpr IID kIid<INode> = GuidOf("0C5E1C66-5D34-4F5C-8A59-2C4C1B5F6D02");
+/// The private question "are you a node of ours?", which an aggregated one doesn't answer. The answer is the node's
+/// IProperty. Ours are searched and written without copies.
+inline constexpr IID kNodeQuestion = GuidOf("0C5E1C66-5D34-4F5C-8A59-2C4C1B5F6D02");
 
+/// A node. Hundreds stand in a job, thousands in a list of cuts, so it holds little, and few blocks:
+/// - Its child collection and value list are lists in the node. As objects they exist while somebody holds them
+///   (NodePart). Where a class object of another stands for one of the two, the node keeps that one's object.
+/// - Entries of the value list are records until somebody asks for one as an object.
+/// - Texts are bytes in the node, as most are short and ASCII. What few nodes have is in a record of its own (Rare).
+/// None of this shows: each class id is looked up as if it were created, in the same order, with the same statuses.
 class PropertyBase : public Dispatch<IProperty>,
                      public SupportsErrors<IProperty>,
                      public ISettingsWriter,
-                     public INode,
-                     public BackRefTarget,
-                     public ObjectRoot {
+                     public ObjectRoot,
+                     public Pooled {
 public:
     explicit PropertyBase(const NodeDecl& decl);
 
@@ -74,25 +80,31 @@ public:
     // ISettingsWriter
     STDMETHODIMP WriteXml(ISequentialStream* stream) override;
     STDMETHODIMP ReadExtraData(IUnknown* source) override;
-    // INode
-    PropertyBase& Node() override { return *this; }
 
     HRESULT FinalConstruct();
     void FinalRelease();
 
     // What our own nodes and collections ask each other.
-    std::wstring_view NameView() const { return name_.View(); }
-    bool IsActive() const { return active_ != 0; }
+    const NodeText& NameText() const { return name_; }
+    bool IsActive() const { return flags_[kActive] != 0; }
     bool HasMedia() const { return bool(media_); }
-    bv::Children Children() const;
+    bv::Children Children() const {
+        return HasForeignCollection() ? bv::Children(rare_->collection.get()) : bv::Children(children_);
+    }
     /// The object that the stored value holds, null for any other kind. No reference is added.
-    IUnknown* HeldObject() const { return value_ ? ObjectOf(*value_) : nullptr; }
+    IUnknown* HeldObject() const { return value_.object(); }
     /// Whether a walk goes on below this node.
     bool HasBelow() const { return HasChildren() || HeldObject(); }
     /// SetInfo with a node of ours as parent. literal: the name is a constant that needn't be copied.
-    void Rename(std::wstring_view name, bool literal, PropertyBase& parent);
+    void SetNameAndParent(std::wstring_view name, bool literal, PropertyBase& parent);
     /// Gives a node what a declaration sets: a parent's say in what its child looks like.
     static void Adopt(const NodeRef& node, const NodeDecl& decl);
+    /// A part that nobody holds any more goes.
+    void Forget(NodePart& part);
+    void AddReference() { references_.Add(); }
+    void DropReference() {
+        if (!references_.DropOneOfSeveral()) static_cast<IProperty*>(this)->Release();
+    }
     void WriteElement(XmlSink& sink);
 
 protected:
@@ -121,11 +133,13 @@ protected:
         return AddChild(decl).template As<I>();
     }
     void SetTitle(std::wstring_view title) { title_.SetCopy(title); }
-    void SetDescriptionText(std::wstring_view text) { description_.SetCopy(text); }
+    void SetDescriptionText(std::wstring_view text) {
+        if (Rare* rare = NeedRare()) rare->description.SetCopy(text);
+    }
     void SetType(LONG type) { type_ = type; }
     /// Takes over the reference; an extension that is there already goes.
     void SetExtension(ComPtr<IProperty> extension) { extension_ = std::move(extension); }
-    IListOfValues* Values() const { return values_.get(); }
+    ValuesRef Values() { return HasForeignValues() ? ValuesRef(rare_->values) : ValuesRef(values_); }
     IProperty* Extension() const { return extension_.get(); }
     IDispatch* Media() const { return media_.get(); }
     /// The media object for this node alone.
@@ -134,11 +148,11 @@ protected:
 
     // Values.
     const CLSID& ClassId() const { return decl_->cls; }
-    bool HasStore() const { return value_.has_value(); }
-    /// The stored value; an empty one when there is no store.
-    const VARIANT& Stored() const;
+    bool HasStore() const { return value_.exists(); }
+    /// The stored value, which stays the node's; an empty one when there is no store.
+    VARIANT Stored() const { return value_.Lent(); }
     /// Equal to a constant, by kind and value.
-    bool Is(const Literal& literal) const { return value_ && SameValue(*value_, literal); }
+    bool Is(const Literal& literal) const { return HasStore() && SameValue(Stored(), literal); }
     /// The value changed to VT_I2 is there and isn't 0.
     bool IsOn() const;
     /// Stores a copy as it was given, making the store when there is none; no hook runs.
@@ -156,64 +170,126 @@ protected:
     static ComPtr<IProperty> Find(IProperty* from, Name name);
     void Show(bool shown, std::initializer_list<Name> nodes);
     void Enable(bool enabled, std::initializer_list<Name> nodes);
-    IEnumProperties* Collection() const { return children_.get(); }
+    /// Appends an object to the children: AddObject of the collection, with this node as parent.
+    HRESULT AddChildObject(BSTR name, IUnknown* object);
 
-    const ByteBlock& Data() const { return data_; }
-    int DataKind() const { return data_kind_; }
-    void SwapData(ByteBlock& other, int kind) {
-        data_.Swap(other);
-        data_kind_ = kind;
+    const ByteBlock& Data() const;
+    int DataKind() const { return rare_ ? rare_->data_kind : 0; }
+    /// False when there is no memory.
+    bool SwapData(ByteBlock& other, int kind);
+    void DropExData() {
+        if (rare_) rare_->ex_data.Reset();
     }
-    void DropExData() { ex_data_.Reset(); }
-    void DropData() { data_.Free(); }
+    void DropData() {
+        if (rare_) rare_->data.Free();
+    }
 
 private:
-    NodeText name_;
-    ComPtr<IEnumProperties> children_;
-    ChildList* list_ = nullptr;  // children_, when it is one of ours
-    ComPtr<IListOfValues> values_;
-    BackRef<IDispatch> media_;
-    ComPtr<IProperty> extension_;
-    BackRef<IDispatch> parent_;
-    ComPtr<IDispatch> ex_data_;
-    std::optional<Variant> value_;  // no store differs from an empty one
-    LONG type_;
-    NodeText title_;
-    NodeText description_;
-    LONG hidden_ = 0;
-    LONG disabled_ = 0;
-    LONG active_ = 1;
-    unsigned char walks_ = 0;  // those that are below this node
-    ByteBlock data_;
-    int data_kind_ = 0;
-    int description_id_;
-    const NodeDecl* decl_;
-
     friend class Visit;
-    bool HasChildren() const;
+    enum Flag { kHidden, kDisabled, kActive };
+
+    /// What few nodes have.
+    struct Rare {
+        NodeText description;
+        ByteBlock data;
+        int data_kind = 0;
+        ComPtr<IDispatch> ex_data;
+        ComPtr<IEnumProperties> collection;  // a foreign one, instead of children_
+        ComPtr<IListOfValues> values;        // likewise
+        LONG flags[3] = {};                  // those that are kInRare
+    };
+    static constexpr signed char kInRare = -128;  // a flag with a value beyond a byte
+
+    // References and flags share a word.
+    signed char flags_[3] = {0, 0, 1};
+    unsigned char walks_ = 0;  // those that are below this node
+    KeptValue value_;
+    NodeText name_;
+    NodeText title_;
+    BackRef<IDispatch> media_;
+    BackRef<IDispatch> parent_;
+    NodeList children_;
+    ValueEntries values_;
+    NodePart* parts_ = nullptr;
+    ComPtr<IProperty> extension_;
+    std::unique_ptr<Rare> rare_;
+    const NodeDecl* decl_;
+    LONG type_;
+    int description_id_;
+
+    /// Null when there is no memory.
+    Rare* NeedRare();
+    LONG FlagValue(Flag flag) const { return flags_[flag] == kInRare ? rare_->flags[flag] : flags_[flag]; }
+    void SetFlag(Flag flag, LONG value);
+    bool HasForeignCollection() const { return rare_ && rare_->collection; }
+    bool HasForeignValues() const { return rare_ && rare_->values; }
+    bool HasChildren() const { return !children_.empty() || HasForeignCollection(); }
+    template <class Part>
+    Part* FindPart() const;
+    // The collection and the value list as objects.
+    HRESULT QueryCollection(void** out);
+    HRESULT QueryValues(void** out);
+    void Attach(NodePart& part);
+    void EndParts();
+
     /// Calls a put of a flag on the held node and on the children.
     void PassOn(HRESULT (STDMETHODCALLTYPE IProperty::*put)(LONG), LONG flag, Walk::Kind kind);
-    ComPtr<IProperty> AddDeclared(const NodeDecl& decl, bool literal_name);
-    static ComPtr<IProperty> AddDeclaredTo(IEnumProperties* collection, IProperty* parent,
+    NodeRef AddDeclared(const NodeDecl& decl, bool literal_name);
+    static NodeRef AddDeclaredTo(IEnumProperties* collection, IProperty* parent,
                                            const NodeDecl& decl);
     static void Finish(const NodeRef& child, const NodeDecl& decl);
-    static void AddChoice(IListOfValues* values, const Choice& choice);
+    static void AddChoice(const ValuesRef& values, const Choice& choice);
     void AdoptOwn(const NodeDecl& decl);
     static void AdoptForeign(IProperty* node, const NodeDecl& decl);
 
+    struct CollectionRow : MapRow {
+        static bool Answer(PropertyBase* node, REFIID iid, void** out, HRESULT& status) {
+            if (iid != kIid<IEnumProperties>) return false;
+            status = node->QueryCollection(out);
+            return true;
+        }
+    };
+    struct ValuesRow : MapRow {
+        static bool Answer(PropertyBase* node, REFIID iid, void** out, HRESULT& status) {
+            if (iid != kIid<IListOfValues>) return false;
+            status = node->QueryValues(out);
+            return true;
+        }
+    };
+    struct NodeRow : MapRow {
+        static bool Answer(PropertyBase* node, REFIID iid, void** out, HRESULT& status) {
+            if (iid != kNodeQuestion) return false;
+            node->AddReference();
+            *out = static_cast<IProperty*>(node);
+            status = S_OK;
+            return true;
+        }
+    };
+
 public:
-    // A node passes two queries on to objects that it holds.
-    using Answers = InterfaceMap<IProperty, IBaseObj, ISupportErrorInfo, ISettingsWriter, IBackRefTarget,
-                                 Held<&PropertyBase::children_>, Held<&PropertyBase::values_>>;
-    using AnswersAlone = InterfaceMap<INode>;
+    using Answers =
+        InterfaceMap<IProperty, IBaseObj, ISupportErrorInfo, ISettingsWriter, CollectionRow, ValuesRow>;
+    using AnswersAlone = NodeRow;
 };
 
 inline NodeRef::NodeRef(PropertyBase& node)
     : bits_(reinterpret_cast<std::uintptr_t>(static_cast<IUnknown*>(static_cast<IProperty*>(&node))) | kOwn) {
-    static_cast<IProperty&>(node).AddRef();
+    node.AddReference();
 }
 inline PropertyBase* NodeRef::own() const {
     return bits_ & kOwn ? static_cast<PropertyBase*>(static_cast<IProperty*>(object())) : nullptr;
+}
+inline NodeRef::NodeRef(const NodeRef& other) : bits_(other.bits_) {
+    if (PropertyBase* node = own())
+        node->AddReference();
+    else if (bits_)
+        object()->AddRef();
+}
+inline NodeRef::~NodeRef() {
+    if (PropertyBase* node = own())
+        node->DropReference();
+    else if (bits_)
+        object()->Release();
 }
 
 }  // namespace bv

@@ -11,7 +11,7 @@ Bstr ClassText(const GUID& cls) { return Bstr(GuidText(cls).View()); }
 
 /// The text of an object value: what the object says of itself, else its label in the node's value list.
 /// False: none.
-bool ObjectText(IProperty* node, IUnknown* object, Bstr& text) {
+bool ObjectText(IProperty* node, const ValuesRef& values, IUnknown* object, Bstr& text) {
     if (auto item = Query<IFilterItem>(object); item && item->get_Text(text.Put()) == S_OK) return true;
     CLSID cls;
     if (auto filter = Query<IBaseFilter>(object); filter && filter->GetClassID(&cls) == S_OK) {
@@ -25,11 +25,35 @@ bool ObjectText(IProperty* node, IUnknown* object, Bstr& text) {
     if (auto media_type = Query<IAMMediaType>(object);
         media_type && SUCCEEDED(media_type->get_Description(text.Put())) && !text.empty())
         return true;
-    const auto values = Query<IListOfValues>(node);
     Variant value;
-    return values && SUCCEEDED(node->get_Value(value.Put())) &&
-           SUCCEEDED(values->get_Text(value, text.Put())) && !text.empty();
+    return SUCCEEDED(node->get_Value(value.Put())) && SUCCEEDED(values->get_Text(value, text.Put())) &&
+           !text.empty();
 }
+
+/// A node's name for both ends of its element: what is written between them may change it.
+class XmlName {
+public:
+    explicit XmlName(const NodeText& text) {
+        const std::string_view ascii = text.Ascii();
+        if (!ascii.data() || ascii.size() > sizeof here_) {
+            std::ignore = text.CopyTo(other_.Put());
+            return;
+        }
+        std::memcpy(here_, ascii.data(), ascii.size());
+        size_ = ascii.size();
+    }
+    void AppendTo(XmlSink& sink) const {
+        if (size_)
+            sink.Append({here_, size_});
+        else
+            sink.AppendName(other_.View());
+    }
+
+private:
+    size_t size_ = 0;
+    char here_[32];  // the first of them are set
+    Bstr other_;     // a long name, or one that isn't ASCII
+};
 
 void WriteChild(XmlSink& sink, IUnknown* object) {
     if (auto writer = Query<ISettingsWriter>(object)) std::ignore = writer->WriteXml(&sink);
@@ -52,12 +76,13 @@ void PropertyBase::WriteElement(XmlSink& sink) {
     if (!visit) return;
     WriteExtra();
 
-    const XmlSink::Name name(NameView());
-    sink.AppendBegin(name, NameView());
-    const VARIANT& value = Stored();
+    const XmlName name(name_);
+    sink.Append("<");
+    name.AppendTo(sink);
+    const VARIANT value = Stored();
     const ComPtr<IUnknown> object = ObjectOf(value);
     if (value.vt == VT_DISPATCH || value.vt == VT_UNKNOWN) {
-        if (Bstr text; ObjectText(this, object.get(), text)) {
+        if (Bstr text; ObjectText(this, Values(), object.get(), text)) {
             sink.Append(" value='");
             sink.AppendName(text.View());
             sink.Append("' type='");
@@ -81,9 +106,11 @@ void PropertyBase::WriteElement(XmlSink& sink) {
         else
             WriteChild(sink, child.object());
     }
-    if (const auto extra = ex_data_) WriteChild(sink, extra.get());
+    if (const auto extra = rare_ ? rare_->ex_data : nullptr) WriteChild(sink, extra.get());
 
-    sink.AppendEnd(name, NameView());
+    sink.Append("</");
+    name.AppendTo(sink);
+    sink.Append(">\n");
 }
 
 }  // namespace bv

@@ -52,11 +52,8 @@ STDMETHODIMP SimpleNode::AddObject2(BSTR name, CLSID* pClsID) {
 }
 
 STDMETHODIMP SimpleNode::SelectItem(LONG index) {
-    ComPtr<IUnknown> entry;
-    RETURN_IF_FAILED(Values()->get_Item(index, entry.Put()));
-    const auto item = entry.As<IListItem>();
     Variant value;
-    if (!item || FAILED(item->get_Value(value.Put()))) return E_FAIL;
+    RETURN_IF_FAILED(Values()->ValueAt(size_t(index), value));
     std::ignore = put_Value(value);
     return S_OK;
 }

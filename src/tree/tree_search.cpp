@@ -7,7 +7,7 @@ namespace bv {
 bool TreeSearch::IsIt(const NodeRef& at) const {
     const bool asleep_too = walk_.kind == Walk::kSearchBelow;
     if (const PropertyBase* node = at.own())
-        return SameName(node->NameView(), walk_.name) && (asleep_too || node->IsActive());
+        return node->NameText().Is(walk_.name) && (asleep_too || node->IsActive());
     const auto node = at.node();
     LONG active = 0;
     Bstr name;

@@ -1,15 +1,17 @@
 // The value list and its entries.
-#include <vector>
+#include "tree/value_list.h"
 
-#include "com/byte_block.h"
+#include "com/creation.h"
 #include "com/let_go.h"
-#include "com/object.h"
-#include "com/variant.h"
+#include "tree/property_base.h"
 
 namespace bv {
+
+HRESULT CreateListItem(IUnknown* outer, REFIID iid, void** out);  // below
+
 namespace {
 
-class ListItem : public Dispatch<IListItem>, public SupportsErrors<IListItem>, public ObjectRoot {
+class ListItem : public Dispatch<IListItem>, public SupportsErrors<IListItem>, public ObjectRoot, public Pooled {
 public:
     using Answers = InterfaceMap<IListItem, IBaseObj, IDispatch, ISupportErrorInfo>;
 
@@ -20,15 +22,25 @@ public:
         return value_.CopyTo(pVal);
     }
     STDMETHODIMP SetInfo(BSTR Name, VARIANT pVal) override {
-        label_ = Bstr(View(Name));
-        value_.CopyFrom(pVal);
+        Variant value;
+        value.CopyFrom(pVal);
+        label_.SetCopy(View(Name));
+        value_.Set(std::move(value));
         return S_OK;
     }
-    void FinalRelease() { LetGo(value_); }
+    void FinalRelease() {
+        Variant value = value_.Take();
+        LetGo(value);
+    }
+    /// Takes an entry over.
+    void Become(ValueEntry& entry) {
+        label_.Swap(entry.label);
+        value_.Set(entry.value.Take());
+    }
 
 private:
-    Bstr label_;  // the name and the title
-    Variant value_;
+    NodeText label_;  // the name and the title
+    KeptValue value_;
 };
 
 /// An object becomes VT_UNKNOWN with the pointer that is its identity, whichever interface it arrived
@@ -41,103 +53,178 @@ void ToIdentity(Variant& value) {
     value.punkVal = identity.Detach();
 }
 
-class ListOfValues : public Dispatch<IListOfValues>, public SupportsErrors<IListOfValues>, public ObjectRoot {
-public:
-    using Answers = InterfaceMap<IListOfValues, ICollection, ISupportErrorInfo>;
+}  // namespace
 
-    STDMETHODIMP get_Name(BSTR* pVal) override { return Bstr::CopyTo({}, pVal); }
-    STDMETHODIMP get_Count(LONG* pVal) override;
-    STDMETHODIMP get_Item(LONG Index, IUnknown** pVal) override;
-    STDMETHODIMP get_Text(VARIANT varValue, BSTR* pVal) override;
-    STDMETHODIMP AddNew(BSTR Name, VARIANT var) override;
-    STDMETHODIMP AddObject2(BSTR Name, GUID* pClsID) override;
-    STDMETHODIMP AddObject(GUID* pClsID) override;
-    STDMETHODIMP AddItem(BSTR Name, VARIANT var) override;
-    STDMETHODIMP Clear() override;
-    STDMETHODIMP RemoveByID(int nID) override;
-    void FinalRelease() { std::ignore = Clear(); }
-
-private:
-    std::vector<ComPtr<IListItem>> items_;
-};
-
-STDMETHODIMP ListOfValues::get_Count(LONG* pVal) {
-    if (!pVal) return E_POINTER;
-    *pVal = LONG(items_.size());
+HRESULT ValueEntries::get_Count(LONG* out) const {
+    if (!out) return E_POINTER;
+    *out = LONG(size());
     return S_OK;
 }
 
-STDMETHODIMP ListOfValues::get_Item(LONG Index, IUnknown** pVal) {
-    if (!pVal) return E_POINTER;
-    if (Index < 0 || size_t(Index) >= items_.size()) return E_INVALIDARG;
-    return ComPtr<IUnknown>(items_[size_t(Index)].get()).CopyTo(pVal);
+HRESULT ValueEntries::get_Item(LONG index, IUnknown** out) {
+    if (!out) return E_POINTER;
+    if (index < 0 || size_t(index) >= size()) return E_INVALIDARG;
+    ValueEntry& entry = items_[size_t(index)];
+    if (!entry.object) {
+        RETURN_IF_FAILED(CreateListItem(nullptr, kIid<IListItem>, entry.object.PutVoid()));
+        static_cast<ListItem*>(entry.object.get())->Become(entry);
+    }
+    return ComPtr<IUnknown>(entry.object.get()).CopyTo(out);
 }
 
-STDMETHODIMP ListOfValues::get_Text(VARIANT varValue, BSTR* pVal) {
-    if (!pVal) return E_POINTER;
+HRESULT ValueEntries::ValueAt(size_t index, Variant& value) {
+    if (index >= size()) return E_INVALIDARG;
+    const ComPtr<IListItem> object = items_[index].object;  // a foreign entry may take itself out
+    if (object) return SUCCEEDED(object->get_Value(value.Put())) ? S_OK : E_FAIL;
+    value.CopyFrom(items_[index].value.Lent());
+    return S_OK;
+}
+
+HRESULT ValueEntries::get_Text(const VARIANT& wanted_value, BSTR* out) {
+    if (!out) return E_POINTER;
     Variant wanted;
-    wanted.CopyFrom(varValue);
+    wanted.CopyFrom(wanted_value);
     ToIdentity(wanted);
-    for (size_t i = 0; i < items_.size(); ++i) {
-        const auto item = items_[i];  // a foreign entry may take itself out
+    for (size_t i = 0; i < size(); ++i) {
+        const ComPtr<IListItem> object = items_[i].object;
+        if (!object && !items_[i].value.object()) {
+            if (SameValue(items_[i].value.Lent(), wanted)) return items_[i].label.CopyTo(out);
+            continue;
+        }
         Variant value;
-        if (FAILED(item->get_Value(value.Put()))) continue;
+        if (FAILED(ValueAt(i, value))) continue;
         ToIdentity(value);
-        if (SameValue(value, wanted)) return item->get_Name(pVal);
+        if (!SameValue(value, wanted)) continue;
+        if (object) return object->get_Name(out);
+        if (i < size()) return items_[i].label.CopyTo(out);
     }
     return E_INVALIDARG;
 }
 
-STDMETHODIMP ListOfValues::AddNew(BSTR Name, VARIANT var) {
-    Variant value;
-    value.CopyFrom(var);
-    if (value.vt == VT_DISPATCH) ToIdentity(value);
-    return AddItem(Name, value);
+HRESULT ValueEntries::AddNew(BSTR label, const VARIANT& value) {
+    Variant copy;
+    copy.CopyFrom(value);
+    if (copy.vt == VT_DISPATCH) ToIdentity(copy);
+    return AddItem(label, copy);
 }
 
-STDMETHODIMP ListOfValues::AddItem(BSTR Name, VARIANT var) {
-    if (auto node = Query<IProperty>(ObjectOf(var))) std::ignore = node->put_Active(0);
-    HRESULT status = S_OK;
-    auto item = Create<IListItem>(clsid::ListItem, &status);
-    if (!item) return FAILED(status) ? status : E_FAIL;
-    std::ignore = item->SetInfo(Name, var);
-    return TryAppend(items_, std::move(item)) ? S_OK : E_OUTOFMEMORY;
+HRESULT ValueEntries::AddItem(BSTR label, const VARIANT& value) {
+    if (auto node = Query<IProperty>(ObjectOf(value))) std::ignore = node->put_Active(0);
+    ValueEntry entry;
+    Route route(clsid::ListItem, kAnyServer);
+    if (route.own() == CreateListItem) {
+        Variant copy;
+        copy.CopyFrom(value);
+        entry.label.SetCopy(View(label));
+        entry.value.Set(std::move(copy));
+    } else {
+        RETURN_IF_FAILED(route.Make(kIid<IListItem>, entry.object.PutVoid()));
+        if (!entry.object) return E_FAIL;
+        std::ignore = entry.object->SetInfo(label, value);
+    }
+    return items_.Append(std::move(entry)) ? S_OK : E_OUTOFMEMORY;
 }
 
-STDMETHODIMP ListOfValues::AddObject2(BSTR Name, GUID* pClsID) {
-    if (!pClsID) return E_POINTER;
+HRESULT ValueEntries::AddObject2(BSTR label, const GUID* cls) {
+    if (!cls) return E_POINTER;
     HRESULT status = S_OK;
-    const auto node = Create<IProperty>(*pClsID, &status);
+    const auto node = NodeRef::New(*cls, status).node();
     if (!node) return FAILED(status) ? status : E_FAIL;
-    std::ignore = node->put_Value(Lend(Name));
-    return AddItem(Name, Lend(static_cast<IDispatch*>(node.get())));
+    std::ignore = node->put_Value(Lend(label));
+    return AddItem(label, Lend(static_cast<IDispatch*>(node.get())));
 }
 
-STDMETHODIMP ListOfValues::AddObject(GUID* pClsID) {
-    if (!pClsID) return E_POINTER;
+HRESULT ValueEntries::AddObject(const GUID* cls) {
+    if (!cls) return E_POINTER;
     HRESULT status = S_OK;
-    const auto object = Create<IDispatch>(*pClsID, &status);
+    const auto object = Create<IDispatch>(*cls, &status);
     if (!object) return FAILED(status) ? status : E_FAIL;
     Bstr label;
     if (auto node = object.As<IProperty>()) std::ignore = node->get_Title(label.Put());
     return AddItem(label.get(), Lend(object.get()));
 }
 
+HRESULT ValueEntries::Remove(int index) {
+    if (index < 0 || size_t(index) >= size()) return E_INVALIDARG;
+    const ValueEntry gone = items_.Take(size_t(index));
+    return S_OK;
+}
+
+void ValueEntries::Clear() {
+    const auto gone = std::move(items_);  // an entry's end may ask the list, which is empty by then
+    for (ValueEntry& entry : gone) {
+        LetGo(entry.object);
+        Variant value = entry.value.Take();
+        LetGo(value);
+    }
+}
+
+size_t ValuesRef::size() const {
+    if (own_) return own_->size();
+    LONG count = 0;
+    return SUCCEEDED(foreign_->get_Count(&count)) && count > 0 ? size_t(count) : 0;
+}
+
+HRESULT ValuesRef::ValueAt(size_t index, Variant& value) const {
+    if (own_) return own_->ValueAt(index, value);
+    ComPtr<IUnknown> entry;
+    RETURN_IF_FAILED(foreign_->get_Item(LONG(index), entry.Put()));
+    const auto item = entry.As<IListItem>();
+    return item && SUCCEEDED(item->get_Value(value.Put())) ? S_OK : E_FAIL;
+}
+
+bool ListOfValues::StaysWithOwner() {
+    if (!owner_) return false;
+    if (HasReferrers()) return true;
+    owner_->Forget(*this);
+    entries_ = &own_;
+    return false;
+}
+
+void ListOfValues::EndWithOwner() {
+    owner_ = nullptr;
+    entries_ = &own_;
+    const ComPtr<IListOfValues> last(this);  // its end, if nobody else holds it
+}
+
+// What these call may be foreign and end the node: it stays until they are done.
+
+STDMETHODIMP ListOfValues::get_Text(VARIANT varValue, BSTR* pVal) {
+    const ComPtr<IProperty> kept = Owner();
+    return entries_->get_Text(varValue, pVal);
+}
+
+STDMETHODIMP ListOfValues::AddNew(BSTR Name, VARIANT var) {
+    const ComPtr<IProperty> kept = Owner();
+    return entries_->AddNew(Name, var);
+}
+
+STDMETHODIMP ListOfValues::AddObject2(BSTR Name, GUID* pClsID) {
+    const ComPtr<IProperty> kept = Owner();
+    return entries_->AddObject2(Name, pClsID);
+}
+
+STDMETHODIMP ListOfValues::AddObject(GUID* pClsID) {
+    const ComPtr<IProperty> kept = Owner();
+    return entries_->AddObject(pClsID);
+}
+
+STDMETHODIMP ListOfValues::AddItem(BSTR Name, VARIANT var) {
+    const ComPtr<IProperty> kept = Owner();
+    return entries_->AddItem(Name, var);
+}
+
 STDMETHODIMP ListOfValues::Clear() {
-    auto gone = std::move(items_);  // an entry's end may ask the list, which is empty by then
-    items_.clear();
-    for (auto& item : gone) LetGo(item);
+    const ComPtr<IProperty> kept = Owner();
+    entries_->Clear();
     return S_OK;
 }
 
 STDMETHODIMP ListOfValues::RemoveByID(int nID) {
-    if (nID < 0 || size_t(nID) >= items_.size()) return E_INVALIDARG;
-    const auto gone = std::move(items_[size_t(nID)]);
-    items_.erase(items_.begin() + nID);
-    return S_OK;
+    const ComPtr<IProperty> kept = Owner();
+    return entries_->Remove(nID);
 }
 
-}  // namespace
 BV_CREATOR(ListItem)
 BV_CREATOR(ListOfValues)
 }  // namespace bv

@@ -114,14 +114,6 @@ void XmlSink::Append(std::string_view text) {
     used_ += text.size();
 }
 
-XmlSink::Name::Name(std::wstring_view text) {
-    if (text.find(L'\0') != text.npos) return;
-    const int length = ToNarrowBytes(bytes_, text, int(kRoom));
-    if (length < 0) return;
-    size_ = size_t(length);
-    kept_ = true;
-}
-
 void XmlSink::AppendName(std::wstring_view text) {
     text = text.substr(0, text.find(L'\0'));  // no document can hold one
     const int length = ToNarrowBytes(Room(kTextLimit), text, int(kTextLimit));

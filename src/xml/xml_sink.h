@@ -27,21 +27,6 @@ public:
     STDMETHODIMP Read(void* bytes, ULONG count, ULONG* read) override;
     STDMETHODIMP Write(const void* bytes, ULONG count, ULONG* written) override;
 
-    /// A name in the narrow code page, made once for both ends of an element. A tree may be deep, so only
-    /// names of usual length are kept.
-    class Name {
-    public:
-        explicit Name(std::wstring_view text);
-
-    private:
-        friend class XmlSink;
-        static constexpr size_t kBlock = 16;
-        static constexpr size_t kRoom = 4 * kBlock;
-        size_t size_ = 0;
-        bool kept_ = false;
-        char bytes_[kRoom];  // only the first of them are set
-    };
-
     /// Appends as it stands.
     void Append(std::string_view text);
     template <size_t N>
@@ -49,12 +34,6 @@ public:
         static_assert(N <= kTextLimit);
         std::memcpy(Room(N - 1), literal, N - 1);
         used_ += N - 1;
-    }
-    /// "<name" and "</name>" with a line end. text: what the name was made of.
-    void AppendBegin(const Name& name, std::wstring_view text) { AppendTag("<", name, text); }
-    void AppendEnd(const Name& name, std::wstring_view text) {
-        AppendTag("</", name, text);
-        Append(">\n");
     }
     /// A value and its kind, with the texts before each; behind them the closing quote.
     template <size_t N, size_t M>
@@ -71,8 +50,6 @@ public:
     void Close();
 
 private:
-    template <size_t N>
-    void AppendTag(const char (&bracket)[N], const Name& name, std::wstring_view text);
     void Flush();
     XmlSink() = default;
     ~XmlSink() = default;
@@ -90,20 +67,6 @@ private:
     size_t used_ = 0;
     char buffer_[kCapacity];
 };
-template <size_t N>
-void XmlSink::AppendTag(const char (&bracket)[N], const Name& name, std::wstring_view text) {
-    if (!name.kept_) {
-        Append(bracket);
-        AppendName(text);
-        return;
-    }
-    char* out = Room(N - 1 + Name::kRoom);
-    std::memcpy(out, bracket, N - 1);
-    out += N - 1;
-    // Whole blocks, since a name has one or two: what is copied past its end is written over.
-    for (size_t i = 0; i < name.size_; i += Name::kBlock) std::memcpy(out + i, name.bytes_ + i, Name::kBlock);
-    used_ += N - 1 + name.size_;
-}
 
 template <size_t N, size_t M>
 void XmlSink::AppendTyped(const char (&before)[N], const VARIANT& value, const char (&between)[M]) {

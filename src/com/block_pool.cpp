@@ -1,0 +1,90 @@
+#include "com/block_pool.h"
+
+#include <atomic>
+#include <cstdint>
+#include <cstdlib>
+
+namespace bv {
+namespace {
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kKeeps = false;  // the sanitizer watches each block's end
+#else
+constexpr bool kKeeps = true;
+#endif
+
+constexpr std::size_t kStep = 16;       // sizes are kept apart in steps of so many bytes ...
+constexpr std::size_t kLargest = 320;   // ... up to this one
+constexpr unsigned kMost = 256;         // blocks of a size
+constexpr std::size_t kStripes = 8;     // so that threads seldom meet
+
+struct Kept {
+    Kept* next;
+};
+
+/// Kept blocks by their size. Who meets another thread here goes to the heap and doesn't wait.
+class alignas(64) Stripe {
+public:
+    ~Stripe() {
+        for (auto& list : lists_)
+            while (Kept* block = list.first) {
+                list.first = block->next;
+                std::free(block);
+            }
+    }
+    void* Take(std::size_t place) {
+        Kept* block = nullptr;
+        if (busy_.exchange(true, std::memory_order_acquire)) return nullptr;
+        List& list = lists_[place];
+        if ((block = list.first)) {
+            list.first = block->next;
+            --list.count;
+        }
+        busy_.store(false, std::memory_order_release);
+        return block;
+    }
+    bool Give(std::size_t place, void* memory) {
+        if (busy_.exchange(true, std::memory_order_acquire)) return false;
+        List& list = lists_[place];
+        const bool kept = list.count < kMost;
+        if (kept) {
+            list.first = new (memory) Kept{list.first};
+            ++list.count;
+        }
+        busy_.store(false, std::memory_order_release);
+        return kept;
+    }
+
+private:
+    struct List {
+        Kept* first = nullptr;
+        unsigned count = 0;
+    };
+    std::atomic<bool> busy_{false};
+    List lists_[kLargest / kStep + 1];
+};
+
+Stripe stripes[kStripes];
+
+/// The stripe of this thread: stacks lie a megabyte or more apart.
+Stripe& Mine() {
+    const auto stack = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)) >> 20;
+    return stripes[(stack * 0x9E3779B9u >> 8) % kStripes];
+}
+
+}  // namespace
+
+void* TakeBlock(std::size_t size) noexcept {
+    size = (size + kStep - 1) / kStep * kStep;
+    if (kKeeps && size <= kLargest)
+        if (void* block = Mine().Take(size / kStep)) return block;
+    return std::malloc(size);
+}
+
+void GiveBlock(void* block, std::size_t size) noexcept {
+    size = (size + kStep - 1) / kStep * kStep;
+    if (block && kKeeps && size <= kLargest && Mine().Give(size / kStep, block)) return;
+    std::free(block);
+}
+
+}  // namespace bv

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <utility>
+
+namespace bv {
+
+/// A growing list that takes 8 bytes while it is empty, in an object that exists in great number. T may be moved in
+/// memory as it is. kFirst: room at the first item.
+template <class T, std::uint32_t kFirst>
+class CompactList {
+public:
+    CompactList() = default;
+    CompactList(CompactList&& other) noexcept : head_(std::exchange(other.head_, nullptr)) {}
+    CompactList& operator=(CompactList&& other) noexcept {
+        std::swap(head_, other.head_);
+        return *this;
+    }
+    ~CompactList() {
+        for (T& item : *this) item.~T();
+        std::free(head_);
+    }
+
+    size_t size() const { return head_ ? head_->count : 0; }
+    bool empty() const { return !head_ || head_->count == 0; }
+    T* begin() const { return head_ ? reinterpret_cast<T*>(head_ + 1) : nullptr; }
+    T* end() const { return begin() + size(); }
+    T& operator[](size_t index) const { return begin()[index]; }
+
+    /// False when there is no memory.
+    bool Append(T item) {
+        if (!head_ || head_->count == head_->capacity) {
+            const std::uint32_t capacity = head_ ? head_->capacity * 2 : kFirst;
+            auto* grown = static_cast<Head*>(std::realloc(head_, sizeof(Head) + capacity * sizeof(T)));
+            if (!grown) return false;
+            if (!head_) grown->count = 0;
+            head_ = grown;
+            head_->capacity = capacity;
+        }
+        new (end()) T(std::move(item));
+        ++head_->count;
+        return true;
+    }
+    /// Takes an item out; the caller lets it go when the list is whole again.
+    T Take(size_t index) {
+        T taken = std::move((*this)[index]);
+        T* const place = begin() + index;
+        place->~T();
+        std::memmove(static_cast<void*>(place), place + 1, (size() - index - 1) * sizeof(T));
+        --head_->count;
+        return taken;
+    }
+
+private:
+    struct Head {
+        std::uint32_t count, capacity;
+    };
+    static_assert(alignof(T) <= sizeof(Head));
+    Head* head_ = nullptr;
+};
+
+}  // namespace bv
