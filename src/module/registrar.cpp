@@ -1,5 +1,7 @@
 #include "module/registrar.h"
 
+#include <bv_registry_change.h>
+
 #include <algorithm>
 #include <cstring>
 #include <string>
@@ -137,20 +139,28 @@ HRESULT RegisterServer() try {
     DataModule module;
     std::string path;
     RETURN_IF_FAILED(Prepare(module, path));
+    RegistryChange change;
+    RETURN_IF_FAILED(change.Begin());
+    HRESULT status = S_OK;
     for (const ClassEntry& entry : ClassTable())
-        RETURN_IF_FAILED(RunClassScript(module, path, entry.script, true));
-    return RegisterOwnTypeLib();
+        if (SUCCEEDED(status)) status = RunClassScript(module, path, entry.script, true);
+    if (SUCCEEDED(status)) status = RegisterOwnTypeLib();
+    const HRESULT kept = change.Keep();
+    return FAILED(status) ? status : kept;
 } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
 }
 
 HRESULT UnregisterServer() try {
+    RegistryChange change;
+    if (FAILED(change.Begin())) return S_OK;
     DataModule module;
     std::string path;
     if (SUCCEEDED(Prepare(module, path)))
         for (const ClassEntry& entry : ClassTable())
             std::ignore = RunClassScript(module, path, entry.script, false);
     UnregisterOwnTypeLib();
+    std::ignore = change.Keep();
     return S_OK;
 } catch (const std::bad_alloc&) {
     return S_OK;

@@ -2,7 +2,9 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <utility>
 
@@ -12,6 +14,8 @@ namespace bv::platform {
 namespace {
 
 constexpr int kPatience = 10000;  // ms to wait for another process
+constexpr int kSmallPatience = 1000;
+constexpr std::chrono::seconds kImpatience{2};
 
 constexpr char kSchema[] = R"(
     CREATE TABLE IF NOT EXISTS keys(
@@ -115,6 +119,7 @@ public:
         return bytes ? std::string(static_cast<const char*>(bytes), static_cast<size_t>(size))
                      : std::string();
     }
+    size_t Size(int column) { return static_cast<size_t>(sqlite3_column_bytes(statement_, column)); }
     Value AsValue() { return {Bytes(0), static_cast<DWORD>(Number(1)), Bytes(2)}; }
 
 private:
@@ -140,21 +145,25 @@ private:
 
 void Database::Open() {
     if (db_) return;
+    CheckPatience();
     std::error_code ignored;  // opening tells whether the folder is there
     std::filesystem::create_directories(DatabasePath().parent_path(), ignored);
     try {
         Check(sqlite3_open_v2(DatabasePath().c_str(), &db_,
                               SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr));
-        sqlite3_busy_timeout(db_, kPatience);
         // With a log, readers and a writer don't wait for each other, and a commit doesn't wait for the disk.
         // A file that can't have one, or is just getting one from another process, serves as it is.
+        sqlite3_busy_timeout(db_, kSmallPatience);
         sqlite3_exec(db_, "PRAGMA journal_mode = WAL", nullptr, nullptr, nullptr);
+        sqlite3_busy_timeout(db_, kPatience);
         Run("PRAGMA synchronous = NORMAL");
         Run("PRAGMA trusted_schema = OFF");
-        if (Query(*this, "SELECT 1 FROM sqlite_master WHERE name = 'entries'").Next()) return;
-        Transaction transaction(*this, Transaction::kWrite);
-        Run(kSchema);
-        transaction.Commit();
+        if (!Query(*this, "SELECT 1 FROM sqlite_master WHERE name = 'entries'").Next()) {
+            Step step(*this);
+            Run(kSchema);
+            step.Commit();
+        }
+        FindStamp();
     } catch (const DatabaseError&) {
         Close();
         throw;
@@ -162,13 +171,26 @@ void Database::Open() {
 }
 
 void Database::Close() {
+    log_index_ = nullptr;
+    keep_mirror_ = false;
+    mirror_.Clear();
     for (const auto& [sql, statement] : statements_) sqlite3_finalize(statement);
     statements_.clear();
     sqlite3_close_v2(std::exchange(db_, nullptr));
 }
 
 void Database::Check(int status) {
-    if (status != SQLITE_OK) throw DatabaseError{ErrorOf(status)};
+    if (status == SQLITE_OK) return;
+    const int kind = status & 0xFF;
+    if (kind == SQLITE_BUSY || kind == SQLITE_PROTOCOL)
+        impatient_until_ = std::chrono::steady_clock::now() + kImpatience;
+    throw DatabaseError{ErrorOf(status)};
+}
+
+void Database::CheckPatience() const {
+    if (impatient_until_ != std::chrono::steady_clock::time_point() &&
+        std::chrono::steady_clock::now() < impatient_until_)
+        throw DatabaseError{ErrorOf(SQLITE_BUSY)};
 }
 
 void Database::Run(const char* sql) { Check(sqlite3_exec(db_, sql, nullptr, nullptr, nullptr)); }
@@ -182,25 +204,158 @@ sqlite3_stmt* Database::Prepared(const char* sql) {
     return statement;
 }
 
-Database::Transaction::Transaction(Database& database, Kind kind) : database_(database) {
-    Query(database_, kind == kWrite ? "BEGIN IMMEDIATE" : "BEGIN").Next();
+// --- Steps of writing ---------------------------------------------------------------------------------
+
+Database::Step::Step(Database& database) : database_(database), inner_(database.changing_) {
+    if (!inner_) database_.CheckPatience();
+    Query(database_, inner_ ? "SAVEPOINT step" : "BEGIN IMMEDIATE").Next();
 }
 
-Database::Transaction::~Transaction() {
+Database::Step::~Step() {
+    // Fails when the failure has done so.
     if (open_)
-        sqlite3_exec(database_.db_, "ROLLBACK", nullptr, nullptr,
-                     nullptr);  // fails when the failure has done so
+        sqlite3_exec(database_.db_, inner_ ? "ROLLBACK TO step; RELEASE step" : "ROLLBACK", nullptr, nullptr,
+                     nullptr);
 }
 
-void Database::Transaction::Commit() {
-    Query(database_, "COMMIT").Next();
+void Database::Step::Commit() {
+    Query(database_, inner_ ? "RELEASE step" : "COMMIT").Next();
     open_ = false;
 }
 
-bool Database::Exists(KeyId key) { return Query(*this, "SELECT 1 FROM keys WHERE id = ?", key).Next(); }
+void Database::BeginChange() {
+    Open();
+    CheckPatience();
+    Query(*this, "BEGIN IMMEDIATE").Next();
+    changing_ = true;
+}
+
+void Database::CommitChange() {
+    if (spoilt_ != ERROR_SUCCESS) throw DatabaseError{spoilt_};
+    Query(*this, "COMMIT").Next();
+    changing_ = false;
+}
+
+void Database::Spoil(LONG error) {
+    if (spoilt_ == ERROR_SUCCESS) spoilt_ = error;
+}
+
+// --- Reading ------------------------------------------------------------------------------------------
+
+/// To be called when the file has been read, which makes SQLite open its log.
+void Database::FindStamp() {
+    Query mode(*this, "PRAGMA journal_mode");
+    if (!mode.Next() || mode.Bytes(0) != "wal") return;
+    sqlite3_file* file = nullptr;
+    if (sqlite3_file_control(db_, "main", SQLITE_FCNTL_FILE_POINTER, &file) != SQLITE_OK || !file ||
+        !file->pMethods || file->pMethods->iVersion < 2)
+        return;
+    constexpr int kPage = 32768;  // the unit in which the index is mapped
+    void volatile* page = nullptr;
+    if (file->pMethods->xShmMap(file, 0, kPage, 0, &page) == SQLITE_OK)
+        log_index_ = static_cast<const volatile std::uint32_t*>(page);
+}
+
+bool Database::IsUnchanged() const {
+    return log_index_ && std::equal(mirror_stamp_.begin(), mirror_stamp_.end(), log_index_);
+}
+
+void Database::BeginRead() {
+    if (!keep_mirror_ || !IsUnchanged() || mirror_.IsFull()) {
+        mirror_.Clear();
+        keep_mirror_ = log_index_ != nullptr;
+        if (log_index_) std::copy_n(log_index_, mirror_stamp_.size(), mirror_stamp_.begin());
+    }
+    used_mirror_ = !mirror_.IsEmpty();
+    reading_ = true;
+}
+
+/// From here to the end of the call the file stands still for us.
+void Database::NeedSnapshot() {
+    if (snapshot_) return;
+    CheckPatience();
+    Query(*this, "BEGIN").Next();
+    snapshot_ = true;
+    Query(*this, "SELECT 1 FROM keys WHERE id = 1").Next();  // the first reading takes it
+    if (IsUnchanged()) return;
+    if (used_mirror_) throw Changed{};
+    keep_mirror_ = false;  // it will hold what stands here, which the stamp doesn't tell
+}
+
+void Database::EndRead() {
+    if (snapshot_) Query(*this, "COMMIT").Next();
+    reading_ = snapshot_ = false;
+}
+
+void Database::AbandonRead() {
+    if (snapshot_) sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
+    reading_ = snapshot_ = keep_mirror_ = false;
+}
+
+/// All subkeys; null when the file is to be asked for the one that is needed.
+const Mirror::List<Mirror::Subkey>* Database::SubkeysOf(KeyId key) {
+    if (!reading_) return nullptr;
+    auto& list = mirror_[key].subkeys;
+    if (list.state != list.kRead) NeedSnapshot();
+    if (list.state == list.kUnread) {
+        Query query(*this, "SELECT id, name, folded FROM keys WHERE parent = ? ORDER BY folded LIMIT ?", key,
+                    static_cast<long long>(Mirror::kMostItems + 1));
+        std::vector<Mirror::Subkey> items;
+        while (query.Next()) {
+            items.push_back({query.Bytes(2), query.Bytes(1), query.Number(0)});
+            mirror_.Count(sizeof items.back() + query.Size(1) + query.Size(2));
+        }
+        const bool whole = items.size() <= Mirror::kMostItems;
+        if (whole) list.items = std::move(items);
+        list.state = whole ? list.kRead : list.kTooLong;
+    }
+    return list.state == list.kRead ? &list : nullptr;
+}
+
+/// All values, likewise.
+const Mirror::List<Mirror::Entry>* Database::EntriesOf(KeyId key) {
+    if (!reading_) return nullptr;
+    auto& list = mirror_[key].entries;
+    if (list.state != list.kRead) NeedSnapshot();
+    if (list.state == list.kUnread) {
+        Query query(*this, "SELECT name, type, data, folded FROM entries WHERE key = ? ORDER BY id LIMIT ?",
+                    key, static_cast<long long>(Mirror::kMostItems + 1));
+        std::vector<Mirror::Entry> items;
+        bool whole = true;
+        while (whole && query.Next()) {
+            const size_t size = query.Size(0) + query.Size(2) + query.Size(3);
+            whole = items.size() < Mirror::kMostItems && size <= Mirror::kLongestItem;
+            if (!whole) break;
+            items.push_back({query.Bytes(3), query.AsValue()});
+            mirror_.Count(sizeof items.back() + size);
+        }
+        if (whole) list.items = std::move(items);
+        list.state = whole ? list.kRead : list.kTooLong;
+    }
+    return list.state == list.kRead ? &list : nullptr;
+}
+
+bool Database::Exists(KeyId key) {
+    if (reading_) {
+        std::optional<bool>& exists = mirror_[key].exists;
+        if (exists) return *exists;
+        NeedSnapshot();
+        return *(exists = Query(*this, "SELECT 1 FROM keys WHERE id = ?", key).Next());
+    }
+    return Query(*this, "SELECT 1 FROM keys WHERE id = ?", key).Next();
+}
 
 std::optional<KeyId> Database::Subkey(KeyId parent, std::string_view name) {
     const std::string folded = Fold(name);
+    if (const auto* subkeys = SubkeysOf(parent)) {
+        const auto before = [](const Mirror::Subkey& key, const std::string& wanted) {
+            return key.folded < wanted;
+        };
+        const auto found = std::lower_bound(subkeys->items.begin(), subkeys->items.end(), folded, before);
+        if (found == subkeys->items.end() || found->folded != folded) return std::nullopt;
+        mirror_[found->id].exists = true;
+        return found->id;
+    }
     Query query(*this, "SELECT id FROM keys WHERE parent = ? AND folded = ?", parent,
                 std::string_view(folded));
     return query.Next() ? std::optional<KeyId>(query.Number(0)) : std::nullopt;
@@ -215,6 +370,8 @@ KeyId Database::AddSubkey(KeyId parent, std::string_view name) {
 }
 
 std::optional<std::string> Database::SubkeyAt(KeyId parent, DWORD index) {
+    if (const auto* subkeys = SubkeysOf(parent))
+        return index < subkeys->items.size() ? std::optional(subkeys->items[index].name) : std::nullopt;
     Query query(*this, "SELECT name FROM keys WHERE parent = ? ORDER BY folded LIMIT 1 OFFSET ?", parent,
                 static_cast<long long>(index));
     return query.Next() ? std::optional<std::string>(query.Bytes(0)) : std::nullopt;
@@ -222,6 +379,10 @@ std::optional<std::string> Database::SubkeyAt(KeyId parent, DWORD index) {
 
 std::vector<std::string> Database::Subkeys(KeyId parent) {
     std::vector<std::string> names;
+    if (const auto* subkeys = SubkeysOf(parent)) {
+        for (const Mirror::Subkey& subkey : subkeys->items) names.push_back(subkey.name);
+        return names;
+    }
     Query query(*this, "SELECT name FROM keys WHERE parent = ? ORDER BY folded", parent);
     while (query.Next()) names.push_back(query.Bytes(0));
     return names;
@@ -239,12 +400,19 @@ void Database::EmptyKey(KeyId key) {
 
 std::optional<Value> Database::Find(KeyId key, std::string_view name) {
     const std::string folded = Fold(name);
+    if (const auto* entries = EntriesOf(key)) {
+        for (const Mirror::Entry& entry : entries->items)
+            if (entry.folded == folded) return entry.value;
+        return std::nullopt;
+    }
     Query query(*this, "SELECT name, type, data FROM entries WHERE key = ? AND folded = ?", key,
                 std::string_view(folded));
     return query.Next() ? std::optional<Value>(query.AsValue()) : std::nullopt;
 }
 
 std::optional<Value> Database::ValueAt(KeyId key, DWORD index) {
+    if (const auto* entries = EntriesOf(key))
+        return index < entries->items.size() ? std::optional(entries->items[index].value) : std::nullopt;
     Query query(*this, "SELECT name, type, data FROM entries WHERE key = ? ORDER BY id LIMIT 1 OFFSET ?", key,
                 static_cast<long long>(index));
     return query.Next() ? std::optional<Value>(query.AsValue()) : std::nullopt;
@@ -252,6 +420,10 @@ std::optional<Value> Database::ValueAt(KeyId key, DWORD index) {
 
 std::vector<Value> Database::Values(KeyId key) {
     std::vector<Value> values;
+    if (const auto* entries = EntriesOf(key)) {
+        for (const Mirror::Entry& entry : entries->items) values.push_back(entry.value);
+        return values;
+    }
     Query query(*this, "SELECT name, type, data FROM entries WHERE key = ? ORDER BY id", key);
     while (query.Next()) values.push_back(query.AsValue());
     return values;

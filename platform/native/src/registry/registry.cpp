@@ -1,7 +1,9 @@
 // The registry calls: handles, and the narrow and wide forms of names and texts, over the database.
+#include <bv_registry_change.h>
 #include <windows.h>
 
 #include <algorithm>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <unordered_map>
@@ -17,68 +19,106 @@ namespace {
 constexpr size_t kLongestKeyName = 255;
 constexpr size_t kLongestValueName = 16383;
 
+/// What all threads share. It never ends, since modules write to it until theirs; the file is closed with the
+/// process, or opened once more.
 struct Registry {
-    std::mutex mutex;
+    std::mutex mutex;  // of the database
     Database database;
-    std::unordered_map<ULONG_PTR, KeyId> handles;
-    ULONG_PTR last_handle = 0;
 
-    /// Never ends, since modules write to it until theirs; the file is closed with the process, or opened
-    /// once more.
     static Registry& Get() {
         static auto& registry = *new Registry;
         return registry;
     }
 };
 
+/// The keys that are open. Never waits for the file.
+struct Handles {
+    std::mutex mutex;
+    std::unordered_map<ULONG_PTR, KeyId> keys;
+    ULONG_PTR last = 0;
+
+    static Handles& Get() {
+        static auto& handles = *new Handles;
+        return handles;
+    }
+};
+
+/// One thread's change, on a connection of its own.
+struct Change {
+    Database database;
+    int depth = 1;
+};
+thread_local Change* this_change __attribute__((tls_model("initial-exec"))) = nullptr;
+
 __attribute__((destructor)) void CloseFile() {
     std::lock_guard lock(Registry::Get().mutex);
     Registry::Get().database.Close();
 }
 
-/// A failure of the call on its way out: a system error code.
-struct Refused {
-    LONG code;
-};
-
-/// Runs one call: locked, the database open, failures made status codes.
+/// Runs a part of a call; what it throws becomes its status.
 template <class Body>
-LONG Call(Database::Transaction::Kind kind, Body body) {
+LONG Guarded(Body body) {
     try {
-        Registry& registry = Registry::Get();
-        std::lock_guard lock(registry.mutex);
-        registry.database.Open();
-        Database::Transaction transaction(registry.database, kind);
-        body(registry);
-        transaction.Commit();
-        return ERROR_SUCCESS;
-    } catch (const Refused& refused) {
-        return refused.code;
+        return body();
     } catch (const DatabaseError& error) {
         return error.code;
     } catch (const std::bad_alloc&) {
         return ERROR_OUTOFMEMORY;
     }
 }
-constexpr auto kRead = Database::Transaction::kRead;
-constexpr auto kWrite = Database::Transaction::kWrite;
 
-KeyId KeyOf(Registry& registry, HKEY handle) {
-    if (handle == HKEY_CLASSES_ROOT) return kClassesRoot;
-    if (handle == HKEY_CURRENT_USER) return kCurrentUser;
-    if (handle == HKEY_LOCAL_MACHINE) return kLocalMachine;
-    if (handle == HKEY_USERS) return kUsers;
-    if (handle == HKEY_CURRENT_CONFIG) return kCurrentConfig;
-    const auto found = registry.handles.find(reinterpret_cast<ULONG_PTR>(handle));
-    if (found == registry.handles.end()) throw Refused{ERROR_INVALID_HANDLE};
-    if (!registry.database.Exists(found->second)) throw Refused{ERROR_KEY_DELETED};
-    return found->second;
+/// Runs a call's body, which gives its status, on the database that is this thread's now.
+template <class Body>
+LONG Call(Body body) {
+    return Guarded([&]() -> LONG {
+        if (this_change) return body(this_change->database);
+        Registry& registry = Registry::Get();
+        std::lock_guard lock(registry.mutex);
+        registry.database.Open();
+        return body(registry.database);
+    });
+}
+template <class Body>
+LONG Read(Body body) {
+    return Call([&](Database& database) { return database.Read([&] { return body(database); }); });
+}
+template <class Body>
+LONG Write(Body body) {
+    return Call([&](Database& database) { return database.Write([&] { return body(database); }); });
 }
 
-HKEY NewHandle(Registry& registry, KeyId key) {
-    registry.last_handle += 4;
-    registry.handles.emplace(registry.last_handle, key);
-    return reinterpret_cast<HKEY>(registry.last_handle);
+#define RETURN_IF_ERROR(expression)                                                   \
+    do {                                                                              \
+        if (const LONG error_ = (expression); error_ != ERROR_SUCCESS) return error_; \
+    } while (false)
+
+LONG KeyOf(Database& database, HKEY handle, KeyId& key) {
+    const std::pair<HKEY, KeyId> roots[] = {{HKEY_CLASSES_ROOT, kClassesRoot},
+                                            {HKEY_CURRENT_USER, kCurrentUser},
+                                            {HKEY_LOCAL_MACHINE, kLocalMachine},
+                                            {HKEY_USERS, kUsers},
+                                            {HKEY_CURRENT_CONFIG, kCurrentConfig}};
+    for (const auto& [root, id] : roots)
+        if (handle == root) {
+            key = id;
+            return ERROR_SUCCESS;
+        }
+    {
+        Handles& handles = Handles::Get();
+        std::lock_guard lock(handles.mutex);
+        const auto found = handles.keys.find(reinterpret_cast<ULONG_PTR>(handle));
+        if (found == handles.keys.end()) return ERROR_INVALID_HANDLE;
+        key = found->second;
+    }
+    return database.Exists(key) ? ERROR_SUCCESS : ERROR_KEY_DELETED;
+}
+
+HKEY NewHandle(KeyId key) {
+    Handles& handles = Handles::Get();
+    std::lock_guard lock(handles.mutex);
+    handles.last += 4;
+    handles.keys.emplace(handles.last, key);
+    return reinterpret_cast<HKEY>(handles.last);
 }
 
 // --- Forms of text ------------------------------------------------------------------------------------
@@ -124,173 +164,196 @@ std::string DataOut(const Value& value) {
 
 /// Gives type and content by the rules of RegQueryValueEx.
 template <class Char>
-void CopyValue(const Value& value, LPDWORD type, LPBYTE data, LPDWORD size) {
-    if (data && !size) throw Refused{ERROR_INVALID_PARAMETER};
+LONG CopyValue(const Value& value, LPDWORD type, LPBYTE data, LPDWORD size) {
+    if (data && !size) return ERROR_INVALID_PARAMETER;
     if (type) *type = value.type;
-    if (!size) return;
+    if (!size) return ERROR_SUCCESS;
     const std::string bytes = DataOut<Char>(value);
     const DWORD room = *size;
     *size = static_cast<DWORD>(bytes.size());
-    if (!data) return;
-    if (room < bytes.size()) throw Refused{ERROR_MORE_DATA};
+    if (!data) return ERROR_SUCCESS;
+    if (room < bytes.size()) return ERROR_MORE_DATA;
     std::copy(bytes.begin(), bytes.end(), data);
+    return ERROR_SUCCESS;
 }
 
 /// Gives a name. *length: in: characters in the buffer, out: in the name.
 template <class Char>
-void CopyName(std::string_view name, Char* buffer, LPDWORD length) {
-    if (!buffer || !length) throw Refused{ERROR_INVALID_PARAMETER};
+LONG CopyName(std::string_view name, Char* buffer, LPDWORD length) {
+    if (!buffer || !length) return ERROR_INVALID_PARAMETER;
     const std::basic_string<Char> text = Form<Char>::Out(name);
-    if (*length <= text.size()) throw Refused{ERROR_MORE_DATA};
+    if (*length <= text.size()) return ERROR_MORE_DATA;
     std::copy_n(text.c_str(), text.size() + 1, buffer);
     *length = static_cast<DWORD>(text.size());
+    return ERROR_SUCCESS;
 }
 
 // --- Paths of keys ------------------------------------------------------------------------------------
 
-/// The names in a path; a backslash too many counts for nothing.
-std::vector<std::string> NamesIn(std::string_view path) {
-    std::vector<std::string> names;
-    while (!path.empty()) {
-        const size_t end = std::min(path.find('\\'), path.size());
-        if (end > 0) names.emplace_back(path.substr(0, end));
-        path.remove_prefix(std::min(end + 1, path.size()));
-    }
-    return names;
+/// Takes the first name off a path, empty at the end. A backslash too many counts for nothing.
+std::string_view NextName(std::string_view& path) {
+    path.remove_prefix(std::min(path.find_first_not_of('\\'), path.size()));
+    const std::string_view name = path.substr(0, path.find('\\'));
+    path.remove_prefix(name.size());
+    return name;
 }
 
-std::optional<KeyId> Walk(Registry& registry, HKEY handle, const std::vector<std::string>& names) {
-    KeyId key = KeyOf(registry, handle);
-    for (const std::string& name : names) {
-        const std::optional<KeyId> next = registry.database.Subkey(key, name);
-        if (!next) return std::nullopt;
+/// ERROR_FILE_NOT_FOUND when there is no such key.
+LONG Walk(Database& database, HKEY handle, std::string_view path, KeyId& key) {
+    RETURN_IF_ERROR(KeyOf(database, handle, key));
+    for (std::string_view name = NextName(path); !name.empty(); name = NextName(path)) {
+        const std::optional<KeyId> next = database.Subkey(key, name);
+        if (!next) return ERROR_FILE_NOT_FOUND;
         key = *next;
     }
-    return key;
-}
-
-KeyId Existing(Registry& registry, HKEY handle, const std::string& path) {
-    const std::optional<KeyId> key = Walk(registry, handle, NamesIn(path));
-    if (!key) throw Refused{ERROR_FILE_NOT_FOUND};
-    return *key;
+    return ERROR_SUCCESS;
 }
 
 // --- The calls, for either form -----------------------------------------------------------------------
 
+/// Runs `call`, which fills in the handle; none is left after a failure.
+template <class Call>
+LONG Giving(PHKEY result, Call call) {
+    *result = nullptr;
+    const LONG status = call();
+    if (status != ERROR_SUCCESS && *result) RegCloseKey(std::exchange(*result, nullptr));
+    return status;
+}
+
 template <class Char>
 LONG Open(HKEY handle, const Char* path, PHKEY result) {
     if (!result) return ERROR_INVALID_PARAMETER;
-    *result = nullptr;
-    return Call(kRead, [&](Registry& registry) {
-        *result = NewHandle(registry, Existing(registry, handle, NameIn(path)));
+    return Giving(result, [&] {
+        return Read([&](Database& database) -> LONG {
+            KeyId key = 0;
+            RETURN_IF_ERROR(Walk(database, handle, NameIn(path), key));
+            *result = NewHandle(key);
+            return ERROR_SUCCESS;
+        });
     });
+}
+
+/// Makes what is missing of the path.
+template <class Char>
+LONG Make(Database& database, HKEY handle, const Char* path, PHKEY result, DWORD& how) {
+    KeyId key = 0;
+    RETURN_IF_ERROR(KeyOf(database, handle, key));
+    const std::string names = NameIn(path);
+    std::string_view rest = names;
+    for (std::string_view name = NextName(rest); !name.empty(); name = NextName(rest)) {
+        if (ToWide(name).size() > kLongestKeyName) return ERROR_INVALID_PARAMETER;
+        const std::optional<KeyId> next = database.Subkey(key, name);
+        how = next ? REG_OPENED_EXISTING_KEY : REG_CREATED_NEW_KEY;
+        key = next ? *next : database.AddSubkey(key, name);
+    }
+    *result = NewHandle(key);
+    return ERROR_SUCCESS;
 }
 
 template <class Char>
 LONG Create(HKEY handle, const Char* path, PHKEY result, LPDWORD disposition) {
     if (!result || !path) return ERROR_INVALID_PARAMETER;
-    *result = nullptr;
-    std::optional<KeyId> key;
-    const auto give = [&](Registry& registry, DWORD how) {
-        *result = NewHandle(registry, *key);
-        if (disposition) *disposition = how;
-    };
-    const LONG status = Call(kRead, [&](Registry& registry) {  // most creations find the key there
-        key = Walk(registry, handle, NamesIn(NameIn(path)));
-        if (key) give(registry, REG_OPENED_EXISTING_KEY);
-    });
-    if (status != ERROR_SUCCESS || key) return status;
-    const LONG written = Call(kWrite, [&](Registry& registry) {
-        bool made = false;
-        key = KeyOf(registry, handle);
-        for (const std::string& name : NamesIn(NameIn(path))) {
-            if (ToWide(name).size() > kLongestKeyName) throw Refused{ERROR_INVALID_PARAMETER};
-            const std::optional<KeyId> next = registry.database.Subkey(*key, name);
-            made = !next;
-            key = next ? *next : registry.database.AddSubkey(*key, name);
-        }
-        give(registry, made ? REG_CREATED_NEW_KEY : REG_OPENED_EXISTING_KEY);
-    });
-    if (written != ERROR_SUCCESS && *result) RegCloseKey(std::exchange(*result, nullptr));
-    return written;
+    DWORD how = REG_OPENED_EXISTING_KEY;
+    LONG status = Open(handle, path, result);  // most creations find the key there
+    if (status == ERROR_FILE_NOT_FOUND)
+        status = Giving(result, [&] {
+            return Write([&](Database& database) { return Make(database, handle, path, result, how); });
+        });
+    if (status == ERROR_SUCCESS && disposition) *disposition = how;
+    return status;
 }
 
 template <class Char>
 LONG DeleteKey(HKEY handle, const Char* path) {
     if (!path) return ERROR_INVALID_PARAMETER;
-    return Call(kWrite, [&](Registry& registry) {
-        const KeyId key = Existing(registry, handle, NameIn(path));
-        if (key <= kLastRoot || registry.database.SubkeyAt(key, 0)) throw Refused{ERROR_ACCESS_DENIED};
-        registry.database.DeleteKey(key);
+    return Write([&](Database& database) -> LONG {
+        KeyId key = 0;
+        RETURN_IF_ERROR(Walk(database, handle, NameIn(path), key));
+        if (key <= kLastRoot || database.SubkeyAt(key, 0)) return ERROR_ACCESS_DENIED;
+        database.DeleteKey(key);
+        return ERROR_SUCCESS;
     });
 }
 
 template <class Char>
 LONG DeleteTree(HKEY handle, const Char* path) {
-    const std::string names = NameIn(path);
-    return Call(kWrite, [&](Registry& registry) {
-        const KeyId key = Existing(registry, handle, names);
-        if (!names.empty() && key <= kLastRoot) throw Refused{ERROR_ACCESS_DENIED};
-        registry.database.EmptyKey(key);
-        if (!names.empty()) registry.database.DeleteKey(key);
+    return Write([&](Database& database) -> LONG {
+        const std::string names = NameIn(path);
+        KeyId key = 0;
+        RETURN_IF_ERROR(Walk(database, handle, names, key));
+        if (!names.empty() && key <= kLastRoot) return ERROR_ACCESS_DENIED;
+        database.EmptyKey(key);
+        if (!names.empty()) database.DeleteKey(key);
+        return ERROR_SUCCESS;
     });
 }
 
 template <class Char>
 LONG DeleteValue(HKEY handle, const Char* name) {
-    return Call(kWrite, [&](Registry& registry) {
-        if (!registry.database.DeleteValue(KeyOf(registry, handle), NameIn(name)))
-            throw Refused{ERROR_FILE_NOT_FOUND};
+    return Write([&](Database& database) -> LONG {
+        KeyId key = 0;
+        RETURN_IF_ERROR(KeyOf(database, handle, key));
+        return database.DeleteValue(key, NameIn(name)) ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
     });
 }
 
 template <class Char>
 LONG SetValue(HKEY handle, const Char* name, DWORD type, const BYTE* data, DWORD size) {
     if (!data && size > 0) return ERROR_INVALID_PARAMETER;
-    return Call(kWrite, [&](Registry& registry) {
-        Value value = {NameIn(name), type, DataIn<Char>(type, data, data ? size : 0)};
-        if (ToWide(value.name).size() > kLongestValueName) throw Refused{ERROR_INVALID_PARAMETER};
-        registry.database.SetValue(KeyOf(registry, handle), value);
+    return Write([&](Database& database) -> LONG {
+        const Value value = {NameIn(name), type, DataIn<Char>(type, data, data ? size : 0)};
+        if (ToWide(value.name).size() > kLongestValueName) return ERROR_INVALID_PARAMETER;
+        KeyId key = 0;
+        RETURN_IF_ERROR(KeyOf(database, handle, key));
+        database.SetValue(key, value);
+        return ERROR_SUCCESS;
     });
 }
 
 template <class Char>
 LONG QueryValue(HKEY handle, const Char* name, LPDWORD type, LPBYTE data, LPDWORD size) {
-    return Call(kRead, [&](Registry& registry) {
-        const std::optional<Value> value = registry.database.Find(KeyOf(registry, handle), NameIn(name));
-        if (!value) throw Refused{ERROR_FILE_NOT_FOUND};
-        CopyValue<Char>(*value, type, data, size);
+    return Read([&](Database& database) -> LONG {
+        KeyId key = 0;
+        RETURN_IF_ERROR(KeyOf(database, handle, key));
+        const std::optional<Value> value = database.Find(key, NameIn(name));
+        return value ? CopyValue<Char>(*value, type, data, size) : ERROR_FILE_NOT_FOUND;
     });
 }
 
 template <class Char>
 LONG EnumKey(HKEY handle, DWORD index, Char* name, LPDWORD length, PFILETIME written) {
-    return Call(kRead, [&](Registry& registry) {
-        const std::optional<std::string> found = registry.database.SubkeyAt(KeyOf(registry, handle), index);
-        if (!found) throw Refused{ERROR_NO_MORE_ITEMS};
-        CopyName(*found, name, length);
+    return Read([&](Database& database) -> LONG {
+        KeyId key = 0;
+        RETURN_IF_ERROR(KeyOf(database, handle, key));
+        const std::optional<std::string> found = database.SubkeyAt(key, index);
+        if (!found) return ERROR_NO_MORE_ITEMS;
+        RETURN_IF_ERROR(CopyName(*found, name, length));
         if (written) *written = {};
+        return ERROR_SUCCESS;
     });
 }
 
 template <class Char>
 LONG EnumValue(HKEY handle, DWORD index, Char* name, LPDWORD length, LPDWORD type, LPBYTE data,
                LPDWORD size) {
-    return Call(kRead, [&](Registry& registry) {
-        const std::optional<Value> found = registry.database.ValueAt(KeyOf(registry, handle), index);
-        if (!found) throw Refused{ERROR_NO_MORE_ITEMS};
-        CopyName(found->name, name, length);
-        CopyValue<Char>(*found, type, data, size);
+    return Read([&](Database& database) -> LONG {
+        KeyId key = 0;
+        RETURN_IF_ERROR(KeyOf(database, handle, key));
+        const std::optional<Value> found = database.ValueAt(key, index);
+        if (!found) return ERROR_NO_MORE_ITEMS;
+        RETURN_IF_ERROR(CopyName(found->name, name, length));
+        return CopyValue<Char>(*found, type, data, size);
     });
 }
 
 template <class Char>
 LONG QueryInfo(HKEY handle, LPDWORD subkeys, LPDWORD longest_subkey, LPDWORD longest_class, LPDWORD values,
                LPDWORD longest_name, LPDWORD longest_value, LPDWORD security_size, PFILETIME written) {
-    return Call(kRead, [&](Registry& registry) {
-        const KeyId key = KeyOf(registry, handle);
-        const std::vector<std::string> names = registry.database.Subkeys(key);
-        const std::vector<Value> entries = registry.database.Values(key);
+    return Read([&](Database& database) -> LONG {
+        KeyId key = 0;
+        RETURN_IF_ERROR(KeyOf(database, handle, key));
+        const std::vector<std::string> names = database.Subkeys(key);
+        const std::vector<Value> entries = database.Values(key);
         const auto longest = [](const auto& items, auto size) {
             size_t result = 0;
             for (const auto& item : items) result = std::max(result, size(item));
@@ -308,12 +371,33 @@ LONG QueryInfo(HKEY handle, LPDWORD subkeys, LPDWORD longest_subkey, LPDWORD lon
         give(longest_value, longest(entries, [](const Value& value) { return DataOut<Char>(value).size(); }));
         give(security_size, 0);
         if (written) *written = {};
+        return ERROR_SUCCESS;
     });
 }
 
 }  // namespace
 
 extern "C" {
+
+LONG BvBeginRegistryChange() {
+    if (this_change) return ++this_change->depth, ERROR_SUCCESS;
+    return Guarded([]() -> LONG {
+        auto change = std::make_unique<Change>();
+        change->database.BeginChange();
+        this_change = change.release();
+        return ERROR_SUCCESS;
+    });
+}
+
+LONG BvEndRegistryChange(BOOL keep) {
+    if (!this_change) return ERROR_INVALID_HANDLE;
+    if (!keep) this_change->database.Spoil(ERROR_CANCELLED);
+    if (--this_change->depth > 0) return ERROR_SUCCESS;
+    const std::unique_ptr<Change> change(
+        std::exchange(this_change, nullptr));  // its end takes back what is open
+    return keep ? Guarded([&]() -> LONG { return change->database.CommitChange(), ERROR_SUCCESS; })
+                : ERROR_SUCCESS;
+}
 
 LONG RegOpenKeyExA(HKEY key, LPCSTR path, DWORD, REGSAM, PHKEY result) { return Open(key, path, result); }
 LONG RegOpenKeyExW(HKEY key, LPCWSTR path, DWORD, REGSAM, PHKEY result) { return Open(key, path, result); }
@@ -330,9 +414,9 @@ LONG RegCreateKeyExW(HKEY key, LPCWSTR path, DWORD, LPWSTR, DWORD, REGSAM, LPSEC
 LONG RegCloseKey(HKEY key) {
     if (reinterpret_cast<ULONG_PTR>(key) >= reinterpret_cast<ULONG_PTR>(HKEY_CLASSES_ROOT))
         return ERROR_SUCCESS;
-    Registry& registry = Registry::Get();
-    std::lock_guard lock(registry.mutex);
-    return registry.handles.erase(reinterpret_cast<ULONG_PTR>(key)) ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
+    Handles& handles = Handles::Get();
+    std::lock_guard lock(handles.mutex);
+    return handles.keys.erase(reinterpret_cast<ULONG_PTR>(key)) ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
 }
 
 LONG RegDeleteKeyA(HKEY key, LPCSTR path) { return DeleteKey(key, path); }

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <clocale>
 #include <cwctype>
 
@@ -97,6 +98,12 @@ std::string Utf8ToNarrow(std::string_view text) {
 std::string Fold(std::string_view text) {
     std::string result;
     result.reserve(text.size());
+    const auto is_ascii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+    const auto plain = std::find_if_not(text.begin(), text.end(), is_ascii) - text.begin();
+    result.assign(text.substr(0, static_cast<size_t>(plain)));
+    for (char& c : result)
+        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+    text.remove_prefix(static_cast<size_t>(plain));
     while (!text.empty()) {
         const Decoded next = Decode(text);
         if (next.length) {
