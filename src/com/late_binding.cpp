@@ -15,6 +15,7 @@ constexpr size_t kMaxInterfaces = 32;  // dual ones of the server; the library d
 struct Delicate {
     MEMBERID id;
     WORD kinds;
+    UINT parameters;          // how many it has
     std::vector<UINT> bytes;  // the places of parameters that point to bytes; another argument says how many
     bool variants;            // takes a VARIANT by value
 };
@@ -39,7 +40,7 @@ public:
 void FindDelicate(ITypeInfo* type, std::vector<Delicate>& found) {
     FUNCDESC* function = nullptr;
     for (UINT i = 0; SUCCEEDED(type->GetFuncDesc(i, &function)); ++i) {
-        Delicate operation = {function->memid, WORD(function->invkind), {}, false};
+        Delicate operation = {function->memid, WORD(function->invkind), UINT(function->cParams), {}, false};
         for (int place = 0; place < function->cParams; ++place) {
             const TYPEDESC& kind = function->lprgelemdescParam[place].tdesc;
             if (kind.vt == VT_VARIANT) operation.variants = true;
@@ -103,7 +104,7 @@ public:
     HRESULT CheckBytes(const std::vector<UINT>& places, UINT* bad) const {
         if (passed_.cNamedArgs > 0) return DISP_E_NONAMEDARGS;
         for (const UINT place : places) {
-            if (place >= passed_.cArgs) continue;  // their count is the system's to check
+            if (place >= passed_.cArgs) continue;  // the system sees what is missing
             const UINT index = passed_.cArgs - 1 - place;
             const VARIANT& argument = passed_.rgvarg[index];
             if (V_VT(&argument) == (VT_BYREF | VT_UI1) && argument.pbVal) continue;
@@ -147,6 +148,8 @@ HRESULT InvokeOn(IDispatch* object, REFIID iid, DISPID id, LCID locale, WORD fla
     Arguments arguments(*parameters);
     for (const Delicate& operation : found->delicate) {
         if (operation.id != id || !(operation.kinds & flags)) continue;
+        // Some systems pass over what is too much; here it would be taken for what it isn't.
+        if (parameters->cArgs > operation.parameters) return DISP_E_BADPARAMCOUNT;
         if (operation.variants) RETURN_IF_FAILED(arguments.CopyReferences());
         if (!operation.bytes.empty()) RETURN_IF_FAILED(arguments.CheckBytes(operation.bytes, bad_argument));
         break;
