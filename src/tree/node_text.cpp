@@ -1,6 +1,7 @@
 #include "tree/node_text.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 
 namespace bv {
@@ -8,14 +9,14 @@ namespace {
 
 /// Copies what are ASCII characters without a zero, a byte each. False if one isn't.
 bool Pack(std::wstring_view text, char* out) {
-    wchar_t all = 0;
+    std::uint32_t all = 0;  // wchar_t has a sign on some systems
     bool zero = false;
     for (size_t i = 0; i < text.size(); ++i) {
-        all |= text[i];
+        all |= std::uint32_t(text[i]);
         zero |= text[i] == 0;
         out[i] = char(text[i]);
     }
-    return all < 0x80 && all >= 0 && !zero;
+    return all < 0x80 && !zero;
 }
 
 wchar_t ToUpper(wchar_t c) { return c >= L'a' && c <= L'z' ? wchar_t(c - L'a' + L'A') : c; }
