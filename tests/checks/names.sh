@@ -7,7 +7,7 @@ for file in "$1"/bvhost "$1"/*.so "$1"/*_tests; do
     [ -f "$file" ] || continue
     found=1
     # std::codecvt<wchar_t, char, mbstate_t>
-    if nm -D --undefined-only "$file" | grep -q '7codecvtIwc'; then
+    if nm -D --undefined-only "$file" | grep '7codecvtIwc' >/dev/null; then
         echo "$file converts a std::wstring to a std::filesystem::path, or back"
         failed=1
     fi

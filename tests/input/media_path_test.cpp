@@ -375,7 +375,7 @@ TEST_F(MediaPathTest, AnInputThatIsSwitchedOffActsOnItsOwnIndexAndCuts) {
     for (const Node& node : inputs) {
         ASSERT_EQ(media.map()->InsertProperty(node.get()), S_OK);
         node.Give(media.dispatch());
-        ASSERT_EQ(node.Put(Str(Source("a.avi", 300).wstring())), S_OK);
+        ASSERT_EQ(node.Put(Str(WideName(Source("a.avi", 300)))), S_OK);
         ASSERT_EQ(node.Child(0).As<ITimelines>()->AddTimeline(1, 2, nullptr), S_OK);
         PutBlob(node, "index");
     }

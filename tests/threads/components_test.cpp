@@ -5,6 +5,7 @@
 
 #include "platform/probe.h"
 #include "support/doubles.h"
+#include "support/names.h"
 #include "support/node.h"
 
 namespace bv::test {
@@ -38,8 +39,8 @@ void ExpectGone() {
 
 TEST(ComponentThreadsTest, TreesStandWhileClassesAndModulesComeAndGo) {
     const std::filesystem::path other =
-        TempFolder() / ("Other" + (BinFolder() / kModuleFile).extension().string());
-    std::filesystem::copy_file(BinFolder() / kModuleFile, other);
+        TempFolder() / ("Other" + (BinFolder() / PathOf(kModuleFile)).extension().string());
+    std::filesystem::copy_file(BinFolder() / PathOf(kModuleFile), other);
     const auto settings = [] {
         const Node root = CreateNode(clsid::PropertyMain);
         EXPECT_EQ(root.Find(L"Mode").Put(I4(2)), S_OK);
@@ -62,11 +63,11 @@ TEST(ComponentThreadsTest, TreesStandWhileClassesAndModulesComeAndGo) {
         EXPECT_EQ(create(kNoClass), REGDB_E_CLASSNOTREG);
         GUID stranger = {};  // brings the other module, which doesn't know it
         ASSERT_EQ(CoCreateGuid(&stranger), S_OK);
-        const TestClass registered(stranger, other.wstring());
+        const TestClass registered(stranger, WideName(other));
         EXPECT_TRUE(FAILED(create(stranger)));
         CoFreeUnusedLibrariesEx(0, 0);
         CoFreeUnusedLibrariesEx(0, 0);
-        EXPECT_EQ(GetModuleHandleW(other.wstring().c_str()), nullptr);
+        EXPECT_EQ(GetModuleHandleW(WideName(other).c_str()), nullptr);
     });
 }
 
@@ -79,7 +80,7 @@ TEST(ComponentThreadsTest, ALastReleaseReturnsBeforeItsModuleGoes) {
 }
 
 TEST(ComponentThreadsTest, AHeldClassObjectKeepsTheModule) {
-    const HMODULE module = LoadLibraryW((BinFolder() / kModuleFile).wstring().c_str());
+    const HMODULE module = LoadLibraryW(WideName(BinFolder() / PathOf(kModuleFile)).c_str());
     ASSERT_NE(module, nullptr);
     const auto can_unload = reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(
         reinterpret_cast<void*>(GetProcAddress(module, "DllCanUnloadNow")));

@@ -9,6 +9,7 @@
 
 #include "platform/probe.h"
 #include "support/doubles.h"
+#include "support/names.h"
 
 namespace bv::test {
 namespace {
@@ -26,7 +27,7 @@ void Create(const CLSID& id) {
 }
 
 TEST(ClassEpoch, MovesWhenAClassMayLeadElsewhere) {
-    const TestClass registered(kProbe, ProbePath().wstring());
+    const TestClass registered(kProbe, WideName(ProbePath()));
     Double factory;
     DWORD cookie = 0;
     const auto enlist = [&](DWORD flags) {
@@ -59,8 +60,8 @@ TEST(ClassEpoch, MovesWhenAClassMayLeadElsewhere) {
 }
 
 TEST(ClassEpoch, AModuleGoesAfterATimeOfGrace) {
-    const TestClass registered(kProbe, ProbePath().wstring());
-    const auto loaded = [] { return GetModuleHandleW(ProbePath().wstring().c_str()) != nullptr; };
+    const TestClass registered(kProbe, WideName(ProbePath()));
+    const auto loaded = [] { return GetModuleHandleW(WideName(ProbePath()).c_str()) != nullptr; };
     CoFreeUnusedLibrariesEx(0, 0);
     Create(kProbe);
     std::thread([&] {

@@ -11,6 +11,7 @@
 
 #include "automation/typelib_format.h"
 #include "support/environment.h"
+#include "support/names.h"
 
 namespace {
 
@@ -55,7 +56,7 @@ TEST(TypeLibrary, WhatIsNoFileIsRefusedWithoutWaiting) {
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     for (const fs::path& path : {pipe, fs::path("/dev/zero"), fs::path("/dev/tty"), bv::test::TempFolder()}) {
         ITypeLib* library = nullptr;
-        EXPECT_EQ(LoadTypeLib(path.wstring().c_str(), &library), TYPE_E_CANTLOADLIBRARY) << path;
+        EXPECT_EQ(LoadTypeLib(bv::test::WideName(path).c_str(), &library), TYPE_E_CANTLOADLIBRARY) << path;
         EXPECT_EQ(library, nullptr);
     }
     fs::remove(pipe);
@@ -66,7 +67,7 @@ TEST(TypeLibrary, AChainOfBasesMayBeAsLongAsThereAreTypes) {
     const fs::path path = bv::test::TempFolder() / "chain.tlb";
     std::ofstream(path, std::ios::binary) << Chain(kMost);
     ITypeLib* library = nullptr;
-    ASSERT_EQ(LoadTypeLib(path.wstring().c_str(), &library), S_OK);
+    ASSERT_EQ(LoadTypeLib(bv::test::WideName(path).c_str(), &library), S_OK);
     EXPECT_EQ(library->GetTypeInfoCount(), kMost);
     ITypeInfo* last = nullptr;
     ASSERT_EQ(library->GetTypeInfo(kMost - 1, &last), S_OK);
