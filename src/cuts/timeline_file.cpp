@@ -1,5 +1,7 @@
 #include "cuts/timeline_file.h"
 
+#include <bv_file_draft.h>
+
 #include <optional>
 #include <utility>
 
@@ -89,19 +91,42 @@ Variant ValueOf(std::wstring_view text, VARTYPE kind) {
 
 // --- Writing ---
 
-TextFile::TextFile(const char* name) {
-    // Opened twice: here all that is no file is refused, and a pipe doesn't wait for its reader; the C
-    // library knows the line ends.
-    HANDLE const made =
-        CreateFileA(name, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (made == INVALID_HANDLE_VALUE) return;
-    CloseHandle(made);
-    file_ = std::fopen(name, "w");
+namespace {
+
+/// Whether there is a file, or can be one. All that is no file is refused here, and a pipe doesn't wait for its reader.
+bool Opens(const char* name, DWORD disposition) {
+    HANDLE const file =
+        CreateFileA(name, GENERIC_WRITE, 0, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+    return file != INVALID_HANDLE_VALUE && CloseHandle(file);
+}
+
+}  // namespace
+
+TextFile::TextFile(const NarrowText& name) : name_(name) {
+    if (!Opens(name_.c_str(), OPEN_EXISTING) && GetLastError() != ERROR_FILE_NOT_FOUND) return;
+    const bool named = draft_.Append(name_.View()) && draft_.Append(".part");
+    if (!named || !Opens(draft_.c_str(), CREATE_ALWAYS)) {
+        // Where the folder takes no other file, or none of such a name, the old one is all that can be written.
+        const DWORD error = GetLastError();
+        if (named) std::ignore = DeleteFileA(draft_.c_str());
+        if (named && error != ERROR_ACCESS_DENIED && error != ERROR_FILENAME_EXCED_RANGE) return;
+        draft_.Clear();
+        if (!Opens(name_.c_str(), CREATE_ALWAYS)) return;
+    }
+    file_ =
+        std::fopen(draft_.View().empty() ? name_.c_str() : draft_.c_str(), "w");  // it knows the line ends
+    if (!file_ && !draft_.View().empty()) std::ignore = DeleteFileA(draft_.c_str());
 }
 
 bool TextFile::Close() {
-    if (file_ && std::fclose(file_) != 0) good_ = false;
+    if (!file_) return good_;
+    if (std::fclose(file_) != 0) good_ = false;
     file_ = nullptr;
+    if (draft_.View().empty()) return good_;
+    if (good_)
+        good_ = KeepDraft(draft_.c_str(), name_.c_str());
+    else
+        std::ignore = DeleteFileA(draft_.c_str());
     return good_;
 }
 

@@ -6,22 +6,23 @@
 #include <cstdio>
 
 #include "com/com_ptr.h"
+#include "com/narrow.h"
 #include "xml/xml_dom.h"
 
 namespace bv {
 
-/// A file as a stream, in text mode: line ends become the platform's.
+/// A file as a stream, in text mode: line ends become the platform's. It is a draft beside its place, which it takes at
+/// the end; where there can't be one, the file itself.
 class TextFile final : public ISequentialStream {
 public:
-    /// Makes the file or empties it. The name is in the narrow code page. Folders, devices and pipes are no
-    /// files.
-    explicit TextFile(const char* name);
+    /// The name is in the narrow code page. Folders, devices and pipes are no files.
+    explicit TextFile(const NarrowText& name);
     TextFile(const TextFile&) = delete;
     TextFile& operator=(const TextFile&) = delete;
     ~TextFile() { Close(); }
 
     explicit operator bool() const { return file_ != nullptr; }
-    /// False when not all that was written has reached the file.
+    /// False when not all that was written has reached the disk: the file is the old one.
     bool Close();
 
     STDMETHODIMP QueryInterface(REFIID iid, void** out) override;
@@ -33,6 +34,8 @@ public:
 private:
     std::FILE* file_ = nullptr;
     bool good_ = true;
+    NarrowText name_;
+    NarrowBuffer<kTextLimit + 8> draft_;  // empty: the file itself is written
 };
 
 /// What a file's cuts are added to.

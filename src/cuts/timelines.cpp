@@ -152,7 +152,7 @@ STDMETHODIMP Timelines::SetMediaObject(IMediaObject* ptrMediaObj) {
 }
 
 STDMETHODIMP Timelines::Save(BSTR bstrFileName) {
-    TextFile file(NarrowText(View(bstrFileName)).c_str());
+    TextFile file{NarrowText(View(bstrFileName))};
     if (!file) return RaiseMessage(clsid::Timelines, msg::kNoFile);
     const auto sink = XmlSink::For(&file);
     if (!sink) return E_OUTOFMEMORY;

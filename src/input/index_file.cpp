@@ -1,10 +1,14 @@
 #include "input/index_file.h"
 
+#include <bv_file_draft.h>
+
 #include <climits>
 #include <cstring>
+#include <cwchar>
 #include <new>
 #include <string>
 #include <tuple>
+#include <utility>
 
 #include "com/strings.h"
 
@@ -15,6 +19,8 @@ namespace {
 constexpr DWORD kHeaderSize = 16;
 constexpr DWORD kKindAt = 8;
 constexpr std::wstring_view kExtension = L".idx";
+constexpr std::wstring_view kDraftExtension = L".new";
+static_assert(kDraftExtension.size() == kExtension.size(), "a draft's name is as long as the file's");
 constexpr size_t kMaxName = 255 - kExtension.size();
 
 void PutNumber(BYTE* bytes, ULONGLONG number, int size) {
@@ -36,9 +42,9 @@ public:
     File& operator=(const File&) = delete;
     ~File() { Close(); }
     explicit operator bool() const { return handle_ != INVALID_HANDLE_VALUE; }
-    void Close() {
-        if (handle_ != INVALID_HANDLE_VALUE) CloseHandle(handle_);
-        handle_ = INVALID_HANDLE_VALUE;
+    bool Close() {
+        HANDLE const open = std::exchange(handle_, INVALID_HANDLE_VALUE);
+        return open != INVALID_HANDLE_VALUE && CloseHandle(open);
     }
     ULONGLONG Size() const {
         LARGE_INTEGER size = {};
@@ -122,14 +128,18 @@ IndexFile::IndexFile(std::wstring_view name) {
 }
 
 bool IndexFile::Write(ULONGLONG fingerprint, int kind, const ByteBlock& index) const {
-    File file(path_, GENERIC_WRITE, CREATE_ALWAYS);
+    wchar_t draft[MAX_PATH];
+    std::wcscpy(draft, path_);
+    kDraftExtension.copy(draft + std::wcslen(draft) - kExtension.size(), kDraftExtension.size());
+
+    File file(draft, GENERIC_WRITE, CREATE_ALWAYS);
     if (!file) return false;
     BYTE header[kHeaderSize] = {};
     PutNumber(header, fingerprint, 8);
     PutNumber(header + kKindAt, DWORD(kind), 4);
-    if (file.Write(header, kHeaderSize) && file.Write(index.data(), DWORD(index.size()))) return true;
-    file.Close();
-    Delete();  // half an index would pass for a whole one
+    const bool written = file.Write(header, kHeaderSize) && file.Write(index.data(), DWORD(index.size()));
+    if (file.Close() && written) return KeepDraft(draft, path_);
+    std::ignore = DeleteFileW(draft);
     return false;
 }
 

@@ -221,6 +221,18 @@ STDMETHODIMP PropertyBase::get_ValueType(int* pVal) {
     return S_OK;
 }
 
+namespace {
+
+/// What is to be kept of a value. Without memory for it the old one stays.
+HRESULT CopyToStore(const VARIANT& value, Variant& copy) {
+    copy.CopyFrom(value);
+    const bool lost = (copy.vt == VT_ERROR && value.vt != VT_ERROR && copy.scode == E_OUTOFMEMORY) ||
+                      (copy.vt == VT_BSTR && !copy.bstrVal && value.vt == VT_BSTR && value.bstrVal);
+    return lost ? E_OUTOFMEMORY : S_OK;
+}
+
+}  // namespace
+
 STDMETHODIMP PropertyBase::put_Value(VARIANT newVal) { return HasStore() ? StoreChecked(newVal) : E_NOTIMPL; }
 
 HRESULT PropertyBase::StoreChecked(const VARIANT& value) {
@@ -229,15 +241,17 @@ HRESULT PropertyBase::StoreChecked(const VARIANT& value) {
         if (SUCCEEDED(number.ChangeFrom(value, VT_I4)) && number.lVal < 0)
             return RaiseMessage(ClassId(), msg::kNegativeValue);
     }
+    Variant copy;
+    RETURN_IF_FAILED(CopyToStore(value, copy));
     OnValueChanging();
-    std::ignore = StoreQuietly(value);
+    value_.Set(std::move(copy));
     OnValueChanged();
     return S_OK;
 }
 
 HRESULT PropertyBase::StoreQuietly(const VARIANT& value) {
     Variant copy;
-    copy.CopyFrom(value);
+    RETURN_IF_FAILED(CopyToStore(value, copy));
     value_.Set(std::move(copy));
     return S_OK;
 }
@@ -600,8 +614,6 @@ void PropertyBase::Finish(const NodeRef& child, const NodeDecl& decl) {
     if (decl.disabled) std::ignore = node->put_IsDisabled(1);
 }
 
-ComPtr<IProperty> PropertyBase::AddChild(const NodeDecl& decl) {
-    return AddDeclared(decl, false).node();
-}
+ComPtr<IProperty> PropertyBase::AddChild(const NodeDecl& decl) { return AddDeclared(decl, false).node(); }
 
 }  // namespace bv

@@ -27,12 +27,6 @@ constexpr NodeDecl kText = {.cls = clsid::PropertyWatermarkText,
                             .value = Text(L""),
                             .children = kFormats};
 
-std::optional<NarrowText> TextOfNode(IProperty* node) {
-    Variant value;
-    if (!node || node->get_Value(value.Put()) != S_OK || FAILED(value.ChangeFrom(value, VT_BSTR))) return {};
-    return NarrowText(TextOf(value));
-}
-
 /// The text of a watermark. The value stays as it was typed; its variables are worked out for those who ask.
 class PropertyWatermarkText : public PropertyBase, public IDynamicText, private VariableSource {
 public:
@@ -56,21 +50,39 @@ public:
     STDMETHODIMP Expand(BSTR text, BSTR* result) override {
         if (!result) return E_POINTER;
         NarrowText expanded(View(text));
+        memory_ = S_OK;
         for (const Variable& variable : kVariables)
             if (const VariableValue value = variable.value(*this))
                 PutVariable(expanded, variable.key, value->View());
-        return ToBstr(expanded.View()).CopyTo(result);
+        if (FAILED(memory_)) return memory_;  // a text without some of its values would be another one
+        Bstr wide = ToBstr(expanded.View());
+        if (!wide.get()) return E_OUTOFMEMORY;
+        *result = wide.Detach();
+        return S_OK;
     }
 
 protected:
     HRESULT OnShowDialog() override { return RunEditor("LogoTextEditor", this); }
 
 private:
+    /// Notes when there was no memory for a value; all else that can fail is no value.
+    bool Good(HRESULT status) {
+        if (status == E_OUTOFMEMORY) memory_ = status;
+        return status == S_OK;
+    }
+    VariableValue TextOfNode(IProperty* node) {
+        Variant value;
+        if (!node || !Good(node->get_Value(value.Put())) || !Good(value.ChangeFrom(value, VT_BSTR)))
+            return {};
+        return NarrowText(TextOf(value));
+    }
     VariableValue SourcePath() override { return TextOfNode(Find(names::kPathToMediaFile).get()); }
     VariableValue OutputPath() override {
         const auto media = Query<IMediaObject>(Media());
         Bstr name;
-        if (!media || FAILED(media->GetOuputFileName(name.Put()))) return {};
+        const HRESULT status = media ? media->GetOuputFileName(name.Put()) : E_NOINTERFACE;
+        std::ignore = Good(status);
+        if (FAILED(status)) return {};
         return NarrowText(name.View());
     }
     std::optional<LONG> OutputIndex() override {
@@ -81,6 +93,8 @@ private:
         return index;
     }
     VariableValue Picture(Name name) override { return TextOfNode(Find(name).get()); }
+
+    HRESULT memory_ = S_OK;  // of the text that is worked out
 };
 
 }  // namespace

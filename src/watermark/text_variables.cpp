@@ -11,7 +11,9 @@ VariableValue NameOf(VariableValue path, FileName form) {
     if (!path) return path;
     if (form == FileName::kWithoutExtension) PathRemoveExtensionA(path->Buffer());
     path->Settle();
-    return NarrowText(ToBstr(PathFindFileNameA(path->c_str())).View());
+    NarrowText name;
+    name.Append(PathFindFileNameA(path->c_str()));
+    return name;
 }
 
 VariableValue Index(VariableSource& source) {

@@ -73,7 +73,8 @@ public:
     STDMETHODIMP Encoding(ICriticalSection*, LONG*) override { return E_NOTIMPL; }
     STDMETHODIMP Stop() override { return S_OK; }
     STDMETHODIMP GetOuputFileName(BSTR* pVal) override {
-        return Give(pVal, SysAllocString(output_name.c_str()));
+        *pVal = SysAllocString(output_name.c_str());
+        return *pVal ? S_OK : E_OUTOFMEMORY;
     }
     STDMETHODIMP GetCurIndex(int* pVal) override { return Give(pVal, index); }
 

@@ -6,11 +6,15 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
 #include <memory>
-#include <new>
 #include <string>
 #include <string_view>
 
+#include "boundary.h"
+#include "bv_file_draft.h"
 #include "fileapi.h"
 #include "stringapiset.h"
 #include "winbase.h"
@@ -68,8 +72,10 @@ DWORD MissingPart(const char* name) {
     if (path.empty()) return ERROR_PATH_NOT_FOUND;
     if (end == std::string_view::npos || end == 0) return ERROR_FILE_NOT_FOUND;
     struct stat folder;
-    const bool there =
-        stat(std::string(path.substr(0, end)).c_str(), &folder) == 0 && S_ISDIR(folder.st_mode);
+    char name_of_folder[PATH_MAX];
+    if (end >= sizeof name_of_folder) return ERROR_PATH_NOT_FOUND;
+    name_of_folder[path.copy(name_of_folder, end)] = 0;
+    const bool there = stat(name_of_folder, &folder) == 0 && S_ISDIR(folder.st_mode);
     return there ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND;
 }
 
@@ -79,32 +85,24 @@ void SetErrorOf(const char* name) {
     SetLastError(code == ENOENT ? MissingPart(name) : ErrorOf(code));
 }
 
-/// The bytes of a wide name; empty, with the last error set, for one that has no narrow form.
-std::string Narrow(LPCWSTR name) {
+/// Runs a call on the narrow form of a name; `failed`, with the last error set, when there is none. A draft is taken away
+/// by its name also when there is no memory left.
+template <typename Result, typename Call>
+Result WithNarrow(LPCWSTR name, Result failed, Call call) {
+    char narrow[PATH_MAX];
     BOOL lost = FALSE;
     BOOL* lost_out = GetACP() == CP_UTF8 ? nullptr : &lost;
     const DWORD flags = lost_out ? WC_NO_BEST_FIT_CHARS : WC_ERR_INVALID_CHARS;
-    std::string result;
-    const int size = name ? WideCharToMultiByte(CP_ACP, flags, name, -1, nullptr, 0, nullptr, lost_out) : 0;
-    if (size > 0 && !lost) {
-        result.resize(static_cast<std::size_t>(size));
-        WideCharToMultiByte(CP_ACP, flags, name, -1, result.data(), size, nullptr, nullptr);
-        result.pop_back();
-    }
-    if (result.empty()) SetLastError(name && !*name ? ERROR_PATH_NOT_FOUND : ERROR_INVALID_NAME);
-    return result;
-}
-
-/// Runs a call on the narrow form of a name; `failed` when there is none, or no memory for it.
-template <typename Result, typename Call>
-Result WithNarrow(LPCWSTR name, Result failed, Call call) {
-    try {
-        const std::string narrow = Narrow(name);
-        return narrow.empty() ? failed : call(narrow.c_str());
-    } catch (const std::bad_alloc&) {
-        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-        return failed;
-    }
+    const int size =
+        name && *name ? WideCharToMultiByte(CP_ACP, flags, name, -1, narrow, PATH_MAX, nullptr, lost_out) : 0;
+    if (size > 0 && !lost) return call(static_cast<const char*>(narrow));
+    if (name && !*name)
+        SetLastError(ERROR_PATH_NOT_FOUND);
+    else if (!name || lost || GetLastError() != ERROR_INSUFFICIENT_BUFFER)
+        SetLastError(ERROR_INVALID_NAME);
+    else
+        SetLastError(ERROR_FILENAME_EXCED_RANGE);
+    return failed;
 }
 
 int DescriptorOf(HANDLE file) {
@@ -226,7 +224,65 @@ void CopyFound(const WIN32_FIND_DATAA& from, WIN32_FIND_DATAW* to) {
     MultiByteToWideChar(CP_ACP, 0, from.cFileName, -1, to->cFileName, kMaxFileName);
 }
 
+// --- Drafts
+
+/// Runs a call on an open file or folder and closes it. False, with errno set, when one of the two failed.
+template <typename Call>
+bool DoAndClose(int file, Call call) {
+    const bool done = call(file);
+    const int error = errno;
+    const bool closed = close(file) == 0;
+    if (!done) errno = error;
+    return done && closed;
+}
+
+bool Flush(int file) {
+    while (fsync(file) != 0)
+        if (errno != EINTR) return false;
+    return true;
+}
+
+/// Brings a file's name to the disk. What a file system can't do, or the user may not, is left.
+bool FlushFolderOf(const char* file) {
+    char folder[PATH_MAX];
+    const std::string_view path(file);
+    const std::size_t end = path.rfind('/');
+    const std::string_view part =
+        end == std::string_view::npos ? "." : path.substr(0, std::max<std::size_t>(end, 1));
+    if (part.size() >= sizeof folder) return true;
+    folder[part.copy(folder, part.size())] = 0;
+    const int opened = open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (opened < 0) return errno == EACCES;
+    return DoAndClose(opened, [](int descriptor) { return Flush(descriptor) || errno == EINVAL; });
+}
+
 }  // namespace
+
+BOOL BvKeepDraftA(LPCSTR draft, LPCSTR file) {
+    if (!draft || !file) return Fail(ERROR_PATH_NOT_FOUND);
+    char target[PATH_MAX];
+    if (!realpath(file, target)) {
+        if (errno != ENOENT) return Fail(ErrorOf(errno));
+        const std::size_t length = std::strlen(file);
+        if (length >= sizeof target) return Fail(ERROR_FILENAME_EXCED_RANGE);
+        std::memcpy(target, file, length + 1);
+    }
+    const int opened = open(draft, O_WRONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    struct stat before;
+    const bool there = opened >= 0 && stat(target, &before) == 0;
+    const bool flushed =
+        opened >= 0 && DoAndClose(opened, [&](int descriptor) {
+            return (!there || fchmod(descriptor, before.st_mode & 07777) == 0) && Flush(descriptor);
+        });
+    if (!flushed || std::rename(draft, target) != 0 || !FlushFolderOf(target)) return Fail(ErrorOf(errno));
+    return TRUE;
+}
+
+BOOL BvKeepDraftW(LPCWSTR draft, LPCWSTR file) {
+    return WithNarrow(draft, FALSE, [&](const char* from) {
+        return WithNarrow(file, FALSE, [&](const char* to) { return BvKeepDraftA(from, to); });
+    });
+}
 
 HANDLE CreateFileA(LPCSTR lpFileName, DWORD dwDesiredAccess, DWORD, LPSECURITY_ATTRIBUTES,
                    DWORD dwCreationDisposition, DWORD, HANDLE) {
@@ -357,12 +413,8 @@ HANDLE FindFirstFileA(LPCSTR lpFileName, LPWIN32_FIND_DATAA lpFindFileData) {
         SetLastError(ERROR_PATH_NOT_FOUND);
         return INVALID_HANDLE_VALUE;
     }
-    try {
-        return StartSearch(lpFileName, lpFindFileData);
-    } catch (const std::bad_alloc&) {
-        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-        return INVALID_HANDLE_VALUE;
-    }
+    return bv::platform::Bounded(INVALID_HANDLE_VALUE,
+                                 [&] { return StartSearch(lpFileName, lpFindFileData); });
 }
 
 HANDLE FindFirstFileW(LPCWSTR lpFileName, LPWIN32_FIND_DATAW lpFindFileData) {
@@ -376,11 +428,8 @@ HANDLE FindFirstFileW(LPCWSTR lpFileName, LPWIN32_FIND_DATAW lpFindFileData) {
 WINBOOL FindNextFileA(HANDLE hFindFile, LPWIN32_FIND_DATAA lpFindFileData) {
     Search* search = SearchOf(hFindFile);
     if (!search) return Fail(ERROR_INVALID_HANDLE);
-    try {
-        return search->Next(lpFindFileData) ? TRUE : Fail(ERROR_NO_MORE_FILES);
-    } catch (const std::bad_alloc&) {
-        return Fail(ERROR_NOT_ENOUGH_MEMORY);
-    }
+    return bv::platform::Bounded(
+        FALSE, [&] { return search->Next(lpFindFileData) ? TRUE : Fail(ERROR_NO_MORE_FILES); });
 }
 
 WINBOOL FindNextFileW(HANDLE hFindFile, LPWIN32_FIND_DATAW lpFindFileData) {

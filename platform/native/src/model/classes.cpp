@@ -14,6 +14,8 @@
 #include <mutex>
 #include <shared_mutex>
 #include <string>
+#include <tuple>
+#include <type_traits>
 #include <unordered_map>
 
 #include "model/builtin.h"
@@ -219,28 +221,30 @@ HRESULT LoadServer(REFCLSID class_id, Use& result) {
     if (path.empty()) return REGDB_E_CLASSNOTREG;
     const HMODULE module = LoadLibraryA(path.c_str());
     if (!module) return HRESULT_FROM_WIN32(GetLastError());
+    struct Unloading {
+        void operator()(HMODULE loaded) const { FreeLibrary(loaded); }
+    };
+    std::unique_ptr<std::remove_pointer_t<HMODULE>, Unloading> load(module);  // until it has an owner
 
     auto made = std::make_unique<Server>();
     made->module = module;
     made->get_class_object = Export<GetClassObjectCall>(module, "DllGetClassObject");
     made->can_unload = Export<CanUnloadCall>(module, "DllCanUnloadNow");
-    if (!made->get_class_object) {
-        FreeLibrary(module);
-        return CO_E_ERRORINDLL;
-    }
+    if (!made->get_class_object) return CO_E_ERRORINDLL;
 
     Classes& classes = Classes::Get();
-    bool again = false;  // another class, or another thread, has brought the module here before
     {
         std::unique_lock lock(classes.mutex);
         Server* server = nullptr;
         for (const auto& known : classes.servers)
             if (known->module == module) server = known.get();
-        again = server != nullptr;
-        if (!server) server = classes.servers.emplace_back(std::move(made)).get();
+        // Another class, or another thread, may have brought the module here before.
+        if (!server) {
+            server = classes.servers.emplace_back(std::move(made)).get();
+            std::ignore = load.release();
+        }
         result.Begin(*classes.cache.emplace(class_id, server).first->second);
     }
-    if (again) FreeLibrary(module);
     return S_OK;
 }
 

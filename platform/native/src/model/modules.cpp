@@ -17,6 +17,7 @@
 #include <optional>
 #include <vector>
 
+#include "boundary.h"
 #include "module_attach.h"
 #include "text/text.h"
 
@@ -198,18 +199,23 @@ HMODULE Load(const std::string& name, const void* caller) {
     }
     if (!opened.handle) return Failed(opened.error, HMODULE());
 
-    const link_map* identity = IdentityOf(opened.handle);
+    // Without memory for its record the module goes again.
+    struct Closing {
+        void operator()(void* handle) const { dlclose(handle); }
+    };
+    std::unique_ptr<void, Closing> handle(opened.handle);
+    const link_map* identity = IdentityOf(handle.get());
     const std::string path = PathOf(identity);
     {
         std::lock_guard lock(modules_mutex);
         HMODULE module = FindOrAdd(identity, path);
         if (!module->refused) {
-            module->handle = opened.handle;
+            module->handle = handle.release();
             ++module->loads;
             return module;
         }
     }
-    dlclose(opened.handle);
+    handle.reset();
     return Failed(ERROR_DLL_INIT_FAILED, HMODULE());
 }
 
@@ -255,21 +261,55 @@ DWORD CopyPath(const std::basic_string<Char>& path, Char* buffer, DWORD size) {
 
 }  // namespace
 
+namespace {
+
+HMODULE Attach(const BvModuleEntry& entry) {
+    std::vector<const BvNativeString*> strings;
+    strings.reserve(entry.string_count);
+    for (unsigned long i = 0; i < entry.string_count; ++i) strings.push_back(&entry.strings[i]);
+    std::stable_sort(strings.begin(), strings.end(),
+                     [](const BvNativeString* a, const BvNativeString* b) { return a->id < b->id; });
+    const link_map* identity = IdentityOfAddress(entry.anchor);
+    const std::string path = PathOf(identity);
+    std::lock_guard lock(modules_mutex);
+    HMODULE const module = FindOrAdd(identity, path);
+    module->attached = true;
+    module->entry = entry;
+    module->strings = std::move(strings);
+    return module;
+}
+
+/// A loaded module by its path or file name.
+HMODULE FindByName(LPCSTR name) {
+    if (!name) return Checked(nullptr);
+    char path[PATH_MAX];
+    const std::string wanted = IsSystemLibrary(name)                            ? OwnPath()
+                               : std::strchr(name, '/') && realpath(name, path) ? path
+                                                                                : name;
+    std::lock_guard lock(modules_mutex);
+    for (const auto& module : Modules())
+        if (module->path == wanted || module->path.substr(FolderOf(module->path).size()) == wanted)
+            return module.get();
+    return Failed(ERROR_MOD_NOT_FOUND, HMODULE());
+}
+
+/// As Load, for the calls.
+HMODULE LoadBounded(LPCSTR name, const void* caller) {
+    if (!name) return Failed(ERROR_INVALID_PARAMETER, HMODULE());
+    return Bounded(HMODULE(), [&] { return Load(name, caller); });
+}
+HMODULE LoadBounded(LPCWSTR name, const void* caller) {
+    if (!name) return Failed(ERROR_INVALID_PARAMETER, HMODULE());
+    return Bounded(HMODULE(), [&] { return Load(ToUtf8(name), caller); });
+}
+
+}  // namespace
+
 extern "C" {
 
 HMODULE BvAttachModule(const BvModuleEntry* entry) {
-    const link_map* identity = IdentityOfAddress(entry->anchor);
-    const std::string path = PathOf(identity);
-    HMODULE module = nullptr;
-    {
-        std::lock_guard lock(modules_mutex);
-        module = FindOrAdd(identity, path);
-        module->attached = true;
-        module->entry = *entry;
-        for (unsigned long i = 0; i < entry->string_count; ++i) module->strings.push_back(&entry->strings[i]);
-        std::stable_sort(module->strings.begin(), module->strings.end(),
-                         [](const BvNativeString* a, const BvNativeString* b) { return a->id < b->id; });
-    }
+    HMODULE const module = Bounded(HMODULE(), [&] { return Attach(*entry); });
+    if (!module) return nullptr;
     if (entry->main) module->refused = !entry->main(module, DLL_PROCESS_ATTACH, nullptr);
     return module;
 }
@@ -280,20 +320,10 @@ void BvDetachModule(HMODULE module) {
     Remove(module);
 }
 
-HMODULE LoadLibraryA(LPCSTR name) {
-    return name ? Load(name, __builtin_return_address(0)) : Failed(ERROR_INVALID_PARAMETER, HMODULE());
-}
-HMODULE LoadLibraryW(LPCWSTR name) {
-    return name ? Load(ToUtf8(name), __builtin_return_address(0))
-                : Failed(ERROR_INVALID_PARAMETER, HMODULE());
-}
-HMODULE LoadLibraryExA(LPCSTR name, HANDLE, DWORD) {
-    return name ? Load(name, __builtin_return_address(0)) : Failed(ERROR_INVALID_PARAMETER, HMODULE());
-}
-HMODULE LoadLibraryExW(LPCWSTR name, HANDLE, DWORD) {
-    return name ? Load(ToUtf8(name), __builtin_return_address(0))
-                : Failed(ERROR_INVALID_PARAMETER, HMODULE());
-}
+HMODULE LoadLibraryA(LPCSTR name) { return LoadBounded(name, __builtin_return_address(0)); }
+HMODULE LoadLibraryW(LPCWSTR name) { return LoadBounded(name, __builtin_return_address(0)); }
+HMODULE LoadLibraryExA(LPCSTR name, HANDLE, DWORD) { return LoadBounded(name, __builtin_return_address(0)); }
+HMODULE LoadLibraryExW(LPCWSTR name, HANDLE, DWORD) { return LoadBounded(name, __builtin_return_address(0)); }
 
 BOOL FreeLibrary(HMODULE module) {
     void* handle = nullptr;
@@ -310,7 +340,7 @@ BOOL FreeLibrary(HMODULE module) {
 }
 
 FARPROC GetProcAddress(HMODULE module, LPCSTR name) {
-    module = Checked(module);
+    module = Bounded(HMODULE(), [&] { return Checked(module); });
     if (!module) return Failed(ERROR_MOD_NOT_FOUND, FARPROC());
     if (IS_INTRESOURCE(name)) return Failed(ERROR_PROC_NOT_FOUND, FARPROC());
     const bool is_program = module->identity == ProgramIdentity();
@@ -323,26 +353,25 @@ FARPROC GetProcAddress(HMODULE module, LPCSTR name) {
 }
 
 HMODULE GetModuleHandleA(LPCSTR name) {
-    if (!name) return Checked(nullptr);
-    char path[PATH_MAX];
-    const std::string wanted = IsSystemLibrary(name)                            ? OwnPath()
-                               : std::strchr(name, '/') && realpath(name, path) ? path
-                                                                                : name;
-    std::lock_guard lock(modules_mutex);
-    for (const auto& module : Modules())
-        if (module->path == wanted || module->path.substr(FolderOf(module->path).size()) == wanted)
-            return module.get();
-    return Failed(ERROR_MOD_NOT_FOUND, HMODULE());
+    return Bounded(HMODULE(), [&] { return FindByName(name); });
 }
-HMODULE GetModuleHandleW(LPCWSTR name) { return GetModuleHandleA(name ? ToUtf8(name).c_str() : nullptr); }
+HMODULE GetModuleHandleW(LPCWSTR name) {
+    return Bounded(HMODULE(), [&] { return FindByName(name ? ToUtf8(name).c_str() : nullptr); });
+}
 
 DWORD GetModuleFileNameA(HMODULE module, LPSTR buffer, DWORD size) {
-    module = CheckedFor(module, __builtin_return_address(0));
-    return module ? CopyPath(module->path, buffer, size) : DWORD(0);
+    const void* const caller = __builtin_return_address(0);
+    return Bounded(DWORD(0), [&] {
+        HMODULE const known = CheckedFor(module, caller);
+        return known ? CopyPath(known->path, buffer, size) : DWORD(0);
+    });
 }
 DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD size) {
-    module = CheckedFor(module, __builtin_return_address(0));
-    return module ? CopyPath(ToWide(module->path), buffer, size) : DWORD(0);
+    const void* const caller = __builtin_return_address(0);
+    return Bounded(DWORD(0), [&] {
+        HMODULE const known = CheckedFor(module, caller);
+        return known ? CopyPath(ToWide(known->path), buffer, size) : DWORD(0);
+    });
 }
 
 BOOL DisableThreadLibraryCalls(HMODULE module) {
@@ -359,7 +388,9 @@ DWORD GetShortPathNameA(LPCSTR path, LPSTR buffer, DWORD size) {
 }
 DWORD GetShortPathNameW(LPCWSTR path, LPWSTR buffer, DWORD size) {
     if (!path) return Failed(ERROR_INVALID_PARAMETER, DWORD(0));
-    if (access(ToUtf8(path).c_str(), F_OK) != 0) return Failed(ERROR_FILE_NOT_FOUND, DWORD(0));
+    const int found = Bounded(-2, [&] { return access(ToUtf8(path).c_str(), F_OK); });
+    if (found == -2) return 0;
+    if (found != 0) return Failed(ERROR_FILE_NOT_FOUND, DWORD(0));
     const size_t length = std::wcslen(path);
     if (!buffer || size <= length) return static_cast<DWORD>(length + 1);
     std::wmemmove(buffer, path, length + 1);
@@ -441,20 +472,7 @@ int CopyText(std::basic_string_view<Char> text, Char* buffer) {
     return static_cast<int>(text.size());
 }
 
-/// The text with that id; null when there is none or nowhere to put it.
-const BvNativeString* TextFor(HINSTANCE module, UINT id, const void* buffer, int size) {
-    module = Checked(module);
-    if (!buffer || size <= 0)
-        return Failed(ERROR_INVALID_PARAMETER, static_cast<const BvNativeString*>(nullptr));
-    const BvNativeString* found = module ? FindString(module, id & 0xFFFF) : nullptr;
-    return found ? found : Failed(ERROR_RESOURCE_NAME_NOT_FOUND, found);
-}
-
-}  // namespace
-
-extern "C" {
-
-HRSRC FindResourceA(HMODULE module, LPCSTR name, LPCSTR type) {
+HRSRC FindNamed(HMODULE module, LPCSTR name, LPCSTR type) {
     module = Checked(module);
     if (!module) return Failed(ERROR_RESOURCE_DATA_NOT_FOUND, HRSRC());
     if (SameName(type, RT_STRING)) {
@@ -472,6 +490,23 @@ HRSRC FindResourceA(HMODULE module, LPCSTR name, LPCSTR type) {
     return Failed(error, HRSRC());
 }
 
+/// The text with that id; null when there is none or nowhere to put it.
+const BvNativeString* TextFor(HINSTANCE module, UINT id, const void* buffer, int size) {
+    module = Checked(module);
+    if (!buffer || size <= 0)
+        return Failed(ERROR_INVALID_PARAMETER, static_cast<const BvNativeString*>(nullptr));
+    const BvNativeString* found = module ? FindString(module, id & 0xFFFF) : nullptr;
+    return found ? found : Failed(ERROR_RESOURCE_NAME_NOT_FOUND, found);
+}
+
+}  // namespace
+
+extern "C" {
+
+HRSRC FindResourceA(HMODULE module, LPCSTR name, LPCSTR type) {
+    return Bounded(HRSRC(), [&] { return FindNamed(module, name, type); });
+}
+
 DWORD SizeofResource(HMODULE, HRSRC resource) {
     return resource ? static_cast<DWORD>(ResourceOf(resource)->size)
                     : Failed(ERROR_RESOURCE_DATA_NOT_FOUND, DWORD(0));
@@ -485,18 +520,22 @@ HGLOBAL LoadResource(HMODULE, HRSRC resource) {
 LPVOID LockResource(HGLOBAL data) { return data; }
 
 int LoadStringA(HINSTANCE module, UINT id, LPSTR buffer, int size) {
-    const BvNativeString* found = TextFor(module, id, buffer, size);
-    if (!found) return 0;
-    const std::string text = Utf8ToNarrow(found->text);
-    const size_t room = static_cast<size_t>(size) - 1;
-    return CopyText(GetACP() == CP_UTF8 ? CutUtf8(text, room) : std::string_view(text).substr(0, room),
-                    buffer);
+    return Bounded(0, [&] {
+        const BvNativeString* found = TextFor(module, id, buffer, size);
+        if (!found) return 0;
+        const std::string text = Utf8ToNarrow(found->text);
+        const size_t room = static_cast<size_t>(size) - 1;
+        return CopyText(GetACP() == CP_UTF8 ? CutUtf8(text, room) : std::string_view(text).substr(0, room),
+                        buffer);
+    });
 }
 
 int LoadStringW(HINSTANCE module, UINT id, LPWSTR buffer, int size) {
-    const BvNativeString* found = TextFor(module, id, buffer, size);
-    if (!found) return 0;
-    const std::wstring text = ToWide(found->text);
-    return CopyText(std::wstring_view(text).substr(0, static_cast<size_t>(size) - 1), buffer);
+    return Bounded(0, [&] {
+        const BvNativeString* found = TextFor(module, id, buffer, size);
+        if (!found) return 0;
+        const std::wstring text = ToWide(found->text);
+        return CopyText(std::wstring_view(text).substr(0, static_cast<size_t>(size) - 1), buffer);
+    });
 }
 }

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "boundary.h"
 #include "model/builtin.h"
 #include "model/object.h"
 #include "oleauto.h"
@@ -56,9 +57,11 @@ HRESULT GiveText(const char* text, BSTR* result) {
     if (i == length) return S_OK;
     SysFreeString(copy);
     *result = nullptr;
-    const std::wstring wide = ToWide({text, length});
-    *result = SysAllocStringLen(wide.data(), static_cast<UINT>(wide.size()));
-    return *result ? S_OK : E_OUTOFMEMORY;
+    return Bounded(E_OUTOFMEMORY, [&] {
+        const std::wstring wide = ToWide({text, length});
+        *result = SysAllocStringLen(wide.data(), static_cast<UINT>(wide.size()));
+        return *result ? S_OK : E_OUTOFMEMORY;
+    });
 }
 
 /// IDispatch of objects that are called by their tables alone.
@@ -453,8 +456,11 @@ public:
     STDMETHODIMP_(ULONG) Release() override { return Object::Release(); }
     STDMETHODIMP NewCursor(IXmlCursor** cursor) override {
         if (!cursor) return E_POINTER;
-        *cursor = new (std::nothrow) Cursor(tree_);
-        return *cursor ? S_OK : E_OUTOFMEMORY;
+        *cursor = nullptr;
+        return Bounded(E_OUTOFMEMORY, [&] {  // its texts need memory too
+            *cursor = new Cursor(tree_);
+            return S_OK;
+        });
     }
 
     STDMETHODIMP get_documentElement(IXMLDOMElement** DOMElement) override {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <new>
 #include <vector>
 
 #include "text/text.h"
@@ -216,6 +217,7 @@ bool ParseXml(pugi::xml_document& document, std::string& text) {
         pugi::parse_wconv_attribute | pugi::parse_declaration |
         pugi::parse_fragment;  // a fragment shows what stands outside the document element
     const auto result = document.load_buffer_inplace(text.data(), text.size(), kFlags, pugi::encoding_utf8);
+    if (result.status == pugi::status_out_of_memory) throw std::bad_alloc();
     return result && OutsideIsGood(document) && InsideIsGood(document);
 }
 
