@@ -402,7 +402,9 @@ private:
     std::wstring_view Widen(const char* text) {
         const char* from = text;
         wchar_t* to = end_;
-        while (*from > 0 && to != std::end(texts_)) *to++ = static_cast<wchar_t>(*from++);
+        const auto is_plain = [](unsigned char c) { return c > 0 && c < 0x80; };  // char may have no sign
+        while (is_plain(static_cast<unsigned char>(*from)) && to != std::end(texts_))
+            *to++ = static_cast<wchar_t>(*from++);
         if (*from) return long_texts_.emplace_back(ToWide(text));
         const wchar_t* const begin = std::exchange(end_, to);
         return {begin, static_cast<size_t>(to - begin)};
