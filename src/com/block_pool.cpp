@@ -13,10 +13,10 @@ constexpr bool kKeeps = false;  // the sanitizer watches each block's end
 constexpr bool kKeeps = true;
 #endif
 
-constexpr std::size_t kStep = 16;       // sizes are kept apart in steps of so many bytes ...
-constexpr std::size_t kLargest = 320;   // ... up to this one
-constexpr unsigned kMost = 256;         // blocks of a size
-constexpr std::size_t kStripes = 8;     // so that threads seldom meet
+constexpr std::size_t kStep = 16;      // sizes are kept apart in steps of so many bytes ...
+constexpr std::size_t kLargest = 320;  // ... up to this one
+constexpr unsigned kMost = 256;        // blocks of a size
+constexpr std::size_t kStripes = 8;    // so that threads seldom meet
 
 struct Kept {
     Kept* next;

@@ -11,6 +11,8 @@
 #include <bv_class_epoch.h>
 #include <bvschema/bvschema.h>
 
+#include <atomic>
+
 #include "com/com_ptr.h"
 
 namespace bv {
@@ -45,6 +47,20 @@ private:
     Creator own_ = nullptr;
     ComPtr<IClassFactory> foreign_;
     HRESULT status_ = S_OK;
+};
+
+/// That some fixed classes lead to our own creators, remembered while the platform's class epoch stands: one question
+/// for all of them.
+class OwnWhile {
+public:
+    /// What to remember; 0: nothing can be.
+    static ULONGLONG Now() { return BvClassEpoch(); }
+    bool Holds(ULONGLONG now) const { return now != 0 && epoch_.load(std::memory_order_relaxed) == now; }
+    /// To be told what Now gave before the classes were looked up.
+    void Remember(ULONGLONG epoch) { epoch_.store(epoch, std::memory_order_relaxed); }
+
+private:
+    std::atomic<ULONGLONG> epoch_{0};
 };
 
 /// CoCreateInstance(cls, nullptr, context, iid, out), with less work for a class of our own.

@@ -69,6 +69,9 @@ protected:
 using ObjectRoot = BasicObjectRoot<RefCount>;
 using SharedObjectRoot = BasicObjectRoot<SharedRefCount>;
 
+/// Whether two ids are the same; most differ in their first word already.
+inline bool SameId(REFIID a, REFIID b) { return a.Data1 == b.Data1 && a == b; }
+
 /// Rows of an interface map: an interface that the object is ...
 template <class I>
 struct Own {
@@ -78,7 +81,7 @@ struct Own {
     }
     template <class Object>
     static bool Answer(Object* object, REFIID iid, void** out, HRESULT& status) {
-        if (iid != kIid<I>) return false;
+        if (!SameId(iid, kIid<I>)) return false;
         I* found = Cast(object);
         found->AddRef();
         *out = found;
@@ -93,7 +96,7 @@ template <class Owner, template <class> class Pointer, class I, Pointer<I> Owner
 struct Held<Member> {
     template <class Object>
     static bool Answer(Object* object, REFIID iid, void** out, HRESULT& status) {
-        if (iid != kIid<I>) return false;
+        if (!SameId(iid, kIid<I>)) return false;
         I* held = (object->*Member).get();
         status = held ? held->QueryInterface(iid, out) : E_NOINTERFACE;
         return true;
@@ -174,7 +177,7 @@ public:
     STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
         if (!out) return E_POINTER;
         *out = nullptr;
-        if (iid == kIid<IUnknown>) {
+        if (SameId(iid, kIid<IUnknown>)) {
             AddRef();
             *out = T::Answers::Identity(static_cast<T*>(this));
             return S_OK;
@@ -214,7 +217,7 @@ public:
     STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
         if (!out) return E_POINTER;
         *out = nullptr;
-        if (iid == kIid<IUnknown>) {
+        if (SameId(iid, kIid<IUnknown>)) {
             AddRef();
             *out = static_cast<IUnknown*>(this);
             return S_OK;

@@ -154,7 +154,8 @@ STDMETHODIMP Timelines::SetMediaObject(IMediaObject* ptrMediaObj) {
 STDMETHODIMP Timelines::Save(BSTR bstrFileName) {
     TextFile file{NarrowText(View(bstrFileName))};
     if (!file) return RaiseMessage(clsid::Timelines, msg::kNoFile);
-    const auto sink = XmlSink::For(&file);
+    XmlSink::Scope scope(&file);
+    XmlSink* const sink = scope.sink();
     if (!sink) return E_OUTOFMEMORY;
     HRESULT status = S_OK;
     sink->Append(kFileBegin);
@@ -166,10 +167,10 @@ STDMETHODIMP Timelines::Save(BSTR bstrFileName) {
         else if (!writer)
             status = RaiseMessage(clsid::Timelines, msg::kNoInterface);
         else
-            std::ignore = writer->WriteXml(sink.get());
+            std::ignore = writer->WriteXml(sink);
     }
     if (status == S_OK) sink->Append(kFileEnd);
-    sink->Close();
+    scope.Close();
     // A file that the disk had no room for wasn't created.
     if (!file.Close() && status == S_OK) status = RaiseMessage(clsid::Timelines, msg::kNoFile);
     return status;

@@ -256,9 +256,10 @@ STDMETHODIMP DVDIndexData::GetDVDIndex(BYTE** pData, int* nLen) {
 STDMETHODIMP DVDIndexData::WriteXml(ISequentialStream* stream) {
     if (!stream) return E_POINTER;
     if (!info_) return S_OK;
-    const auto sink = XmlSink::For(stream);
+    const XmlSink::Scope scope(stream);
+    XmlSink* const sink = scope.sink();
     if (!sink) return E_OUTOFMEMORY;
-    const auto attribute = [&sink](std::string_view begin, LONG number) {
+    const auto attribute = [sink](std::string_view begin, LONG number) {
         sink->Append(begin);
         sink->AppendNumber(number);
     };
@@ -281,7 +282,6 @@ STDMETHODIMP DVDIndexData::WriteXml(ISequentialStream* stream) {
         sink->Append("</DVDFILE>");
     }
     sink->Append("</DVDEXT>");
-    if (static_cast<ISequentialStream*>(sink.get()) != stream) sink->Close();
     return S_OK;
 }
 

@@ -96,7 +96,8 @@ STDMETHODIMP LiveTimeFilters::SetMediaObject(IDispatch* ppUnk) {
 STDMETHODIMP LiveTimeFilters::WriteXml(ISequentialStream* stream) {
     if (!stream) return E_POINTER;
     if (writing_) return S_OK;
-    const auto sink = XmlSink::For(stream);
+    const XmlSink::Scope scope(stream);
+    XmlSink* const sink = scope.sink();
     if (!sink) return E_OUTOFMEMORY;
     writing_ = true;
     sink->Append("<EnumFilters>\n");
@@ -104,11 +105,10 @@ STDMETHODIMP LiveTimeFilters::WriteXml(ISequentialStream* stream) {
         const auto object = objects_[i];  // what it does may take it out of the list
         auto writer = object.As<ISettingsWriter>();
         if (!writer) writer = Query<ISettingsWriter>(object.As<IProperty>().get());
-        if (writer) std::ignore = writer->WriteXml(sink.get());
+        if (writer) std::ignore = writer->WriteXml(sink);
     }
     sink->Append("</EnumFilters>\n");
     writing_ = false;
-    if (static_cast<ISequentialStream*>(sink.get()) != stream) sink->Close();
     return S_OK;
 }
 

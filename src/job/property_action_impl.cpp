@@ -30,8 +30,7 @@ public:
             const size_t prefix = std::wcslen(root_name);
             const std::wstring_view text = View(name).substr(0, kMaxName - prefix);
             root_name[prefix + text.copy(root_name + prefix, text.size())] = 0;
-            std::ignore =
-                AddChildObject(Bstr(root_name).get(), root.get());
+            std::ignore = AddChildObject(Bstr(root_name).get(), root.get());
         }
         SetTitle(View(title));
         SetDescriptionText(View(description));

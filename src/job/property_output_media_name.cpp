@@ -42,8 +42,7 @@ private:
         const auto stored = ToNarrow(Stored());
         if (!stored) return {};
         const std::string name(stored->View());
-        if (!PathIsRelativeA(name.c_str()) || NameText().Is(names::kOutputMediaName.View()))
-            return name;
+        if (!PathIsRelativeA(name.c_str()) || NameText().Is(names::kOutputMediaName.View())) return name;
         const auto destination = Find(names::kDestinationPath);
         Variant folder, text;
         if (!destination || FAILED(destination->get_Value(folder.Put()))) return name;

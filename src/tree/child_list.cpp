@@ -15,7 +15,7 @@ bool ChildList::StaysWithOwner() {
 void ChildList::EndWithOwner() {
     owner_ = nullptr;
     items_ = &own_;
-    has_parent_ = true;  // the node is no parent any more
+    has_parent_ = true;                        // the node is no parent any more
     const ComPtr<IEnumProperties> last(this);  // its end, if nobody else holds it
 }
 

@@ -6,6 +6,8 @@
 #include <new>
 #include <utility>
 
+#include "com/block_pool.h"
+
 namespace bv {
 
 /// A growing list that takes 8 bytes while it is empty, in an object that exists in great number. T may be moved in
@@ -21,7 +23,7 @@ public:
     }
     ~CompactList() {
         for (T& item : *this) item.~T();
-        std::free(head_);
+        if (head_) GiveBlock(head_, BytesFor(head_->capacity));
     }
 
     size_t size() const { return head_ ? head_->count : 0; }
@@ -34,11 +36,15 @@ public:
     bool Append(T item) {
         if (!head_ || head_->count == head_->capacity) {
             const std::uint32_t capacity = head_ ? head_->capacity * 2 : kFirst;
-            auto* grown = static_cast<Head*>(std::realloc(head_, sizeof(Head) + capacity * sizeof(T)));
+            auto* grown = static_cast<Head*>(TakeBlock(BytesFor(capacity)));
             if (!grown) return false;
-            if (!head_) grown->count = 0;
+            grown->count = std::uint32_t(size());
+            grown->capacity = capacity;
+            if (head_) {
+                std::memcpy(static_cast<void*>(grown + 1), head_ + 1, size() * sizeof(T));
+                GiveBlock(head_, BytesFor(head_->capacity));
+            }
             head_ = grown;
-            head_->capacity = capacity;
         }
         new (end()) T(std::move(item));
         ++head_->count;
@@ -59,6 +65,7 @@ private:
         std::uint32_t count, capacity;
     };
     static_assert(alignof(T) <= sizeof(Head));
+    static size_t BytesFor(std::uint32_t capacity) { return sizeof(Head) + capacity * sizeof(T); }
     Head* head_ = nullptr;
 };
 

@@ -8,15 +8,16 @@
 
 namespace bv {
 
-/// A VARIANT in 16 bytes, which all kinds but records take on every platform; a record has a block of its own. No
-/// value at all differs from VT_EMPTY. May be moved in memory as it is.
+/// A VARIANT in 16 bytes, which all kinds but records take on every platform; a record has a block of its own. A text
+/// has a block that looks like a BSTR, with its length in front, but isn't one of the system's: it can be lent, never
+/// given away. No value at all differs from VT_EMPTY. May be moved in memory as it is.
 class KeptValue {
 public:
     KeptValue() = default;
     KeptValue(const KeptValue&) = delete;
     KeptValue& operator=(const KeptValue&) = delete;
     KeptValue(KeptValue&& other) noexcept { std::memcpy(this, &other, sizeof *this), other.kind_ = kNone; }
-    ~KeptValue() { Take(); }
+    ~KeptValue() { Clear(); }
 
     bool exists() const { return kind_ != kNone; }
     VARTYPE kind() const { return exists() ? kind_ : VARTYPE(VT_EMPTY); }
@@ -34,16 +35,39 @@ public:
         VariantInit(out);
         return VariantCopy(out, &value);
     }
-    /// Takes a value over; the old one goes when the new one is in place.
-    void Set(Variant value);
-    /// Takes the value out; nothing is left.
-    Variant Take();
+    /// Becomes a copy; of a reference, of what it points to. E_OUTOFMEMORY: it stays as it was. What can't be copied
+    /// for another reason becomes VT_ERROR with the status. The old value goes when the new one is in place.
+    HRESULT SetCopy(const VARIANT& value) {
+        if (!IsPlain() || value.vt > VT_R8) return CopyOwned(value);
+        kind_ = value.vt;
+        std::memcpy(payload_, &value.llVal, sizeof payload_);
+        return S_OK;
+    }
+    HRESULT SetLiteral(const Literal& literal);
+    HRESULT SetText(const wchar_t* text, size_t bytes);
+    /// Takes the value of another, which has none then.
+    void TakeFrom(KeptValue& other) {
+        KeptValue mine(std::move(*this));
+        std::memcpy(static_cast<void*>(this), &other, sizeof *this);
+        other.kind_ = kNone;
+    }
+    /// Takes an object out; nothing is left, whatever the value was.
+    ComPtr<IUnknown> TakeObject();
 
 private:
     static constexpr VARTYPE kNone = 0xFFFF;
     static constexpr size_t kSize = 16;
     static constexpr bool kBoxesRecords = sizeof(VARIANT) > kSize;
 
+    /// Nothing, or a number that owns nothing.
+    bool IsPlain() const { return kind_ <= VT_R8 || kind_ == kNone; }
+    HRESULT CopyOwned(const VARIANT& value);
+    HRESULT Replace(Variant value);
+    void Clear() {
+        if (!IsPlain()) ClearOwned();
+        kind_ = kNone;
+    }
+    void ClearOwned();
     std::uintptr_t Bits() const {
         std::uintptr_t bits;
         std::memcpy(&bits, payload_, sizeof bits);

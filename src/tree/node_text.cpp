@@ -2,21 +2,36 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
+#include <type_traits>
+
+#include "com/block_pool.h"
 
 namespace bv {
 namespace {
 
+using Unit = std::conditional_t<sizeof(wchar_t) == 4, std::uint32_t, std::uint16_t>;
+using Four = Unit __attribute__((vector_size(4 * sizeof(Unit))));
+using FourBytes = unsigned char __attribute__((vector_size(4)));
+
 /// Copies what are ASCII characters without a zero, a byte each. False if one isn't.
 bool Pack(std::wstring_view text, char* out) {
-    std::uint32_t all = 0;  // wchar_t has a sign on some systems
-    bool zero = false;
-    for (size_t i = 0; i < text.size(); ++i) {
-        all |= std::uint32_t(text[i]);
-        zero |= text[i] == 0;
-        out[i] = char(text[i]);
+    // Four at a time; whether one was zero or above 0x7F is seen at the end, beyond the seven bits.
+    Four beyond{};
+    size_t i = 0;
+    for (; i + 4 <= text.size(); i += 4) {
+        Four four;
+        std::memcpy(&four, text.data() + i, sizeof four);
+        beyond |= four | (four - 1);
+        const auto bytes = __builtin_convertvector(four, FourBytes);
+        std::memcpy(out + i, &bytes, sizeof bytes);
     }
-    return all < 0x80 && !zero;
+    std::uint32_t all = beyond[0] | beyond[1] | beyond[2] | beyond[3];
+    for (; i < text.size(); ++i) {
+        const auto c = std::uint32_t(text[i]);
+        all |= c | (c - 1);
+        out[i] = char(c);
+    }
+    return all < 0x80;
 }
 
 wchar_t ToUpper(wchar_t c) { return c >= L'a' && c <= L'z' ? wchar_t(c - L'a' + L'A') : c; }
@@ -25,10 +40,10 @@ wchar_t ToUpper(wchar_t c) { return c >= L'a' && c <= L'z' ? wchar_t(c - L'a' + 
 
 bool NodeText::SetShort(std::wstring_view text) {
     if (text.size() > kRoom) return false;
-    char packed[kRoom];
+    char packed[kRoom + 1];
     if (!Pack(text, packed)) return false;
     Free();
-    std::memcpy(here_, packed, sizeof packed);
+    std::memcpy(here_, packed, kRoom);
     form_ = static_cast<unsigned char>(text.size());
     return true;
 }
@@ -43,10 +58,10 @@ void NodeText::SetCopy(std::wstring_view text) {
     if (SetShort(text)) return;
     Long copy{{nullptr}, text.size()};
     unsigned char form = kLongAscii;
-    copy.bytes = static_cast<char*>(std::malloc(text.size() + 1));
+    copy.bytes = static_cast<char*>(TakeBlock(text.size()));
     if (copy.bytes && !Pack(text, copy.bytes)) {
-        std::free(copy.bytes);
-        auto* wide = static_cast<wchar_t*>(std::malloc(text.size() * sizeof(wchar_t)));
+        GiveBlock(copy.bytes, text.size());
+        auto* wide = static_cast<wchar_t*>(TakeBlock(text.size() * sizeof(wchar_t)));
         if (wide) std::copy(text.begin(), text.end(), wide);
         copy.wide = wide;
         form = kWide;
@@ -56,8 +71,8 @@ void NodeText::SetCopy(std::wstring_view text) {
 }
 
 void NodeText::Free() {
-    if (form_ == kLongAscii) std::free(long_().bytes);
-    if (form_ == kWide) std::free(const_cast<wchar_t*>(long_().wide));
+    if (form_ == kLongAscii) GiveBlock(long_().bytes, long_().size);
+    if (form_ == kWide) GiveBlock(const_cast<wchar_t*>(long_().wide), long_().size * sizeof(wchar_t));
     form_ = 0;
 }
 

@@ -13,6 +13,7 @@ HRESULT CreateEnumProperties(IUnknown* outer, REFIID iid, void** out);
 namespace {
 
 ComPtr<IProperty> NodeOfValue(const KeptValue& value) {
+    if (!value.object()) return nullptr;
     const ComPtr<IUnknown> object = value.object();  // it may be replaced while it is asked
     return object.As<IProperty>();
 }
@@ -39,7 +40,18 @@ PropertyBase::PropertyBase(const NodeDecl& decl)
 }
 
 HRESULT PropertyBase::FinalConstruct() {
-    // The list, then the collection, as if each were created. Nobody of ours is asked between the two look-ups.
+    static OwnWhile both;
+    const ULONGLONG now = OwnWhile::Now();
+    if (!both.Holds(now)) {
+        RETURN_IF_FAILED(TakeForeignParts());
+        if (!HasForeignValues() && !HasForeignCollection()) both.Remember(now);
+    }
+    BuildChildren();
+    return S_OK;
+}
+
+/// The list, then the collection, as if each were created; nobody is asked between two look-ups that lead to us.
+HRESULT PropertyBase::TakeForeignParts() {
     Route list(clsid::ListOfValues, CLSCTX_INPROC_SERVER);
     if (list.own() != CreateListOfValues) {
         ComPtr<IListOfValues> values;
@@ -57,14 +69,13 @@ HRESULT PropertyBase::FinalConstruct() {
         rare_->collection = std::move(children);
         std::ignore = rare_->collection->PutParent(this);
     }
-    BuildChildren();
     return S_OK;
 }
 
 void PropertyBase::FinalRelease() {
     if (HeldObject()) {
-        Variant value = value_.Take();
-        LetGo(value);
+        auto object = value_.TakeObject();
+        LetGo(object);
     }
     OnFinalRelease();
     LetGo(extension_);
@@ -221,18 +232,6 @@ STDMETHODIMP PropertyBase::get_ValueType(int* pVal) {
     return S_OK;
 }
 
-namespace {
-
-/// What is to be kept of a value. Without memory for it the old one stays.
-HRESULT CopyToStore(const VARIANT& value, Variant& copy) {
-    copy.CopyFrom(value);
-    const bool lost = (copy.vt == VT_ERROR && value.vt != VT_ERROR && copy.scode == E_OUTOFMEMORY) ||
-                      (copy.vt == VT_BSTR && !copy.bstrVal && value.vt == VT_BSTR && value.bstrVal);
-    return lost ? E_OUTOFMEMORY : S_OK;
-}
-
-}  // namespace
-
 STDMETHODIMP PropertyBase::put_Value(VARIANT newVal) { return HasStore() ? StoreChecked(newVal) : E_NOTIMPL; }
 
 HRESULT PropertyBase::StoreChecked(const VARIANT& value) {
@@ -241,22 +240,21 @@ HRESULT PropertyBase::StoreChecked(const VARIANT& value) {
         if (SUCCEEDED(number.ChangeFrom(value, VT_I4)) && number.lVal < 0)
             return RaiseMessage(ClassId(), msg::kNegativeValue);
     }
-    Variant copy;
-    RETURN_IF_FAILED(CopyToStore(value, copy));
+    KeptValue copy;
+    RETURN_IF_FAILED(copy.SetCopy(value));
     OnValueChanging();
-    value_.Set(std::move(copy));
+    value_.TakeFrom(copy);
     OnValueChanged();
     return S_OK;
 }
 
 HRESULT PropertyBase::StoreQuietly(const VARIANT& value) {
-    Variant copy;
-    RETURN_IF_FAILED(CopyToStore(value, copy));
-    value_.Set(std::move(copy));
-    return S_OK;
+    return value_.SetCopy(value);
 }
 
-HRESULT PropertyBase::StoreQuietly(std::wstring_view text) { return StoreQuietly(Variant(text)); }
+HRESULT PropertyBase::StoreQuietly(std::wstring_view text) {
+    return value_.SetText(text.data() ? text.data() : L"", text.size() * sizeof(wchar_t));
+}
 
 HRESULT PropertyBase::StoreInRange(const VARIANT& value, SHORT lowest, SHORT highest, int refusal) {
     if (!HasStore()) return E_NOTIMPL;
@@ -515,7 +513,7 @@ void PropertyBase::AddChoice(const ValuesRef& values, const Choice& choice) {
 }
 
 void PropertyBase::Build(const NodeDecl& decl) {
-    if (!decl.value.IsNone()) value_.Set(Variant(decl.value));
+    if (!decl.value.IsNone()) std::ignore = value_.SetLiteral(decl.value);
     for (const Choice& choice : decl.choices) AddChoice(Values(), choice);
     if (decl.extension) {
         const NodeDecl& unit = *decl.extension;

@@ -105,7 +105,7 @@ public:
     void DropReference() {
         if (!references_.DropOneOfSeveral()) static_cast<IProperty*>(this)->Release();
     }
-    void WriteElement(XmlSink& sink);
+    void WriteElement(XmlSink& sink, const Walk& walk);
 
 protected:
     // The hooks of a class.
@@ -229,14 +229,17 @@ private:
     // The collection and the value list as objects.
     HRESULT QueryCollection(void** out);
     HRESULT QueryValues(void** out);
+    /// Asks what the classes of the value list and the collection lead to, and keeps what isn't ours.
+    HRESULT TakeForeignParts();
+    void WriteHeldText(XmlSink& sink);
+    void WriteExtension(XmlSink& sink);
     void Attach(NodePart& part);
     void EndParts();
 
     /// Calls a put of a flag on the held node and on the children.
     void PassOn(HRESULT (STDMETHODCALLTYPE IProperty::*put)(LONG), LONG flag, Walk::Kind kind);
     NodeRef AddDeclared(const NodeDecl& decl, bool literal_name);
-    static NodeRef AddDeclaredTo(IEnumProperties* collection, IProperty* parent,
-                                           const NodeDecl& decl);
+    static NodeRef AddDeclaredTo(IEnumProperties* collection, IProperty* parent, const NodeDecl& decl);
     static void Finish(const NodeRef& child, const NodeDecl& decl);
     static void AddChoice(const ValuesRef& values, const Choice& choice);
     void AdoptOwn(const NodeDecl& decl);
@@ -244,21 +247,21 @@ private:
 
     struct CollectionRow : MapRow {
         static bool Answer(PropertyBase* node, REFIID iid, void** out, HRESULT& status) {
-            if (iid != kIid<IEnumProperties>) return false;
+            if (!SameId(iid, kIid<IEnumProperties>)) return false;
             status = node->QueryCollection(out);
             return true;
         }
     };
     struct ValuesRow : MapRow {
         static bool Answer(PropertyBase* node, REFIID iid, void** out, HRESULT& status) {
-            if (iid != kIid<IListOfValues>) return false;
+            if (!SameId(iid, kIid<IListOfValues>)) return false;
             status = node->QueryValues(out);
             return true;
         }
     };
     struct NodeRow : MapRow {
         static bool Answer(PropertyBase* node, REFIID iid, void** out, HRESULT& status) {
-            if (iid != kNodeQuestion) return false;
+            if (!SameId(iid, kNodeQuestion)) return false;
             node->AddReference();
             *out = static_cast<IProperty*>(node);
             status = S_OK;

@@ -35,24 +35,26 @@ class XmlName {
 public:
     explicit XmlName(const NodeText& text) {
         const std::string_view ascii = text.Ascii();
-        if (!ascii.data() || ascii.size() > sizeof here_) {
+        if (ascii.data() && ascii.size() <= kRoom) {
+            std::memcpy(here_, ascii.data(), ascii.size());
+            size_ = ascii.size();
+        } else {
             std::ignore = text.CopyTo(other_.Put());
-            return;
         }
-        std::memcpy(here_, ascii.data(), ascii.size());
-        size_ = ascii.size();
     }
-    void AppendTo(XmlSink& sink) const {
-        if (size_)
-            sink.Append({here_, size_});
-        else
-            sink.AppendName(other_.View());
+    template <size_t N, size_t M>
+    void AppendTo(XmlSink& sink, const char (&before)[N], const char (&behind)[M]) const {
+        if (!other_.get()) return sink.AppendTag(before, here_, size_, behind);
+        sink.Append(before);
+        sink.AppendName(other_.View());
+        sink.Append(behind);
     }
 
 private:
+    static constexpr size_t kRoom = 32;
     size_t size_ = 0;
-    char here_[32];  // the first of them are set
-    Bstr other_;     // a long name, or one that isn't ASCII
+    char here_[kRoom];  // the first of them are set
+    Bstr other_;        // a long name, or one that isn't ASCII
 };
 
 void WriteChild(XmlSink& sink, IUnknown* object) {
@@ -63,54 +65,65 @@ void WriteChild(XmlSink& sink, IUnknown* object) {
 
 STDMETHODIMP PropertyBase::WriteXml(ISequentialStream* stream) {
     if (!stream) return E_POINTER;
-    const auto sink = XmlSink::For(stream);
+    const XmlSink::Scope scope(stream);
+    XmlSink* const sink = scope.sink();
     if (!sink) return E_OUTOFMEMORY;
-    WriteElement(*sink);
-    if (static_cast<ISequentialStream*>(sink.get()) != stream) sink->Close();
+    WriteElement(*sink, Walk{.kind = Walk::kWrite, .object = sink});
     return S_OK;
 }
 
-void PropertyBase::WriteElement(XmlSink& sink) {
-    const Walk walk{.kind = Walk::kWrite, .object = &sink};
+void PropertyBase::WriteElement(XmlSink& sink, const Walk& walk) {
     const Visit visit(*this, walk);
     if (!visit) return;
     WriteExtra();
 
     const XmlName name(name_);
-    sink.Append("<");
-    name.AppendTo(sink);
-    const VARIANT value = Stored();
-    const ComPtr<IUnknown> object = ObjectOf(value);
-    if (value.vt == VT_DISPATCH || value.vt == VT_UNKNOWN) {
-        if (Bstr text; ObjectText(this, Values(), object.get(), text)) {
-            sink.Append(" value='");
-            sink.AppendName(text.View());
-            sink.Append("' type='");
-            sink.AppendNumber(kObjectType);
-            sink.Append("'");
-        }
-    } else if (value.vt != VT_EMPTY) {
-        sink.AppendTyped(" value='", value, "' type='");
-        const auto extension = extension_;
-        if (Variant unit; extension && SUCCEEDED(extension->get_Value(unit.Put())) && unit.vt != VT_EMPTY)
-            sink.AppendTyped(" ext='", unit, "' extType='");
+    name.AppendTo(sink, "<", "");
+    if (HeldObject())
+        WriteHeldText(sink);
+    else if (const VARTYPE kind = value_.kind();
+             kind != VT_EMPTY && kind != VT_DISPATCH && kind != VT_UNKNOWN) {
+        sink.AppendTyped(" value='", Stored(), "' type='");
+        if (extension_) WriteExtension(sink);
     }
     sink.Append(">\n");
 
     WriteChildrenExtra(sink);
-    if (object)
-        if (auto held = object.As<IProperty>()) WriteChild(sink, held.get());
-    for (const NodeRef& child : Children()) {
-        if (PropertyBase* own = child.own())
-            own->WriteElement(sink);
-        else
-            WriteChild(sink, child.object());
-    }
-    if (const auto extra = rare_ ? rare_->ex_data : nullptr) WriteChild(sink, extra.get());
+    if (HeldObject())
+        if (const NodeRef held = NodeRef(ComPtr<IUnknown>(HeldObject()).get())) {
+            if (PropertyBase* own = held.own())
+                own->WriteElement(sink, walk);
+            else if (const auto node = held.node())
+                WriteChild(sink, node.get());
+        }
+    if (HasChildren())
+        for (const NodeRef& child : Children()) {
+            if (PropertyBase* own = child.own())
+                own->WriteElement(sink, walk);
+            else
+                WriteChild(sink, child.object());
+        }
+    if (rare_)
+        if (const auto extra = rare_->ex_data) WriteChild(sink, extra.get());
 
-    sink.Append("</");
-    name.AppendTo(sink);
-    sink.Append(">\n");
+    name.AppendTo(sink, "</", ">\n");
+}
+
+void PropertyBase::WriteHeldText(XmlSink& sink) {
+    const ComPtr<IUnknown> object = HeldObject();
+    Bstr text;
+    if (!ObjectText(this, Values(), object.get(), text)) return;
+    sink.Append(" value='");
+    sink.AppendName(text.View());
+    sink.Append("' type='");
+    sink.AppendNumber(kObjectType);
+    sink.Append("'");
+}
+
+void PropertyBase::WriteExtension(XmlSink& sink) {
+    const auto extension = extension_;
+    if (Variant unit; SUCCEEDED(extension->get_Value(unit.Put())) && unit.vt != VT_EMPTY)
+        sink.AppendTyped(" ext='", unit, "' extType='");
 }
 
 }  // namespace bv

@@ -11,7 +11,10 @@ HRESULT CreateListItem(IUnknown* outer, REFIID iid, void** out);  // below
 
 namespace {
 
-class ListItem : public Dispatch<IListItem>, public SupportsErrors<IListItem>, public ObjectRoot, public Pooled {
+class ListItem : public Dispatch<IListItem>,
+                 public SupportsErrors<IListItem>,
+                 public ObjectRoot,
+                 public Pooled {
 public:
     using Answers = InterfaceMap<IListItem, IBaseObj, IDispatch, ISupportErrorInfo>;
 
@@ -22,20 +25,18 @@ public:
         return value_.CopyTo(pVal);
     }
     STDMETHODIMP SetInfo(BSTR Name, VARIANT pVal) override {
-        Variant value;
-        value.CopyFrom(pVal);
+        RETURN_IF_FAILED(value_.SetCopy(pVal));
         label_.SetCopy(View(Name));
-        value_.Set(std::move(value));
         return S_OK;
     }
     void FinalRelease() {
-        Variant value = value_.Take();
-        LetGo(value);
+        auto object = value_.TakeObject();
+        LetGo(object);
     }
     /// Takes an entry over.
     void Become(ValueEntry& entry) {
         label_.Swap(entry.label);
-        value_.Set(entry.value.Take());
+        value_.TakeFrom(entry.value);
     }
 
 private:
@@ -110,18 +111,21 @@ HRESULT ValueEntries::AddNew(BSTR label, const VARIANT& value) {
 
 HRESULT ValueEntries::AddItem(BSTR label, const VARIANT& value) {
     if (auto node = Query<IProperty>(ObjectOf(value))) std::ignore = node->put_Active(0);
+    static OwnWhile own;
+    const ULONGLONG now = OwnWhile::Now();
     ValueEntry entry;
-    Route route(clsid::ListItem, kAnyServer);
-    if (route.own() == CreateListItem) {
-        Variant copy;
-        copy.CopyFrom(value);
-        entry.label.SetCopy(View(label));
-        entry.value.Set(std::move(copy));
-    } else {
-        RETURN_IF_FAILED(route.Make(kIid<IListItem>, entry.object.PutVoid()));
-        if (!entry.object) return E_FAIL;
-        std::ignore = entry.object->SetInfo(label, value);
+    if (!own.Holds(now)) {
+        Route route(clsid::ListItem, kAnyServer);
+        if (route.own() != CreateListItem) {
+            RETURN_IF_FAILED(route.Make(kIid<IListItem>, entry.object.PutVoid()));
+            if (!entry.object) return E_FAIL;
+            std::ignore = entry.object->SetInfo(label, value);
+            return items_.Append(std::move(entry)) ? S_OK : E_OUTOFMEMORY;
+        }
+        own.Remember(now);
     }
+    entry.label.SetCopy(View(label));
+    RETURN_IF_FAILED(entry.value.SetCopy(value));
     return items_.Append(std::move(entry)) ? S_OK : E_OUTOFMEMORY;
 }
 
@@ -154,8 +158,9 @@ void ValueEntries::Clear() {
     const auto gone = std::move(items_);  // an entry's end may ask the list, which is empty by then
     for (ValueEntry& entry : gone) {
         LetGo(entry.object);
-        Variant value = entry.value.Take();
-        LetGo(value);
+        if (!entry.value.object()) continue;
+        auto object = entry.value.TakeObject();
+        LetGo(object);
     }
 }
 

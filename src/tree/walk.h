@@ -6,6 +6,9 @@
 namespace bv {
 
 class PropertyBase;
+class Visit;
+/// Where this thread keeps its innermost visit.
+Visit*& InnermostVisit();
 
 /// A walk: what it does, and with what. A call that a foreign node makes in the middle of one begins another walk
 /// if it does something else, or the same with something else.
@@ -26,6 +29,7 @@ struct Walk {
     long flag = 0;
     const void* object = nullptr;  // the media object, the stream
     std::wstring_view name = {};   // what is searched
+    Visit** innermost = &InnermostVisit();
 };
 
 /// Marks a node as being visited. False if this walk is already inside it or the recursion is too deep: scripts
@@ -40,11 +44,8 @@ public:
     static constexpr int kDeepest = 1000;  // nodes that hang or are held below each other
 
 private:
-    static constinit thread_local Visit* innermost_;
-
     PropertyBase& node_;
     const Walk& walk_;
-    Visit*& place_;  // innermost_, found once
     Visit* const outer_;
     const int depth_;
     bool entered_ = false;

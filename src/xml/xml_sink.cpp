@@ -51,15 +51,16 @@ private:
 };
 XmlSink::Spare XmlSink::spare_;
 
-ComPtr<XmlSink> XmlSink::For(ISequentialStream* stream) {
-    if (auto sink = Query<XmlSink>(stream)) return sink;
+XmlSink::Scope::Scope(ISequentialStream* stream) : sink_(Query<XmlSink>(stream)) {
+    if (sink_) return;
     XmlSink* sink = spare_.Take();
     if (!sink) sink = new (std::nothrow) XmlSink;
-    if (!sink) return nullptr;
+    if (!sink) return;
     LockModule();  // somebody may keep it after the call
     sink->target_ = stream;
     sink->used_ = 0;
-    return sink;
+    sink_ = sink;
+    is_new_ = true;
 }
 
 STDMETHODIMP XmlSink::QueryInterface(REFIID iid, void** out) {
@@ -97,7 +98,7 @@ void XmlSink::Flush() {
     used_ = 0;
 }
 
-void XmlSink::Close() {
+void XmlSink::End() {
     Flush();
     target_ = nullptr;
 }

@@ -18,17 +18,42 @@ class XmlSink final : public ISequentialStream {
 public:
     static constexpr size_t kSafeLimit = 255;  // characters of a text that had to be made safe
 
-    /// The sink behind a stream if it is one, else a new one in front of it. Null: no memory.
-    static ComPtr<XmlSink> For(ISequentialStream* stream);
-
     STDMETHODIMP QueryInterface(REFIID iid, void** out) override;
     STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
     STDMETHODIMP_(ULONG) Release() override;
     STDMETHODIMP Read(void* bytes, ULONG count, ULONG* read) override;
     STDMETHODIMP Write(const void* bytes, ULONG count, ULONG* written) override;
 
+    /// What writes an element to a stream: finds the sink, or puts one in front of the stream and flushes it at its
+    /// end; what comes after that goes nowhere.
+    class Scope {
+    public:
+        explicit Scope(ISequentialStream* stream);
+        Scope(const Scope&) = delete;
+        ~Scope() { Close(); }
+        /// Flushes and ends before its time.
+        void Close() {
+            if (sink_ && is_new_) sink_->End();
+        }
+        /// Null: no memory.
+        XmlSink* sink() const { return sink_.get(); }
+
+    private:
+        ComPtr<XmlSink> sink_;
+        bool is_new_ = false;
+    };
+
     /// Appends as it stands.
     void Append(std::string_view text);
+    /// A name between two texts. It stands at the begin of a block of 32 bytes, which is copied whole.
+    template <size_t N, size_t M>
+    void AppendTag(const char (&before)[N], const char (&block)[32], size_t size, const char (&behind)[M]) {
+        char* out = Room(N + M + sizeof block);
+        std::memcpy(out, before, N - 1);
+        std::memcpy(out + N - 1, block, sizeof block);
+        std::memcpy(out + N - 1 + size, behind, M - 1);
+        used_ += N - 1 + size + M - 1;
+    }
     template <size_t N>
     void Append(const char (&literal)[N]) {
         static_assert(N <= kTextLimit);
@@ -46,10 +71,9 @@ public:
     /// A value in its text form, made safe if it is a text.
     void AppendValue(const VARIANT& value);
     void AppendNumber(LONGLONG number);
-    /// To be called by whoever made the sink, when the whole is written: what comes later goes nowhere.
-    void Close();
 
 private:
+    void End();
     void Flush();
     XmlSink() = default;
     ~XmlSink() = default;
