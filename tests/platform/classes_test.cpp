@@ -137,6 +137,26 @@ TEST(Classes, ARegisteredClassObjectGoesBeforeTheRegistry) {
     FreeUnused();
 }
 
+TEST(Classes, TheProgramsNameIsTheOneThatStandsInTheRegistryNow) {
+    const auto name = [] {
+        wchar_t* text = nullptr;
+        const HRESULT status = ProgIDFromCLSID(kProbe, &text);
+        const std::wstring result = text ? text : L"status " + std::to_wstring(status);
+        CoTaskMemFree(text);
+        return result;
+    };
+    const std::wstring none = L"status " + std::to_wstring(REGDB_E_CLASSNOTREG);
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(name(), none);
+        const TestClass registered(kProbe, ProbePath().wstring());
+        for (const wchar_t* given : {L"Probe.First", L"Probe.Second"}) {
+            registered.Put(L"ProgID", nullptr, given);
+            for (int again = 0; again < 4; ++again) EXPECT_EQ(name(), given);
+        }
+    }
+    EXPECT_EQ(name(), none);
+}
+
 TEST(Classes, AThreadInitialisesBeforeItCreates) {
     const TestClass registered(kProbe, WideName(ProbePath()));
     std::thread([] {

@@ -195,14 +195,18 @@ bool FindModule(REFCLSID class_id, std::string& module) {
     if (status != ERROR_SUCCESS) return status == ERROR_FILE_NOT_FOUND || status == ERROR_PATH_NOT_FOUND;
     DWORD type = 0;
     DWORD size = 0;
-    if (RegQueryValueExA(key, nullptr, nullptr, &type, nullptr, &size) == ERROR_SUCCESS &&
-        (type == REG_SZ || type == REG_EXPAND_SZ)) {
+    LSTATUS read = RegQueryValueExA(key, nullptr, nullptr, &type, nullptr, &size);
+    if (read == ERROR_SUCCESS && (type == REG_SZ || type == REG_EXPAND_SZ)) {
         module.resize(size);
-        if (RegQueryValueExA(key, nullptr, nullptr, nullptr, reinterpret_cast<LPBYTE>(module.data()),
-                             &size) != ERROR_SUCCESS)
-            module.clear();
+        read =
+            RegQueryValueExA(key, nullptr, nullptr, nullptr, reinterpret_cast<LPBYTE>(module.data()), &size);
+        if (read != ERROR_SUCCESS) module.clear();
     }
     RegCloseKey(key);
+    // What has been changed in between, by another process, is asked for again with the next creation.
+    if (read != ERROR_SUCCESS && read != ERROR_FILE_NOT_FOUND && read != ERROR_KEY_DELETED &&
+        read != ERROR_MORE_DATA)
+        return false;
     module.resize(std::min(module.size(), module.find('\0')));
     if (module.size() >= 2 && module.front() == '"' && module.back() == '"')
         module = module.substr(1, module.size() - 2);

@@ -3,10 +3,18 @@
 #include <sys/random.h>
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <iterator>
+#include <mutex>
 #include <new>
 #include <string>
+#include <utility>
+#include <vector>
+
+#include "registry/registry_state.h"
+
+using bv::platform::RegistryState;
 
 namespace {
 
@@ -65,22 +73,64 @@ HRESULT CopyText(const std::wstring& text, LPOLESTR* result) {
     return S_OK;
 }
 
-/// The default value of a key below HKEY_CLASSES_ROOT; empty when there is none.
-std::wstring ClassesText(const std::wstring& path) {
+/// The default value of a key below HKEY_CLASSES_ROOT; empty when there is none. False: the registry can't be
+/// read.
+bool ClassesText(const std::wstring& path, std::wstring& text) {
+    text.clear();
     HKEY key = nullptr;
-    if (RegOpenKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return {};
-    std::wstring text;
+    LONG status = RegOpenKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, KEY_READ, &key);
+    if (status != ERROR_SUCCESS) return status == ERROR_FILE_NOT_FOUND;
     DWORD type = 0;
-    DWORD size = 0;
-    if (RegQueryValueExW(key, nullptr, nullptr, &type, nullptr, &size) == ERROR_SUCCESS && type == REG_SZ) {
+    wchar_t buffer[128];  // enough for all but a few
+    DWORD size = sizeof buffer;
+    status = RegQueryValueExW(key, nullptr, nullptr, &type, reinterpret_cast<LPBYTE>(buffer), &size);
+    if (status == ERROR_SUCCESS && type == REG_SZ) text.assign(buffer, size / sizeof(wchar_t));
+    if (status == ERROR_MORE_DATA && type == REG_SZ) {
         text.resize(size / sizeof(wchar_t));
-        if (RegQueryValueExW(key, nullptr, nullptr, nullptr, reinterpret_cast<LPBYTE>(text.data()), &size) !=
-            ERROR_SUCCESS)
-            text.clear();
+        status =
+            RegQueryValueExW(key, nullptr, nullptr, nullptr, reinterpret_cast<LPBYTE>(text.data()), &size);
+        if (status != ERROR_SUCCESS) text.clear();
     }
     RegCloseKey(key);
-    return text.substr(0, text.find(L'\0'));
+    text.resize(std::min(text.size(), text.find(L'\0')));
+    return status == ERROR_SUCCESS || status == ERROR_FILE_NOT_FOUND || status == ERROR_KEY_DELETED ||
+           status == ERROR_MORE_DATA;
 }
+
+/// The programs' names of classes, as long as the registry is as it was when they were read: a refusal asks for
+/// one, and may come for each value that a person types.
+class KnownNames {
+public:
+    bool Find(std::uint64_t state, REFCLSID class_id, LPOLESTR* result, HRESULT& status) {
+        std::lock_guard lock(mutex_);
+        if (state == 0 || state != state_) return false;
+        for (const auto& [id, name] : names_)
+            if (id == class_id) {
+                status = CopyText(name, result);
+                return true;
+            }
+        return false;
+    }
+    /// state: before it was read.
+    void Add(std::uint64_t state, REFCLSID class_id, const std::wstring& name) {
+        if (state == 0 || state != RegistryState()) return;
+        std::lock_guard lock(mutex_);
+        if (state != state_ || names_.size() == kMost) names_.clear();
+        state_ = state;
+        names_.emplace_back(class_id, name);
+    }
+
+    static KnownNames& Get() {
+        static auto& names = *new KnownNames;  // serves modules to their end
+        return names;
+    }
+
+private:
+    static constexpr size_t kMost = 16;
+    std::mutex mutex_;
+    std::uint64_t state_ = 0;
+    std::vector<std::pair<CLSID, std::wstring>> names_;
+};
 
 }  // namespace
 
@@ -123,10 +173,16 @@ int StringFromGUID2(REFGUID id, LPOLESTR buffer, int size) {
 HRESULT ProgIDFromCLSID(REFCLSID class_id, LPOLESTR* result) try {
     if (!result) return E_INVALIDARG;
     *result = nullptr;
+    const std::uint64_t state = RegistryState();
+    HRESULT status = S_OK;
+    if (KnownNames::Get().Find(state, class_id, result, status)) return status;
     wchar_t id[kFormSize];
     StringFromGUID2(class_id, id, kFormSize);
-    const std::wstring name = ClassesText(std::wstring(L"CLSID\\") + id + L"\\ProgID");
-    return name.empty() ? REGDB_E_CLASSNOTREG : CopyText(name, result);
+    std::wstring name;
+    if (!ClassesText(std::wstring(L"CLSID\\") + id + L"\\ProgID", name)) return REGDB_E_READREGDB;
+    if (name.empty()) return REGDB_E_CLASSNOTREG;
+    KnownNames::Get().Add(state, class_id, name);
+    return CopyText(name, result);
 } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
 }
@@ -134,7 +190,8 @@ HRESULT ProgIDFromCLSID(REFCLSID class_id, LPOLESTR* result) try {
 HRESULT CLSIDFromProgID(LPCOLESTR name, LPCLSID result) try {
     if (!name || !result) return E_INVALIDARG;
     *result = CLSID_NULL;
-    const std::wstring id = ClassesText(std::wstring(name) + L"\\CLSID");
+    std::wstring id;
+    if (!ClassesText(std::wstring(name) + L"\\CLSID", id)) return REGDB_E_READREGDB;
     return id.empty() ? CO_E_CLASSSTRING : CLSIDFromString(id.c_str(), result);
 } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;

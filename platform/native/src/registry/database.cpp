@@ -263,6 +263,7 @@ bool Database::IsUnchanged() const {
 void Database::BeginRead() {
     if (!keep_mirror_ || !IsUnchanged() || mirror_.IsFull()) {
         mirror_.Clear();
+        ++mirror_number_;
         keep_mirror_ = log_index_ != nullptr;
         if (log_index_) std::copy_n(log_index_, mirror_stamp_.size(), mirror_stamp_.begin());
     }

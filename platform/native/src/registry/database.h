@@ -81,6 +81,10 @@ public:
     /// Makes the change fail.
     void Spoil(LONG error);
 
+    /// Stands for what the registry holds: the same number again means that nothing has been changed. 0: that
+    /// can't be told, or has not been read. Doesn't fail.
+    std::uint64_t State() const { return keep_mirror_ && IsUnchanged() ? mirror_number_ : 0; }
+
     // A name is found without regard to case. A key or a value that isn't there is no failure.
     bool Exists(KeyId key);
     std::optional<KeyId> Subkey(KeyId parent, std::string_view name);
@@ -154,6 +158,7 @@ private:
     Mirror mirror_;
     std::array<std::uint32_t, 12> mirror_stamp_ = {};  // the begin of the index when the mirror was filled
     bool keep_mirror_ = false;                         // ... which is known
+    std::uint64_t mirror_number_ = 0;                  // moves on when it is emptied
     bool used_mirror_ = false;                         // this call has begun with something in it
     bool reading_ = false;                             // inside Read()
     bool snapshot_ = false;                            // ... and reading the file

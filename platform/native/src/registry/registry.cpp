@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "registry/database.h"
+#include "registry/registry_state.h"
 #include "text/text.h"
 
 using namespace bv::platform;
@@ -376,6 +377,13 @@ LONG QueryInfo(HKEY handle, LPDWORD subkeys, LPDWORD longest_subkey, LPDWORD lon
 }
 
 }  // namespace
+
+std::uint64_t bv::platform::RegistryState() {
+    if (this_change) return 0;
+    Registry& registry = Registry::Get();
+    std::lock_guard lock(registry.mutex);
+    return registry.database.State();
+}
 
 extern "C" {
 
