@@ -148,7 +148,7 @@ TEST(Classes, TheProgramsNameIsTheOneThatStandsInTheRegistryNow) {
     const std::wstring none = L"status " + std::to_wstring(REGDB_E_CLASSNOTREG);
     for (int round = 0; round < 2; ++round) {
         EXPECT_EQ(name(), none);
-        const TestClass registered(kProbe, ProbePath().wstring());
+        const TestClass registered(kProbe, WideName(ProbePath()));
         for (const wchar_t* given : {L"Probe.First", L"Probe.Second"}) {
             registered.Put(L"ProgID", nullptr, given);
             for (int again = 0; again < 4; ++again) EXPECT_EQ(name(), given);
