@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs from Debian's packages what is missing for one or more purposes: setup.sh build|demo|test|bench|fuzz|lint ...
+# Installs from Debian's packages what is missing for one or more purposes: setup.sh build|demo|test|bench|fuzz|mutants|...
 # Says nothing and changes nothing when everything is there.
 set -euo pipefail
 
@@ -16,6 +16,8 @@ packages_for() {
             ;;
         bench) echo "$build libbenchmark-dev" ;;
         fuzz) echo "$build clang libclang-rt-14-dev llvm" ;;
+        mutants) echo "python3" ;;
+        coverage) echo "gcovr python3" ;;
         lint) echo "clang-format clang-tidy shellcheck" ;;
         *) echo "setup.sh: no such purpose: $1" >&2; return 1 ;;
     esac

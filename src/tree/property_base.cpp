@@ -248,9 +248,7 @@ HRESULT PropertyBase::StoreChecked(const VARIANT& value) {
     return S_OK;
 }
 
-HRESULT PropertyBase::StoreQuietly(const VARIANT& value) {
-    return value_.SetCopy(value);
-}
+HRESULT PropertyBase::StoreQuietly(const VARIANT& value) { return value_.SetCopy(value); }
 
 HRESULT PropertyBase::StoreQuietly(std::wstring_view text) {
     return value_.SetText(text.data() ? text.data() : L"", text.size() * sizeof(wchar_t));
