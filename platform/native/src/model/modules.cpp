@@ -69,20 +69,25 @@ const link_map* ProgramIdentity() {
     return program;
 }
 
+/// The module's record, with the mutex held. Null: none yet.
+HMODULE Find(const link_map* map) {
+    for (const auto& module : Modules())
+        if (module->identity == map) return module.get();
+    return nullptr;
+}
+
+/// The record comes first: the loader's own may have been written by another thread, under a lock that isn't ours.
 std::string PathOf(const link_map* map) {
+    {
+        std::lock_guard lock(modules_mutex);
+        if (const HMODULE known = Find(map)) return known->path;
+    }
     char path[PATH_MAX];
     if (map == ProgramIdentity()) {
         const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
         return {path, length > 0 ? static_cast<size_t>(length) : 0};
     }
     return realpath(map->l_name, path) ? path : map->l_name;
-}
-
-/// The module's record, with the mutex held. Null: none yet.
-HMODULE Find(const link_map* map) {
-    for (const auto& module : Modules())
-        if (module->identity == map) return module.get();
-    return nullptr;
 }
 
 /// The same, made when there is none. path is looked up before, since that asks the loader.
@@ -310,7 +315,9 @@ extern "C" {
 HMODULE BvAttachModule(const BvModuleEntry* entry) {
     HMODULE const module = Bounded(HMODULE(), [&] { return Attach(*entry); });
     if (!module) return nullptr;
-    if (entry->main) module->refused = !entry->main(module, DLL_PROCESS_ATTACH, nullptr);
+    const bool refused = entry->main && !entry->main(module, DLL_PROCESS_ATTACH, nullptr);
+    std::lock_guard lock(modules_mutex);
+    module->refused = refused;
     return module;
 }
 
