@@ -59,7 +59,7 @@ struct Places {
 };
 
 /// objects: those that may be passed.
-void Fill(Source& source, VARIANT& value, Places& places, std::span<IDispatch* const> objects) {
+void SetRandom(Source& source, VARIANT& value, Places& places, std::span<IDispatch* const> objects) {
     VariantInit(&value);
     switch (source.Byte() % 14) {
         case 0:
@@ -152,7 +152,7 @@ void Call(Source& source, std::vector<IDispatch*>& objects) {
     const unsigned count = source.Byte();
     std::vector<VARIANT> arguments(count < 248 ? count % 5 : 30 + count % 16);
     // An object gets only those before it: what is held in a circle is never released.
-    for (VARIANT& argument : arguments) Fill(source, argument, places, std::span(objects).first(place));
+    for (VARIANT& argument : arguments) SetRandom(source, argument, places, std::span(objects).first(place));
     std::vector<DISPID> named(arguments.empty()        ? 0
                               : source.Byte() % 4 == 0 ? 1 + source.Byte() % arguments.size()
                                                        : 0);

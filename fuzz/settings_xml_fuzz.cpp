@@ -84,7 +84,7 @@ void CheckNode(const pugi::xml_node& element, const Written& node) {
     if (node.has_unit) Check(element.attribute("ext").value() == Expected(node.unit));
 }
 
-Written Fill(IProperty* node, Input& input, std::size_t number) {
+Written SetRandom(IProperty* node, Input& input, std::size_t number) {
     Written written{"Node" + std::to_string(number), {}, false, {}, false};
     const auto init = Query<ISimpleInit>(node);
     std::ignore = node->SetInfo(ToBstr(written.name).get(), Variant());
@@ -133,13 +133,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Input input(data, size);
     const auto root = Create<IProperty>(clsid::PropertySimple);
     Check(bool(root));
-    std::vector<Written> nodes = {Fill(root.get(), input, 0)};
+    std::vector<Written> nodes = {SetRandom(root.get(), input, 0)};
     const auto children = root.As<IEnumProperties>();
     while (!input.Empty() && nodes.size() < 12) {
         CLSID simple = clsid::PropertySimple;
         ComPtr<IProperty> child;
         Check(SUCCEEDED(children->InsertProperty(nullptr, &simple, child.Put())));
-        nodes.push_back(Fill(child.get(), input, nodes.size()));
+        nodes.push_back(SetRandom(child.get(), input, nodes.size()));
     }
     bv::test::MemoryStream stream;
     Check(root.As<ISettingsWriter>()->WriteXml(&stream) == S_OK);

@@ -30,7 +30,7 @@ struct IXmlCursor {
     virtual void Leave() = 0;
     /// The element that it stands on. The texts are the cursor's and last until the next call of it. False:
     /// no memory.
-    virtual bool Look(XmlElement& element) = 0;
+    virtual bool Read(XmlElement& element) = 0;
 
 protected:
     ~IXmlCursor() = default;

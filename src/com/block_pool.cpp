@@ -74,14 +74,14 @@ Stripe& Mine() {
 
 }  // namespace
 
-void* TakeBlock(std::size_t size) noexcept {
+void* AllocateBlock(std::size_t size) noexcept {
     size = (size + kStep - 1) / kStep * kStep;
     if (kKeeps && size <= kLargest)
         if (void* block = Mine().Take(size / kStep)) return block;
     return std::malloc(size);
 }
 
-void GiveBlock(void* block, std::size_t size) noexcept {
+void FreeBlock(void* block, std::size_t size) noexcept {
     size = (size + kStep - 1) / kStep * kStep;
     if (block && kKeeps && size <= kLargest && Mine().Give(size / kStep, block)) return;
     std::free(block);

@@ -12,7 +12,7 @@ namespace {
 constexpr size_t kMaxInterfaces = 32;  // dual ones of the server; the library describes 17
 
 /// An operation whose arguments need a look before the system passes them on.
-struct Delicate {
+struct GuardedOperation {
     MEMBERID id;
     WORD kinds;
     UINT parameters;          // how many it has
@@ -23,7 +23,7 @@ struct Delicate {
 struct Described {
     IID iid = {};
     ComPtr<ITypeInfo> type;
-    std::vector<Delicate> delicate;
+    std::vector<GuardedOperation> guarded;
 };
 
 CRITICAL_SECTION type_lock;
@@ -37,10 +37,11 @@ public:
     ~TypeLock() { LeaveCriticalSection(&type_lock); }
 };
 
-void FindDelicate(ITypeInfo* type, std::vector<Delicate>& found) {
+void FindGuarded(ITypeInfo* type, std::vector<GuardedOperation>& found) {
     FUNCDESC* function = nullptr;
     for (UINT i = 0; SUCCEEDED(type->GetFuncDesc(i, &function)); ++i) {
-        Delicate operation = {function->memid, WORD(function->invkind), UINT(function->cParams), {}, false};
+        GuardedOperation operation = {
+            function->memid, WORD(function->invkind), UINT(function->cParams), {}, false};
         for (int place = 0; place < function->cParams; ++place) {
             const TYPEDESC& kind = function->lprgelemdescParam[place].tdesc;
             if (kind.vt == VT_VARIANT) operation.variants = true;
@@ -56,7 +57,7 @@ HRESULT Load(REFIID iid, LCID locale, Described& result) {
     RETURN_IF_FAILED(LoadRegTypeLib(kTypeLibrary, 1, 0, locale, library.Put()));
     RETURN_IF_FAILED(library->GetTypeInfoOfGuid(iid, result.type.Put()));
     result.iid = iid;
-    FindDelicate(result.type.get(), result.delicate);
+    FindGuarded(result.type.get(), result.guarded);
     return S_OK;
 }
 
@@ -146,7 +147,7 @@ HRESULT InvokeOn(IDispatch* object, REFIID iid, DISPID id, LCID locale, WORD fla
     RETURN_IF_FAILED(Describe(iid, locale, found));
     if (!parameters || (parameters->cArgs > 0 && !parameters->rgvarg)) return E_INVALIDARG;
     Arguments arguments(*parameters);
-    for (const Delicate& operation : found->delicate) {
+    for (const GuardedOperation& operation : found->guarded) {
         if (operation.id != id || !(operation.kinds & flags)) continue;
         // Some systems pass over what is too much; here it would be taken for what it isn't.
         if (parameters->cArgs > operation.parameters) return DISP_E_BADPARAMCOUNT;

@@ -41,9 +41,9 @@ public:
     bool empty() const { return length_ == 0; }
     void Clear() { SetLength(0); }
 
-    /// For a call that fills in a text, or changes the one that is there; Settle follows it.
+    /// For a call that fills in a text, or changes the one that is there; UpdateLength follows it.
     char* Buffer() { return bytes_; }
-    void Settle() {
+    void UpdateLength() {
         bytes_[kLimit] = 0;
         SetLength(std::string_view(bytes_).size());
     }

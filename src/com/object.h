@@ -24,7 +24,7 @@ public:
     bool Drop(ULONG* left) {
         const ULONG count = count_ -= 2;
         *left = References(count);
-        return count == kSettled;
+        return count == kMade;
     }
     /// Drops a reference that isn't the last; false for the last, which it leaves.
     bool DropOneOfSeveral() {
@@ -33,11 +33,11 @@ public:
         return true;
     }
     ULONG references() const { return References(count_); }
-    void Settle() { count_ |= kSettled; }
-    void BeginEnd() { count_ &= ~kSettled; }
+    void MarkMade() { count_ |= kMade; }
+    void BeginEnd() { count_ &= ~kMade; }
 
 private:
-    static constexpr ULONG kSettled = 1;  // the object is made, and doesn't end yet
+    static constexpr ULONG kMade = 1;  // construction is over, and the end hasn't begun
     static ULONG References(ULONG count) { return count / 2; }
     Number count_{0};
 };
@@ -195,7 +195,7 @@ public:
     }
     HRESULT Begin() {
         const HRESULT status = this->FinalConstruct();
-        this->references_.Settle();
+        this->references_.MarkMade();
         return status;
     }
     void End() {
@@ -232,7 +232,7 @@ public:
     }
     HRESULT Begin() {
         const HRESULT status = object_.FinalConstruct();
-        count_.Settle();
+        count_.MarkMade();
         return status;
     }
     void End() {

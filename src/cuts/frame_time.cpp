@@ -58,9 +58,9 @@ Integer Truncate(double number) {
 }
 
 /// A text of digits and ASCII on the stack.
-class Picture {
+class FixedText {
 public:
-    Picture& Number(LONGLONG number, int digits = 1) {
+    FixedText& Number(LONGLONG number, int digits = 1) {
         char text[24];
         const char* end = std::to_chars(text, text + sizeof text, number).ptr;
         const char* from = text;
@@ -73,7 +73,7 @@ public:
         end_ = std::copy(from, end, end_);
         return *this;
     }
-    Picture& Text(std::wstring_view text) {
+    FixedText& Text(std::wstring_view text) {
         end_ = std::copy(text.begin(), text.end(), end_);
         return *this;
     }
@@ -104,7 +104,7 @@ Bstr TimeText(LONG frame, double rate) {
     rest -= minutes * 60;
     const double seconds = std::trunc(rest);
     const double milliseconds = std::trunc((rest - seconds) * 1000);
-    Picture text;
+    FixedText text;
     text.Number(Truncate<LONGLONG>(hours), 2)
         .Text(L":")
         .Number(Truncate<LONGLONG>(minutes), 2)
@@ -132,7 +132,7 @@ std::optional<LONG> FrameAt(std::string_view text, double rate) {
 CallBstr LengthText(LONG start, LONG end, double rate) {
     const LONGLONG length = LONGLONG(end) - start;
     const LONGLONG seconds = rate == 0 ? 0 : Truncate<LONGLONG>(double(length) * (1.0 / rate));
-    Picture text;
+    FixedText text;
     text.Text(L"Length: ");
     if (seconds)
         text.Number(seconds).Text(L" c (").Number(length).Text(L" frm)");

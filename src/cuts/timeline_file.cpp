@@ -219,7 +219,7 @@ ComPtr<IProperty> TimelineReader::Find(IProperty* from, std::wstring_view name, 
 
 HRESULT TimelineReader::ReadElement(IProperty* parent, int depth) {
     XmlElement element;
-    if (!cursor_.Look(element)) return E_OUTOFMEMORY;
+    if (!cursor_.Read(element)) return E_OUTOFMEMORY;
     bytes_ += BytesOf(element);
     if (SameName(element.name, names::kTimeline.View())) return ReadCut(depth);
     if (!parent) return ReadChildren(nullptr, depth + 1);

@@ -44,7 +44,7 @@ public:
         if (paths_.size() > 1) std::swap(paths_.front(), paths_.back());
         PathText folder(paths_.front().View());
         PathRemoveFileSpecA(folder.Buffer());
-        folder.Settle();
+        folder.UpdateLength();
         options.PutText(kFolderValue, folder.View());
         return S_OK;
     } catch (const std::bad_alloc&) {

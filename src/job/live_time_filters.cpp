@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "com/bounded_release.h"
 #include "com/byte_block.h"
-#include "com/let_go.h"
 #include "com/object.h"
 #include "xml/xml_sink.h"
 
@@ -29,7 +29,7 @@ public:
     void FinalRelease() {
         auto gone = std::move(objects_);  // an object's end sees an empty list
         objects_.clear();
-        for (auto& object : gone) LetGo(object);
+        for (auto& object : gone) ReleaseBounded(object);
     }
 
 private:

@@ -1,4 +1,4 @@
-#include "com/let_go.h"
+#include "com/bounded_release.h"
 #include "dialogs/editor_library.h"
 #include "tree/property_base.h"
 #include "xml/xml_sink.h"
@@ -24,7 +24,7 @@ public:
     }
 
 protected:
-    void GiveMedia(IDispatch* media, BackRefLink**) override {
+    void PropagateMediaObject(IDispatch* media, BackRefLink**) override {
         const Walk walk{.kind = Walk::kGiveMedia, .object = media};
         const Visit visit(*this, walk);
         if (visit && filters_) std::ignore = filters_->SetMediaObject(media);
@@ -33,7 +33,7 @@ protected:
         Build(kFilters);
         filters_ = Create<IEnumObject>(clsid::LiveTimeFilters);
     }
-    void OnFinalRelease() override { LetGo(filters_); }
+    void OnFinalRelease() override { ReleaseBounded(filters_); }
     HRESULT OnShowDialog() override { return RunEditor("Filters", this); }
     void WriteChildrenExtra(XmlSink& sink) override {
         if (const auto writer = filters_.As<ISettingsWriter>()) std::ignore = writer->WriteXml(&sink);

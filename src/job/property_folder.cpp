@@ -39,9 +39,9 @@ std::optional<PathText> FolderOfFile(const VARIANT& value) {
     auto path = ToPath(value);
     if (!path) return std::nullopt;
     PathRemoveFileSpecA(path->Buffer());
-    path->Settle();
+    path->UpdateLength();
     if (!path->empty() && !PathAddBackslashA(path->Buffer())) return std::nullopt;
-    path->Settle();
+    path->UpdateLength();
     return path;
 }
 
@@ -114,10 +114,10 @@ private:
         if (!counting) return std::nullopt;
         auto path = BaseFolder();
         if (!path || (!stored->empty() && !PathAppendA(path->Buffer(), stored->c_str()))) return std::nullopt;
-        path->Settle();
+        path->UpdateLength();
         PathText canonical;
         if (path->empty() || !PathCanonicalizeA(canonical.Buffer(), path->c_str())) return std::nullopt;
-        canonical.Settle();
+        canonical.UpdateLength();
         return canonical;
     }
 

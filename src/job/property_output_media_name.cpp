@@ -87,7 +87,7 @@ private:
         if (!path.Append(name) || lstrcmpiA(PathFindExtensionA(path.c_str()), extension.c_str()) == 0)
             return name;
         PathRemoveExtensionA(path.Buffer());
-        path.Settle();
+        path.UpdateLength();
         // Not by the path calls, which leave a name alone that has another dot.
         return path.Append(extension) ? path.c_str() : name;
     }

@@ -66,7 +66,7 @@ public:
         return references_.fetch_add(1, std::memory_order_relaxed) + 1;
     }
     STDMETHODIMP_(ULONG) Release() override {
-        const ULONG count = LetGo();
+        const ULONG count = ReleaseBounded();
         UnlockModule();
         return count;
     }
@@ -83,7 +83,7 @@ public:
     }
 
     /// The table's own reference goes.
-    ULONG LetGo() {
+    ULONG ReleaseBounded() {
         const ULONG count = references_.fetch_sub(1, std::memory_order_acq_rel) - 1;
         if (count == 0) delete this;
         return count;
@@ -137,7 +137,7 @@ void StartClassTable() { InitializeCriticalSection(&table_lock); }
 
 void StopClassTable() {
     for (auto& place : class_objects)
-        if (ClassObject* object = place.exchange(nullptr)) object->LetGo();
+        if (ClassObject* object = place.exchange(nullptr)) object->ReleaseBounded();
     DeleteCriticalSection(&table_lock);
 }
 

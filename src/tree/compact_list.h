@@ -23,7 +23,7 @@ public:
     }
     ~CompactList() {
         for (T& item : *this) item.~T();
-        if (head_) GiveBlock(head_, BytesFor(head_->capacity));
+        if (head_) FreeBlock(head_, BytesFor(head_->capacity));
     }
 
     size_t size() const { return head_ ? head_->count : 0; }
@@ -36,13 +36,13 @@ public:
     bool Append(T item) {
         if (!head_ || head_->count == head_->capacity) {
             const std::uint32_t capacity = head_ ? head_->capacity * 2 : kFirst;
-            auto* grown = static_cast<Head*>(TakeBlock(BytesFor(capacity)));
+            auto* grown = static_cast<Head*>(AllocateBlock(BytesFor(capacity)));
             if (!grown) return false;
             grown->count = std::uint32_t(size());
             grown->capacity = capacity;
             if (head_) {
                 std::memcpy(static_cast<void*>(grown + 1), head_ + 1, size() * sizeof(T));
-                GiveBlock(head_, BytesFor(head_->capacity));
+                FreeBlock(head_, BytesFor(head_->capacity));
             }
             head_ = grown;
         }

@@ -30,7 +30,7 @@ HRESULT KeptValue::CopyOwned(const VARIANT& value) {
 HRESULT KeptValue::SetText(const wchar_t* text, size_t bytes) {
     wchar_t* copy = nullptr;
     if (text) {
-        char* const block = bytes < 0x7FFFFFFF ? static_cast<char*>(TakeBlock(BytesFor(bytes))) : nullptr;
+        char* const block = bytes < 0x7FFFFFFF ? static_cast<char*>(AllocateBlock(BytesFor(bytes))) : nullptr;
         if (!block) return E_OUTOFMEMORY;
         const auto length = std::uint32_t(bytes);
         std::memcpy(block + kHead - sizeof length, &length, sizeof length);
@@ -85,7 +85,7 @@ void KeptValue::ClearOwned() {
         if (auto* text = reinterpret_cast<char*>(Bits())) {
             std::uint32_t length = 0;
             std::memcpy(&length, text - sizeof length, sizeof length);
-            GiveBlock(text - kHead, BytesFor(length));
+            FreeBlock(text - kHead, BytesFor(length));
         }
     } else if (kBoxesRecords && kind_ == VT_RECORD) {
         delete reinterpret_cast<Variant*>(Bits());

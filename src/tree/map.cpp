@@ -1,5 +1,5 @@
 // The flat index of a job's nodes.
-#include "com/let_go.h"
+#include "com/bounded_release.h"
 #include "tree/child_list.h"
 
 namespace bv {
@@ -20,7 +20,7 @@ public:
     }
     void FinalRelease() {
         list_ = nullptr;
-        LetGo(nodes_);
+        ReleaseBounded(nodes_);
     }
 
     STDMETHODIMP get_Property(BSTR Name, IProperty* pParent, IProperty** pVal) override {

@@ -1,6 +1,6 @@
 #include "tree/node_ref.h"
 
-#include "com/let_go.h"
+#include "com/bounded_release.h"
 #include "tree/property_base.h"
 
 namespace bv {
@@ -42,7 +42,7 @@ ComPtr<IProperty> NodeRef::node() const {
 
 void NodeList::Clear() {
     const NodeList gone = std::move(*this);
-    for (NodeRef& item : gone) LetGo(item.Detach());
+    for (NodeRef& item : gone) ReleaseBounded(item.Detach());
 }
 
 NodeRef Children::NextForeign(size_t& index) const {

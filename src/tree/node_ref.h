@@ -60,17 +60,17 @@ public:
     class End {};
     class Iterator {
     public:
-        explicit Iterator(const Children& children) : children_(children) { Settle(); }
+        explicit Iterator(const Children& children) : children_(children) { Fetch(); }
         const NodeRef& operator*() const { return at_; }
         Iterator& operator++() {
             ++index_;
-            Settle();
+            Fetch();
             return *this;
         }
         bool operator!=(End) const { return bool(at_); }
 
     private:
-        void Settle() {
+        void Fetch() {
             if (children_.own_)
                 at_ = index_ < children_.own_->size() ? (*children_.own_)[index_] : NodeRef();
             else

@@ -58,10 +58,10 @@ void NodeText::SetCopy(std::wstring_view text) {
     if (SetShort(text)) return;
     Long copy{{nullptr}, text.size()};
     unsigned char form = kLongAscii;
-    copy.bytes = static_cast<char*>(TakeBlock(text.size()));
+    copy.bytes = static_cast<char*>(AllocateBlock(text.size()));
     if (copy.bytes && !Pack(text, copy.bytes)) {
-        GiveBlock(copy.bytes, text.size());
-        auto* wide = static_cast<wchar_t*>(TakeBlock(text.size() * sizeof(wchar_t)));
+        FreeBlock(copy.bytes, text.size());
+        auto* wide = static_cast<wchar_t*>(AllocateBlock(text.size() * sizeof(wchar_t)));
         if (wide) std::copy(text.begin(), text.end(), wide);
         copy.wide = wide;
         form = kWide;
@@ -71,8 +71,8 @@ void NodeText::SetCopy(std::wstring_view text) {
 }
 
 void NodeText::Free() {
-    if (form_ == kLongAscii) GiveBlock(long_().bytes, long_().size);
-    if (form_ == kWide) GiveBlock(const_cast<wchar_t*>(long_().wide), long_().size * sizeof(wchar_t));
+    if (form_ == kLongAscii) FreeBlock(long_().bytes, long_().size);
+    if (form_ == kWide) FreeBlock(const_cast<wchar_t*>(long_().wide), long_().size * sizeof(wchar_t));
     form_ = 0;
 }
 

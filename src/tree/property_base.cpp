@@ -1,6 +1,6 @@
 #include "tree/property_base.h"
 
-#include "com/let_go.h"
+#include "com/bounded_release.h"
 #include "com/refusal.h"
 #include "tree/child_list.h"
 #include "tree/tree_search.h"
@@ -75,14 +75,14 @@ HRESULT PropertyBase::TakeForeignParts() {
 void PropertyBase::FinalRelease() {
     if (HeldObject()) {
         auto object = value_.TakeObject();
-        LetGo(object);
+        ReleaseBounded(object);
     }
     OnFinalRelease();
-    LetGo(extension_);
+    ReleaseBounded(extension_);
     if (rare_) {
         rare_->data.Free();
-        LetGo(rare_->ex_data);
-        LetGo(rare_->values);
+        ReleaseBounded(rare_->ex_data);
+        ReleaseBounded(rare_->values);
     }
     EndParts();
 }
@@ -102,7 +102,7 @@ void PropertyBase::EndParts() {
         collection->has_parent_ = true;  // this node is no parent any more
     }
     children_.Clear();
-    if (rare_) LetGo(rare_->collection);
+    if (rare_) ReleaseBounded(rare_->collection);
     // What the end of all these has asked for again, or what stayed for its referrers.
     while (NodePart* part = parts_) {
         parts_ = part->next_;
@@ -405,11 +405,11 @@ STDMETHODIMP PropertyBase::put_MediaObject(IDispatch* newVal) {
 }
 
 STDMETHODIMP PropertyBase::SetMediaObject(IDispatch* pVal) {
-    GiveMedia(pVal, media_.ReferrersOf(pVal));
+    PropagateMediaObject(pVal, media_.ReferrersOf(pVal));
     return S_OK;
 }
 
-void PropertyBase::GiveMedia(IDispatch* media, BackRefLink** referrers) {
+void PropertyBase::PropagateMediaObject(IDispatch* media, BackRefLink** referrers) {
     media_.Set(media, referrers);
     if (!HasChildren() && !extension_) return;
     const Walk walk{.kind = Walk::kGiveMedia, .object = media};
@@ -417,7 +417,7 @@ void PropertyBase::GiveMedia(IDispatch* media, BackRefLink** referrers) {
     if (!visit) return;
     for (const NodeRef& child : Children()) {
         if (PropertyBase* own = child.own())
-            own->GiveMedia(media, referrers);
+            own->PropagateMediaObject(media, referrers);
         else if (auto node = child.node())
             std::ignore = node->SetMediaObject(media);
     }

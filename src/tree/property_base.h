@@ -120,7 +120,7 @@ protected:
     virtual void OnValueChanged();
     virtual void OnValueChanging();
     /// SetMediaObject. referrers: those who point back at the media object, null for a foreign one.
-    virtual void GiveMedia(IDispatch* media, BackRefLink** referrers);
+    virtual void PropagateMediaObject(IDispatch* media, BackRefLink** referrers);
 
     // Building.
     /// Value, value list, extension and children of the declaration.

@@ -1,8 +1,8 @@
 // The value list and its entries.
 #include "tree/value_list.h"
 
+#include "com/bounded_release.h"
 #include "com/creation.h"
-#include "com/let_go.h"
 #include "tree/property_base.h"
 
 namespace bv {
@@ -31,7 +31,7 @@ public:
     }
     void FinalRelease() {
         auto object = value_.TakeObject();
-        LetGo(object);
+        ReleaseBounded(object);
     }
     /// Takes an entry over.
     void Become(ValueEntry& entry) {
@@ -157,10 +157,10 @@ HRESULT ValueEntries::Remove(int index) {
 void ValueEntries::Clear() {
     const auto gone = std::move(items_);  // an entry's end may ask the list, which is empty by then
     for (ValueEntry& entry : gone) {
-        LetGo(entry.object);
+        ReleaseBounded(entry.object);
         if (!entry.value.object()) continue;
         auto object = entry.value.TakeObject();
-        LetGo(object);
+        ReleaseBounded(object);
     }
 }
 

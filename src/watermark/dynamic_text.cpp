@@ -20,10 +20,10 @@ constexpr Length kLengths[] = {{"hh", 1}, {"h", 2},   {"ll", 8},  {"l", 4}, {"j"
                                {"z", 8},  {"I64", 8}, {"I32", 4}, {"t", 8}, {"I", 8}};
 constexpr int kIntBytes = 4;
 
-/// A picture that can be given to printf with one number of 64 bits, and how much of a number it shows.
-struct Picture {
-    NarrowBuffer<kTextLimit + 2> format;  // with the one length that is passed
-    int bytes = 0;                        // 0: it shows none
+/// A format that can be given to printf with one number of 64 bits, and how much of a number it shows.
+struct NumberFormat {
+    NarrowBuffer<kTextLimit + 2> text;  // with the one length that is passed
+    int bytes = 0;                      // 0: it shows none
     bool is_signed = false;
 };
 
@@ -36,7 +36,7 @@ std::optional<size_t> TakeCount(std::string_view& text) {
 }
 
 /// Takes what stands behind a "%" off a text. False: no integer conversion.
-bool TakeConversion(std::string_view& text, Picture& picture) {
+bool TakeConversion(std::string_view& text, NumberFormat& format) {
     const std::string_view flags = text.substr(0, text.find_first_not_of("-+ 0#"));
     text.remove_prefix(flags.size());
     const std::string_view width = text;
@@ -51,51 +51,51 @@ bool TakeConversion(std::string_view& text, Picture& picture) {
         if (!digits) return false;
         precision.remove_suffix(text.size());
     }
-    picture.bytes = kIntBytes;
+    format.bytes = kIntBytes;
     for (const Length& length : kLengths) {
         if (!text.starts_with(length.name)) continue;
         text.remove_prefix(length.name.size());
-        picture.bytes = length.bytes;
+        format.bytes = length.bytes;
         break;
     }
     if (text.empty() || std::string_view("diuoxX").find(text[0]) == std::string_view::npos) return false;
-    picture.is_signed = text[0] == 'd' || text[0] == 'i';
-    bool fits = picture.format.Append("%");
+    format.is_signed = text[0] == 'd' || text[0] == 'i';
+    bool fits = format.text.Append("%");
     // What some systems don't know: a sign is shown of signed numbers alone, and "#" shows a digit of an octal 0.
     if (digits == 0 && text[0] == 'o' && flags.find('#') != flags.npos) precision = ".1";
     for (const char& flag : flags)
-        if (picture.is_signed || (flag != '+' && flag != ' ')) fits &= picture.format.Append({&flag, 1});
-    fits &= picture.format.Append(width.substr(0, width_size)) && picture.format.Append(precision) &&
-            picture.format.Append("ll") && picture.format.Append(text.substr(0, 1));
+        if (format.is_signed || (flag != '+' && flag != ' ')) fits &= format.text.Append({&flag, 1});
+    fits &= format.text.Append(width.substr(0, width_size)) && format.text.Append(precision) &&
+            format.text.Append("ll") && format.text.Append(text.substr(0, 1));
     text.remove_prefix(1);
     return fits;
 }
 
 /// None for a text with more than one conversion, or with another than of an integer.
-std::optional<Picture> ReadPicture(std::string_view text) {
-    Picture picture;
+std::optional<NumberFormat> ReadNumberFormat(std::string_view text) {
+    NumberFormat format;
     while (!text.empty()) {
         const size_t plain = std::min(text.find('%'), text.size());
-        if (!picture.format.Append(text.substr(0, plain))) return std::nullopt;
+        if (!format.text.Append(text.substr(0, plain))) return std::nullopt;
         text.remove_prefix(plain);
         if (text.empty()) break;
         text.remove_prefix(1);
         if (text.starts_with('%')) {
             text.remove_prefix(1);
-            if (!picture.format.Append("%%")) return std::nullopt;
-        } else if (picture.bytes || !TakeConversion(text, picture)) {
+            if (!format.text.Append("%%")) return std::nullopt;
+        } else if (format.bytes || !TakeConversion(text, format)) {
             return std::nullopt;
         }
     }
-    return picture;
+    return format;
 }
 
 /// What a conversion sees of a number: its low bytes, with the sign that they have.
-long long Seen(LONG number, const Picture& picture) {
-    const int hidden = 64 - 8 * picture.bytes;
+long long Seen(LONG number, const NumberFormat& format) {
+    const int hidden = 64 - 8 * format.bytes;
     if (hidden == 64 || hidden == 0) return number;
     const std::uint64_t bits = std::uint64_t(std::int64_t{number}) << hidden;
-    return picture.is_signed ? std::int64_t(bits) >> hidden : std::int64_t(bits >> hidden);
+    return format.is_signed ? std::int64_t(bits) >> hidden : std::int64_t(bits >> hidden);
 }
 
 bool StartsWithKey(std::string_view text, std::string_view key) {
@@ -126,16 +126,16 @@ void PutVariable(NarrowText& text, std::string_view key, std::string_view value)
 
 NarrowText FormatNumber(std::string_view text, LONG number) {
     NarrowText result;
-    if (const auto picture = ReadPicture(text)) {
-        const int length = std::snprintf(result.Buffer(), NarrowText::kCapacity + 1, picture->format.c_str(),
-                                         Seen(number, *picture));
+    if (const auto format = ReadNumberFormat(text)) {
+        const int length = std::snprintf(result.Buffer(), NarrowText::kCapacity + 1, format->text.c_str(),
+                                         Seen(number, *format));
         if (length >= 0 && size_t(length) <= NarrowText::kCapacity) {
-            result.Settle();
+            result.UpdateLength();
             return result;
         }
     }
     std::snprintf(result.Buffer(), NarrowText::kCapacity + 1, "%lld", static_cast<long long>(number));
-    result.Settle();
+    result.UpdateLength();
     return result;
 }
 

@@ -1,4 +1,4 @@
-// Texts with variables in them, and the pictures that numbers are shown by.
+// Texts with variables in them, and the formats that numbers are shown by.
 #pragma once
 
 #include <string_view>
@@ -11,9 +11,9 @@ namespace bv {
 /// text in any case. A text that outgrows its limit by that becomes empty.
 void PutVariable(NarrowText& text, std::string_view key, std::string_view value);
 
-/// A number as a picture shows it: any text with at most one integer conversion as printf has them (d, i, u,
+/// A number as a format shows it: any text with at most one integer conversion as printf has them (d, i, u,
 /// o, x or X, with flags, width, precision and any length, which says how many of the number's bytes are shown), and
-/// "%%" for a percent sign. Any other picture, and one that makes a text of more than 512 bytes, counts as "%d".
-NarrowText FormatNumber(std::string_view picture, LONG number);
+/// "%%" for a percent sign. Any other format, and one that makes a text of more than 512 bytes, counts as "%d".
+NarrowText FormatNumber(std::string_view format, LONG number);
 
 }  // namespace bv

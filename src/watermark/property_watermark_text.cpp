@@ -10,11 +10,11 @@ constexpr NodeDecl kFormats[] = {
     {.name = names::kFormatDate,
      .title = L"Horizontal Align" /* sic */,
      .type = 0x40001,
-     .value = Text(kDatePicture)},
+     .value = Text(kDateFormat)},
     {.name = names::kFormatTime,
      .title = L"Horizontal Align" /* sic */,
      .type = 0x40001,
-     .value = Text(kTimePicture)},
+     .value = Text(kTimeFormat)},
     {.name = names::kFormatIndex,
      .title = L"Horizontal Align" /* sic */,
      .type = 0x40001,
@@ -92,7 +92,7 @@ private:
         std::ignore = media->GetCurIndex(&index);
         return index;
     }
-    VariableValue Picture(Name name) override { return TextOfNode(Find(name).get()); }
+    VariableValue FormatOf(Name name) override { return TextOfNode(Find(name).get()); }
 
     HRESULT memory_ = S_OK;  // of the text that is worked out
 };

@@ -10,7 +10,7 @@ enum class FileName { kFull, kWithoutExtension };
 VariableValue NameOf(VariableValue path, FileName form) {
     if (!path) return path;
     if (form == FileName::kWithoutExtension) PathRemoveExtensionA(path->Buffer());
-    path->Settle();
+    path->UpdateLength();
     NarrowText name;
     name.Append(PathFindFileNameA(path->c_str()));
     return name;
@@ -19,8 +19,8 @@ VariableValue NameOf(VariableValue path, FileName form) {
 VariableValue Index(VariableSource& source) {
     const auto index = source.OutputIndex();
     if (!index) return {};
-    const auto picture = source.Picture(names::kFormatIndex);
-    return FormatNumber(picture ? picture->View() : "%d", *index);
+    const auto format = source.FormatOf(names::kFormatIndex);
+    return FormatNumber(format ? format->View() : "%d", *index);
 }
 
 /// A text of the moment, by one of the system's two calls for that.
@@ -28,10 +28,10 @@ template <class Call>
 VariableValue Now(VariableSource& source, Name name, const wchar_t* otherwise, Call call) {
     SYSTEMTIME now;
     GetLocalTime(&now);
-    const NarrowText picture = source.Picture(name).value_or(NarrowText(otherwise));
+    const NarrowText format = source.FormatOf(name).value_or(NarrowText(otherwise));
     NarrowText text;
-    if (!call(0, 0, &now, picture.c_str(), text.Buffer(), int(kTextLimit))) return {};
-    text.Settle();
+    if (!call(0, 0, &now, format.c_str(), text.Buffer(), int(kTextLimit))) return {};
+    text.UpdateLength();
     return text;
 }
 
@@ -48,9 +48,9 @@ const Variable kVariables[kVariableCount] = {
      [](VariableSource& source) { return NameOf(source.OutputPath(), FileName::kWithoutExtension); }},
     {"%i", L"Index", Index},
     {"%d", L"Current Date",
-     [](VariableSource& source) { return Now(source, names::kFormatDate, kDatePicture, GetDateFormatA); }},
+     [](VariableSource& source) { return Now(source, names::kFormatDate, kDateFormat, GetDateFormatA); }},
     {"%t", L"Current Time",
-     [](VariableSource& source) { return Now(source, names::kFormatTime, kTimePicture, GetTimeFormatA); }},
+     [](VariableSource& source) { return Now(source, names::kFormatTime, kTimeFormat, GetTimeFormatA); }},
 };
 
 }  // namespace bv

@@ -18,8 +18,8 @@ public:
     virtual std::optional<NarrowText> OutputPath() = 0;
     /// The number of the output.
     virtual std::optional<LONG> OutputIndex() = 0;
-    /// The picture that a node of this name holds; none without such a node.
-    virtual std::optional<NarrowText> Picture(Name name) = 0;
+    /// The format that a node of this name holds; none without such a node.
+    virtual std::optional<NarrowText> FormatOf(Name name) = 0;
 
 protected:
     ~VariableSource() = default;
@@ -39,7 +39,7 @@ struct Variable {
 inline constexpr size_t kVariableCount = 7;
 extern const Variable kVariables[kVariableCount];
 
-inline constexpr const wchar_t* kDatePicture = L"d:MM:yyyy";
-inline constexpr const wchar_t* kTimePicture = L"h:mm:ss";
+inline constexpr const wchar_t* kDateFormat = L"d:MM:yyyy";
+inline constexpr const wchar_t* kTimeFormat = L"h:mm:ss";
 
 }  // namespace bv

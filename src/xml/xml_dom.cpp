@@ -26,7 +26,7 @@ public:
         ComPtr<IXMLDOMNode> parent;
         if (at_->get_parentNode(parent.Put()) == S_OK && parent) at_ = std::move(parent);
     }
-    bool Look(XmlElement& element) override try {
+    bool Read(XmlElement& element) override try {
         texts_.clear();
         attributes_.clear();
         if (FAILED(at_->get_nodeName(name_.Put()))) return false;

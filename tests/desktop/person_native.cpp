@@ -134,17 +134,17 @@ public:
             return !self_.program.empty();
         });
     }
-    std::optional<Widget> Look(const std::function<bool(const Widget&)>& matches) const {
+    std::optional<Widget> FindWidget(const std::function<bool(const Widget&)>& matches) const {
         return FindBelow(self_, matches);
     }
-    std::optional<Widget> Look(const std::string& role) const {
-        return Look([&](const Widget& widget) { return widget.Role() == role; });
+    std::optional<Widget> FindWidget(const std::string& role) const {
+        return FindWidget([&](const Widget& widget) { return widget.Role() == role; });
     }
     /// Presses the button of one of the names, when the dialog shows what it shall, until the dialog has
     /// gone. shows: says whether it does, and does what is missing.
     void Close(const std::vector<std::string>& names, const std::function<bool(const Window&)>& shows) const {
         Await("the end of " + title_, [&] {
-            const auto button = Look([&](const Widget& widget) {
+            const auto button = FindWidget([&](const Widget& widget) {
                 return widget.Role() == "push button" && std::ranges::count(names, widget.Name());
             });
             if (button && shows(*this) && button->Is(kSensitive)) button->Act();
@@ -166,11 +166,11 @@ void Dialog::Accept(const std::string& path) const {
     Window(title).Confirm([&](const Window& window) {
         if (path.empty()) return true;
         // What the dialog reads of a folder may take the place of what was typed.
-        const auto field = window.Look("text");
+        const auto field = window.FindWidget("text");
         if (field && field->Text() == path) return true;
         if (field)
             field->Put(path);
-        else if (const auto chooser = window.Look("file chooser"))
+        else if (const auto chooser = window.FindWidget("file chooser"))
             chooser->Act();  // opens the field
         return false;
     });
@@ -178,7 +178,7 @@ void Dialog::Accept(const std::string& path) const {
 
 void Dialog::AcceptAll(const std::vector<std::string>& names) const {
     Window(title).Confirm([&](const Window& window) {
-        const auto files = window.Look([](const Widget& widget) { return widget.Name() == "Files"; });
+        const auto files = window.FindWidget([](const Widget& widget) { return widget.Name() == "Files"; });
         const bool all = files && std::ranges::all_of(names, [&](const std::string& name) {
                              const auto file =
                                  FindBelow(*files, [&](const Widget& cell) { return cell.Name() == name; });
@@ -198,7 +198,7 @@ void Dialog::AcceptColor(int red, int green, int blue) const {
     std::snprintf(typed, sizeof typed, "#%02x%02x%02x", red, green, blue);
     std::snprintf(shown, sizeof shown, "#%02X%02X%02X", red, green, blue);  // when it was taken over
     Window(title).Confirm([&](const Window& window) {
-        const auto field = window.Look("text");
+        const auto field = window.FindWidget("text");
         if (field && field->Text() == shown) return true;
         if (field && field->Put(typed)) field->Act();
         return false;

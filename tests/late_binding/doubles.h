@@ -52,17 +52,17 @@ template <class T>
 struct InOut {
     T* place;
 };
-inline void Fill(LONG* place) { *place = 77; }
+inline void SetOutput(LONG* place) { *place = 77; }
 template <class T>
-requires(std::is_same_v<T, int> && !std::is_same_v<int, LONG>) void Fill(T* place) { *place = 77; }
-inline void Fill(LONGLONG* place) { *place = 1LL << 40; }
-inline void Fill(BSTR* place) { *place = SysAllocString(L"given"); }
-inline void Fill(VARIANT* place) {
+requires(std::is_same_v<T, int> && !std::is_same_v<int, LONG>) void SetOutput(T* place) { *place = 77; }
+inline void SetOutput(LONGLONG* place) { *place = 1LL << 40; }
+inline void SetOutput(BSTR* place) { *place = SysAllocString(L"given"); }
+inline void SetOutput(VARIANT* place) {
     place->vt = VT_BSTR;
     place->bstrVal = SysAllocString(L"given");
 }
-inline void Fill(HWND* place) { *place = reinterpret_cast<HWND>(ULONG_PTR(77)); }
-inline void Fill(GUID* place) { *place = clsid::Map; }
+inline void SetOutput(HWND* place) { *place = reinterpret_cast<HWND>(ULONG_PTR(77)); }
+inline void SetOutput(GUID* place) { *place = clsid::Map; }
 
 }  // namespace detail
 
@@ -106,13 +106,13 @@ private:
     template <class T>
     void Take(std::ostream& text, detail::Out<T> out) {
         text << (out.place ? "out" : "null");
-        if (out.place && SUCCEEDED(record.status) && record.status != S_FALSE) detail::Fill(out.place);
+        if (out.place && SUCCEEDED(record.status) && record.status != S_FALSE) detail::SetOutput(out.place);
     }
     template <class T>
     void Take(std::ostream& text, detail::Out<T*> out) {
         text << (out.place ? "out" : "null");
         if constexpr (std::is_same_v<T*, BSTR> || std::is_same_v<T*, HWND>) {
-            if (out.place && record.status == S_OK) detail::Fill(out.place);
+            if (out.place && record.status == S_OK) detail::SetOutput(out.place);
         } else if constexpr (std::is_base_of_v<IUnknown, T>) {
             if (out.place && record.object && record.status == S_OK) {
                 record.object->AddRef();

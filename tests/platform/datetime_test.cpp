@@ -12,25 +12,25 @@ namespace {
 
 constexpr SYSTEMTIME kMoment = {2024, 2, 1, 5, 14, 7, 9, 123};  // a Monday
 
-/// What one of the two calls makes of a picture; "error N" for a failure.
+/// What one of the two calls makes of a format; "error N" for a failure.
 template <class Call>
-std::string TextOf(Call call, const SYSTEMTIME& when, const char* picture) {
+std::string TextOf(Call call, const SYSTEMTIME& when, const char* format) {
     char buffer[128];
     SetLastError(NO_ERROR);
-    const int size = call(0, 0, &when, picture, buffer, sizeof buffer);
+    const int size = call(0, 0, &when, format, buffer, sizeof buffer);
     if (size == 0) return "error " + std::to_string(GetLastError());
     EXPECT_EQ(static_cast<std::size_t>(size), std::strlen(buffer) + 1);
     return buffer;
 }
-std::string DateText(const SYSTEMTIME& when, const char* picture) {
-    return TextOf(GetDateFormatA, when, picture);
+std::string DateText(const SYSTEMTIME& when, const char* format) {
+    return TextOf(GetDateFormatA, when, format);
 }
-std::string TimeText(const SYSTEMTIME& when, const char* picture) {
-    return TextOf(GetTimeFormatA, when, picture);
+std::string TimeText(const SYSTEMTIME& when, const char* format) {
+    return TextOf(GetTimeFormatA, when, format);
 }
 
 struct Case {
-    const char* picture;
+    const char* format;
     const char* text;
 };
 
@@ -54,7 +54,7 @@ TEST(DatePicture, LettersStandForPartsOfTheDate) {
                           {"''", ""},
                           {"''''d", "'5"},
                           {"d''d", "55"}};
-    for (const Case& c : cases) EXPECT_EQ(DateText(kMoment, c.picture), c.text) << c.picture;
+    for (const Case& c : cases) EXPECT_EQ(DateText(kMoment, c.format), c.text) << c.format;
 
     EXPECT_EQ(DateText({2005, 12, 0, 31, 0, 0, 0, 0}, "ddd y MMMM"),
               "Sat 05 December");  // the weekday is worked out
@@ -79,7 +79,7 @@ TEST(TimePicture, LettersStandForPartsOfTheTime) {
                           {"HHHH mmm sss tttt g", "14 07 09 PM g"},
                           {"h''h '''H'", "22 'H"},
                           {"'x", "x"}};
-    for (const Case& c : cases) EXPECT_EQ(TimeText(kMoment, c.picture), c.text) << c.picture;
+    for (const Case& c : cases) EXPECT_EQ(TimeText(kMoment, c.format), c.text) << c.format;
 
     EXPECT_EQ(TimeText({0, 0, 0, 0, 0, 0, 0, 0}, "h H tt"), "12 0 AM");  // the date is not looked at
     EXPECT_EQ(TimeText({0, 0, 0, 0, 12, 0, 0, 0}, "h H tt"), "12 12 PM");

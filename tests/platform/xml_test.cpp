@@ -65,8 +65,8 @@ std::wstring TextOf(IXMLDOMNode* node) {
 }
 
 /// name(attribute=text ...)[children]
-std::wstring Picture(IXMLDOMNode* node) {
-    std::wstring picture = NameOf(node);
+std::wstring Outline(IXMLDOMNode* node) {
+    std::wstring outline = NameOf(node);
     Ref<IXMLDOMNamedNodeMap> attributes;
     if (node->get_attributes(attributes.Put()) == S_OK) {
         LONG count = 0;
@@ -76,7 +76,7 @@ std::wstring Picture(IXMLDOMNode* node) {
             EXPECT_EQ(attributes->get_item(i, by_place.Put()), S_OK);
             EXPECT_EQ(attributes->nextNode(by_order.Put()), S_OK);
             EXPECT_EQ(NameOf(by_place.get()), NameOf(by_order.get()));
-            picture += L"(" + NameOf(by_place.get()) + L"=" + TextOf(by_place.get()) + L")";
+            outline += L"(" + NameOf(by_place.get()) + L"=" + TextOf(by_place.get()) + L")";
         }
         Ref<IXMLDOMNode> past;
         EXPECT_EQ(attributes->get_item(count, past.Put()), S_FALSE);
@@ -93,12 +93,12 @@ std::wstring Picture(IXMLDOMNode* node) {
         Ref<IXMLDOMNode> item, next;
         EXPECT_EQ(children->get_item(i, item.Put()), S_OK);
         EXPECT_EQ(NameOf(item.get()), NameOf(child.get()));
-        picture += L"[" + Picture(item.get()) + L"]";
+        outline += L"[" + Outline(item.get()) + L"]";
         child->get_nextSibling(next.Put());
         child = next;
     }
     EXPECT_FALSE(child);
-    return picture;
+    return outline;
 }
 
 TEST_F(XmlTest, GivesWhatADocumentHolds) {
@@ -107,7 +107,7 @@ TEST_F(XmlTest, GivesWhatADocumentHolds) {
              "c=\"x\ny\">\n"
              "  <b></b>text<c d=''/><![CDATA[<&]]> \n</a>\n"));
     ASSERT_TRUE(Root());
-    EXPECT_EQ(Picture(Root().get()), L"a(b=<&>'\"AB)(c=x y)[b][#text][c(d=)][#cdata-section]");
+    EXPECT_EQ(Outline(Root().get()), L"a(b=<&>'\"AB)(c=x y)[b][#text][c(d=)][#cdata-section]");
     EXPECT_EQ(TextOf(Root().get()), L"text<&");
     // What was loaded stays as long as a node of it.
     const Ref<IXMLDOMNode> root = Root();
@@ -116,7 +116,7 @@ TEST_F(XmlTest, GivesWhatADocumentHolds) {
     EXPECT_EQ(NameOf(root.get()), L"a");
     VARIANT_BOOL good = VARIANT_FALSE;
     EXPECT_EQ(document->loadXML(Text(L"<n\x416 v='\x4E2D\xE9'/>"), &good), S_OK);
-    EXPECT_EQ(Picture(Root().get()), L"n\x416(v=\x4E2D\xE9)");
+    EXPECT_EQ(Outline(Root().get()), L"n\x416(v=\x4E2D\xE9)");
     root->get_childNodes(nullptr);
 }
 
@@ -132,7 +132,7 @@ TEST_F(XmlTest, ReadsEncodings) {
           std::string("<?xml version=\"1.0\" encoding=\"Windows-1251\" ?><a v='\xC6'/>"), utf16, swapped}) {
         EXPECT_TRUE(Load(bytes)) << bytes;
         if (Root()) {
-            EXPECT_EQ(Picture(Root().get()), expected);
+            EXPECT_EQ(Outline(Root().get()), expected);
         }
     }
     for (const std::string& bytes :

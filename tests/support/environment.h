@@ -1,6 +1,8 @@
 // Where a test program runs: the module under test and the folders it may use.
 #pragma once
 
+#include <bvschema/bvschema.h>
+
 #include <filesystem>
 
 namespace bv::test {

@@ -19,7 +19,7 @@ protected:
     }
     void TearDown() override { text.Give(nullptr); }
     void Input(const std::wstring& path) { input.As<ISimpleInit>()->put_Value(Str(path).get()); }
-    void Format(const wchar_t* name, const Value& picture) { ASSERT_EQ(text.Find(name).Put(picture), S_OK); }
+    void Format(const wchar_t* name, const Value& format) { ASSERT_EQ(text.Find(name).Put(format), S_OK); }
     std::wstring Expand(const std::wstring& raw) const {
         BSTR result = nullptr;
         EXPECT_EQ(dynamic->Expand(Text(raw), &result), S_OK);
@@ -130,7 +130,7 @@ TEST_F(DynamicTextTest, AVariableWithoutASourceStays) {
 TEST_F(DynamicTextTest, NumbersGoThroughTheirPicture) {
     struct NumberCase {
         int number;
-        std::wstring picture, shown;
+        std::wstring format, shown;
     };
     const std::wstring nines(500, L'9');
     const NumberCase cases[] = {
@@ -167,7 +167,7 @@ TEST_F(DynamicTextTest, NumbersGoThroughTheirPicture) {
         {3, L"%510d|", std::wstring(509, L' ') + L"3|"},
         {3, L"no number", L"no number"},
         {3, L"", L""},
-        // What is no picture for one number counts as "%d".
+        // What is no format for one number counts as "%d".
         {3, L"%s", L"3"},
         {3, L"%n", L"3"},
         {3, L"a%nb%d", L"3"},
@@ -187,12 +187,12 @@ TEST_F(DynamicTextTest, NumbersGoThroughTheirPicture) {
         {3, nines + L"%20d", L"3"},
     };
     for (const NumberCase& c : cases) {
-        Format(L"FORMAT_i", Str(c.picture));
+        Format(L"FORMAT_i", Str(c.format));
         media.index = c.number;
-        EXPECT_EQ(Expand(L"%i"), c.shown) << Narrow(c.picture);
+        EXPECT_EQ(Expand(L"%i"), c.shown) << Narrow(c.format);
     }
     media.index = 3;
-    Format(L"FORMAT_i", I4(77));  // a number is a picture without a conversion
+    Format(L"FORMAT_i", I4(77));  // a number is a format without a conversion
     EXPECT_EQ(Expand(L"%i"), L"77");
     ASSERT_EQ(text.As<IEnumProperties>()->RemoveByName(Text(L"FORMAT_i"), nullptr), S_OK);
     ASSERT_EQ(media.map()->RemoveProperties(Text(L"FORMAT_i"), nullptr), S_OK);
@@ -200,24 +200,24 @@ TEST_F(DynamicTextTest, NumbersGoThroughTheirPicture) {
 }
 
 TEST_F(DynamicTextTest, DatesAndTimesAreLocalAndNew) {
-    const auto now = [](bool date, const char* picture) {
+    const auto now = [](bool date, const char* format) {
         SYSTEMTIME time = {};
         GetLocalTime(&time);
         char shown[100] = "";
         if (date)
-            GetDateFormatA(0, 0, &time, picture, shown, sizeof shown);
+            GetDateFormatA(0, 0, &time, format, shown, sizeof shown);
         else
-            GetTimeFormatA(0, 0, &time, picture, shown, sizeof shown);
+            GetTimeFormatA(0, 0, &time, format, shown, sizeof shown);
         return std::wstring(shown, shown + std::strlen(shown));
     };
-    const auto expect = [&](const wchar_t* key, bool date, const char* picture) {
+    const auto expect = [&](const wchar_t* key, bool date, const char* format) {
         std::wstring before, shown, after;
         do {  // the clock may go on between
-            before = now(date, picture);
+            before = now(date, format);
             shown = Expand(key);
-            after = now(date, picture);
+            after = now(date, format);
         } while (before != after);
-        EXPECT_EQ(shown, before) << picture;
+        EXPECT_EQ(shown, before) << format;
     };
     expect(L"%d", true, "d:MM:yyyy");
     expect(L"%T", false, "h:mm:ss");
@@ -227,7 +227,7 @@ TEST_F(DynamicTextTest, DatesAndTimesAreLocalAndNew) {
     expect(L"%t", false, "HH'h'mm tt");
 
     Format(L"FORMAT_d", Str(L""));
-    Format(L"FORMAT_t", Str(std::wstring(600, L'h')));  // more than a picture may have
+    Format(L"FORMAT_t", Str(std::wstring(600, L'h')));  // more than a format may have
     EXPECT_EQ(Expand(L"<%d>"), L"<>");
     EXPECT_LE(Expand(L"%t").size(), 20u);
     Format(L"FORMAT_d", Str(std::wstring(507, L'-') + L"dddd"));  // no room for what it makes

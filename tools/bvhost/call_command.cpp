@@ -45,7 +45,7 @@ WORD KindOf(IDispatch* object, DISPID id, size_t arguments) {
 
 std::string Shown(const Value& value) {
     if (const auto node = Ask<IProperty>(value.object()))
-        return "node " + OneLine(Utf8(Look(node.get()).name));
+        return "node " + OneLine(Utf8(ViewOf(node.get()).name));
     if (value.kind() == VT_EMPTY || value.kind() == VT_NULL) return "nothing";
     if (value.kind() == VT_DISPATCH || value.kind() == VT_UNKNOWN)
         return value.object() ? "object" : "no object";

@@ -72,7 +72,7 @@ std::string OutputOf(IProperty* cut) {
     // Reading the flag brings the visibility of what stands below up to date.
     LONG disabled = 0;
     mode->get_IsDisabled(&disabled);
-    const NodeView view = Look(mode.get());
+    const NodeView view = ViewOf(mode.get());
     std::wstring text = view.shown, names;
     for (const NodeView& child : view.children) {
         if (child.hidden || child.shown.empty()) continue;

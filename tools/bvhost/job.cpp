@@ -262,11 +262,11 @@ Ref<ITimelines> Job::Cuts() const {
 
 NodeView Job::Node(const std::wstring& name) const {
     const NodeView root = View();
-    if (const NodeView* found = Pick(root, name)) return Look(found->node.get());
-    if (const auto found = Find(root_.get(), name)) return Look(found.get());
+    if (const NodeView* found = Pick(root, name)) return ViewOf(found->node.get());
+    if (const auto found = Find(root_.get(), name)) return ViewOf(found.get());
     std::vector<std::wstring> names;
     CollectNames(root, &names);
-    if (!inputs_.empty()) CollectNames(Look(inputs_.front().node.get()), &names);
+    if (!inputs_.empty()) CollectNames(ViewOf(inputs_.front().node.get()), &names);
     throw Problem("there is no setting " + Quoted(name) + Suggestion(name, names));
 }
 
@@ -348,7 +348,7 @@ void Job::CheckWritten(const std::string& xml) try {
     for (const Input& input : inputs_) {
         Texts of_input;
         lost.clear();
-        of_input.Collect(Look(input.node.get()));
+        of_input.Collect(ViewOf(input.node.get()));
         texts.foreign.merge(of_input.foreign);
         for (const Element& part : written.children)
             for (const Element& file : part.children)
@@ -481,7 +481,7 @@ void Job::RestoreObject(const Element& element, IProperty* node) {
     const std::wstring& text = element.value->text;
     CLSID cls = {};
     const bool by_class = SUCCEEDED(CLSIDFromString(text.c_str(), &cls));
-    for (const auto& choice : Look(node).choices) {
+    for (const auto& choice : ViewOf(node).choices) {
         if (!choice.value.object()) continue;
         const auto choice_class = ClassOf(choice.value.object());
         if (by_class ? choice_class != cls : choice.label != text) continue;

@@ -49,7 +49,7 @@ public:
     Ref<ITimelines> Cuts() const;
 
     IProperty* Root() const { return root_.get(); }
-    NodeView View() const { return Look(root_.get()); }
+    NodeView View() const { return ViewOf(root_.get()); }
     /// A node by its name, among the settings and in the current input. Throws Problem, with a suggestion.
     NodeView Node(const std::wstring& name) const;
 

@@ -50,7 +50,7 @@ std::wstring ShownValue(const NodeView& view) {
     return formatted.AsText();
 }
 
-NodeView LookAt(IProperty* node, const Above* above);
+NodeView ReadView(IProperty* node, const Above* above);
 
 void LookAtChoices(IProperty* node, NodeView* view) {
     const auto list = Ask<IListOfValues>(node);
@@ -72,7 +72,7 @@ void LookAtChoices(IProperty* node, NodeView* view) {
     }
 }
 
-NodeView LookAt(IProperty* node, const Above* above) {
+NodeView ReadView(IProperty* node, const Above* above) {
     NodeView view;
     view.node = Ref<IProperty>(node);
     TextResult name, title, description;
@@ -98,13 +98,13 @@ NodeView LookAt(IProperty* node, const Above* above) {
 
     Ref<IProperty> unit;
     if (node->get_Extension(unit.Put()) == S_OK && unit && !here.Has(unit.get()))
-        view.unit = std::make_unique<NodeView>(LookAt(unit.get(), &here));
+        view.unit = std::make_unique<NodeView>(ReadView(unit.get(), &here));
     if (const auto held = Ask<IProperty>(view.value.object()); held && !here.Has(held.get()))
-        view.held = std::make_unique<NodeView>(LookAt(held.get(), &here));
+        view.held = std::make_unique<NodeView>(ReadView(held.get(), &here));
     if (const auto children = Ask<IEnumProperties>(node)) {
         for (LONG i = 0; i < CountOf(children.get()); ++i)
             if (const auto child = ItemOf(children.get(), i).As<IProperty>(); child && !here.Has(child.get()))
-                view.children.push_back(LookAt(child.get(), &here));
+                view.children.push_back(ReadView(child.get(), &here));
     }
     if (view.has_value) view.shown = ShownValue(view);
     return view;
@@ -127,7 +127,7 @@ const NodeView* PickPath(const NodeView& view, const std::vector<std::wstring>& 
 
 }  // namespace
 
-NodeView Look(IProperty* node) { return LookAt(node, nullptr); }
+NodeView ViewOf(IProperty* node) { return ReadView(node, nullptr); }
 
 const NodeView* Pick(const NodeView& root, const std::wstring& name) {
     std::vector<std::wstring> path;

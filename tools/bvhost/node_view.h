@@ -31,7 +31,7 @@ struct NodeView {
     const std::wstring& Label() const { return title.empty() ? name : title; }
 };
 
-NodeView Look(IProperty* node);
+NodeView ViewOf(IProperty* node);
 
 /// "Output" or "Common/Output": the node with that name, and with those names above it. Null: none.
 const NodeView* Pick(const NodeView& root, const std::wstring& name);

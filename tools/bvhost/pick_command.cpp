@@ -69,7 +69,7 @@ int PickValue(const JobSource& source, const std::wstring& name) {
     if (FAILED(status)) throw Problem(shown_name + ": " + Reason(status));
     if (status != S_OK) return NothingPicked(node);
 
-    const NodeView changed = Look(node.node.get());
+    const NodeView changed = ViewOf(node.node.get());
     CollectValues(changed, &after);
     const std::map<IProperty*, std::string> was(before.begin(), before.end());
     size_t changes = 0;

@@ -444,7 +444,7 @@ std::string TreeJson(const NodeView& root, const std::vector<Input>& inputs, boo
         writer.Field("audio", input.info.audio ? "true" : "false");
         writer.Field("still", input.info.still ? "true" : "false");
         writer.Key("node");
-        writer.Node(Look(input.node.get()));
+        writer.Node(ViewOf(input.node.get()));
         writer.Close('}');
     }
     writer.Close(']');

@@ -68,7 +68,7 @@ int ShowTree(const TreeArguments& arguments) {
     bool found = Narrow(&root, arguments, arguments.all);
     std::vector<NodeView> inputs;
     for (const Input& input : job.Inputs()) {
-        NodeView view = Look(input.node.get());
+        NodeView view = ViewOf(input.node.get());
         if (Narrow(&view, arguments, arguments.all)) inputs.push_back(std::move(view));
     }
     if (!found && inputs.empty()) {
@@ -105,7 +105,7 @@ int ShowNode(const JobSource& source, const std::wstring& name) {
     node.node->BeforeCombo();  // its list may be filled as late as this
     TreeStyle style = Style();
     style.width = std::min<size_t>(style.width, 100);
-    Print(NodeText(Look(node.node.get()), style));
+    Print(NodeText(ViewOf(node.node.get()), style));
     return kDone;
 }
 

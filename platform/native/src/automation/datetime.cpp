@@ -1,4 +1,4 @@
-// The local time, and pictures of dates and times.
+// The local time, and formats of dates and times.
 #include <sys/time.h>
 
 #include <chrono>
@@ -55,26 +55,26 @@ private:
     std::size_t used_ = 0;
 };
 
-/// Walks through a picture: quoted text and other characters go out, runs of a letter go to put(letter,
+/// Walks through a format: quoted text and other characters go out, runs of a letter go to put(letter,
 /// length), which gives false for a letter that it has no meaning for.
 template <typename PutField>
-int Fill(const char* picture, Writer out, PutField put) {
-    while (*picture) {
-        const char c = *picture;
+int FormatFields(const char* format, Writer out, PutField put) {
+    while (*format) {
+        const char c = *format;
         if (c == '\'') {
-            ++picture;
-            for (; *picture; ++picture) {
-                if (*picture == '\'' && *++picture != '\'') break;
-                out.Put(*picture);
+            ++format;
+            for (; *format; ++format) {
+                if (*format == '\'' && *++format != '\'') break;
+                out.Put(*format);
             }
             continue;
         }
         int length = 1;
-        while (picture[length] == c) ++length;
+        while (format[length] == c) ++length;
         if (!put(out, c, length)) {
             for (int i = 0; i < length; ++i) out.Put(c);
         }
-        picture += length;
+        format += length;
     }
     return out.Finish();
 }
@@ -100,7 +100,7 @@ SYSTEMTIME Now() {
     return now;
 }
 
-int FormatDate(DWORD flags, const SYSTEMTIME& when, const char* picture, char* buffer, int size) {
+int FormatDate(DWORD flags, const SYSTEMTIME& when, const char* format, char* buffer, int size) {
     const std::chrono::year_month_day date{std::chrono::year{when.wYear}, std::chrono::month{when.wMonth},
                                            std::chrono::day{when.wDay}};
     const bool valid = when.wYear >= kFirstYear && when.wYear <= kLastYear && date.ok();
@@ -108,7 +108,7 @@ int FormatDate(DWORD flags, const SYSTEMTIME& when, const char* picture, char* b
     const std::string_view weekday =
         kWeekdays[std::chrono::weekday{std::chrono::sys_days{date}}.c_encoding()];
     const std::string_view month = kMonths[when.wMonth - 1];
-    return Fill(picture, Writer(buffer, size), [&](Writer& out, char letter, int length) {
+    return FormatFields(format, Writer(buffer, size), [&](Writer& out, char letter, int length) {
         switch (letter) {
             case 'd':
                 if (length > 2) {
@@ -136,10 +136,10 @@ int FormatDate(DWORD flags, const SYSTEMTIME& when, const char* picture, char* b
     });
 }
 
-int FormatTime(DWORD flags, const SYSTEMTIME& when, const char* picture, char* buffer, int size) {
+int FormatTime(DWORD flags, const SYSTEMTIME& when, const char* format, char* buffer, int size) {
     const bool valid = when.wHour < 24 && when.wMinute < 60 && when.wSecond < 60 && when.wMilliseconds < 1000;
     if (!CanFormat(flags, buffer, size, valid)) return 0;
-    return Fill(picture, Writer(buffer, size), [&](Writer& out, char letter, int length) {
+    return FormatFields(format, Writer(buffer, size), [&](Writer& out, char letter, int length) {
         const int digits = length > 1 ? 2 : 1;
         switch (letter) {
             case 'h':

@@ -33,16 +33,16 @@ struct Block : Description {
     std::deque<ARRAYDESC> arrays;
     std::vector<ELEMDESC> elements;
 
-    void Fill(TYPEDESC& target, const TypeShape& shape) {
+    void Describe(TYPEDESC& target, const TypeShape& shape) {
         target.vt = shape.vt;
         if (shape.vt == VT_PTR) {
             target.lptdesc = &types.emplace_back();
-            Fill(*target.lptdesc, shape.inner.front());
+            Describe(*target.lptdesc, shape.inner.front());
         } else if (shape.vt == VT_CARRAY) {
             target.lpadesc = &arrays.emplace_back();
             target.lpadesc->cDims = 1;
             target.lpadesc->rgbounds[0] = {shape.count, 0};
-            Fill(target.lpadesc->tdescElem, shape.inner.front());
+            Describe(target.lpadesc->tdescElem, shape.inner.front());
         } else if (shape.vt == VT_USERDEFINED) {
             target.hreftype = shape.type | standard;
         }
@@ -108,18 +108,18 @@ public:
         const std::size_t count = operation.parameters.size() - (shows_result ? 1 : 0);
         block->elements.resize(count);
         for (std::size_t i = 0; i < count; ++i) {
-            block->Fill(block->elements[i].tdesc, operation.parameters[i].shape);
+            block->Describe(block->elements[i].tdesc, operation.parameters[i].shape);
             block->elements[i].paramdesc.wParamFlags = operation.parameters[i].flags;
         }
         function.cParams = static_cast<SHORT>(count);
         function.lprgelemdescParam = count ? block->elements.data() : nullptr;
         if (shows_result) {
             const TypeShape& pointer = operation.parameters.back().shape;
-            block->Fill(function.elemdescFunc.tdesc, pointer.inner.front());
+            block->Describe(function.elemdescFunc.tdesc, pointer.inner.front());
         } else if (dispatch_ && operation.result.vt == VT_HRESULT) {
             function.elemdescFunc.tdesc.vt = VT_VOID;
         } else {
-            block->Fill(function.elemdescFunc.tdesc, operation.result);
+            block->Describe(function.elemdescFunc.tdesc, operation.result);
         }
         *result = block.release();
         return S_OK;
@@ -135,7 +135,7 @@ public:
         field.memid = kFirstField + static_cast<MEMBERID>(index);
         field.oInst = type_.fields[index].offset;
         field.varkind = VAR_PERINSTANCE;
-        block->Fill(field.elemdescVar.tdesc, type_.fields[index].shape);
+        block->Describe(field.elemdescVar.tdesc, type_.fields[index].shape);
         *result = block.release();
         return S_OK;
     } catch (const std::bad_alloc&) {

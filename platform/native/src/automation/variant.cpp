@@ -24,7 +24,7 @@ bool IsKind(VARTYPE kind) {
 }
 
 /// A copy of the fields that counts no reference: what the value is, or what it points to.
-HRESULT Look(const VARIANT& source, VARIANT* view) {
+HRESULT Resolve(const VARIANT& source, VARIANT* view) {
     if (!IsKind(source.vt)) return DISP_E_BADVARTYPE;
     if (!(source.vt & VT_BYREF)) {
         *view = source;
@@ -34,7 +34,7 @@ HRESULT Look(const VARIANT& source, VARIANT* view) {
     if (!source.byref) return E_INVALIDARG;
     if (kind == VT_VARIANT) {
         if (source.pvarVal->vt == (VT_VARIANT | VT_BYREF)) return E_INVALIDARG;
-        return Look(*source.pvarVal, view);
+        return Resolve(*source.pvarVal, view);
     }
     *view = {};
     if (kind & VT_ARRAY) {
@@ -482,7 +482,7 @@ HRESULT VariantCopyInd(VARIANT* target, VARIANTARG* source) {
     if (!target || !source) return E_INVALIDARG;
     if (!(source->vt & VT_BYREF)) return VariantCopy(target, source);
     VARIANT copy;
-    HRESULT status = Look(*source, &copy);
+    HRESULT status = Resolve(*source, &copy);
     if (SUCCEEDED(status)) status = Own(&copy);
     return FAILED(status) ? status : Replace(target, &copy);
 }
@@ -491,7 +491,7 @@ HRESULT VariantChangeType(VARIANTARG* target, VARIANTARG* source, USHORT flags, 
     if (!target || !source) return E_INVALIDARG;
     if (!IsKind(kind) || !IsKind(target->vt)) return DISP_E_BADVARTYPE;
     VARIANT view;
-    HRESULT status = Look(*source, &view);
+    HRESULT status = Resolve(*source, &view);
     if (FAILED(status)) return status;
     if (view.vt == kind) {
         if (target == source && !(source->vt & VT_BYREF)) return S_OK;

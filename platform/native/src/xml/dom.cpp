@@ -45,7 +45,7 @@ private:
 };
 
 /// A text of the tree, which is valid UTF-8.
-HRESULT GiveText(const char* text, BSTR* result) {
+HRESULT ReturnText(const char* text, BSTR* result) {
     if (!result) return E_POINTER;
     const size_t length = std::strlen(text);
     BSTR copy = SysAllocStringLen(nullptr, static_cast<UINT>(length));  // never more characters than bytes
@@ -76,11 +76,11 @@ public:
     }
 };
 
-HRESULT GiveNode(const TreePtr& tree, pugi::xml_node node, IXMLDOMNode** result);
-HRESULT GiveAttribute(const TreePtr& tree, pugi::xml_node owner, pugi::xml_attribute attribute,
-                      IXMLDOMNode** result);
-HRESULT GiveChildren(const TreePtr& tree, pugi::xml_node node, IXMLDOMNodeList** result);
-HRESULT GiveAttributes(const TreePtr& tree, pugi::xml_node node, IXMLDOMNamedNodeMap** result);
+HRESULT ReturnNode(const TreePtr& tree, pugi::xml_node node, IXMLDOMNode** result);
+HRESULT ReturnAttribute(const TreePtr& tree, pugi::xml_node owner, pugi::xml_attribute attribute,
+                        IXMLDOMNode** result);
+HRESULT ReturnChildren(const TreePtr& tree, pugi::xml_node node, IXMLDOMNodeList** result);
+HRESULT ReturnAttributes(const TreePtr& tree, pugi::xml_node node, IXMLDOMNamedNodeMap** result);
 
 /// All that a node, an attribute and the document have in common.
 template <class Interface>
@@ -90,18 +90,18 @@ public:
         : tree_(tree), node_(node), attribute_(attribute) {}
 
     STDMETHODIMP get_nodeName(BSTR* name) override {
-        if (attribute_) return GiveText(attribute_.name(), name);
+        if (attribute_) return ReturnText(attribute_.name(), name);
         switch (node_.type()) {
             case pugi::node_pcdata:
-                return GiveText("#text", name);
+                return ReturnText("#text", name);
             case pugi::node_cdata:
-                return GiveText("#cdata-section", name);
+                return ReturnText("#cdata-section", name);
             case pugi::node_comment:
-                return GiveText("#comment", name);
+                return ReturnText("#comment", name);
             case pugi::node_document:
-                return GiveText("#document", name);
+                return ReturnText("#document", name);
             default:
-                return GiveText(node_.name(), name);
+                return ReturnText(node_.name(), name);
         }
     }
     STDMETHODIMP get_nodeValue(VARIANT* value) override {
@@ -112,7 +112,7 @@ public:
             value->vt = VT_NULL;
             return S_FALSE;
         }
-        const HRESULT status = GiveText(attribute_ ? attribute_.value() : node_.value(), &value->bstrVal);
+        const HRESULT status = ReturnText(attribute_ ? attribute_.value() : node_.value(), &value->bstrVal);
         value->vt = SUCCEEDED(status) ? VT_BSTR : VT_EMPTY;
         return status;
     }
@@ -144,29 +144,29 @@ public:
         return S_OK;
     }
     STDMETHODIMP get_parentNode(IXMLDOMNode** parent) override {
-        return GiveNode(tree_, attribute_ ? pugi::xml_node() : node_.parent(), parent);
+        return ReturnNode(tree_, attribute_ ? pugi::xml_node() : node_.parent(), parent);
     }
     STDMETHODIMP get_childNodes(IXMLDOMNodeList** childList) override {
-        return GiveChildren(tree_, Inside(), childList);
+        return ReturnChildren(tree_, Inside(), childList);
     }
     STDMETHODIMP get_firstChild(IXMLDOMNode** firstChild) override {
-        return GiveNode(tree_, Inside().first_child(), firstChild);
+        return ReturnNode(tree_, Inside().first_child(), firstChild);
     }
     STDMETHODIMP get_lastChild(IXMLDOMNode** lastChild) override {
-        return GiveNode(tree_, Inside().last_child(), lastChild);
+        return ReturnNode(tree_, Inside().last_child(), lastChild);
     }
     STDMETHODIMP get_previousSibling(IXMLDOMNode** previousSibling) override {
-        return GiveNode(tree_, Inside().previous_sibling(), previousSibling);
+        return ReturnNode(tree_, Inside().previous_sibling(), previousSibling);
     }
     STDMETHODIMP get_nextSibling(IXMLDOMNode** nextSibling) override {
-        return GiveNode(tree_, Inside().next_sibling(), nextSibling);
+        return ReturnNode(tree_, Inside().next_sibling(), nextSibling);
     }
     STDMETHODIMP get_attributes(IXMLDOMNamedNodeMap** attributeMap) override {
         if (!attributeMap) return E_POINTER;
         *attributeMap = nullptr;
         const bool has =
             !attribute_ && (node_.type() == pugi::node_element || node_.type() == pugi::node_declaration);
-        return has ? GiveAttributes(tree_, node_, attributeMap) : S_FALSE;
+        return has ? ReturnAttributes(tree_, node_, attributeMap) : S_FALSE;
     }
     STDMETHODIMP hasChildNodes(VARIANT_BOOL* hasChild) override {
         if (!hasChild) return E_POINTER;
@@ -174,12 +174,12 @@ public:
         return *hasChild ? S_OK : S_FALSE;
     }
     STDMETHODIMP get_text(BSTR* text) override try {
-        if (attribute_) return GiveText(attribute_.value(), text);
+        if (attribute_) return ReturnText(attribute_.value(), text);
         if (node_.type() != pugi::node_element && node_.type() != pugi::node_document)
-            return GiveText(node_.value(), text);
+            return ReturnText(node_.value(), text);
         std::string all;
         AppendText(node_, all);
-        return GiveText(all.c_str(), text);
+        return ReturnText(all.c_str(), text);
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
     }
@@ -239,14 +239,14 @@ class Element final
 public:
     using Object::Object;
 
-    STDMETHODIMP get_tagName(BSTR* tagName) override { return GiveText(node_.name(), tagName); }
+    STDMETHODIMP get_tagName(BSTR* tagName) override { return ReturnText(node_.name(), tagName); }
     STDMETHODIMP getAttribute(BSTR name, VARIANT* value) override try {
         if (!value) return E_POINTER;
         const std::string wanted = ToUtf8({name ? name : L"", SysStringLen(name)});
         const pugi::xml_attribute found = node_.attribute(wanted.c_str());
         value->vt = VT_NULL;
         if (!found) return S_FALSE;
-        const HRESULT status = GiveText(found.value(), &value->bstrVal);
+        const HRESULT status = ReturnText(found.value(), &value->bstrVal);
         if (SUCCEEDED(status)) value->vt = VT_BSTR;
         return status;
     } catch (const std::bad_alloc&) {
@@ -309,7 +309,7 @@ public:
     STDMETHODIMP get_item(LONG index, IXMLDOMNode** listItem) override {
         if (!listItem) return E_POINTER;
         *listItem = nullptr;
-        return index < 0 ? E_INVALIDARG : GiveNode(tree_, nodes_.At(index), listItem);
+        return index < 0 ? E_INVALIDARG : ReturnNode(tree_, nodes_.At(index), listItem);
     }
     STDMETHODIMP get_length(LONG* listLength) override {
         if (!listLength) return E_POINTER;
@@ -317,7 +317,7 @@ public:
         return S_OK;
     }
     STDMETHODIMP nextNode(IXMLDOMNode** nextItem) override {
-        return GiveNode(tree_, nodes_.Next(), nextItem);
+        return ReturnNode(tree_, nodes_.Next(), nextItem);
     }
     STDMETHODIMP reset() override {
         nodes_.Reset();
@@ -337,14 +337,14 @@ public:
 
     STDMETHODIMP getNamedItem(BSTR name, IXMLDOMNode** namedItem) override try {
         const std::string wanted = ToUtf8({name ? name : L"", SysStringLen(name)});
-        return GiveAttribute(tree_, node_, node_.attribute(wanted.c_str()), namedItem);
+        return ReturnAttribute(tree_, node_, node_.attribute(wanted.c_str()), namedItem);
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
     }
     STDMETHODIMP get_item(LONG index, IXMLDOMNode** listItem) override {
         if (!listItem) return E_POINTER;
         *listItem = nullptr;
-        return index < 0 ? E_INVALIDARG : GiveAttribute(tree_, node_, attributes_.At(index), listItem);
+        return index < 0 ? E_INVALIDARG : ReturnAttribute(tree_, node_, attributes_.At(index), listItem);
     }
     STDMETHODIMP get_length(LONG* listLength) override {
         if (!listLength) return E_POINTER;
@@ -352,7 +352,7 @@ public:
         return S_OK;
     }
     STDMETHODIMP nextNode(IXMLDOMNode** nextItem) override {
-        return GiveAttribute(tree_, node_, attributes_.Next(), nextItem);
+        return ReturnAttribute(tree_, node_, attributes_.Next(), nextItem);
     }
     STDMETHODIMP reset() override {
         attributes_.Reset();
@@ -378,7 +378,7 @@ public:
     bool Enter() override { return MoveTo(at_.first_child()); }
     bool Next() override { return MoveTo(at_.next_sibling()); }
     void Leave() override { at_ = at_.parent(); }
-    bool Look(XmlElement& element) override try {
+    bool Read(XmlElement& element) override try {
         attributes_.clear();
         long_texts_.clear();
         end_ = texts_;
@@ -537,7 +537,7 @@ private:
     }
 };
 
-HRESULT GiveNode(const TreePtr& tree, pugi::xml_node node, IXMLDOMNode** result) {
+HRESULT ReturnNode(const TreePtr& tree, pugi::xml_node node, IXMLDOMNode** result) {
     if (!result) return E_POINTER;
     *result = nullptr;
     if (!node) return S_FALSE;
@@ -548,8 +548,8 @@ HRESULT GiveNode(const TreePtr& tree, pugi::xml_node node, IXMLDOMNode** result)
     return *result ? S_OK : E_OUTOFMEMORY;
 }
 
-HRESULT GiveAttribute(const TreePtr& tree, pugi::xml_node owner, pugi::xml_attribute attribute,
-                      IXMLDOMNode** result) {
+HRESULT ReturnAttribute(const TreePtr& tree, pugi::xml_node owner, pugi::xml_attribute attribute,
+                        IXMLDOMNode** result) {
     if (!result) return E_POINTER;
     *result = nullptr;
     if (!attribute) return S_FALSE;
@@ -557,13 +557,13 @@ HRESULT GiveAttribute(const TreePtr& tree, pugi::xml_node owner, pugi::xml_attri
     return *result ? S_OK : E_OUTOFMEMORY;
 }
 
-HRESULT GiveChildren(const TreePtr& tree, pugi::xml_node node, IXMLDOMNodeList** result) {
+HRESULT ReturnChildren(const TreePtr& tree, pugi::xml_node node, IXMLDOMNodeList** result) {
     if (!result) return E_POINTER;
     *result = new (std::nothrow) Children(tree, node);
     return *result ? S_OK : E_OUTOFMEMORY;
 }
 
-HRESULT GiveAttributes(const TreePtr& tree, pugi::xml_node node, IXMLDOMNamedNodeMap** result) {
+HRESULT ReturnAttributes(const TreePtr& tree, pugi::xml_node node, IXMLDOMNamedNodeMap** result) {
     *result = new (std::nothrow) Attributes(tree, node);
     return *result ? S_OK : E_OUTOFMEMORY;
 }

@@ -1,4 +1,4 @@
-#include "com/let_go.h"
+#include "com/bounded_release.h"
 
 #include <vector>
 
@@ -13,7 +13,7 @@ thread_local std::vector<IUnknown*>* waiting = nullptr;  // from kDeepest on
 
 }  // namespace
 
-void LetGo(IUnknown* reference) {
+void ReleaseBounded(IUnknown* reference) {
     if (waiting && TryAppend(*waiting, reference)) return;
     std::vector<IUnknown*> later;
     if (++depth == kDeepest) waiting = &later;
