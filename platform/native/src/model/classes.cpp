@@ -62,6 +62,7 @@ Ticks Now() { return std::chrono::steady_clock::now().time_since_epoch().count()
 /// A module that serves classes, held by one load.
 struct Server {
     HMODULE module = nullptr;  // null: the layer's own classes
+    std::string path;          // as the registry has named it
     GetClassObjectCall get_class_object = nullptr;
     CanUnloadCall can_unload = nullptr;  // null: it never says that it can
     std::atomic<LONG> calls = 0;         // creations that are under way: it stays
@@ -223,6 +224,17 @@ HRESULT LoadServer(REFCLSID class_id, Use& result) {
     std::string path;
     if (!FindModule(class_id, path)) return REGDB_E_READREGDB;
     if (path.empty()) return REGDB_E_CLASSNOTREG;
+    Classes& classes = Classes::Get();
+    const auto is_known = [&path](const auto& known) { return known->path == path; };
+    {
+        // Most classes come with others, and a module that is loaded is what its path leads to.
+        std::unique_lock lock(classes.mutex);
+        const auto known = std::find_if(classes.servers.begin(), classes.servers.end(), is_known);
+        if (known != classes.servers.end()) {
+            result.Begin(*classes.cache.emplace(class_id, known->get()).first->second);
+            return S_OK;
+        }
+    }
     const HMODULE module = LoadLibraryA(path.c_str());
     if (!module) return HRESULT_FROM_WIN32(GetLastError());
     struct Unloading {
@@ -236,7 +248,7 @@ HRESULT LoadServer(REFCLSID class_id, Use& result) {
     made->can_unload = Export<CanUnloadCall>(module, "DllCanUnloadNow");
     if (!made->get_class_object) return CO_E_ERRORINDLL;
 
-    Classes& classes = Classes::Get();
+    made->path = path;
     {
         std::unique_lock lock(classes.mutex);
         Server* server = nullptr;

@@ -157,7 +157,7 @@ void Database::Open() {
         sqlite3_exec(db_, "PRAGMA journal_mode = WAL", nullptr, nullptr, nullptr);
         sqlite3_busy_timeout(db_, kPatience);
         Run("PRAGMA synchronous = NORMAL");
-        Run("PRAGMA trusted_schema = OFF");
+        Check(sqlite3_db_config(db_, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr));
         if (!Query(*this, "SELECT 1 FROM sqlite_master WHERE name = 'entries'").Next()) {
             Step step(*this);
             Run(kSchema);
@@ -271,8 +271,16 @@ void Database::BeginRead() {
     reading_ = true;
 }
 
-/// From here to the end of the call the file stands still for us.
+/// To be called before the file is read: it stands still for this call, or CheckStill tells that it hasn't.
 void Database::NeedSnapshot() {
+    if (log_index_ && !disturbed_)
+        CheckPatience();
+    else
+        NeedTransaction();
+}
+
+/// From here to the end of the call the file stands still for us.
+void Database::NeedTransaction() {
     if (snapshot_) return;
     CheckPatience();
     Query(*this, "BEGIN").Next();
@@ -281,6 +289,11 @@ void Database::NeedSnapshot() {
     if (IsUnchanged()) return;
     if (used_mirror_) throw Changed{};
     keep_mirror_ = false;  // it will hold what stands here, which the stamp doesn't tell
+}
+
+/// To be called when something has been read: what is kept all comes from one state of the file.
+void Database::CheckStill() const {
+    if (!snapshot_ && !IsUnchanged()) throw Changed{};
 }
 
 void Database::EndRead() {
@@ -297,8 +310,8 @@ void Database::AbandonRead() {
 const Mirror::List<Mirror::Subkey>* Database::SubkeysOf(KeyId key) {
     if (!reading_) return nullptr;
     auto& list = mirror_[key].subkeys;
-    if (list.state != list.kRead) NeedSnapshot();
     if (list.state == list.kUnread) {
+        NeedSnapshot();
         Query query(*this, "SELECT id, name, folded FROM keys WHERE parent = ? ORDER BY folded LIMIT ?", key,
                     static_cast<long long>(Mirror::kMostItems + 1));
         std::vector<Mirror::Subkey> items;
@@ -306,10 +319,12 @@ const Mirror::List<Mirror::Subkey>* Database::SubkeysOf(KeyId key) {
             items.push_back({query.Bytes(2), query.Bytes(1), query.Number(0)});
             mirror_.Count(sizeof items.back() + query.Size(1) + query.Size(2));
         }
+        CheckStill();
         const bool whole = items.size() <= Mirror::kMostItems;
         if (whole) list.items = std::move(items);
         list.state = whole ? list.kRead : list.kTooLong;
     }
+    if (list.state == list.kTooLong) NeedTransaction();
     return list.state == list.kRead ? &list : nullptr;
 }
 
@@ -317,22 +332,27 @@ const Mirror::List<Mirror::Subkey>* Database::SubkeysOf(KeyId key) {
 const Mirror::List<Mirror::Entry>* Database::EntriesOf(KeyId key) {
     if (!reading_) return nullptr;
     auto& list = mirror_[key].entries;
-    if (list.state != list.kRead) NeedSnapshot();
     if (list.state == list.kUnread) {
-        Query query(*this, "SELECT name, type, data, folded FROM entries WHERE key = ? ORDER BY id LIMIT ?",
-                    key, static_cast<long long>(Mirror::kMostItems + 1));
+        NeedSnapshot();
+        // Put in order here: a sorter of SQLite's costs more than all the rest.
+        Query query(*this, "SELECT name, type, data, folded, id FROM entries WHERE key = ? LIMIT ?", key,
+                    static_cast<long long>(Mirror::kMostItems + 1));
         std::vector<Mirror::Entry> items;
         bool whole = true;
         while (whole && query.Next()) {
             const size_t size = query.Size(0) + query.Size(2) + query.Size(3);
             whole = items.size() < Mirror::kMostItems && size <= Mirror::kLongestItem;
             if (!whole) break;
-            items.push_back({query.Bytes(3), query.AsValue()});
+            items.push_back({query.Bytes(3), query.AsValue(), query.Number(4)});
             mirror_.Count(sizeof items.back() + size);
         }
+        CheckStill();
+        std::sort(items.begin(), items.end(),
+                  [](const Mirror::Entry& a, const Mirror::Entry& b) { return a.id < b.id; });
         if (whole) list.items = std::move(items);
         list.state = whole ? list.kRead : list.kTooLong;
     }
+    if (list.state == list.kTooLong) NeedTransaction();
     return list.state == list.kRead ? &list : nullptr;
 }
 
@@ -341,25 +361,46 @@ bool Database::Exists(KeyId key) {
         std::optional<bool>& exists = mirror_[key].exists;
         if (exists) return *exists;
         NeedSnapshot();
-        return *(exists = Query(*this, "SELECT 1 FROM keys WHERE id = ?", key).Next());
+        const bool found = Query(*this, "SELECT 1 FROM keys WHERE id = ?", key).Next();
+        CheckStill();
+        return *(exists = found);
     }
     return Query(*this, "SELECT 1 FROM keys WHERE id = ?", key).Next();
 }
 
 std::optional<KeyId> Database::Subkey(KeyId parent, std::string_view name) {
     const std::string folded = Fold(name);
-    if (const auto* subkeys = SubkeysOf(parent)) {
-        const auto before = [](const Mirror::Subkey& key, const std::string& wanted) {
-            return key.folded < wanted;
-        };
-        const auto found = std::lower_bound(subkeys->items.begin(), subkeys->items.end(), folded, before);
-        if (found == subkeys->items.end() || found->folded != folded) return std::nullopt;
-        mirror_[found->id].exists = true;
-        return found->id;
+    const auto ask = [&] {
+        Query query(*this, "SELECT id FROM keys WHERE parent = ? AND folded = ?", parent,
+                    std::string_view(folded));
+        return query.Next() ? std::optional<KeyId>(query.Number(0)) : std::nullopt;
+    };
+    if (!reading_) return ask();
+    const auto known = [this](const Mirror::Subkey& key) -> std::optional<KeyId> {
+        if (key.id == 0) return std::nullopt;
+        mirror_[key.id].exists = true;
+        return key.id;
+    };
+    Mirror::Key& above = mirror_[parent];
+    if (above.subkeys.state == above.subkeys.kUnread) {
+        for (const Mirror::Subkey& key : above.asked)
+            if (key.folded == folded) return known(key);
+        if (above.asked.size() < Mirror::kMostAsked) {
+            NeedSnapshot();
+            const KeyId found = ask().value_or(0);
+            CheckStill();
+            above.asked.push_back({folded, {}, found});
+            return known(above.asked.back());
+        }
     }
-    Query query(*this, "SELECT id FROM keys WHERE parent = ? AND folded = ?", parent,
-                std::string_view(folded));
-    return query.Next() ? std::optional<KeyId>(query.Number(0)) : std::nullopt;
+    const auto* subkeys = SubkeysOf(parent);
+    if (!subkeys) return ask();
+    const auto before = [](const Mirror::Subkey& key, const std::string& wanted) {
+        return key.folded < wanted;
+    };
+    const auto found = std::lower_bound(subkeys->items.begin(), subkeys->items.end(), folded, before);
+    if (found == subkeys->items.end() || found->folded != folded) return std::nullopt;
+    return known(*found);
 }
 
 KeyId Database::AddSubkey(KeyId parent, std::string_view name) {

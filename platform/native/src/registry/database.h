@@ -47,7 +47,7 @@ public:
     template <class Body>
     LONG Read(Body body) {
         if (changing_) return InChange(body);
-        for (;;) {
+        for (disturbed_ = false;; disturbed_ = true) {
             BeginRead();
             try {
                 const LONG status = body();
@@ -143,6 +143,8 @@ private:
     bool IsUnchanged() const;
     void BeginRead();
     void NeedSnapshot();
+    void NeedTransaction();
+    void CheckStill() const;
     void EndRead();
     void AbandonRead();
     const Mirror::List<Mirror::Subkey>* SubkeysOf(KeyId key);
@@ -161,7 +163,8 @@ private:
     std::uint64_t mirror_number_ = 0;                  // moves on when it is emptied
     bool used_mirror_ = false;                         // this call has begun with something in it
     bool reading_ = false;                             // inside Read()
-    bool snapshot_ = false;                            // ... and reading the file
+    bool disturbed_ = false;                           // ... for the second time: the file has been changed
+    bool snapshot_ = false;                            // ... in a transaction
 
     bool changing_ = false;  // between BeginChange and CommitChange
     LONG spoilt_ = ERROR_SUCCESS;

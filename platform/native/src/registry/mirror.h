@@ -28,6 +28,7 @@ public:
     struct Entry {
         std::string folded;
         Value value;
+        long long id;  // in the order of their creation
     };
     /// A list that is read whole or not at all.
     template <class Item>
@@ -37,10 +38,12 @@ public:
     };
     struct Key {
         std::optional<bool> exists;
-        List<Subkey> subkeys;  // in the order of their folded names
-        List<Entry> entries;   // in the order of their creation
+        std::vector<Subkey> asked;  // the first few, before the list is read; id 0: there is none
+        List<Subkey> subkeys;       // in the order of their folded names
+        List<Entry> entries;        // in the order of their creation
     };
     // What is longer isn't kept: the file is asked for one item, each time.
+    static constexpr size_t kMostAsked = 8;  // of many subkeys often one is looked for
     static constexpr size_t kMostItems = 1000;
     static constexpr size_t kLongestItem = 4096;  // bytes
 
