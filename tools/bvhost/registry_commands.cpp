@@ -43,11 +43,26 @@ int Register(const std::vector<std::wstring>& modules) {
     return result;
 }
 
+/// A module's operation says that it is done whatever has happened; this looks.
+void NeedUnregistered(const fs::path& module) {
+    const Key classes(HKEY_CLASSES_ROOT, L"CLSID");
+    if (!classes && classes.error() != ERROR_FILE_NOT_FOUND)
+        throw Problem("the registry can't be read: " + Reason(HRESULT_FROM_WIN32(DWORD(classes.error()))));
+    if (!classes) return;
+    for (const std::wstring& id : classes.Subkeys()) {
+        const fs::path server = ToPath(DefaultOf(classes.get(), id + L"\\InprocServer32"));
+        std::error_code ignored;
+        if (!server.empty() && fs::equivalent(server, module, ignored))
+            throw Problem("still registered: " + PathText(module));
+    }
+}
+
 int Unregister(const std::vector<std::wstring>& modules) {
     int result = kDone;
     for (const fs::path& module : ModulesFor(modules)) {
         try {
             CallModule(module, "DllUnregisterServer");
+            NeedUnregistered(module);
             Print("unregistered  " + PathText(module) + '\n');
         } catch (const Problem& problem) {
             PrintError(problem.what());

@@ -22,6 +22,7 @@ public:
     }
     explicit operator bool() const { return error_ == ERROR_SUCCESS; }
     HKEY get() const { return key_; }
+    LONG error() const { return error_; }
 
     std::vector<std::wstring> Subkeys() const {
         std::vector<std::wstring> names;
