@@ -13,10 +13,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     using bv::IndexFile;
     static const std::wstring name = L"fuzz" + std::to_wstring(getpid());
     static const std::string path = [] {
-        char own[4096] = {};
-        GetModuleFileNameA(bv::ModuleInstance(), own, sizeof own);
-        PathRemoveFileSpecA(own);
-        return std::string(own) + '/' + bv::NarrowText(name).c_str() + ".idx";
+        wchar_t own[4096] = {};
+        GetModuleFileNameW(bv::ModuleInstance(), own, 4096);
+        PathRemoveFileSpecW(own);
+        return std::string(bv::NarrowText(own + (L'/' + name) + L".idx").c_str());
     }();
     if (size == 0) return 0;
     const bool fits = data[0] & 1;

@@ -101,8 +101,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Ask(type, 0);
         type->Release();
     }
-    BOOL is_name = FALSE;
-    library->IsName(const_cast<LPOLESTR>(L"name"), 0, &is_name);
     library->Release();
     return 0;
 }

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # A module exports the four operations of a component module, or the seven editors, and nothing else, undecorated, and a
-# Windows module imports from the system's own libraries alone: exports.sh BIN_FOLDER
+# Windows module imports from the system's own libraries alone. The native layer exports what its headers declare and its
+# version script lists, under the version that stands there: exports.sh BIN_FOLDER
 set -euo pipefail
 bin=$1
 four="DllCanUnloadNow DllGetClassObject DllRegisterServer DllUnregisterServer"
@@ -39,5 +40,20 @@ for module in "$bin"/BVSchema.* "$bin"/BVSamples.* "$bin"/dlgs.*; do
     case $module in */dlgs.*) wanted=$seven ;; esac
     [ "$exports" = "$wanted " ] || complain "$module exports: $exports"
 done
+layer=$bin/libbvplatform.so
+if [ -e "$layer" ]; then
+    platform=$(dirname "$0")/../../platform
+    map=$platform/native/bvplatform.map
+    version=$(sed -n 's/ {$//p' "$map")
+    listed=$(sed -e 's|/\*.*\*/||' "$map" | grep -oE '\b[A-Za-z0-9_]+;' | tr -d ';' | LC_ALL=C sort)
+    # What is declared once for each platform stands in platform/include.
+    declared=$(find "$platform/native/include" "$platform/include" -name '*.h' -exec grep -hv '^#' {} + | tr '\n' ' ' |
+        grep -oE 'BV_PLATFORM_API [^;(]*\(' | grep -oE '[A-Za-z0-9_]+\($' | tr -d '(' | LC_ALL=C sort)
+    exported=$(nm -D --defined-only --with-symbol-versions "$layer" | awk '$2 != "A" { print $3 }' | LC_ALL=C sort)
+    difference=$(diff <(echo "$listed") <(echo "$declared")) ||
+        complain "the layer's version script (<) and headers (>) differ: $difference"
+    difference=$(diff <(sed "s/\$/@@$version/" <<<"$listed") <(echo "$exported")) ||
+        complain "the layer's version script (<) and exports (>) differ: $difference"
+fi
 [ $found = 1 ] || complain "there is no module in $bin"
 exit $failed

@@ -20,7 +20,7 @@ protected:
 };
 
 TEST_F(Modules, EachLoadIsGivenBack) {
-    EXPECT_EQ(LoadLibraryExA(ProbePath().string().c_str(), nullptr, 0), module);
+    EXPECT_EQ(LoadLibraryExW(WideName(ProbePath()).c_str(), nullptr, 0), module);
     EXPECT_EQ(GetModuleHandleW(WideName(ProbePath().filename()).c_str()), module);
     EXPECT_TRUE(FreeLibrary(module));
     EXPECT_EQ(GetModuleHandleW(WideName(ProbePath()).c_str()), module);
@@ -60,18 +60,18 @@ TEST_F(Modules, OperationsAndPath) {
     const DWORD length = GetModuleFileNameW(module, path, 4096);
     EXPECT_TRUE(std::filesystem::equivalent(PathOf(path), ProbePath()));
     EXPECT_EQ(length, std::wcslen(path));
-    char narrow[8] = "xxxxxxx";
-    EXPECT_EQ(GetModuleFileNameA(module, narrow, 4), 4u);
+    wchar_t few[8] = L"xxxxxxx";
+    EXPECT_EQ(GetModuleFileNameW(module, few, 4), 4u);
     EXPECT_EQ(GetLastError(), DWORD(ERROR_INSUFFICIENT_BUFFER));
-    EXPECT_EQ(narrow[4], 'x');
-    EXPECT_GT(GetModuleFileNameA(nullptr, narrow, 8), 0u);
+    EXPECT_EQ(few[4], L'x');
+    EXPECT_GT(GetModuleFileNameW(nullptr, few, 8), 0u);
 }
 
 TEST_F(Modules, SystemLibrariesAreFoundByName) {
     const HMODULE system = LoadLibraryA("oleaut32.dll");
     ASSERT_NE(system, nullptr);
     EXPECT_NE(GetProcAddress(system, "SysAllocString"), nullptr);
-    EXPECT_EQ(GetModuleHandleA("oleaut32.dll"), system);
+    EXPECT_EQ(GetModuleHandleW(L"oleaut32.dll"), system);
     EXPECT_TRUE(FreeLibrary(system));
 }
 

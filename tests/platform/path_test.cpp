@@ -19,23 +19,25 @@ struct Buffer {
     char chars[2 * MAX_PATH] = {};
 };
 
-/// The same call for narrow and wide text, which must agree; gives the buffer after it, or "-" for FALSE.
+/// What a call leaves in a buffer, or "-" for FALSE.
+template <typename Call>
+std::string After(const std::string& path, Call call) {
+    Buffer buffer(path);
+    return call(buffer.chars) ? buffer.chars : "-";
+}
+
+/// The same call for narrow and wide text, which must agree.
 template <typename CallA, typename CallW>
 std::string After(const std::string& path, CallA call_a, CallW call_w) {
-    char narrow[2 * MAX_PATH] = {};
+    const std::string narrow = After(path, call_a);
     wchar_t wide[2 * MAX_PATH] = {};
-    for (std::size_t i = 0; i < path.size(); ++i) narrow[i] = path[i], wide[i] = path[i];
-    const bool done = call_a(narrow) != 0;
-    EXPECT_EQ(call_w(wide) != 0, done) << path;
-    EXPECT_EQ(std::wstring(wide), std::wstring(narrow, narrow + std::strlen(narrow))) << path;
-    return done ? narrow : "-";
+    for (std::size_t i = 0; i < path.size(); ++i) wide[i] = path[i];
+    EXPECT_EQ(call_w(wide) ? std::wstring(wide) : L"-", std::wstring(narrow.begin(), narrow.end())) << path;
+    return narrow;
 }
 
 std::string Canonical(const std::string& path) {
-    const std::wstring wide_path(path.begin(), path.end());
-    return After(
-        "", [&](char* buffer) { return PathCanonicalizeA(buffer, path.c_str()); },
-        [&](wchar_t* buffer) { return PathCanonicalizeW(buffer, wide_path.c_str()); });
+    return After("", [&](char* buffer) { return PathCanonicalizeA(buffer, path.c_str()); });
 }
 
 std::string Appended(const std::string& path, const std::string& more) {
@@ -47,21 +49,14 @@ std::string Appended(const std::string& path, const std::string& more) {
 
 std::string Folder(const std::string& path) { return After(path, PathRemoveFileSpecA, PathRemoveFileSpecW); }
 
-std::string WithSeparator(const std::string& path) {
-    return After(path, PathAddBackslashA, PathAddBackslashW);
-}
+std::string WithSeparator(const std::string& path) { return After(path, PathAddBackslashA); }
 
 std::string WithExtension(const std::string& path, const std::string& extension) {
-    const std::wstring wide(extension.begin(), extension.end());
-    return After(
-        path, [&](char* buffer) { return PathAddExtensionA(buffer, extension.c_str()); },
-        [&](wchar_t* buffer) { return PathAddExtensionW(buffer, wide.c_str()); });
+    return After(path, [&](char* buffer) { return PathAddExtensionA(buffer, extension.c_str()); });
 }
 
 std::string WithoutExtension(const std::string& path) {
-    return After(
-        path, [](char* buffer) { return PathRemoveExtensionA(buffer), 1; },
-        [](wchar_t* buffer) { return PathRemoveExtensionW(buffer), 1; });
+    return After(path, [](char* buffer) { return PathRemoveExtensionA(buffer), 1; });
 }
 
 /// One path taken apart.

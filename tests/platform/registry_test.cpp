@@ -43,6 +43,11 @@ TEST_F(Registry, KeysAreFoundWithoutCaseAndKeepTheirFirstSpelling) {
     EXPECT_EQ(how, DWORD(REG_OPENED_EXISTING_KEY));
     EXPECT_EQ(SubkeyAt(0), L"Aa");
     EXPECT_EQ(SubkeyAt(1), L"?259");
+    EXPECT_EQ(Make(L"\x3C3"), ERROR_SUCCESS);
+    EXPECT_EQ(Make(L"\x3A3", &how), ERROR_SUCCESS);
+    EXPECT_EQ(how, DWORD(REG_OPENED_EXISTING_KEY)) << "sigma";
+    EXPECT_EQ(Make(L"\x3C2", &how), ERROR_SUCCESS);
+    EXPECT_EQ(how, DWORD(REG_CREATED_NEW_KEY)) << "a final sigma is a letter of its own, as in comparisons";
 
     HKEY found = nullptr;
     EXPECT_EQ(Open(L"aa\\cc", &found), ERROR_FILE_NOT_FOUND);

@@ -6,6 +6,7 @@
 #include "model/object.h"
 #include "objbase.h"
 #include "oleauto.h"
+#include "text/text.h"
 
 namespace bv::platform {
 namespace {
@@ -88,7 +89,6 @@ public:
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
     }
-    STDMETHODIMP GetTypeComp(ITypeComp**) override { return E_NOTIMPL; }
 
     STDMETHODIMP GetFuncDesc(UINT index, FUNCDESC** result) override try {
         if (!result) return E_INVALIDARG;
@@ -252,7 +252,6 @@ public:
         const HRESULT status = CopyText(*texts[0], name, true);
         return FAILED(status) ? status : CopyText(*texts[1], help);
     }
-    STDMETHODIMP GetDllEntry(MEMBERID, INVOKEKIND, BSTR*, BSTR*, WORD*) override { return E_NOTIMPL; }
 
     STDMETHODIMP GetRefTypeInfo(HREFTYPE reference, ITypeInfo** result) override try {
         if (!result) return E_INVALIDARG;
@@ -268,17 +267,11 @@ public:
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
     }
-    STDMETHODIMP AddressOfMember(MEMBERID, INVOKEKIND, PVOID*) override { return E_NOTIMPL; }
     STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, PVOID* result) override {
         if (!result) return E_INVALIDARG;
         *result = nullptr;
         if (type_.kind != TKIND_COCLASS) return TYPE_E_ELEMENTNOTFOUND;
         return CoCreateInstance(type_.id, outer, CLSCTX_SERVER, iid, result);
-    }
-    STDMETHODIMP GetMops(MEMBERID, BSTR* result) override {
-        if (!result) return E_INVALIDARG;
-        *result = nullptr;
-        return S_OK;
     }
     STDMETHODIMP GetContainingTypeLib(ITypeLib** result, UINT* index) override try {
         if (index) *index = index_;
@@ -382,7 +375,6 @@ public:
             TLIBATTR{data_->id, 0, SYS_WIN64, data_->major, data_->minor, LIBFLAG_FHASDISKIMAGE};
         return *result ? S_OK : E_OUTOFMEMORY;
     }
-    STDMETHODIMP GetTypeComp(ITypeComp**) override { return E_NOTIMPL; }
     STDMETHODIMP GetDocumentation(INT index, BSTR* name, BSTR* help, DWORD* context, BSTR* file) override {
         if (index < -1 || index >= static_cast<INT>(data_->types.size())) return TYPE_E_ELEMENTNOTFOUND;
         const TypeData* const type = index >= 0 ? &data_->types[static_cast<std::size_t>(index)] : nullptr;
@@ -391,23 +383,6 @@ public:
         const HRESULT status = CopyText(type ? type->name : data_->name, name, true);
         return FAILED(status) ? status : CopyText(type ? type->help : data_->help, help);
     }
-    STDMETHODIMP IsName(LPOLESTR name, ULONG, BOOL* result) override {
-        if (!name || !result) return E_INVALIDARG;
-        const std::wstring_view wanted(name);
-        *result = FALSE;
-        for (const TypeData& type : data_->types) {
-            bool found = SameWithoutCase(type.name, wanted);
-            for (const TypeField& field : type.fields) found = found || SameWithoutCase(field.name, wanted);
-            for (const TypeOperation& operation : type.operations) {
-                found = found || SameWithoutCase(operation.name, wanted);
-                for (const TypeParameter& parameter : operation.parameters)
-                    found = found || SameWithoutCase(parameter.name, wanted);
-            }
-            if (found) *result = TRUE;
-        }
-        return S_OK;
-    }
-    STDMETHODIMP FindName(LPOLESTR, ULONG, ITypeInfo**, MEMBERID*, USHORT*) override { return E_NOTIMPL; }
     STDMETHODIMP_(void) ReleaseTLibAttr(TLIBATTR* attributes) override { delete attributes; }
 
 private:

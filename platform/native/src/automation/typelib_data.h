@@ -86,8 +86,6 @@ std::unique_ptr<TypeLibraryData> ReadTypeLibrary(std::string_view bytes);
 /// What all others refer to: GUID, IUnknown, IDispatch.
 const TypeLibraryData& StandardTypeLibrary();
 
-bool SameWithoutCase(std::wstring_view a, std::wstring_view b);
-
 /// A new object for a library that was read. Throws std::bad_alloc.
 ITypeLib* NewTypeLib(std::shared_ptr<const TypeLibraryData> data);
 

@@ -1,7 +1,6 @@
 // Reading a type library. The bytes come from a file that a path in the registry names: nothing in them is
 // believed.
 #include <algorithm>
-#include <cwctype>
 #include <initializer_list>
 
 #include "automation/typelib_data.h"
@@ -276,12 +275,6 @@ const TypeData& TypeLibraryData::Type(std::uint16_t reference) const {
 }
 bool TypeLibraryData::IsStandard(const TypeData& type, StandardType standard) const {
     return &type == &StandardTypeLibrary().types[standard];
-}
-
-bool SameWithoutCase(std::wstring_view a, std::wstring_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](wchar_t x, wchar_t y) {
-        return x == y || std::towupper(static_cast<wint_t>(x)) == std::towupper(static_cast<wint_t>(y));
-    });
 }
 
 }  // namespace bv::platform

@@ -1,4 +1,5 @@
 // Where type libraries lie: in modules and in files of their own, and what the registry says of them.
+#include <shlwapi.h>
 #include <windows.h>
 
 #include <algorithm>
@@ -64,7 +65,7 @@ bool BeginsAsLibrary(const std::string& path) {
 
 /// The bytes of a module's library; empty when it has none. They are copied: the module may go.
 std::string ReadResource(const std::string& path, int number) {
-    const HMODULE module = LoadLibraryExA(path.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE);
+    const HMODULE module = LoadLibraryA(path.c_str());
     if (!module) return {};
     std::string bytes;
     if (const HRSRC place = FindResourceA(module, MAKEINTRESOURCEA(number), "TYPELIB")) {
@@ -75,19 +76,18 @@ std::string ReadResource(const std::string& path, int number) {
     return bytes;
 }
 
-bool Exists(const std::string& path) { return GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
-
 HRESULT Load(const std::wstring& file, ITypeLib** result) {
     std::string path = ToUtf8(file);
     int number = 1;
-    if (const std::size_t end = path.rfind('\\'); end != std::string::npos && !Exists(path)) {
+    if (const std::size_t end = path.rfind('\\');
+        end != std::string::npos && !PathFileExistsA(path.c_str())) {
         char* rest = nullptr;
         const long given = std::strtol(path.c_str() + end + 1, &rest, 10);
         if (*rest || given < 1 || given > 0xFFFF) return TYPE_E_CANTLOADLIBRARY;
         number = static_cast<int>(given);
         path.resize(end);
     }
-    if (!Exists(path)) return TYPE_E_CANTLOADLIBRARY;
+    if (!PathFileExistsA(path.c_str())) return TYPE_E_CANTLOADLIBRARY;
     const std::string bytes = BeginsAsLibrary(path) ? ReadFile(path) : ReadResource(path, number);
     std::shared_ptr<const TypeLibraryData> data = ReadTypeLibrary(bytes);
     if (!data) return TYPE_E_CANTLOADLIBRARY;
@@ -285,24 +285,12 @@ HRESULT Unregister(REFGUID guid, WORD major, WORD minor, LCID locale, SYSKIND sy
 
 extern "C" {
 
-HRESULT LoadTypeLibEx(LPCOLESTR file, REGKIND kind, ITypeLib** result) try {
+HRESULT LoadTypeLib(const OLECHAR* file, ITypeLib** result) try {
     if (!file || !result) return E_INVALIDARG;
     *result = nullptr;
-    HRESULT status = Load(file, result);
-    if (SUCCEEDED(status) && kind == REGKIND_REGISTER) {
-        status = RegisterTypeLib(*result, const_cast<OLECHAR*>(file), nullptr);
-        if (FAILED(status)) {
-            (*result)->Release();
-            *result = nullptr;
-        }
-    }
-    return status;
+    return Load(file, result);
 } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
-}
-
-HRESULT LoadTypeLib(const OLECHAR* file, ITypeLib** result) {
-    return LoadTypeLibEx(file, REGKIND_DEFAULT, result);
 }
 
 HRESULT LoadRegTypeLib(REFGUID library, WORD major, WORD minor, LCID locale, ITypeLib** result) try {

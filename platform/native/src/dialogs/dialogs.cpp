@@ -9,6 +9,7 @@
 #include "dialogs/desktop_dialog.h"
 #include "objbase.h"
 #include "shlobj.h"
+#include "shlwapi.h"
 #include "windows.h"
 
 using bv::platform::FileDialog;
@@ -107,12 +108,7 @@ public:
 
 class Allocator final : public Permanent<IMalloc> {
 public:
-    STDMETHODIMP_(void*) Alloc(SIZE_T size) override { return CoTaskMemAlloc(size); }
-    STDMETHODIMP_(void*) Realloc(void* block, SIZE_T size) override { return CoTaskMemRealloc(block, size); }
     STDMETHODIMP_(void) Free(void* block) override { CoTaskMemFree(block); }
-    STDMETHODIMP_(SIZE_T) GetSize(void*) override { return SIZE_T(-1); }
-    STDMETHODIMP_(int) DidAlloc(void*) override { return -1; }
-    STDMETHODIMP_(void) HeapMinimize() override {}
 };
 
 class Desktop final : public Permanent<IShellFolder> {
@@ -123,8 +119,7 @@ public:
         char path[MAX_PATH];
         if (!name || !WideCharToMultiByte(CP_ACP, 0, name, -1, path, MAX_PATH, nullptr, nullptr))
             return E_INVALIDARG;
-        const DWORD attributes = GetFileAttributesA(path);
-        if (attributes == INVALID_FILE_ATTRIBUTES) return HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
+        if (!PathFileExistsA(path)) return HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
         *item = NewItem(path);
         return *item ? S_OK : E_OUTOFMEMORY;
     }

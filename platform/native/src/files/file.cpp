@@ -165,11 +165,10 @@ struct Search {
     }
 
     /// The next entry that matches; false at the end.
-    bool Next(WIN32_FIND_DATAA* found) {
+    bool Next(WIN32_FIND_DATAW* found) {
         while (const dirent* entry = readdir(folder)) {
-            if (mask != L"*.*" && !Matches(Widen(entry->d_name), mask)) continue;
-            const std::size_t length = std::strlen(entry->d_name);
-            if (length >= kMaxFileName) continue;
+            const std::wstring name = Widen(entry->d_name);
+            if ((mask != L"*.*" && !Matches(name, mask)) || name.size() >= kMaxFileName) continue;
             struct stat info = {};
             const int descriptor = dirfd(folder);
             if (fstatat(descriptor, entry->d_name, &info, 0) != 0 &&
@@ -184,7 +183,7 @@ struct Search {
             const auto size = S_ISDIR(info.st_mode) ? 0 : static_cast<ULONGLONG>(info.st_size);
             found->nFileSizeHigh = static_cast<DWORD>(size >> 32);
             found->nFileSizeLow = static_cast<DWORD>(size);
-            std::memcpy(found->cFileName, entry->d_name, length + 1);
+            name.copy(found->cFileName, name.size());
             return true;
         }
         return false;
@@ -196,7 +195,7 @@ Search* SearchOf(HANDLE find) {
 }
 
 /// A mask that the path calls have joined to a relative path stands behind a backslash.
-HANDLE StartSearch(std::string_view path, WIN32_FIND_DATAA* found) {
+HANDLE StartSearch(std::string_view path, WIN32_FIND_DATAW* found) {
     const std::size_t end = path[0] == '/' ? path.rfind('/') : path.find_last_of("/\\");
     const std::string folder =
         end == std::string_view::npos ? "." : std::string(path.substr(0, std::max<std::size_t>(end, 1)));
@@ -211,17 +210,6 @@ HANDLE StartSearch(std::string_view path, WIN32_FIND_DATAA* found) {
     }
     SetLastError(error);
     return INVALID_HANDLE_VALUE;
-}
-
-void CopyFound(const WIN32_FIND_DATAA& from, WIN32_FIND_DATAW* to) {
-    *to = {};
-    to->dwFileAttributes = from.dwFileAttributes;
-    to->ftCreationTime = from.ftCreationTime;
-    to->ftLastAccessTime = from.ftLastAccessTime;
-    to->ftLastWriteTime = from.ftLastWriteTime;
-    to->nFileSizeHigh = from.nFileSizeHigh;
-    to->nFileSizeLow = from.nFileSizeLow;
-    MultiByteToWideChar(CP_ACP, 0, from.cFileName, -1, to->cFileName, kMaxFileName);
 }
 
 // --- Drafts
@@ -392,53 +380,17 @@ WINBOOL DeleteFileW(LPCWSTR lpFileName) {
     return WithNarrow(lpFileName, WINBOOL{FALSE}, [](const char* name) { return DeleteFileA(name); });
 }
 
-DWORD GetFileAttributesA(LPCSTR lpFileName) {
-    struct stat info;
-    if (!lpFileName) {
-        SetLastError(ERROR_PATH_NOT_FOUND);
-        return INVALID_FILE_ATTRIBUTES;
-    }
-    if (stat(lpFileName, &info) == 0) return AttributesOf(info);
-    SetErrorOf(lpFileName);
-    return INVALID_FILE_ATTRIBUTES;
-}
-
-DWORD GetFileAttributesW(LPCWSTR lpFileName) {
-    return WithNarrow(lpFileName, INVALID_FILE_ATTRIBUTES,
-                      [](const char* name) { return GetFileAttributesA(name); });
-}
-
-HANDLE FindFirstFileA(LPCSTR lpFileName, LPWIN32_FIND_DATAA lpFindFileData) {
-    if (!lpFileName || !*lpFileName) {
-        SetLastError(ERROR_PATH_NOT_FOUND);
-        return INVALID_HANDLE_VALUE;
-    }
-    return bv::platform::Bounded(INVALID_HANDLE_VALUE,
-                                 [&] { return StartSearch(lpFileName, lpFindFileData); });
-}
-
 HANDLE FindFirstFileW(LPCWSTR lpFileName, LPWIN32_FIND_DATAW lpFindFileData) {
-    WIN32_FIND_DATAA found;
-    const HANDLE result = WithNarrow(lpFileName, INVALID_HANDLE_VALUE,
-                                     [&found](const char* name) { return FindFirstFileA(name, &found); });
-    if (result != INVALID_HANDLE_VALUE) CopyFound(found, lpFindFileData);
-    return result;
+    return WithNarrow(lpFileName, INVALID_HANDLE_VALUE, [lpFindFileData](const char* name) {
+        return bv::platform::Bounded(INVALID_HANDLE_VALUE, [&] { return StartSearch(name, lpFindFileData); });
+    });
 }
-
-WINBOOL FindNextFileA(HANDLE hFindFile, LPWIN32_FIND_DATAA lpFindFileData) {
+WINBOOL FindNextFileW(HANDLE hFindFile, LPWIN32_FIND_DATAW lpFindFileData) {
     Search* search = SearchOf(hFindFile);
     if (!search) return Fail(ERROR_INVALID_HANDLE);
     return bv::platform::Bounded(
         FALSE, [&] { return search->Next(lpFindFileData) ? TRUE : Fail(ERROR_NO_MORE_FILES); });
 }
-
-WINBOOL FindNextFileW(HANDLE hFindFile, LPWIN32_FIND_DATAW lpFindFileData) {
-    WIN32_FIND_DATAA found;
-    if (!FindNextFileA(hFindFile, &found)) return FALSE;
-    CopyFound(found, lpFindFileData);
-    return TRUE;
-}
-
 WINBOOL FindClose(HANDLE hFindFile) {
     Search* search = SearchOf(hFindFile);
     if (!search) return Fail(ERROR_INVALID_HANDLE);

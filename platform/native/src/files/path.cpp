@@ -1,8 +1,9 @@
 // Operations on paths as text. See shlwapi.h for the two families of paths.
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <string_view>
 
-#include "fileapi.h"
 #include "shlwapi.h"
 #include "winbase.h"
 #include "winerror.h"
@@ -183,52 +184,19 @@ BOOL RemoveFileSpec(Char* path) {
     return TRUE;
 }
 
-template <typename Char>
-Char* AddSeparator(Char* path) {
-    if (!path) return nullptr;
-    const View<Char> text(path);
-    const Char separator = path[0] == '/' ? Char{'/'} : Char{'\\'};
-    Char* end = path + text.size();
-    if (text.empty() || text.back() == separator) return text.size() < MAX_PATH ? end : nullptr;
-    if (text.size() + 1 >= MAX_PATH) return nullptr;
-    end[0] = separator;
-    end[1] = 0;
-    return end + 1;
-}
-
-template <typename Char>
-std::size_t ExtensionOf(View<Char> path) {
-    const Char separator = !path.empty() && path[0] == '/' ? Char{'/'} : Char{'\\'};
-    std::size_t result = path.size();
+std::size_t ExtensionOf(std::string_view path) {
+    const char separator = path.starts_with('/') ? '/' : '\\';
     for (std::size_t i = path.size(); i > 0; --i) {
-        const Char c = path[i - 1];
+        const char c = path[i - 1];
+        if (c == '.') return i - 1;
         if (c == separator || c == ' ') break;
-        if (c != '.') continue;
-        result = i - 1;
-        break;
     }
-    return result;
+    return path.size();
 }
 
-template <typename Char>
-BOOL AddExtension(Char* path, const Char* extension) {
-    if (!path || !extension) return FALSE;
-    const View<Char> text(path), added(extension);
-    if (ExtensionOf(text) != text.size() || text.size() + added.size() >= MAX_PATH) return FALSE;
-    added.copy(path + text.size(), added.size());
-    path[text.size() + added.size()] = 0;
-    return TRUE;
-}
-
-template <typename Char>
-void RemoveExtension(Char* path) {
-    if (path) path[ExtensionOf(View<Char>(path))] = 0;
-}
-
-template <typename Char>
-std::size_t FileNameOf(View<Char> path) {
-    const bool slash = !path.empty() && path[0] == '/';
-    const auto is_separator = [slash](Char c) { return c == '/' || (!slash && c == '\\'); };
+std::size_t FileNameOf(std::string_view path) {
+    const bool slash = path.starts_with('/');
+    const auto is_separator = [slash](char c) { return c == '/' || (!slash && c == '\\'); };
     std::size_t result = 0;
     for (std::size_t i = 0; i + 1 < path.size(); ++i) {
         const bool splits = is_separator(path[i]) || (!slash && path[i] == ':');
@@ -237,36 +205,48 @@ std::size_t FileNameOf(View<Char> path) {
     return result;
 }
 
-// The results point into the argument, whose const these calls drop, as they have always done.
-template <typename Char>
-Char* Inside(const Char* path, std::size_t (*position)(View<Char>)) {
-    return path ? const_cast<Char*>(path) + position(View<Char>(path)) : nullptr;
+// The result points into the argument, whose const these calls drop, as they have always done.
+LPSTR Inside(LPCSTR path, std::size_t (*position)(std::string_view)) {
+    return path ? const_cast<LPSTR>(path) + position(path) : nullptr;
 }
 
 }  // namespace
 
 BOOL PathIsRelativeA(LPCSTR pszPath) { return IsRelative(pszPath); }
-BOOL PathIsRelativeW(LPCWSTR pszPath) { return IsRelative(pszPath); }
 BOOL PathAppendA(LPSTR pszPath, LPCSTR pMore) { return Append(pszPath, pMore); }
 BOOL PathAppendW(LPWSTR pszPath, LPCWSTR pMore) { return Append(pszPath, pMore); }
 BOOL PathCanonicalizeA(LPSTR pszBuf, LPCSTR pszPath) { return Canonicalize(pszBuf, pszPath); }
-BOOL PathCanonicalizeW(LPWSTR pszBuf, LPCWSTR pszPath) { return Canonicalize(pszBuf, pszPath); }
 BOOL PathRemoveFileSpecA(LPSTR pszPath) { return RemoveFileSpec(pszPath); }
 BOOL PathRemoveFileSpecW(LPWSTR pszPath) { return RemoveFileSpec(pszPath); }
-LPSTR PathAddBackslashA(LPSTR pszPath) { return AddSeparator(pszPath); }
-LPWSTR PathAddBackslashW(LPWSTR pszPath) { return AddSeparator(pszPath); }
-LPSTR PathFindExtensionA(LPCSTR pszPath) { return Inside(pszPath, &ExtensionOf<char>); }
-LPWSTR PathFindExtensionW(LPCWSTR pszPath) { return Inside(pszPath, &ExtensionOf<wchar_t>); }
-void PathRemoveExtensionA(LPSTR pszPath) { RemoveExtension(pszPath); }
-void PathRemoveExtensionW(LPWSTR pszPath) { RemoveExtension(pszPath); }
-BOOL PathAddExtensionA(LPSTR pszPath, LPCSTR pszExt) { return AddExtension(pszPath, pszExt); }
-BOOL PathAddExtensionW(LPWSTR pszPath, LPCWSTR pszExt) { return AddExtension(pszPath, pszExt); }
-LPSTR PathFindFileNameA(LPCSTR pszPath) { return Inside(pszPath, &FileNameOf<char>); }
-LPWSTR PathFindFileNameW(LPCWSTR pszPath) { return Inside(pszPath, &FileNameOf<wchar_t>); }
+LPSTR PathFindExtensionA(LPCSTR pszPath) { return Inside(pszPath, ExtensionOf); }
+LPSTR PathFindFileNameA(LPCSTR pszPath) { return Inside(pszPath, FileNameOf); }
+
+LPSTR PathAddBackslashA(LPSTR pszPath) {
+    if (!pszPath) return nullptr;
+    const std::string_view text(pszPath);
+    const char separator = pszPath[0] == '/' ? '/' : '\\';
+    char* end = pszPath + text.size();
+    if (text.empty() || text.back() == separator) return text.size() < MAX_PATH ? end : nullptr;
+    if (text.size() + 1 >= MAX_PATH) return nullptr;
+    end[0] = separator;
+    end[1] = 0;
+    return end + 1;
+}
+
+void PathRemoveExtensionA(LPSTR pszPath) {
+    if (pszPath) pszPath[ExtensionOf(pszPath)] = 0;
+}
+
+BOOL PathAddExtensionA(LPSTR pszPath, LPCSTR pszExt) {
+    if (!pszPath || !pszExt) return FALSE;
+    const std::string_view text(pszPath), added(pszExt);
+    if (ExtensionOf(text) != text.size() || text.size() + added.size() >= MAX_PATH) return FALSE;
+    added.copy(pszPath + text.size(), added.size());
+    pszPath[text.size() + added.size()] = 0;
+    return TRUE;
+}
 
 BOOL PathFileExistsA(LPCSTR pszPath) {
-    return pszPath && GetFileAttributesA(pszPath) != INVALID_FILE_ATTRIBUTES;
-}
-BOOL PathFileExistsW(LPCWSTR pszPath) {
-    return pszPath && GetFileAttributesW(pszPath) != INVALID_FILE_ATTRIBUTES;
+    struct stat entry;
+    return pszPath && stat(pszPath, &entry) == 0;
 }

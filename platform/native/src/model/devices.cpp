@@ -4,8 +4,6 @@
 #include <strmif.h>
 #include <windows.h>
 
-#include <algorithm>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -89,8 +87,8 @@ private:
     std::wstring path_;
 };
 
-/// One device. It is bound, and nothing else is done with it.
-class DeviceMoniker final : public Object<IMoniker, IID_IMoniker, IID_IPersistStream, IID_IPersist> {
+/// One device.
+class DeviceMoniker final : public Object<IMoniker, IID_IMoniker> {
 public:
     explicit DeviceMoniker(const std::wstring& path) : path_(path) {}
 
@@ -121,45 +119,22 @@ public:
         return E_OUTOFMEMORY;
     }
 
-    STDMETHODIMP GetClassID(CLSID*) override { return E_NOTIMPL; }
-    STDMETHODIMP IsDirty() override { return S_FALSE; }
-    STDMETHODIMP Load(IStream*) override { return E_NOTIMPL; }
-    STDMETHODIMP Save(IStream*, BOOL) override { return E_NOTIMPL; }
-    STDMETHODIMP GetSizeMax(ULARGE_INTEGER*) override { return E_NOTIMPL; }
-    STDMETHODIMP Reduce(IBindCtx*, DWORD, IMoniker**, IMoniker**) override { return E_NOTIMPL; }
-    STDMETHODIMP ComposeWith(IMoniker*, BOOL, IMoniker**) override { return E_NOTIMPL; }
-    STDMETHODIMP Enum(BOOL, IEnumMoniker**) override { return E_NOTIMPL; }
-    STDMETHODIMP IsEqual(IMoniker*) override { return E_NOTIMPL; }
-    STDMETHODIMP Hash(DWORD*) override { return E_NOTIMPL; }
-    STDMETHODIMP IsRunning(IBindCtx*, IMoniker*, IMoniker*) override { return E_NOTIMPL; }
-    STDMETHODIMP GetTimeOfLastChange(IBindCtx*, IMoniker*, FILETIME*) override { return E_NOTIMPL; }
-    STDMETHODIMP Inverse(IMoniker**) override { return E_NOTIMPL; }
-    STDMETHODIMP CommonPrefixWith(IMoniker*, IMoniker**) override { return E_NOTIMPL; }
-    STDMETHODIMP RelativePathTo(IMoniker*, IMoniker**) override { return E_NOTIMPL; }
-    STDMETHODIMP GetDisplayName(IBindCtx*, IMoniker*, LPOLESTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP ParseDisplayName(IBindCtx*, IMoniker*, LPOLESTR, ULONG*, IMoniker**) override {
-        return E_NOTIMPL;
-    }
-    STDMETHODIMP IsSystemMoniker(DWORD*) override { return E_NOTIMPL; }
-
 private:
     std::wstring path_;
 };
 
-using Paths = std::shared_ptr<const std::vector<std::wstring>>;
-
 /// The devices as they were announced when the enumerator was made.
 class DeviceMonikers final : public Object<IEnumMoniker, IID_IEnumMoniker> {
 public:
-    DeviceMonikers(Paths paths, size_t next) : paths_(std::move(paths)), next_(next) {}
+    explicit DeviceMonikers(std::vector<std::wstring> paths) : paths_(std::move(paths)) {}
 
     STDMETHODIMP Next(ULONG count, IMoniker** result, ULONG* fetched) override {
         if (fetched) *fetched = 0;
         if (!result || (count != 1 && !fetched)) return E_POINTER;
         ULONG given = 0;
         try {
-            for (; given < count && next_ < paths_->size(); ++given) {
-                result[given] = new DeviceMoniker((*paths_)[next_]);
+            for (; given < count && next_ < paths_.size(); ++given) {
+                result[given] = new DeviceMoniker(paths_[next_]);
                 ++next_;
             }
         } catch (const std::bad_alloc&) {
@@ -169,24 +144,10 @@ public:
         if (fetched) *fetched = given;
         return given == count ? S_OK : S_FALSE;
     }
-    STDMETHODIMP Skip(ULONG count) override {
-        const size_t skipped = std::min<size_t>(count, paths_->size() - next_);
-        next_ += skipped;
-        return skipped == count ? S_OK : S_FALSE;
-    }
-    STDMETHODIMP Reset() override {
-        next_ = 0;
-        return S_OK;
-    }
-    STDMETHODIMP Clone(IEnumMoniker** result) override {
-        if (!result) return E_POINTER;
-        *result = new (std::nothrow) DeviceMonikers(paths_, next_);
-        return *result ? S_OK : E_OUTOFMEMORY;
-    }
 
 private:
-    Paths paths_;
-    size_t next_;
+    const std::vector<std::wstring> paths_;
+    size_t next_ = 0;
 };
 
 class DeviceEnumerator final : public Object<ICreateDevEnum, IID_ICreateDevEnum> {
@@ -209,7 +170,7 @@ public:
             paths.push_back(folder + L"\\" + name);
         }
         if (paths.empty()) return S_FALSE;
-        *result = new DeviceMonikers(std::make_shared<const std::vector<std::wstring>>(std::move(paths)), 0);
+        *result = new DeviceMonikers(std::move(paths));
         return S_OK;
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;

@@ -199,12 +199,5 @@ HRESULT CLSIDFromProgID(LPCOLESTR name, LPCLSID result) try {
 
 LPVOID CoTaskMemAlloc(SIZE_T size) { return std::malloc(size ? size : 1); }
 
-LPVOID CoTaskMemRealloc(LPVOID block, SIZE_T size) {
-    if (!block) return CoTaskMemAlloc(size);
-    if (size > 0) return std::realloc(block, size);
-    std::free(block);
-    return nullptr;
-}
-
 void CoTaskMemFree(LPVOID block) { std::free(block); }
 }

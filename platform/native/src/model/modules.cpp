@@ -329,7 +329,6 @@ void BvDetachModule(HMODULE module) {
 
 HMODULE LoadLibraryA(LPCSTR name) { return LoadBounded(name, __builtin_return_address(0)); }
 HMODULE LoadLibraryW(LPCWSTR name) { return LoadBounded(name, __builtin_return_address(0)); }
-HMODULE LoadLibraryExA(LPCSTR name, HANDLE, DWORD) { return LoadBounded(name, __builtin_return_address(0)); }
 HMODULE LoadLibraryExW(LPCWSTR name, HANDLE, DWORD) { return LoadBounded(name, __builtin_return_address(0)); }
 
 BOOL FreeLibrary(HMODULE module) {
@@ -359,20 +358,10 @@ FARPROC GetProcAddress(HMODULE module, LPCSTR name) {
     return found ? reinterpret_cast<FARPROC>(found) : Failed(ERROR_PROC_NOT_FOUND, FARPROC());
 }
 
-HMODULE GetModuleHandleA(LPCSTR name) {
-    return Bounded(HMODULE(), [&] { return FindByName(name); });
-}
 HMODULE GetModuleHandleW(LPCWSTR name) {
     return Bounded(HMODULE(), [&] { return FindByName(name ? ToUtf8(name).c_str() : nullptr); });
 }
 
-DWORD GetModuleFileNameA(HMODULE module, LPSTR buffer, DWORD size) {
-    const void* const caller = __builtin_return_address(0);
-    return Bounded(DWORD(0), [&] {
-        HMODULE const known = CheckedFor(module, caller);
-        return known ? CopyPath(known->path, buffer, size) : DWORD(0);
-    });
-}
 DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD size) {
     const void* const caller = __builtin_return_address(0);
     return Bounded(DWORD(0), [&] {
@@ -385,14 +374,6 @@ BOOL DisableThreadLibraryCalls(HMODULE module) {
     return module && Checked(module) ? TRUE : Failed(ERROR_MOD_NOT_FOUND, FALSE);
 }
 
-DWORD GetShortPathNameA(LPCSTR path, LPSTR buffer, DWORD size) {
-    if (!path) return Failed(ERROR_INVALID_PARAMETER, DWORD(0));
-    if (access(path, F_OK) != 0) return Failed(ERROR_FILE_NOT_FOUND, DWORD(0));
-    const size_t length = std::strlen(path);
-    if (!buffer || size <= length) return static_cast<DWORD>(length + 1);
-    std::memmove(buffer, path, length + 1);
-    return static_cast<DWORD>(length);
-}
 DWORD GetShortPathNameW(LPCWSTR path, LPWSTR buffer, DWORD size) {
     if (!path) return Failed(ERROR_INVALID_PARAMETER, DWORD(0));
     const int found = Bounded(-2, [&] { return access(ToUtf8(path).c_str(), F_OK); });

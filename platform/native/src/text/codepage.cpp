@@ -1,23 +1,19 @@
-// Narrow and wide text. UTF-8 is done here, other code pages stand on iconv.
+// Narrow and wide text. Code pages other than UTF-8 stand on iconv.
 #include <iconv.h>
 
 #include <charconv>
-#include <clocale>
 #include <cstdlib>
-#include <cwctype>
 #include <new>
 #include <string>
 
 #include "stringapiset.h"
+#include "text/text.h"
 #include "winbase.h"
 #include "winerror.h"
 
+using namespace bv::platform;
+
 namespace {
-
-constexpr wchar_t kReplacement = 0xFFFD;
-constexpr wchar_t kLastCharacter = 0x10FFFF;
-
-bool IsCharacter(wchar_t c) { return c >= 0 && c <= kLastCharacter && (c < 0xD800 || c > 0xDFFF); }
 
 UINT ReadNarrowPage() {
     const char* text = std::getenv("BV_CODEPAGE");
@@ -56,61 +52,21 @@ int Fail(DWORD error) {
 
 // --- UTF-8
 
-/// One character from bytes that are not ASCII, and how many of them it takes. Bytes that mean nothing give
-/// -1 and the number of them that one replacement character stands for.
-wchar_t DecodeCharacter(const unsigned char* bytes, std::size_t count, std::size_t* taken) {
-    *taken = 1;
-    const unsigned lead = bytes[0];
-    if (lead < 0xC2 || lead > 0xF4) return -1;
-    const std::size_t length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-    wchar_t c = static_cast<wchar_t>(lead & (0xFF >> (length + 1)));
-    for (std::size_t i = 1; i < length; ++i) {
-        // The second byte alone tells overlong forms, surrogates and what lies above the last character.
-        const unsigned low = i > 1 ? 0x80 : lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
-        const unsigned high = i > 1 ? 0xBF : lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
-        if (i >= count || bytes[i] < low || bytes[i] > high) return -1;
-        c = static_cast<wchar_t>(c << 6 | (bytes[i] & 0x3F));
-        *taken = i + 1;
-    }
-    return c;
-}
-
-std::size_t EncodeCharacter(wchar_t c, char* bytes) {
-    const auto code = static_cast<unsigned>(c);
-    if (code < 0x80) {
-        bytes[0] = static_cast<char>(code);
-        return 1;
-    }
-    const std::size_t length = code < 0x800 ? 2 : code < 0x10000 ? 3 : 4;
-    unsigned rest = code;
-    for (std::size_t i = length - 1; i > 0; --i, rest >>= 6)
-        bytes[i] = static_cast<char>(0x80 | (rest & 0x3F));
-    bytes[0] = static_cast<char>((0xF00 >> length & 0xFF) | rest);
-    return length;
-}
-
-int DecodeUtf8(DWORD flags, const char* text, std::size_t count, Output<wchar_t>& out) {
+int DecodeUtf8Page(DWORD flags, const char* text, std::size_t count, Output<wchar_t>& out) {
     for (std::size_t i = 0; i < count;) {
-        const auto* bytes = reinterpret_cast<const unsigned char*>(text) + i;
-        if (bytes[0] < 0x80) {
-            if (!out.Put(static_cast<wchar_t>(bytes[0]))) return Fail(ERROR_INSUFFICIENT_BUFFER);
-            ++i;
-            continue;
-        }
-        std::size_t taken = 0;
-        wchar_t c = DecodeCharacter(bytes, count - i, &taken);
+        auto [c, length] = DecodeUtf8({text + i, count - i});
         if (c < 0) {
             if (flags & MB_ERR_INVALID_CHARS) return Fail(ERROR_NO_UNICODE_TRANSLATION);
             c = kReplacement;
         }
         if (!out.Put(c)) return Fail(ERROR_INSUFFICIENT_BUFFER);
-        i += taken;
+        i += length;
     }
     return out.Used();
 }
 
-int EncodeUtf8(DWORD flags, const wchar_t* text, std::size_t count, const char* other, bool* used_other,
-               Output<char>& out) {
+int EncodeUtf8Page(DWORD flags, const wchar_t* text, std::size_t count, const char* other, bool* used_other,
+                   Output<char>& out) {
     char bytes[4];
     for (std::size_t i = 0; i < count; ++i) {
         if (!IsCharacter(text[i])) {
@@ -121,8 +77,7 @@ int EncodeUtf8(DWORD flags, const wchar_t* text, std::size_t count, const char* 
                 continue;
             }
         }
-        const std::size_t length = EncodeCharacter(IsCharacter(text[i]) ? text[i] : kReplacement, bytes);
-        if (!out.Put(bytes, length)) return Fail(ERROR_INSUFFICIENT_BUFFER);
+        if (!out.Put(bytes, EncodeUtf8(text[i], bytes))) return Fail(ERROR_INSUFFICIENT_BUFFER);
     }
     return out.Used();
 }
@@ -205,21 +160,6 @@ int EncodePage(UINT page, const wchar_t* text, std::size_t count, const char* ot
     return out.Used();
 }
 
-/// The locale whose tables know every script's letters, made once.
-locale_t EveryScript() {
-    static const locale_t locale = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-    return locale;
-}
-
-wchar_t Upper(wchar_t c) {
-    if (c < 0x80) return c >= L'a' && c <= L'z' ? c - (L'a' - L'A') : c;
-    const locale_t locale = EveryScript();
-    if (!locale || !IsCharacter(c)) return c;
-    const auto upper = static_cast<wchar_t>(towupper_l(static_cast<wint_t>(c), locale));
-    // Forms of a letter, such as a final sigma or a long s, are letters of their own: they don't come back.
-    return static_cast<wchar_t>(towlower_l(static_cast<wint_t>(upper), locale)) == c ? upper : c;
-}
-
 }  // namespace
 
 UINT GetACP() {
@@ -237,7 +177,7 @@ int MultiByteToWideChar(UINT CodePage, DWORD dwFlags, LPCCH lpMultiByteStr, int 
     const std::size_t count =
         cbMultiByte < 0 ? std::strlen(lpMultiByteStr) + 1 : static_cast<std::size_t>(cbMultiByte);
     Output<wchar_t> out(lpWideCharStr, cchWideChar);
-    return page == CP_UTF8 ? DecodeUtf8(dwFlags, lpMultiByteStr, count, out)
+    return page == CP_UTF8 ? DecodeUtf8Page(dwFlags, lpMultiByteStr, count, out)
                            : DecodePage(page, dwFlags, lpMultiByteStr, count, out);
 }
 
@@ -254,7 +194,7 @@ int WideCharToMultiByte(UINT CodePage, DWORD dwFlags, LPCWCH lpWideCharStr, int 
     Output<char> out(lpMultiByteStr, cbMultiByte);
     bool used_default = false;
     const int result = page == CP_UTF8
-                           ? EncodeUtf8(dwFlags, lpWideCharStr, count, lpDefaultChar, &used_default, out)
+                           ? EncodeUtf8Page(dwFlags, lpWideCharStr, count, lpDefaultChar, &used_default, out)
                            : EncodePage(page, lpWideCharStr, count, lpDefaultChar, &used_default, out);
     if (lpUsedDefaultChar) *lpUsedDefaultChar = used_default;
     return result;
@@ -269,17 +209,12 @@ int CompareStringOrdinal(LPCWCH lpString1, int cchCount1, LPCWCH lpString2, int 
         wchar_t a = lpString1[i], b = lpString2[i];
         if (a == b) continue;
         if (bIgnoreCase) {
-            a = Upper(a);
-            b = Upper(b);
+            a = UpperCase(a);
+            b = UpperCase(b);
         }
         if (a != b) return a < b ? CSTR_LESS_THAN : CSTR_GREATER_THAN;
     }
     return count1 == count2 ? CSTR_EQUAL : count1 < count2 ? CSTR_LESS_THAN : CSTR_GREATER_THAN;
-}
-
-int lstrcmpiW(LPCWSTR lpString1, LPCWSTR lpString2) {
-    if (!lpString1 || !lpString2) return (lpString1 != nullptr) - (lpString2 != nullptr);
-    return CompareStringOrdinal(lpString1, -1, lpString2, -1, TRUE) - CSTR_EQUAL;
 }
 
 int lstrcmpiA(LPCSTR lpString1, LPCSTR lpString2) {
@@ -290,7 +225,8 @@ int lstrcmpiA(LPCSTR lpString1, LPCSTR lpString2) {
         return result;
     };
     try {
-        return lstrcmpiW(wide(lpString1).c_str(), wide(lpString2).c_str());
+        return CompareStringOrdinal(wide(lpString1).c_str(), -1, wide(lpString2).c_str(), -1, TRUE) -
+               CSTR_EQUAL;
     } catch (const std::bad_alloc&) {
         return std::strcmp(lpString1, lpString2);
     }

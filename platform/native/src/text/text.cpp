@@ -9,54 +9,44 @@
 namespace bv::platform {
 namespace {
 
-constexpr wchar_t kReplacement = 0xFFFD;
-
-/// The character at the beginning of the text, and its length in bytes; 0 bytes when there is none.
-struct Decoded {
-    wchar_t character = 0;
-    size_t length = 0;
-};
-
-Decoded Decode(std::string_view text) {
-    const auto byte = [&](size_t i) {
-        return i < text.size() ? unsigned{static_cast<unsigned char>(text[i])} : 0u;
-    };
-    const unsigned first = byte(0);
-    if (first < 0x80) return {static_cast<wchar_t>(first), text.empty() ? 0u : 1u};
-    const size_t length = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
-    if (first < 0xC2 || first > 0xF4) return {};
-    unsigned value = first & (0x7Fu >> length);
-    for (size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xC0) != 0x80) return {};
-        value = value << 6 | (byte(i) & 0x3F);
-    }
-    constexpr unsigned kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
-    if (value < kLeast[length] || value > 0x10FFFF || (value >= 0xD800 && value < 0xE000)) return {};
-    return {static_cast<wchar_t>(value), length};
+void Append(std::string& text, wchar_t c) {
+    char bytes[4];
+    text.append(bytes, EncodeUtf8(c, bytes));
 }
 
-void Append(std::string& text, wchar_t character) {
-    unsigned c = static_cast<unsigned>(character);
-    if (c > 0x10FFFF || (c >= 0xD800 && c < 0xE000)) c = kReplacement;
-    if (c < 0x80) {
-        text += static_cast<char>(c);
-        return;
-    }
-    const int more = c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
-    constexpr unsigned kLead[] = {0, 0xC0, 0xE0, 0xF0};
-    text += static_cast<char>(kLead[more] | c >> 6 * more);
-    for (int i = more - 1; i >= 0; --i) text += static_cast<char>(0x80 | (c >> 6 * i & 0x3F));
-}
-
-wchar_t Upper(wchar_t c) {
-    static const locale_t all_characters = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-    if (c >= L'a' && c <= L'z') return c - L'a' + L'A';
-    return c < 0x80 || !all_characters
-               ? c
-               : static_cast<wchar_t>(towupper_l(static_cast<wint_t>(c), all_characters));
+/// The locale whose tables know every script's letters, made once.
+locale_t EveryScript() {
+    static const locale_t locale = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    return locale;
 }
 
 }  // namespace
+
+size_t EncodeUtf8(wchar_t c, char (&bytes)[4]) {
+    auto code = static_cast<unsigned>(IsCharacter(c) ? c : kReplacement);
+    if (code < 0x80) {
+        bytes[0] = static_cast<char>(code);
+        return 1;
+    }
+    const size_t length = code < 0x800 ? 2 : code < 0x10000 ? 3 : 4;
+    for (size_t i = length - 1; i > 0; --i, code >>= 6) bytes[i] = static_cast<char>(0x80 | (code & 0x3F));
+    bytes[0] = static_cast<char>((0xF00 >> length & 0xFF) | code);
+    return length;
+}
+
+wchar_t UpperCase(wchar_t c) {
+    if (c >= 0 && c < 0x80) return c >= L'a' && c <= L'z' ? c - (L'a' - L'A') : c;
+    const locale_t locale = EveryScript();
+    if (!locale || !IsCharacter(c)) return c;
+    const auto upper = static_cast<wchar_t>(towupper_l(static_cast<wint_t>(c), locale));
+    // A form of a letter doesn't come back.
+    return static_cast<wchar_t>(towlower_l(static_cast<wint_t>(upper), locale)) == c ? upper : c;
+}
+
+bool SameWithoutCase(std::wstring_view a, std::wstring_view b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](wchar_t x, wchar_t y) { return x == y || UpperCase(x) == UpperCase(y); });
+}
 
 std::string ToUtf8(std::wstring_view text) {
     std::string result;
@@ -69,9 +59,9 @@ std::wstring ToWide(std::string_view text) {
     std::wstring result;
     result.reserve(text.size());
     while (!text.empty()) {
-        const Decoded next = Decode(text);
-        result += next.length ? next.character : kReplacement;
-        text.remove_prefix(next.length ? next.length : 1);
+        const Utf8Character next = DecodeUtf8(text);
+        result += next.character < 0 ? kReplacement : next.character;
+        text.remove_prefix(next.length);
     }
     return result;
 }
@@ -105,13 +95,12 @@ std::string Fold(std::string_view text) {
         if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
     text.remove_prefix(static_cast<size_t>(plain));
     while (!text.empty()) {
-        const Decoded next = Decode(text);
-        if (next.length) {
-            Append(result, Upper(next.character));
-        } else {
-            result += text.front();
-        }
-        text.remove_prefix(next.length ? next.length : 1);
+        const Utf8Character next = DecodeUtf8(text);
+        if (next.character < 0)
+            result += text.substr(0, next.length);
+        else
+            Append(result, UpperCase(next.character));
+        text.remove_prefix(next.length);
     }
     return result;
 }

@@ -104,18 +104,6 @@ public:
                 return ReturnText(node_.name(), name);
         }
     }
-    STDMETHODIMP get_nodeValue(VARIANT* value) override {
-        if (!value) return E_POINTER;
-        DOMNodeType type = NODE_INVALID;
-        get_nodeType(&type);
-        if (type == NODE_ELEMENT || type == NODE_DOCUMENT) {
-            value->vt = VT_NULL;
-            return S_FALSE;
-        }
-        const HRESULT status = ReturnText(attribute_ ? attribute_.value() : node_.value(), &value->bstrVal);
-        value->vt = SUCCEEDED(status) ? VT_BSTR : VT_EMPTY;
-        return status;
-    }
     STDMETHODIMP get_nodeType(DOMNodeType* type) override {
         if (!type) return E_POINTER;
         if (attribute_) {
@@ -152,12 +140,6 @@ public:
     STDMETHODIMP get_firstChild(IXMLDOMNode** firstChild) override {
         return ReturnNode(tree_, Inside().first_child(), firstChild);
     }
-    STDMETHODIMP get_lastChild(IXMLDOMNode** lastChild) override {
-        return ReturnNode(tree_, Inside().last_child(), lastChild);
-    }
-    STDMETHODIMP get_previousSibling(IXMLDOMNode** previousSibling) override {
-        return ReturnNode(tree_, Inside().previous_sibling(), previousSibling);
-    }
     STDMETHODIMP get_nextSibling(IXMLDOMNode** nextSibling) override {
         return ReturnNode(tree_, Inside().next_sibling(), nextSibling);
     }
@@ -167,11 +149,6 @@ public:
         const bool has =
             !attribute_ && (node_.type() == pugi::node_element || node_.type() == pugi::node_declaration);
         return has ? ReturnAttributes(tree_, node_, attributeMap) : S_FALSE;
-    }
-    STDMETHODIMP hasChildNodes(VARIANT_BOOL* hasChild) override {
-        if (!hasChild) return E_POINTER;
-        *hasChild = Inside().first_child() ? VARIANT_TRUE : VARIANT_FALSE;
-        return *hasChild ? S_OK : S_FALSE;
     }
     STDMETHODIMP get_text(BSTR* text) override try {
         if (attribute_) return ReturnText(attribute_.value(), text);
@@ -183,31 +160,6 @@ public:
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
     }
-
-    STDMETHODIMP put_nodeValue(VARIANT) override { return E_NOTIMPL; }
-    STDMETHODIMP insertBefore(IXMLDOMNode*, VARIANT, IXMLDOMNode**) override { return E_NOTIMPL; }
-    STDMETHODIMP replaceChild(IXMLDOMNode*, IXMLDOMNode*, IXMLDOMNode**) override { return E_NOTIMPL; }
-    STDMETHODIMP removeChild(IXMLDOMNode*, IXMLDOMNode**) override { return E_NOTIMPL; }
-    STDMETHODIMP appendChild(IXMLDOMNode*, IXMLDOMNode**) override { return E_NOTIMPL; }
-    STDMETHODIMP get_ownerDocument(IXMLDOMDocument**) override { return E_NOTIMPL; }
-    STDMETHODIMP cloneNode(VARIANT_BOOL, IXMLDOMNode**) override { return E_NOTIMPL; }
-    STDMETHODIMP get_nodeTypeString(BSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP put_text(BSTR) override { return E_NOTIMPL; }
-    STDMETHODIMP get_specified(VARIANT_BOOL*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_definition(IXMLDOMNode**) override { return E_NOTIMPL; }
-    STDMETHODIMP get_nodeTypedValue(VARIANT*) override { return E_NOTIMPL; }
-    STDMETHODIMP put_nodeTypedValue(VARIANT) override { return E_NOTIMPL; }
-    STDMETHODIMP get_dataType(VARIANT*) override { return E_NOTIMPL; }
-    STDMETHODIMP put_dataType(BSTR) override { return E_NOTIMPL; }
-    STDMETHODIMP get_xml(BSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP transformNode(IXMLDOMNode*, BSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP selectNodes(BSTR, IXMLDOMNodeList**) override { return E_NOTIMPL; }
-    STDMETHODIMP selectSingleNode(BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
-    STDMETHODIMP get_parsed(VARIANT_BOOL*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_namespaceURI(BSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_prefix(BSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_baseName(BSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP transformNodeToObject(IXMLDOMNode*, VARIANT) override { return E_NOTIMPL; }
 
 protected:
     /// The node that siblings and children are asked of; an attribute has none here.
@@ -238,27 +190,6 @@ class Element final
     : public Object<NodeOf<IXMLDOMElement>, IID_IXMLDOMElement, IID_IXMLDOMNode, IID_IDispatch> {
 public:
     using Object::Object;
-
-    STDMETHODIMP get_tagName(BSTR* tagName) override { return ReturnText(node_.name(), tagName); }
-    STDMETHODIMP getAttribute(BSTR name, VARIANT* value) override try {
-        if (!value) return E_POINTER;
-        const std::string wanted = ToUtf8({name ? name : L"", SysStringLen(name)});
-        const pugi::xml_attribute found = node_.attribute(wanted.c_str());
-        value->vt = VT_NULL;
-        if (!found) return S_FALSE;
-        const HRESULT status = ReturnText(found.value(), &value->bstrVal);
-        if (SUCCEEDED(status)) value->vt = VT_BSTR;
-        return status;
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    }
-    STDMETHODIMP setAttribute(BSTR, VARIANT) override { return E_NOTIMPL; }
-    STDMETHODIMP removeAttribute(BSTR) override { return E_NOTIMPL; }
-    STDMETHODIMP getAttributeNode(BSTR, IXMLDOMAttribute**) override { return E_NOTIMPL; }
-    STDMETHODIMP setAttributeNode(IXMLDOMAttribute*, IXMLDOMAttribute**) override { return E_NOTIMPL; }
-    STDMETHODIMP removeAttributeNode(IXMLDOMAttribute*, IXMLDOMAttribute**) override { return E_NOTIMPL; }
-    STDMETHODIMP getElementsByTagName(BSTR, IXMLDOMNodeList**) override { return E_NOTIMPL; }
-    STDMETHODIMP normalize() override { return E_NOTIMPL; }
 };
 
 /// A walk through items of one kind, by place or one after the other. Asking in order costs one step each.
@@ -290,7 +221,6 @@ public:
         if (next_) next_ = After(next_);
         return found;
     }
-    void Reset() { next_ = first_; }
 
 private:
     static pugi::xml_node After(pugi::xml_node node) { return node.next_sibling(); }
@@ -319,11 +249,6 @@ public:
     STDMETHODIMP nextNode(IXMLDOMNode** nextItem) override {
         return ReturnNode(tree_, nodes_.Next(), nextItem);
     }
-    STDMETHODIMP reset() override {
-        nodes_.Reset();
-        return S_OK;
-    }
-    STDMETHODIMP get__newEnum(IUnknown**) override { return E_NOTIMPL; }
 
 private:
     TreePtr tree_;
@@ -354,15 +279,6 @@ public:
     STDMETHODIMP nextNode(IXMLDOMNode** nextItem) override {
         return ReturnAttribute(tree_, node_, attributes_.Next(), nextItem);
     }
-    STDMETHODIMP reset() override {
-        attributes_.Reset();
-        return S_OK;
-    }
-    STDMETHODIMP setNamedItem(IXMLDOMNode*, IXMLDOMNode**) override { return E_NOTIMPL; }
-    STDMETHODIMP removeNamedItem(BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
-    STDMETHODIMP getQualifiedItem(BSTR, BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
-    STDMETHODIMP removeQualifiedItem(BSTR, BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
-    STDMETHODIMP get__newEnum(IUnknown**) override { return E_NOTIMPL; }
 
 private:
     TreePtr tree_;
@@ -493,36 +409,6 @@ public:
     STDMETHODIMP put_async(VARIANT_BOOL) override { return S_OK; }
     STDMETHODIMP put_validateOnParse(VARIANT_BOOL) override { return S_OK; }
     STDMETHODIMP put_resolveExternals(VARIANT_BOOL) override { return S_OK; }
-    STDMETHODIMP put_preserveWhiteSpace(VARIANT_BOOL) override { return S_OK; }
-
-    STDMETHODIMP get_doctype(IXMLDOMDocumentType**) override { return E_NOTIMPL; }
-    STDMETHODIMP get_implementation(IXMLDOMImplementation**) override { return E_NOTIMPL; }
-    STDMETHODIMP putref_documentElement(IXMLDOMElement*) override { return E_NOTIMPL; }
-    STDMETHODIMP createElement(BSTR, IXMLDOMElement**) override { return E_NOTIMPL; }
-    STDMETHODIMP createDocumentFragment(IXMLDOMDocumentFragment**) override { return E_NOTIMPL; }
-    STDMETHODIMP createTextNode(BSTR, IXMLDOMText**) override { return E_NOTIMPL; }
-    STDMETHODIMP createComment(BSTR, IXMLDOMComment**) override { return E_NOTIMPL; }
-    STDMETHODIMP createCDATASection(BSTR, IXMLDOMCDATASection**) override { return E_NOTIMPL; }
-    STDMETHODIMP createProcessingInstruction(BSTR, BSTR, IXMLDOMProcessingInstruction**) override {
-        return E_NOTIMPL;
-    }
-    STDMETHODIMP createAttribute(BSTR, IXMLDOMAttribute**) override { return E_NOTIMPL; }
-    STDMETHODIMP createEntityReference(BSTR, IXMLDOMEntityReference**) override { return E_NOTIMPL; }
-    STDMETHODIMP getElementsByTagName(BSTR, IXMLDOMNodeList**) override { return E_NOTIMPL; }
-    STDMETHODIMP createNode(VARIANT, BSTR, BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
-    STDMETHODIMP nodeFromID(BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
-    STDMETHODIMP get_readyState(LONG*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_parseError(IXMLDOMParseError**) override { return E_NOTIMPL; }
-    STDMETHODIMP get_url(BSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_async(VARIANT_BOOL*) override { return E_NOTIMPL; }
-    STDMETHODIMP abort() override { return E_NOTIMPL; }
-    STDMETHODIMP save(VARIANT) override { return E_NOTIMPL; }
-    STDMETHODIMP get_validateOnParse(VARIANT_BOOL*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_resolveExternals(VARIANT_BOOL*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_preserveWhiteSpace(VARIANT_BOOL*) override { return E_NOTIMPL; }
-    STDMETHODIMP put_onreadystatechange(VARIANT) override { return E_NOTIMPL; }
-    STDMETHODIMP put_ondataavailable(VARIANT) override { return E_NOTIMPL; }
-    STDMETHODIMP put_ontransformnode(VARIANT) override { return E_NOTIMPL; }
 
 private:
     HRESULT Take(std::string text, bool read, VARIANT_BOOL* isSuccessful) {

@@ -34,22 +34,6 @@ bool Convert(const char* encoding, std::string_view bytes, std::string& result) 
     return good;
 }
 
-/// The length of a whole character's bytes at the front; 0 when they are none.
-size_t CharacterAt(const unsigned char* bytes, size_t count) {
-    const unsigned lead = bytes[0];
-    if (lead < 0x80) return 1;
-    if (lead < 0xC2 || lead > 0xF4) return 0;
-    const size_t length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-    if (length > count) return 0;
-    // The second byte alone tells overlong forms, surrogates and what lies above the last character.
-    const unsigned low = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
-    const unsigned high = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
-    if (bytes[1] < low || bytes[1] > high) return 0;
-    for (size_t i = 2; i < length; ++i)
-        if ((bytes[i] & 0xC0) != 0x80) return 0;
-    return length;
-}
-
 bool IsUtf8(std::string_view text) {
     size_t i = 0;
     while (i < text.size()) {
@@ -61,10 +45,9 @@ bool IsUtf8(std::string_view text) {
                 continue;
             }
         }
-        const size_t length =
-            CharacterAt(reinterpret_cast<const unsigned char*>(text.data()) + i, text.size() - i);
-        if (length == 0) return false;
-        i += length;
+        const Utf8Character next = DecodeUtf8(text.substr(i));
+        if (next.character < 0) return false;
+        i += next.length;
     }
     return true;
 }

@@ -5,7 +5,6 @@
 #include "minwinbase.h"
 
 #define INVALID_HANDLE_VALUE ((HANDLE)(LONG_PTR)-1)
-#define INVALID_FILE_ATTRIBUTES ((DWORD)-1)
 
 #define GENERIC_READ 0x80000000u
 #define GENERIC_WRITE 0x40000000u
@@ -23,19 +22,6 @@
 inline constexpr int kMaxFileName = 256;  // of one entry, with its NUL
 
 /// An entry of a folder. A folder's size is 0.
-struct WIN32_FIND_DATAA {
-    DWORD dwFileAttributes;
-    FILETIME ftCreationTime;
-    FILETIME ftLastAccessTime;
-    FILETIME ftLastWriteTime;
-    DWORD nFileSizeHigh;
-    DWORD nFileSizeLow;
-    DWORD dwReserved0;
-    DWORD dwReserved1;
-    CHAR cFileName[kMaxFileName];
-    CHAR cAlternateFileName[14];
-};
-using LPWIN32_FIND_DATAA = WIN32_FIND_DATAA*;
 struct WIN32_FIND_DATAW {
     DWORD dwFileAttributes;
     FILETIME ftCreationTime;
@@ -72,17 +58,12 @@ BV_PLATFORM_API WINBOOL GetFileSizeEx(HANDLE hFile, PLARGE_INTEGER lpFileSize);
 
 BV_PLATFORM_API WINBOOL DeleteFileA(LPCSTR lpFileName);
 BV_PLATFORM_API WINBOOL DeleteFileW(LPCWSTR lpFileName);
-/// INVALID_FILE_ATTRIBUTES when there is no such file or folder.
-BV_PLATFORM_API DWORD GetFileAttributesA(LPCSTR lpFileName);
-BV_PLATFORM_API DWORD GetFileAttributesW(LPCWSTR lpFileName);
 
 /// The first entry that matches a mask in the last part of the path: "*" any text, "?" any character, "*.*"
 /// everything, without regard to case. "." and ".." are entries. INVALID_HANDLE_VALUE on failure:
 /// ERROR_FILE_NOT_FOUND when nothing matches, ERROR_PATH_NOT_FOUND when there is no such folder.
-BV_PLATFORM_API HANDLE FindFirstFileA(LPCSTR lpFileName, LPWIN32_FIND_DATAA lpFindFileData);
 BV_PLATFORM_API HANDLE FindFirstFileW(LPCWSTR lpFileName, LPWIN32_FIND_DATAW lpFindFileData);
 /// The next one; ERROR_NO_MORE_FILES after the last.
-BV_PLATFORM_API WINBOOL FindNextFileA(HANDLE hFindFile, LPWIN32_FIND_DATAA lpFindFileData);
 BV_PLATFORM_API WINBOOL FindNextFileW(HANDLE hFindFile, LPWIN32_FIND_DATAW lpFindFileData);
 BV_PLATFORM_API WINBOOL FindClose(HANDLE hFindFile);
 }

@@ -28,7 +28,6 @@ struct SYSTEMTIME {
     WORD wSecond;
     WORD wMilliseconds;
 };
-using PSYSTEMTIME = SYSTEMTIME*;
 using LPSYSTEMTIME = SYSTEMTIME*;
 
 // Overlapped transfer there is none: callers give null.

@@ -146,7 +146,6 @@ struct VARIANT {
 #pragma GCC diagnostic pop
 
 using VARIANTARG = VARIANT;
-using LPVARIANT = VARIANT*;
 static_assert(offsetof(VARIANT, vt) == 0 && offsetof(VARIANT, lVal) == 8 &&
               sizeof(VARIANT) == 8 + 2 * sizeof(void*));
 
@@ -176,7 +175,6 @@ struct IDispatch : IUnknown {
     (DISPID dispIdMember, REFIID riid, LCID lcid, WORD wFlags, DISPPARAMS* pDispParams, VARIANT* pVarResult,
      EXCEPINFO* pExcepInfo, UINT* puArgErr) PURE;
 };
-using LPDISPATCH = IDispatch*;
 
 struct IErrorInfo : IUnknown {
     STDMETHOD(GetGUID)(GUID* pGUID) PURE;

@@ -16,7 +16,6 @@
 #define CLSCTX_ALL (CLSCTX_SERVER | CLSCTX_INPROC_HANDLER)
 #define COINIT_MULTITHREADED 0x0
 #define COINIT_APARTMENTTHREADED 0x2
-#define COINIT_DISABLE_OLE1DDE 0x4
 #define REGCLS_SINGLEUSE 0
 #define REGCLS_MULTIPLEUSE 1
 
@@ -69,8 +68,6 @@ BV_PLATFORM_API int StringFromGUID2(REFGUID id, LPOLESTR buffer, int size);
 /// Memory that passes between components. Null: none left. A size of 0 gives a block that must be freed as
 /// well.
 BV_PLATFORM_API LPVOID CoTaskMemAlloc(SIZE_T size);
-/// Null leaves the old block as it is; size 0 frees it.
-BV_PLATFORM_API LPVOID CoTaskMemRealloc(LPVOID block, SIZE_T size);
 BV_PLATFORM_API void CoTaskMemFree(LPVOID block);
 }
 

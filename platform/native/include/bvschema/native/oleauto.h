@@ -46,8 +46,6 @@ BV_PLATFORM_API HRESULT GetErrorInfo(ULONG reserved, IErrorInfo** result);
 /// The type library in a file: a module, whose resource "TYPELIB" number 1 it is ("path\\2": number 2), or a
 /// ".tlb" file of its own. TYPE_E_CANTLOADLIBRARY when there is none, or it is damaged.
 BV_PLATFORM_API HRESULT LoadTypeLib(const OLECHAR* file, ITypeLib** result);
-/// REGKIND_REGISTER registers it as well. REGKIND_DEFAULT, which is LoadTypeLib, doesn't.
-BV_PLATFORM_API HRESULT LoadTypeLibEx(LPCOLESTR file, REGKIND kind, ITypeLib** result);
 /// The registered library of that major version, of that minor one or the highest above it, for the locale,
 /// its language or none. TYPE_E_LIBNOTREGISTERED; else as LoadTypeLib.
 BV_PLATFORM_API HRESULT LoadRegTypeLib(REFGUID library, WORD major, WORD minor, LCID locale,

@@ -31,15 +31,10 @@ struct BROWSEINFOA {
 };
 
 struct IMalloc : IUnknown {
-    STDMETHOD_(void*, Alloc)(SIZE_T size) PURE;
-    STDMETHOD_(void*, Realloc)(void* block, SIZE_T size) PURE;
     STDMETHOD_(void, Free)(void* block) PURE;
-    STDMETHOD_(SIZE_T, GetSize)(void* block) PURE;
-    STDMETHOD_(int, DidAlloc)(void* block) PURE;
-    STDMETHOD_(void, HeapMinimize)() PURE;
 };
 
-/// The root of what the shell shows; only its first operation is declared.
+/// The root of what the shell shows.
 struct IShellFolder : IUnknown {
     STDMETHOD(ParseDisplayName)
     (HWND hwnd, IBindCtx* bind, LPWSTR name, ULONG* eaten, LPITEMIDLIST* item, ULONG* attributes) PURE;

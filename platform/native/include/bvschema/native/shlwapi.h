@@ -14,7 +14,6 @@ extern "C" {
 
 /// False for a path with a root: a drive, a leading separator.
 BV_PLATFORM_API WINBOOL PathIsRelativeA(LPCSTR pszPath);
-BV_PLATFORM_API WINBOOL PathIsRelativeW(LPCWSTR pszPath);
 
 /// Joins pMore to the path in the buffer and makes the result canonical.
 BV_PLATFORM_API WINBOOL PathAppendA(LPSTR pszPath, LPCSTR pMore);
@@ -22,7 +21,6 @@ BV_PLATFORM_API WINBOOL PathAppendW(LPWSTR pszPath, LPCWSTR pMore);
 
 /// Copies the path without its "." and ".." parts; ".." stops at the root.
 BV_PLATFORM_API WINBOOL PathCanonicalizeA(LPSTR pszBuf, LPCSTR pszPath);
-BV_PLATFORM_API WINBOOL PathCanonicalizeW(LPWSTR pszBuf, LPCWSTR pszPath);
 
 /// Cuts the last part and its separator, but not the root. True if that changed the path.
 BV_PLATFORM_API WINBOOL PathRemoveFileSpecA(LPSTR pszPath);
@@ -30,25 +28,19 @@ BV_PLATFORM_API WINBOOL PathRemoveFileSpecW(LPWSTR pszPath);
 
 /// Ends the path in a separator. Gives the position of the NUL, or null when there is no room.
 BV_PLATFORM_API LPSTR PathAddBackslashA(LPSTR pszPath);
-BV_PLATFORM_API LPWSTR PathAddBackslashW(LPWSTR pszPath);
 
 /// The last "." of the last part, or the NUL. A "." before a blank doesn't count.
 BV_PLATFORM_API LPSTR PathFindExtensionA(LPCSTR pszPath);
-BV_PLATFORM_API LPWSTR PathFindExtensionW(LPCWSTR pszPath);
 
 /// Cuts the path at its extension.
 BV_PLATFORM_API void PathRemoveExtensionA(LPSTR pszPath);
-BV_PLATFORM_API void PathRemoveExtensionW(LPWSTR pszPath);
 
 /// Adds an extension (with its ".") to a path that has none. False when it has one or there is no room.
 BV_PLATFORM_API WINBOOL PathAddExtensionA(LPSTR pszPath, LPCSTR pszExt);
-BV_PLATFORM_API WINBOOL PathAddExtensionW(LPWSTR pszPath, LPCWSTR pszExt);
 
 /// The last part of the path.
 BV_PLATFORM_API LPSTR PathFindFileNameA(LPCSTR pszPath);
-BV_PLATFORM_API LPWSTR PathFindFileNameW(LPCWSTR pszPath);
 
 /// True for a file or folder that is there.
 BV_PLATFORM_API WINBOOL PathFileExistsA(LPCSTR pszPath);
-BV_PLATFORM_API WINBOOL PathFileExistsW(LPCWSTR pszPath);
 }

@@ -48,5 +48,4 @@ BV_PLATFORM_API int CompareStringOrdinal(LPCWCH lpString1, int cchCount1, LPCWCH
 /// Below, equal to or above 0, without regard to case. Null is less than any text. The order is that of the
 /// upper-cased characters, not a dictionary's.
 BV_PLATFORM_API int lstrcmpiA(LPCSTR lpString1, LPCSTR lpString2);
-BV_PLATFORM_API int lstrcmpiW(LPCWSTR lpString1, LPCWSTR lpString2);
 }

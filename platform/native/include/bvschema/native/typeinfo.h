@@ -1,5 +1,5 @@
 // Type libraries: what a module's interfaces, records and classes look like to callers that learn of them
-// while they run. Included by oaidl.h.
+// while they run. Operations that nothing here would answer aren't declared. Included by oaidl.h.
 #pragma once
 
 #include "unknwn.h"
@@ -37,9 +37,7 @@ enum INVOKEKIND {
     INVOKE_PROPERTYPUTREF = 8
 };
 enum VARKIND { VAR_PERINSTANCE, VAR_STATIC, VAR_CONST, VAR_DISPATCH };
-enum REGKIND { REGKIND_DEFAULT, REGKIND_REGISTER, REGKIND_NONE };
 
-#define PARAMFLAG_NONE 0
 #define PARAMFLAG_FIN 0x1
 #define PARAMFLAG_FOUT 0x2
 #define PARAMFLAG_FRETVAL 0x8
@@ -149,7 +147,6 @@ struct TLIBATTR {
 
 struct DISPPARAMS;
 struct EXCEPINFO;
-struct ITypeComp;
 struct ITypeLib;
 
 /// One type of a library. A dual interface has two of them: the dispatch side (TKIND_DISPATCH), which the
@@ -159,8 +156,6 @@ struct ITypeLib;
 struct ITypeInfo : IUnknown {
     /// A description that is got here is given back by the Release operation of its kind.
     STDMETHOD(GetTypeAttr)(TYPEATTR** ppTypeAttr) PURE;
-    /// E_NOTIMPL.
-    STDMETHOD(GetTypeComp)(ITypeComp** ppTComp) PURE;
     /// TYPE_E_ELEMENTNOTFOUND past the last one.
     STDMETHOD(GetFuncDesc)(UINT index, FUNCDESC** ppFuncDesc) PURE;
     STDMETHOD(GetVarDesc)(UINT index, VARDESC** ppVarDesc) PURE;
@@ -188,16 +183,9 @@ struct ITypeInfo : IUnknown {
     /// MEMBERID_NIL: of the type itself. Each place may be null.
     STDMETHOD(GetDocumentation)
     (MEMBERID memid, BSTR* pBstrName, BSTR* pBstrDocString, DWORD* pdwHelpContext, BSTR* pBstrHelpFile) PURE;
-    /// E_NOTIMPL.
-    STDMETHOD(GetDllEntry)
-    (MEMBERID memid, INVOKEKIND invKind, BSTR* pBstrDllName, BSTR* pBstrName, WORD* pwOrdinal) PURE;
     STDMETHOD(GetRefTypeInfo)(HREFTYPE hRefType, ITypeInfo** ppTInfo) PURE;
-    /// E_NOTIMPL.
-    STDMETHOD(AddressOfMember)(MEMBERID memid, INVOKEKIND invKind, PVOID* ppv) PURE;
     /// A new object of a class (TKIND_COCLASS).
     STDMETHOD(CreateInstance)(IUnknown* pUnkOuter, REFIID riid, PVOID* ppvObj) PURE;
-    /// No text.
-    STDMETHOD(GetMops)(MEMBERID memid, BSTR* pBstrMops) PURE;
     STDMETHOD(GetContainingTypeLib)(ITypeLib** ppTLib, UINT* pIndex) PURE;
     STDMETHOD_(void, ReleaseTypeAttr)(TYPEATTR* pTypeAttr) PURE;
     STDMETHOD_(void, ReleaseFuncDesc)(FUNCDESC* pFuncDesc) PURE;
@@ -211,16 +199,9 @@ struct ITypeLib : IUnknown {
     /// TYPE_E_ELEMENTNOTFOUND when no type has that id.
     STDMETHOD(GetTypeInfoOfGuid)(REFGUID guid, ITypeInfo** ppTinfo) PURE;
     STDMETHOD(GetLibAttr)(TLIBATTR** ppTLibAttr) PURE;
-    /// E_NOTIMPL.
-    STDMETHOD(GetTypeComp)(ITypeComp** ppTComp) PURE;
     /// -1: of the library itself. Each place may be null.
     STDMETHOD(GetDocumentation)
     (INT index, BSTR* pBstrName, BSTR* pBstrDocString, DWORD* pdwHelpContext, BSTR* pBstrHelpFile) PURE;
-    /// Whether a type, an operation, a field or a parameter has that name, without regard to case.
-    STDMETHOD(IsName)(LPOLESTR szNameBuf, ULONG lHashVal, BOOL* pfName) PURE;
-    /// E_NOTIMPL.
-    STDMETHOD(FindName)
-    (LPOLESTR szNameBuf, ULONG lHashVal, ITypeInfo** ppTInfo, MEMBERID* rgMemId, USHORT* pcFound) PURE;
     STDMETHOD_(void, ReleaseTLibAttr)(TLIBATTR* pTLibAttr) PURE;
 };
 

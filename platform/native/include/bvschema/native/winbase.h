@@ -29,25 +29,21 @@ extern "C" {
 BV_PLATFORM_API HMODULE LoadLibraryA(LPCSTR name);
 BV_PLATFORM_API HMODULE LoadLibraryW(LPCWSTR name);
 /// As LoadLibrary. file: null. flags: 0 or LOAD_LIBRARY_AS_DATAFILE, which makes no difference here.
-BV_PLATFORM_API HMODULE LoadLibraryExA(LPCSTR name, HANDLE file, DWORD flags);
 BV_PLATFORM_API HMODULE LoadLibraryExW(LPCWSTR name, HANDLE file, DWORD flags);
 /// FALSE with ERROR_MOD_NOT_FOUND for what is no loaded module. The last call unloads the module.
 BV_PLATFORM_API BOOL FreeLibrary(HMODULE module);
 /// The address of an exported operation, null with ERROR_PROC_NOT_FOUND.
 BV_PLATFORM_API FARPROC GetProcAddress(HMODULE module, LPCSTR name);
 /// A loaded module by its path or file name, not counted; null names the program itself.
-BV_PLATFORM_API HMODULE GetModuleHandleA(LPCSTR name);
 BV_PLATFORM_API HMODULE GetModuleHandleW(LPCWSTR name);
 /// The module's full path; null names the program itself. Gives the length without the NUL. A buffer that is
 /// too small holds the beginning, ended by a NUL; the result is its size then and the last error
 /// ERROR_INSUFFICIENT_BUFFER.
-BV_PLATFORM_API DWORD GetModuleFileNameA(HMODULE module, LPSTR buffer, DWORD size);
 BV_PLATFORM_API DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD size);
 /// No thread calls are made here in any case. FALSE for what is no loaded module.
 BV_PLATFORM_API BOOL DisableThreadLibraryCalls(HMODULE module);
 /// A path without blanks for the same file: here the path itself. Gives the length without the NUL, the size
 /// needed with it when the buffer is too small, 0 when there is no such file.
-BV_PLATFORM_API DWORD GetShortPathNameA(LPCSTR path, LPSTR buffer, DWORD size);
 BV_PLATFORM_API DWORD GetShortPathNameW(LPCWSTR path, LPWSTR buffer, DWORD size);
 }
 

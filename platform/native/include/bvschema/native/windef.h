@@ -10,7 +10,6 @@ using BOOL = int;
 using WINBOOL = int;
 using BYTE = unsigned char;
 using CHAR = char;
-using UCHAR = unsigned char;
 using SHORT = std::int16_t;
 using USHORT = std::uint16_t;
 using WORD = std::uint16_t;
@@ -37,7 +36,6 @@ using LPWSTR = wchar_t*;
 using LPCWSTR = const wchar_t*;
 using LPOLESTR = wchar_t*;
 using LPCOLESTR = const wchar_t*;
-#define OLESTR(text) L##text
 using LPBYTE = BYTE*;
 using LPVOID = void*;
 using LPCVOID = const void*;
@@ -97,7 +95,6 @@ inline constexpr CLSID CLSID_NULL = {};
 #define FALSE 0
 #define MAX_PATH 4096  // bytes of a path with its NUL, as the system has it
 #define WINAPI
-#define APIENTRY
 #define CALLBACK
 #define STDMETHODCALLTYPE
 #define STDAPICALLTYPE
@@ -108,7 +105,6 @@ inline constexpr CLSID CLSID_NULL = {};
 // An operation that a module exports: modules hide everything else.
 #define STDAPI extern "C" __attribute__((visibility("default"))) HRESULT STDAPICALLTYPE
 #define PURE = 0
-#define DECLSPEC_NOVTABLE
 
 #define SUCCEEDED(hr) ((HRESULT)(hr) >= 0)
 #define FAILED(hr) ((HRESULT)(hr) < 0)
@@ -135,9 +131,7 @@ inline constexpr CLSID CLSID_NULL = {};
 #define CO_E_ERRORINDLL ((HRESULT)0x800401F9u)
 #define CO_E_OBJNOTREG ((HRESULT)0x800401FBu)
 #define RPC_E_CHANGED_MODE ((HRESULT)0x80010106u)
-#define STG_E_ACCESSDENIED ((HRESULT)0x80030005u)
 #define STG_E_MEDIUMFULL ((HRESULT)0x80030070u)
-#define DISP_E_UNKNOWNINTERFACE ((HRESULT)0x80020001u)
 #define DISP_E_MEMBERNOTFOUND ((HRESULT)0x80020003u)
 #define DISP_E_PARAMNOTFOUND ((HRESULT)0x80020004u)
 #define DISP_E_TYPEMISMATCH ((HRESULT)0x80020005u)
@@ -147,15 +141,11 @@ inline constexpr CLSID CLSID_NULL = {};
 #define DISP_E_EXCEPTION ((HRESULT)0x80020009u)
 #define DISP_E_OVERFLOW ((HRESULT)0x8002000Au)
 #define DISP_E_BADINDEX ((HRESULT)0x8002000Bu)
-#define DISP_E_UNKNOWNLCID ((HRESULT)0x8002000Cu)
-#define DISP_E_ARRAYISLOCKED ((HRESULT)0x8002000Du)
 #define DISP_E_BADPARAMCOUNT ((HRESULT)0x8002000Eu)
 #define DISP_E_PARAMNOTOPTIONAL ((HRESULT)0x8002000Fu)
 #define DISP_E_BADCALLEE ((HRESULT)0x80020010u)
-#define DISP_E_DIVBYZERO ((HRESULT)0x80020012u)
 #define TYPE_E_ELEMENTNOTFOUND ((HRESULT)0x8002802Bu)
 #define TYPE_E_LIBNOTREGISTERED ((HRESULT)0x8002801Du)
-#define TYPE_E_INVDATAREAD ((HRESULT)0x80028018u)
 #define TYPE_E_REGISTRYACCESS ((HRESULT)0x8002801Cu)
 #define TYPE_E_CANTLOADLIBRARY ((HRESULT)0x80029C4Au)
 
