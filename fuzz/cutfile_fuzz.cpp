@@ -37,7 +37,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::ofstream(first, std::ios::binary).write(reinterpret_cast<const char*>(data), std::streamsize(size));
 
     bv::test::MediaDouble media;
-    const auto node = bv::Create<IProperty>(bv::clsid::PropertyTimelines);
+    bv::ComPtr<IProperty> node;
+    if (FAILED(bv::Create(bv::clsid::PropertyTimelines, node))) std::abort();
     node->put_MediaObject(media.dispatch());
     const auto list = node.As<ITimelines>();
     if (list->Load(first_name.get()) == S_OK) {

@@ -49,9 +49,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         disc.info.Files = disc.files.empty() ? nullptr : disc.files.data();
     }
 
-    const auto object = bv::Create<IDVDIndexData>(bv::clsid::DVDIndexData);
+    bv::ComPtr<IDVDIndexData> object;
+    bv::ComPtr<IXMLDOMDocument> document;
+    if (FAILED(bv::Create(bv::clsid::DVDIndexData, object)) || FAILED(bv::Create(bv::kXmlDocument, document)))
+        std::abort();
     const auto writer = object.As<ISettingsWriter>();
-    const auto document = bv::Create<IXMLDOMDocument>(bv::kXmlDocument);
     VARIANT_BOOL loaded = VARIANT_FALSE;
     const bv::Bstr text = bv::ToBstr({reinterpret_cast<const char*>(data), size});
     if (document->loadXML(text.get(), &loaded) == S_OK) {

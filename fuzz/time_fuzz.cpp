@@ -14,7 +14,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size < 13) return 0;
     static bv::test::MediaDouble media;
     static const auto cut = [] {
-        auto timeline = bv::Create<IProperty>(bv::clsid::PropertyTimeline);
+        bv::ComPtr<IProperty> timeline;
+        if (FAILED(bv::Create(bv::clsid::PropertyTimeline, timeline))) std::abort();
         timeline->SetMediaObject(media.dispatch());
         return timeline;
     }();

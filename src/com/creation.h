@@ -66,14 +66,13 @@ private:
 /// CoCreateInstance(cls, nullptr, context, iid, out), with less work for a class of our own.
 HRESULT CreateByClass(REFCLSID cls, DWORD context, REFIID iid, void** out);
 
-/// An object by class id. Null and the status when it can't be made.
+/// Creates an object by class id. A failure leaves out null; success means that there is an object.
 template <class I>
-ComPtr<I> Create(REFCLSID cls, HRESULT* status = nullptr, DWORD context = kAnyServer) {
-    ComPtr<I> object;
-    const HRESULT result = CreateByClass(cls, context, kIid<I>, object.PutVoid());
-    if (status) *status = result;
-    if (FAILED(result)) return nullptr;
-    return object;
+HRESULT Create(REFCLSID cls, ComPtr<I>& out, DWORD context = kAnyServer) {
+    const HRESULT status = CreateByClass(cls, context, kIid<I>, out.PutVoid());
+    if (SUCCEEDED(status)) return out ? status : E_FAIL;
+    std::ignore = out.Detach();  // what a failed call leaves there is no reference
+    return status;
 }
 
 /// Surrounds what a class object of ours creates: the outermost one on a thread keeps the class objects that

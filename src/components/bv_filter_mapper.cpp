@@ -14,9 +14,10 @@ public:
     STDMETHODIMP Init(GUID* pCategory, GUID* pItem, IListOfValues* pDest) override {
         if (!pCategory || !pDest) return E_POINTER;
         const CLSID wrapper = pItem ? *pItem : GUID_NULL;
-        const auto devices = Create<ICreateDevEnum>(kDeviceEnumerator, nullptr, CLSCTX_INPROC_SERVER);
+        ComPtr<ICreateDevEnum> devices;
         ComPtr<IEnumMoniker> monikers;
-        if (!devices || FAILED(devices->CreateClassEnumerator(*pCategory, monikers.Put(), 0)) || !monikers)
+        if (FAILED(Create(kDeviceEnumerator, devices, CLSCTX_INPROC_SERVER)) ||
+            FAILED(devices->CreateClassEnumerator(*pCategory, monikers.Put(), 0)) || !monikers)
             return S_OK;
         ComPtr<IMoniker> moniker;
         while (monikers->Next(1, moniker.Put(), nullptr) == S_OK) AddFilter(moniker.get(), wrapper, pDest);
@@ -41,8 +42,8 @@ private:
             value.vt = VT_UNKNOWN;
             value.punkVal = filter.get();
             std::ignore = list->AddNew(label, value);
-        } else if (auto item = Create<IFilterItem>(wrapper);
-                   item && SUCCEEDED(item->Init(label, filter.get()))) {
+        } else if (ComPtr<IFilterItem> item;
+                   SUCCEEDED(Create(wrapper, item)) && SUCCEEDED(item->Init(label, filter.get()))) {
             std::ignore = list->AddNew(label, Lend(static_cast<IDispatch*>(item.get())));
         }
     }

@@ -13,8 +13,8 @@ template <class Found>
 void ForEachRegistered(GUID category, Found found) {
     const Building building(category);
     if (!building) return;
-    const auto mapper = Create<IBVMapper>(clsid::BVMapper);
-    if (!mapper || mapper->Init(&category) != S_OK) return;
+    ComPtr<IBVMapper> mapper;
+    if (FAILED(Create(clsid::BVMapper, mapper)) || mapper->Init(&category) != S_OK) return;
     LONG count = 0;
     std::ignore = mapper->get_Count(&count);
     for (LONG i = 0; i < count; ++i)

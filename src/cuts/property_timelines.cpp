@@ -18,7 +18,7 @@ public:
 protected:
     void BuildChildren() override {
         Build(kTimelines);
-        timelines_ = Create<ITimelines>(clsid::Timelines);
+        std::ignore = Create(clsid::Timelines, timelines_);  // the node stands without
     }
     void OnMediaObjectChanged(IDispatch* media) override {
         if (timelines_) std::ignore = timelines_->SetMediaObject(Query<IMediaObject>(media).get());

@@ -195,11 +195,10 @@ HRESULT TimelineReader::ReadChildren(IProperty* parent, int depth) {
 
 HRESULT TimelineReader::ReadCut(int depth) {
     if (++cuts_ > kFreeCuts + bytes_ / kBytesOfCut) return kTooManyCuts;
-    HRESULT status = S_OK;
-    const auto timeline = list_.AddLoaded(status);
-    if (!timeline) return FAILED(status) ? status : E_FAIL;
+    ComPtr<IProperty> timeline;
+    RETURN_IF_FAILED(list_.AddLoaded(timeline));
     IProperty* const outer = std::exchange(cut_, timeline.get());
-    status = ReadChildren(timeline.get(), depth + 1);
+    const HRESULT status = ReadChildren(timeline.get(), depth + 1);
     cut_ = outer;
     return status;
 }

@@ -41,8 +41,8 @@ private:
 /// What a file's cuts are added to.
 class LoadedCuts {
 public:
-    /// A new cut from frame 0 to 0; null and the status when there can't be one.
-    virtual ComPtr<IProperty> AddLoaded(HRESULT& status) = 0;
+    /// Adds a new cut from frame 0 to 0.
+    virtual HRESULT AddLoaded(ComPtr<IProperty>& timeline) = 0;
 
 protected:
     ~LoadedCuts() = default;

@@ -51,8 +51,8 @@ private:
     };
 
     void Clear();
-    ComPtr<IProperty> Make(LONG first, LONG last, bool quietly, HRESULT& status);
-    ComPtr<IProperty> AddLoaded(HRESULT& status) override;
+    HRESULT Make(LONG first, LONG last, bool quietly, ComPtr<IProperty>& timeline);
+    HRESULT AddLoaded(ComPtr<IProperty>& timeline) override;
     HRESULT Append(const ComPtr<IProperty>& timeline);
     LONGLONG Sum(IMediaParser& parser) const;
 
@@ -88,9 +88,8 @@ void Timelines::Clear() {
 
 /// A cut that isn't in the list yet. Without a source its length can't be told in seconds, and that is raised
 /// unless it is to be made quietly.
-ComPtr<IProperty> Timelines::Make(LONG first, LONG last, bool quietly, HRESULT& status) {
-    auto timeline = Create<IProperty>(clsid::PropertyTimeline, &status);
-    if (!timeline) return nullptr;
+HRESULT Timelines::Make(LONG first, LONG last, bool quietly, ComPtr<IProperty>& timeline) {
+    RETURN_IF_FAILED(Create(clsid::PropertyTimeline, timeline));
     std::ignore = timeline->put_Parent(static_cast<ITimelines*>(this));
     const auto start = PointOf(timeline.get(), names::kStartFrm),
                end = PointOf(timeline.get(), names::kEndFrm);
@@ -103,22 +102,20 @@ ComPtr<IProperty> Timelines::Make(LONG first, LONG last, bool quietly, HRESULT& 
         if (start) std::ignore = start->put_Value(Variant(I4(first)));
         if (end) std::ignore = end->put_Value(Variant(I4(last)));
     }
-    return timeline;
+    return S_OK;
 }
 
 STDMETHODIMP Timelines::AddTimeline(LONG nStartFrm, LONG nEndFrm, IProperty** ptrRet) {
-    HRESULT status = S_OK;
-    const auto timeline = Make(nStartFrm, nEndFrm, false, status);
-    if (!timeline) return FAILED(status) ? status : E_FAIL;
+    ComPtr<IProperty> timeline;
+    RETURN_IF_FAILED(Make(nStartFrm, nEndFrm, false, timeline));
     RETURN_IF_FAILED(Append(timeline));
     return ptrRet ? timeline.CopyTo(ptrRet) : S_OK;
 }
 
-ComPtr<IProperty> Timelines::AddLoaded(HRESULT& status) {
-    auto timeline = Make(0, 0, !items_.empty(), status);  // what is raised is the same for each: once will do
-    if (!timeline) return nullptr;
-    status = Append(timeline);
-    return SUCCEEDED(status) ? std::move(timeline) : nullptr;
+HRESULT Timelines::AddLoaded(ComPtr<IProperty>& timeline) {
+    RETURN_IF_FAILED(
+        Make(0, 0, !items_.empty(), timeline));  // what is raised is the same for each: once will do
+    return Append(timeline);
 }
 
 HRESULT Timelines::Append(const ComPtr<IProperty>& timeline) {
@@ -178,8 +175,8 @@ STDMETHODIMP Timelines::Save(BSTR bstrFileName) {
 
 STDMETHODIMP Timelines::Load(BSTR bstrFileName) {
     Clear();
-    const auto document = Create<IXMLDOMDocument>(kXmlDocument);
-    if (!document) return RaiseMessage(clsid::Timelines, msg::kNoDocument);
+    ComPtr<IXMLDOMDocument> document;
+    if (FAILED(Create(kXmlDocument, document))) return RaiseMessage(clsid::Timelines, msg::kNoDocument);
     std::ignore = document->put_async(VARIANT_FALSE);
     // A file of cuts is alone: nothing that it names is fetched.
     std::ignore = document->put_validateOnParse(VARIANT_FALSE);

@@ -102,9 +102,10 @@ HRESULT BrowseFolder(std::string& folder) {
 std::string InputFilter(const wchar_t* restriction) {
     std::string masks, entries;
     GUID formats = category::InputFormats;
-    const auto mapper = Create<IBVMapper>(clsid::BVMapper);
+    ComPtr<IBVMapper> mapper;
     LONG count = 0;
-    if (mapper && mapper->Init(&formats) == S_OK) std::ignore = mapper->get_Count(&count);
+    if (SUCCEEDED(Create(clsid::BVMapper, mapper)) && mapper->Init(&formats) == S_OK)
+        std::ignore = mapper->get_Count(&count);
     for (LONG i = 0; i < count; ++i) {
         tagGUIDREG* format = nullptr;
         if (FAILED(mapper->get_Item(i, &format)) || !format || format->cbCount < 2) continue;

@@ -63,8 +63,7 @@ HRESULT MediaFiles::Add(BSTR path, IProperty** result) {
     if (node) {
         std::ignore = node->put_Value(Lend(path));
     } else {
-        node = Create<IProperty>(clsid::PropertyMediaPath, &status);
-        if (!node) return FAILED(status) ? status : E_FAIL;
+        RETURN_IF_FAILED(Create(clsid::PropertyMediaPath, node));
         status = node->put_Value(Lend(path));
         if (!TryAppend(items_, node.As<IUnknown>())) return E_OUTOFMEMORY;
     }
@@ -73,8 +72,8 @@ HRESULT MediaFiles::Add(BSTR path, IProperty** result) {
 }
 
 STDMETHODIMP MediaFiles::AddNew() {
-    const auto selecter = Create<IMediaSelecter>(clsid::MediaSelecter);
-    if (!selecter) return S_FALSE;
+    ComPtr<IMediaSelecter> selecter;
+    if (FAILED(Create(clsid::MediaSelecter, selecter))) return S_FALSE;
     LONG count = 0;
     if (FAILED(selecter->Simple()) || FAILED(selecter->get_Count(&count))) return S_OK;
     for (LONG i = 0; i < count; ++i) {

@@ -209,8 +209,8 @@ void PropertyMediaPath::ReadExtra() {
 }
 
 HRESULT PropertyMediaPath::OnShowDialog() {
-    const auto selecter = Create<IMediaSelecter>(clsid::MediaSelecter);
-    if (!selecter || FAILED(selecter->Simple())) return S_FALSE;
+    ComPtr<IMediaSelecter> selecter;
+    if (FAILED(Create(clsid::MediaSelecter, selecter)) || FAILED(selecter->Simple())) return S_FALSE;
     LONG count = 0;
     std::ignore = selecter->get_Count(&count);
     const auto host = Query<IMediaFilesHost>(Media());

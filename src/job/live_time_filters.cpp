@@ -75,9 +75,8 @@ STDMETHODIMP LiveTimeFilters::Add(IUnknown** ppUnk) {
 
 STDMETHODIMP LiveTimeFilters::AddByCLSID(CLSID* pClsID, IUnknown** ppUnk) {
     if (!pClsID || !ppUnk) return E_POINTER;
-    HRESULT status = S_OK;
-    auto entry = Create<IFilterEntry>(*pClsID, &status, CLSCTX_INPROC_SERVER);
-    if (!entry) return FAILED(status) ? status : E_FAIL;
+    ComPtr<IFilterEntry> entry;
+    RETURN_IF_FAILED(Create(*pClsID, entry, CLSCTX_INPROC_SERVER));
     RETURN_IF_FAILED(Append(entry.get()));
     *ppUnk = entry.Detach();
     return S_OK;

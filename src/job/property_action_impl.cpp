@@ -21,9 +21,9 @@ public:
         const CLSID cls = *action;
         const Building building(cls);
         if (!building) return E_FAIL;
-        HRESULT status = S_OK;
-        auto object = Create<IActionObject>(cls, &status, CLSCTX_INPROC_SERVER);
-        if (!object) return FAILED(status) ? status : E_FAIL;
+        ComPtr<IActionObject> object;
+        const HRESULT status = Create(cls, object, CLSCTX_INPROC_SERVER);
+        RETURN_IF_FAILED(status);
         action_ = std::move(object);
         if (auto root = action_.As<IProperty>()) {
             wchar_t root_name[kMaxName + 1] = L"ActionRoot_";

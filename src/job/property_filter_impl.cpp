@@ -20,9 +20,8 @@ public:
         const CLSID cls = *filter;
         const Building building(cls);
         if (!building) return E_FAIL;
-        HRESULT status = S_OK;
-        auto object = Create<IBaseFilter>(cls, &status, CLSCTX_INPROC_SERVER);
-        if (!object) return FAILED(status) ? status : E_FAIL;
+        ComPtr<IBaseFilter> object;
+        RETURN_IF_FAILED(Create(cls, object, CLSCTX_INPROC_SERVER));
         const auto settings = object.As<IProperty>();
         if (!settings) return E_NOINTERFACE;
         filter_ = std::move(object);

@@ -31,7 +31,7 @@ protected:
     }
     void BuildChildren() override {
         Build(kFilters);
-        filters_ = Create<IEnumObject>(clsid::LiveTimeFilters);
+        std::ignore = Create(clsid::LiveTimeFilters, filters_);  // the node stands without
     }
     void OnFinalRelease() override { ReleaseBounded(filters_); }
     HRESULT OnShowDialog() override { return RunEditor("Filters", this); }

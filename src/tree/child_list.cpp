@@ -44,9 +44,8 @@ STDMETHODIMP ChildList::InsertProperty(BSTR Name, GUID* pClsID, IProperty** pRet
 STDMETHODIMP ChildList::AddProperty(BSTR Name, GUID* refclsid, IDispatch* pParent, IProperty** pRet) {
     if (!refclsid) return E_POINTER;
     const ComPtr<IProperty> kept = Owner();  // what is called may be foreign and end the node
-    HRESULT status = S_OK;
-    NodeRef item = NodeRef::New(*refclsid, status);
-    if (!item) return status;
+    NodeRef item;
+    RETURN_IF_FAILED(NodeRef::Create(*refclsid, item));
     if (item.own() && owner_ && pParent == owner_)
         item.own()->SetNameAndParent(View(Name), false, *owner_);
     else

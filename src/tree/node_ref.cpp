@@ -25,14 +25,15 @@ NodeRef::NodeRef(IUnknown* object) {
     }
 }
 
-NodeRef NodeRef::New(REFCLSID cls, HRESULT& status) {
+HRESULT NodeRef::Create(REFCLSID cls, NodeRef& out) {
+    out = {};
     ComPtr<IProperty> node;
     Route route(cls, kAnyServer);
-    status = route.Make(kIid<IProperty>, node.PutVoid());
-    if (SUCCEEDED(status) && !node) status = E_FAIL;
-    if (FAILED(status)) return {};
+    RETURN_IF_FAILED(route.Make(kIid<IProperty>, node.PutVoid()));
+    if (!node) return E_FAIL;
     // Nothing of ours but a node answers IProperty.
-    return route.own() ? NodeRef(*static_cast<PropertyBase*>(node.get())) : NodeRef(node.get());
+    out = route.own() ? NodeRef(*static_cast<PropertyBase*>(node.get())) : NodeRef(node.get());
+    return S_OK;
 }
 
 ComPtr<IProperty> NodeRef::node() const {

@@ -18,8 +18,8 @@ public:
     /// Asks the object, which may be null, whether it is a node of ours.
     explicit NodeRef(IUnknown* object);
     explicit NodeRef(PropertyBase& node);
-    /// A new node of the class, as if by CoCreateInstance. Null and the status when it can't be made.
-    static NodeRef New(REFCLSID cls, HRESULT& status);
+    /// A new node of a class, as if by CoCreateInstance. Null after a failure.
+    static HRESULT Create(REFCLSID cls, NodeRef& out);
     NodeRef(const NodeRef& other);
     NodeRef(NodeRef&& other) noexcept : bits_(std::exchange(other.bits_, 0)) {}
     ~NodeRef();

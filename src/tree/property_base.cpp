@@ -515,7 +515,7 @@ void PropertyBase::Build(const NodeDecl& decl) {
     for (const Choice& choice : decl.choices) AddChoice(Values(), choice);
     if (decl.extension) {
         const NodeDecl& unit = *decl.extension;
-        if (auto extension = Create<IProperty>(unit.cls)) {
+        if (ComPtr<IProperty> extension; SUCCEEDED(Create(unit.cls, extension))) {
             if (unit.name) std::ignore = extension->SetInfo(CallBstr(unit.name.View()).get(), Variant());
             Adopt(NodeRef(extension.get()), unit);
             extension_ = std::move(extension);
@@ -576,9 +576,8 @@ NodeRef PropertyBase::AddDeclaredTo(IEnumProperties* collection, IProperty* pare
 
 NodeRef PropertyBase::AddDeclared(const NodeDecl& decl, bool literal_name) {
     if (HasForeignCollection()) return AddDeclaredTo(rare_->collection.get(), this, decl);
-    HRESULT status = S_OK;
-    NodeRef child = NodeRef::New(decl.cls, status);
-    if (!child) return {};
+    NodeRef child;
+    if (FAILED(NodeRef::Create(decl.cls, child))) return {};
     if (PropertyBase* own = child.own())
         own->SetNameAndParent(decl.name.View(), literal_name, *this);
     else if (FAILED(child.node()->SetInfo(CallBstr(decl.name.View()).get(),

@@ -18,9 +18,8 @@ STDMETHODIMP SimpleNode::SetTitle(BSTR title) {
 }
 
 STDMETHODIMP SimpleNode::SetPathExtension(BSTR path) {
-    HRESULT status = S_OK;
-    auto extension = Create<IProperty>(PathClass(), &status);
-    if (!extension) return FAILED(status) ? status : E_FAIL;
+    ComPtr<IProperty> extension;
+    RETURN_IF_FAILED(Create(PathClass(), extension));
     std::ignore = extension->put_Value(Lend(path));
     SetExtension(std::move(extension));
     return S_OK;
@@ -28,9 +27,8 @@ STDMETHODIMP SimpleNode::SetPathExtension(BSTR path) {
 
 STDMETHODIMP SimpleNode::SetExtensionClass(CLSID* pClsID) {
     if (!pClsID) return E_POINTER;
-    HRESULT status = S_OK;
-    auto extension = Create<IProperty>(*pClsID, &status);
-    if (!extension) return FAILED(status) ? status : E_FAIL;
+    ComPtr<IProperty> extension;
+    RETURN_IF_FAILED(Create(*pClsID, extension));
     std::ignore = extension->put_Parent(static_cast<IProperty*>(this));
     SetExtension(std::move(extension));
     return S_OK;

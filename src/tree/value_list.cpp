@@ -131,18 +131,17 @@ HRESULT ValueEntries::AddItem(BSTR label, const VARIANT& value) {
 
 HRESULT ValueEntries::AddObject2(BSTR label, const GUID* cls) {
     if (!cls) return E_POINTER;
-    HRESULT status = S_OK;
-    const auto node = NodeRef::New(*cls, status).node();
-    if (!node) return FAILED(status) ? status : E_FAIL;
+    NodeRef made;
+    RETURN_IF_FAILED(NodeRef::Create(*cls, made));
+    const auto node = made.node();
     std::ignore = node->put_Value(Lend(label));
     return AddItem(label, Lend(static_cast<IDispatch*>(node.get())));
 }
 
 HRESULT ValueEntries::AddObject(const GUID* cls) {
     if (!cls) return E_POINTER;
-    HRESULT status = S_OK;
-    const auto object = Create<IDispatch>(*cls, &status);
-    if (!object) return FAILED(status) ? status : E_FAIL;
+    ComPtr<IDispatch> object;
+    RETURN_IF_FAILED(Create(*cls, object));
     Bstr label;
     if (auto node = object.As<IProperty>()) std::ignore = node->get_Title(label.Put());
     return AddItem(label.get(), Lend(object.get()));
