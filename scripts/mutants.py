@@ -1,7 +1,9 @@
 """Plants faults in a copy of the sources and counts those that the native tests see. Run by mutants.sh."""
 import argparse
+import collections
+import hashlib
+import json
 import os
-import random
 import re
 import shutil
 import subprocess
@@ -11,7 +13,15 @@ ROOT = os.getcwd()
 COPY = os.path.join(ROOT, "build", "mutants")
 BUILD = os.path.join(COPY, "build", "native")
 EQUIVALENT = os.path.join(ROOT, "scripts", "mutants.equivalent")
-TEST_SECONDS = 180  # a fault may make a program run for ever
+RESULTS = os.path.join(ROOT, "build", "mutants.json")
+LINKER = "-fuse-ld=lld" if shutil.which("ld.lld") else ""
+TEST_SECONDS = 90  # a fault may make a program run for ever
+
+# The test programs that can notice a fault in the server. Those of a person at a screen and of the layer below aren't asked.
+HELPERS = ["BVSchema", "BVSamples", "dlgs", "bvhost"]
+QUICK = ["tree", "xml", "com", "components", "job", "watermark", "module", "input", "samples", "late_binding", "dialogs",
+         "cuts"]
+SLOW = ["threads", "failures", "bvhost"]
 
 # A pattern, and what it becomes. Each names one place in a line of code.
 FAULTS = [
@@ -65,6 +75,30 @@ def all_faults(only):
                         yield path, number, text, planted
 
 
+def key_of(fault):
+    path, _, text, planted = fault
+    return f"{path} | {text.strip()} | {planted.strip()}"
+
+
+def chosen(only, seed):
+    """All faults in an order that the seed gives; a fault keeps its place when other lines change."""
+    places = collections.Counter()
+    order = []
+    for fault in all_faults(only):
+        key = key_of(fault)
+        places[key] += 1
+        order.append((hashlib.sha256(f"{seed} {key} {places[key]}".encode()).digest(), fault))
+    return [fault for _, fault in sorted(order)]
+
+
+def equivalents():
+    """Pairs of a path and what a line of it becomes; the third column is the reason."""
+    if not os.path.exists(EQUIVALENT):
+        return set()
+    with open(EQUIVALENT, encoding="utf-8") as file:
+        return {tuple(line.rstrip("\n").split(" | ")[:2]) for line in file if line.count(" | ") >= 2}
+
+
 def run(command, seconds):
     try:
         return subprocess.run(command, cwd=COPY, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
@@ -74,21 +108,60 @@ def run(command, seconds):
 
 
 def build():
-    return run(["cmake", "--build", BUILD, "--parallel", str(os.cpu_count())], 1800) == 0
+    return run(["cmake", "--build", BUILD, "--parallel", str(os.cpu_count()), "--target", *HELPERS,
+                *(name + "_tests" for name in QUICK + SLOW)], 1800) == 0
 
 
-def programs():
-    names = sorted(n for n in os.listdir(os.path.join(BUILD, "bin")) if n.endswith("_tests"))
-    # Those that need a screen or only the layer come last, if at all.
-    return [n for n in names if n not in ("desktop_tests", "platform_tests", "threads_tests")]
-
-
-def seen_by(order):
-    for name in order:
-        if run(["timeout", "-k", "5", str(TEST_SECONDS), "scripts/run-native.sh", os.path.join(BUILD, "bin", name),
-                "--gtest_fail_fast"], TEST_SECONDS + 20) != 0:
-            return name
+def seen_by(path):
+    """The first program that fails. The one of the fault's own folder is asked first, those that take long last."""
+    own = path.split("/")[1] if path else ""
+    for area in sorted(QUICK, key=lambda name: name != own) + SLOW:
+        if run(["timeout", "-k", "5", str(TEST_SECONDS), "scripts/run-native.sh",
+                os.path.join(BUILD, "bin", area + "_tests"), "--gtest_fail_fast"], TEST_SECONDS + 20) != 0:
+            return area
     return None
+
+
+def copy_tree():
+    """Brings the copy up to date and returns a name for its state."""
+    state = hashlib.sha256()
+    tracked = subprocess.run(["git", "ls-files", "-z"], capture_output=True, check=True).stdout.decode()
+    for name in sorted(filter(os.path.exists, filter(None, tracked.split("\0")))):
+        target = os.path.join(COPY, name)
+        os.makedirs(os.path.dirname(target), exist_ok=True)
+        with open(name, "rb") as file:
+            fresh = file.read()
+        state.update(name.encode() + b"\0" + fresh)
+        if not os.path.exists(target) or open(target, "rb").read() != fresh:
+            shutil.copyfile(name, target)
+            shutil.copymode(name, target)
+    kept = set(tracked.split("\0"))
+    for top in ("src", "tests"):  # what was moved or taken out since
+        for folder, _, names in os.walk(os.path.join(COPY, top)):
+            for name in names:
+                target = os.path.join(folder, name)
+                if os.path.relpath(target, COPY) not in kept or not os.path.exists(os.path.relpath(target, COPY)):
+                    os.remove(target)
+    return state.hexdigest()
+
+
+def try_fault(fault):
+    """What came of it: "seen", "not seen" or "broken", which doesn't compile."""
+    path, number, _, planted = fault
+    target = os.path.join(COPY, path)
+    with open(target, encoding="utf-8") as file:
+        sound = file.read()
+    lines = sound.split("\n")
+    lines[number] = planted
+    with open(target, "w", encoding="utf-8") as file:
+        file.write("\n".join(lines))
+    try:
+        if not build():
+            return "broken"
+        return "seen" if seen_by(path) else "not seen"
+    finally:
+        with open(target, "w", encoding="utf-8") as file:
+            file.write(sound)
 
 
 def main():
@@ -97,60 +170,53 @@ def main():
     options.add_argument("--seed", type=int, default=1)
     options.add_argument("--only", default="")
     options.add_argument("--list", action="store_true")
+    options.add_argument("--again", action="store_true")
     options = options.parse_args()
 
-    equivalent = set()
-    if os.path.exists(EQUIVALENT):
-        with open(EQUIVALENT, encoding="utf-8") as file:
-            equivalent = {tuple(line.rstrip("\n").split(" | ")[:2]) for line in file if " | " in line}
-    faults = [f for f in all_faults(options.only) if (f[0], f[3].strip()) not in equivalent]
-    random.Random(options.seed).shuffle(faults)
+    equivalent = equivalents()
+    faults = chosen(options.only, options.seed)
     if options.list:
         for path, number, text, planted in faults[:options.count]:
             print(f"{path}:{number + 1}: {text.strip()}  ->  {planted.strip()}")
         return 0
 
     os.makedirs(COPY, exist_ok=True)
-    tracked = subprocess.run(["git", "ls-files", "-z"], capture_output=True, check=True).stdout.decode().split("\0")
-    for name in filter(None, tracked):
-        target = os.path.join(COPY, name)
-        os.makedirs(os.path.dirname(target), exist_ok=True)
-        with open(name, "rb") as file:
-            fresh = file.read()
-        if not os.path.exists(target) or open(target, "rb").read() != fresh:
-            shutil.copyfile(name, target)
-            shutil.copymode(name, target)
-    if run(["cmake", "--preset", "native"], 600) != 0 or not build():
+    state = copy_tree()
+    results = {}
+    if os.path.exists(RESULTS):
+        with open(RESULTS, encoding="utf-8") as file:
+            kept = json.load(file)
+        if kept["state"] == state:
+            results = kept["results"]
+        elif options.again:  # what was seen before is taken to be seen still
+            results = {key: came for key, came in kept["results"].items() if came != "not seen"}
+    if run(["cmake", "--preset", "native", "-DCMAKE_UNITY_BUILD=OFF", "-DCMAKE_CXX_FLAGS_RELEASE=-O0",
+            *([f"-DCMAKE_EXE_LINKER_FLAGS={LINKER}", f"-DCMAKE_MODULE_LINKER_FLAGS={LINKER}"] if LINKER else [])],
+           600) != 0 or not build():
         sys.exit("mutants: the sources don't build as they are")
-    if failing := seen_by(programs()):
-        sys.exit(f"mutants: {failing} fails as it is")
+    if failing := seen_by(""):
+        sys.exit(f"mutants: {failing}_tests fails as it is")
 
-    tried = seen = broken = 0
-    order = programs()
-    for path, number, text, planted in faults:
-        if tried == options.count:
+    count = collections.Counter()
+    for fault in faults:
+        if count["seen"] + count["not seen"] == options.count:
             break
-        target = os.path.join(COPY, path)
-        with open(target, encoding="utf-8") as file:
-            sound = file.read()
-        lines = sound.split("\n")
-        lines[number] = planted
-        with open(target, "w", encoding="utf-8") as file:
-            file.write("\n".join(lines))
-        if not build():
-            broken += 1
+        path, number, text, planted = fault
+        key = key_of(fault)
+        if (path, planted.strip()) in equivalent:
+            came = "equivalent"
         else:
-            tried += 1
-            by = seen_by(order)
-            if by:
-                seen += 1
-                order.remove(by)
-                order.insert(0, by)
-            else:
-                print(f"not seen: {path}:{number + 1}: {text.strip()}  ->  {planted.strip()}", flush=True)
-        with open(target, "w", encoding="utf-8") as file:
-            file.write(sound)
-    print(f"{seen} of {tried} faults were seen ({100 * seen // max(tried, 1)} %); {broken} didn't compile")
+            came = results.get(key) or try_fault(fault)
+            results[key] = came
+            with open(RESULTS + ".new", "w", encoding="utf-8") as file:
+                json.dump({"state": state, "results": results}, file, indent=0)
+            os.replace(RESULTS + ".new", RESULTS)
+        count[came] += 1
+        if came == "not seen":
+            print(f"not seen: {path}:{number + 1}: {text.strip()}  ->  {planted.strip()}", flush=True)
+    tried = count["seen"] + count["not seen"]
+    print(f"{count['seen']} of {tried} faults were seen ({100 * count['seen'] // max(tried, 1)} %); "
+          f"{count['broken']} more didn't compile, {count['equivalent']} change nothing")
     return 0
 
 

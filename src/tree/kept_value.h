@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "com/com_ptr.h"
 #include "com/variant.h"
 
 namespace bv {

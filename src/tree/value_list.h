@@ -2,6 +2,7 @@
 #pragma once
 
 #include "com/object.h"
+#include "tree/compact_list.h"
 #include "tree/kept_value.h"
 #include "tree/node_part.h"
 #include "tree/node_text.h"

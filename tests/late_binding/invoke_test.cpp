@@ -1,6 +1,6 @@
 // Late-bound calls: what happens to arguments, results and failures on the way.
-#include "late_binding/doubles.h"
 #include "late_binding/library.h"
+#include "late_binding/recorder.h"
 
 namespace bv::test {
 namespace {
@@ -12,8 +12,8 @@ class InvokeTest : public testing::Test {
 protected:
     Ref<ITypeLib> library = RegisteredLibrary();
     Ref<ITypeInfo> property_type = TypeOf<IProperty>(library), map_type = TypeOf<IMap>(library);
-    PropertyDouble property;
-    MapDouble map;
+    Recorder<IProperty> property;
+    Recorder<IMap> map;
 };
 
 TEST_F(InvokeTest, ConvertsWhatItPasses) {
@@ -38,7 +38,7 @@ TEST_F(InvokeTest, ConvertsWhatItPasses) {
         {"another text", Str(L"xx"), DISP_E_TYPEMISMATCH, ""},
         {"too large", R8(1e20), DISP_E_OVERFLOW, ""},
         {"null", Null(), DISP_E_TYPEMISMATCH, ""},
-        {"an object", Obj(&map), DISP_E_TYPEMISMATCH, ""},
+        {"an object", Obj(map.get()), DISP_E_TYPEMISMATCH, ""},
     };
     for (const Case& c : numbers) {
         SCOPED_TRACE(c.what);
@@ -61,15 +61,15 @@ TEST_F(InvokeTest, AsksObjectsForTheInterfaceWanted) {
         bool passed;
         const char* call;
     };
-    IDispatch* node = &property;
-    IDispatch* foreign = &map;
+    IDispatch* node = property.get();
+    IDispatch* foreign = map.get();
     const Case cases[] = {
-        {"a node", Obj(&property), true, "0x1 get_Property('a', object, out)"},
-        {"a node as VT_UNKNOWN", Unk(&property), true, "0x1 get_Property('a', object, out)"},
+        {"a node", Obj(property.get()), true, "0x1 get_Property('a', object, out)"},
+        {"a node as VT_UNKNOWN", Unk(property.get()), true, "0x1 get_Property('a', object, out)"},
         {"a node by reference", Raw(VT_BYREF | VT_DISPATCH, &node), true,
          "0x1 get_Property('a', object, out)"},
         {"no object", Obj(nullptr), true, "0x1 get_Property('a', null, out)"},
-        {"an object that is no node", Obj(&map), false, ""},
+        {"an object that is no node", Obj(map.get()), false, ""},
         {"that by reference", Raw(VT_BYREF | VT_DISPATCH, &foreign), false, ""},
         {"a number", I4(4), false, ""},
         {"zero", I4(0), false, ""},
@@ -146,11 +146,11 @@ TEST_F(InvokeTest, FindsAnOperationByIdAndKind) {
 }
 
 TEST_F(InvokeTest, GivesResultsAndPassesReferences) {
-    property.record.object = &property;
+    property.record.object = property.get();
     EXPECT_EQ(Get(0x7D1).On(property_type.get(), &property).result, Str(L"given"));
     EXPECT_EQ(Get(0x7D2).On(property_type.get(), &property).result, Str(L"given"));
     EXPECT_EQ(Get(0x1A).On(property_type.get(), &property).result, I4(77)) << "int is VT_I4";
-    EXPECT_EQ(Method(8, {Str(L"a")}).On(property_type.get(), &property).result, Obj(&property));
+    EXPECT_EQ(Method(8, {Str(L"a")}).On(property_type.get(), &property).result, Obj(property.get()));
     EXPECT_EQ(property.references(), 1u);
     LateCall unwanted = Method(8, {Str(L"a")});
     unwanted.wants_result = false;
@@ -163,16 +163,16 @@ TEST_F(InvokeTest, GivesResultsAndPassesReferences) {
     EXPECT_EQ(Get(0x7D2).On(property_type.get(), &property).result, Nothing());
     EXPECT_EQ(Method(8, {Str(L"a")}).On(property_type.get(), &property).result.object(), nullptr);
 
-    CriticalSectionDouble section;
+    Recorder<ICriticalSection> section;
     const Ref<ITypeInfo> section_type = TypeOf<ICriticalSection>(library);
     EXPECT_EQ(V_VT(&Get(4).On(section_type.get(), &section).result.get()), VT_I8)
         << "as wide as a window handle";
-    TimelinesDouble timelines;
+    Recorder<ITimelines> timelines;
     const Outcome duration = Get(0x18).On(TypeOf<ITimelines>(library).get(), &timelines);
     EXPECT_EQ(duration.result.kind(), VT_I8);
     EXPECT_EQ(duration.result.get().llVal, 1LL << 40);
 
-    MediaObjectDouble media;
+    Recorder<IMediaObject> media;
     const Ref<ITypeInfo> media_type = TypeOf<IMediaObject>(library);
     LONG start = 42;
     EXPECT_EQ(Method(6, {Obj(nullptr), Raw(VT_BYREF | VT_I4, &start)}).On(media_type.get(), &media).status,
@@ -215,13 +215,13 @@ TEST_F(InvokeTest, SaysWhichArgumentIsBad) {
     EXPECT_EQ(outcome.status, DISP_E_TYPEMISMATCH);
     if (outcome.bad == Outcome::kUnset) GTEST_SKIP() << "this system doesn't tell";
     EXPECT_EQ(outcome.bad, 1u);
-    EXPECT_EQ(Get(1, {Str(L"a"), Obj(&map)}).On(map_type.get(), &map).bad, 0u);
-    EXPECT_EQ(Get(1, {Obj(&property), Obj(&property)}).On(map_type.get(), &map).bad, 1u);
+    EXPECT_EQ(Get(1, {Str(L"a"), Obj(map.get())}).On(map_type.get(), &map).bad, 0u);
+    EXPECT_EQ(Get(1, {Obj(property.get()), Obj(property.get())}).On(map_type.get(), &map).bad, 1u);
 }
 
 /// Where this layer and others differ, this is what callers rely on.
 TEST_F(InvokeTest, GivesBackThroughAVariant) {
-    MediaObjectDouble media;
+    Recorder<IMediaObject> media;
     Value place = Str(L"10");
     const Outcome outcome = Method(6, {Obj(nullptr), Raw(VT_BYREF | VT_VARIANT, &place)})
                                 .On(TypeOf<IMediaObject>(library).get(), &media);

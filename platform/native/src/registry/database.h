@@ -3,6 +3,7 @@
 #pragma once
 
 #include <sqlite3.h>
+#include <windows.h>
 
 #include <array>
 #include <chrono>
