@@ -2,23 +2,13 @@
 #pragma once
 
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include "support/environment.h"
+#include "support/files.h"
 #include "support/names.h"
 
 namespace bv::test {
-
-inline std::string ReadAll(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-inline void WriteAll(const std::filesystem::path& file, const std::string& text) {
-    std::ofstream(file, std::ios::binary) << text;
-}
 
 struct Outcome {
     int exit_code;

@@ -1,7 +1,7 @@
 // What is registered on the machine: components of the application's categories, filters of the media
 // framework's.
-#include "platform/probe.h"
 #include "support/doubles.h"
+#include "support/registry.h"
 
 namespace bv::test {
 namespace {
@@ -193,36 +193,21 @@ TEST_F(MediaTypeTest, DescribesASoundFormat) {
     EXPECT_EQ(type->get_Description(nullptr), E_POINTER);
 }
 
-/// Puts another type at its last end, as an object that belongs to a player may.
-class OwnerThatComesBack : public Fake<IUnknown> {
-public:
-    IAMMediaType* type = nullptr;
-    int came_back = 0;
-    STDMETHODIMP_(ULONG) Release() override {
-        const ULONG left = Fake::Release();
-        if (left == 1 && type && came_back++ == 0) {
-            BYTE block[] = {7};
-            AM_MEDIA_TYPE media = {};
-            media.cbFormat = 1;
-            media.pbFormat = block;
-            EXPECT_EQ(type->SetMedia(&media), S_OK);
-        }
-        return left;
-    }
-};
-
 TEST_F(MediaTypeTest, ATypeMayBeSetWhileTheOldOneGoes) {
-    OwnerThatComesBack owner;
+    ComesBack owner;
     BYTE block[] = {1, 2, 3};
     AM_MEDIA_TYPE media = {};
     media.pUnk = owner.unknown();
     media.cbFormat = 3;
     media.pbFormat = block;
     ASSERT_EQ(type->SetMedia(&media), S_OK);
-    owner.type = type.get();
     media.pUnk = nullptr;
+    owner.last_end = [&] {
+        media.cbFormat = 1;
+        EXPECT_EQ(type->SetMedia(&media), S_OK);
+    };
     ASSERT_EQ(type->SetMedia(&media), S_OK);
-    EXPECT_EQ(owner.came_back, 1);
+    EXPECT_FALSE(owner.last_end);
     EXPECT_EQ(owner.references(), 1u);
     AM_MEDIA_TYPE* copy = nullptr;
     ASSERT_EQ(type->GetMedia(&copy), S_OK);

@@ -1,13 +1,11 @@
 // .tlc files: what is written, what comes back, and what a file from outside can do.
 #include <climits>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "support/cuts.h"
 #include "support/doubles.h"
 #include "support/environment.h"
+#include "support/files.h"
 #include "support/names.h"
 
 namespace bv::test {
@@ -20,15 +18,6 @@ constexpr wchar_t kSource[] = L"BVSchema.Timelines.1";
 constexpr bool kIsWindows = fs::path::preferred_separator == '\\';
 constexpr char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"Windows-1251\" ?>";
 
-std::string Read(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-void Write(const fs::path& path, const std::string& bytes) {
-    std::ofstream(path, std::ios::binary).write(bytes.data(), std::streamsize(bytes.size()));
-}
 /// A document with this between its tags.
 std::string File(const std::string& inside) {
     return std::string(kDeclaration) + "<Timelines>" + inside + "</Timelines>";
@@ -39,7 +28,7 @@ protected:
     HRESULT Save(const fs::path& path) { return cuts->Save(Text(WideName(path))); }
     HRESULT Load(const fs::path& path) { return cuts->Load(Text(WideName(path))); }
     HRESULT LoadBytes(const std::string& bytes) {
-        Write(file, bytes);
+        WriteAll(file, bytes);
         return Load(file);
     }
     void ExpectNotLoaded(const std::string& bytes) {
@@ -69,7 +58,7 @@ protected:
 
 TEST_F(FilesTest, AnEmptyListIsOneLine) {
     ASSERT_EQ(Save(file), S_OK);
-    EXPECT_EQ(Read(file), File(""));
+    EXPECT_EQ(ReadAll(file), File(""));
     Add(1, 2);
     ASSERT_EQ(Load(file), S_OK);
     EXPECT_EQ(Count(), 0);
@@ -78,7 +67,7 @@ TEST_F(FilesTest, AnEmptyListIsOneLine) {
 TEST_F(FilesTest, FilesOfBothPlatformsAreAlike) {
     AddTwo(L"D:\\cut 1 & <more>.avi");
     ASSERT_EQ(Save(file), S_OK);
-    EXPECT_EQ(Read(file), Golden(kIsWindows ? "cuts_windows.tlc" : "cuts_linux.tlc"));
+    EXPECT_EQ(ReadAll(file), Golden(kIsWindows ? "cuts_windows.tlc" : "cuts_linux.tlc"));
     const std::string kept = Kept();
     for (const char* other : {"cuts_windows.tlc", "cuts_linux.tlc"}) {
         ASSERT_EQ(Load(DataFolder() / "golden" / other), S_OK);
@@ -121,7 +110,7 @@ TEST_F(FilesTest, NamesOfTheNarrowPageComeBack) {
         EXPECT_EQ(Kept(), kept);
         EXPECT_EQ(At(1).Find(L"TimelineOutputMediaName").Value(), Str(c.name));
         if (kIsWindows && c.cyrillic && !plain) {
-            EXPECT_EQ(Read(file), Golden("cuts_windows_1251.tlc"));
+            EXPECT_EQ(ReadAll(file), Golden("cuts_windows_1251.tlc"));
         }
     }
     // A Windows file in 1251 is read everywhere.
@@ -222,7 +211,7 @@ TEST_F(FilesTest, EveryKindIsTakenOrLeavesNothing) {
 TEST_F(FilesTest, WhatIsNoFileOfCutsLeavesAnEmptyList) {
     AddTwo(L"a.avi");
     ASSERT_EQ(Save(file), S_OK);
-    const std::string whole = Read(file);
+    const std::string whole = ReadAll(file);
     for (size_t length = 0; length < whole.size(); length += kInFull ? 1 : 13)
         ExpectNotLoaded(whole.substr(0, length));
     for (const std::string& bytes :
@@ -240,7 +229,7 @@ TEST_F(FilesTest, DeepNestingIsRefused) {
 }
 
 TEST_F(FilesTest, AFileThatClaimsMuchIsRefused) {
-    Write(file, "<Timelines>");
+    WriteAll(file, "<Timelines>");
     fs::resize_file(file, kInFull ? 1u << 30 : 1u << 24);
     EXPECT_EQ(Load(file), E_FAIL);
     EXPECT_EQ(Count(), 0);

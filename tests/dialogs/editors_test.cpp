@@ -1,11 +1,11 @@
 // The editor library that ships: what is typed, and what of it the node holds then.
 #include <cstdio>
 #include <cstring>
-#include <fstream>
 
 #include "dialogs/dialogs.h"
 #include "dialogs/editor_library.h"
 #include "support/environment.h"
+#include "support/files.h"
 #include "support/node.h"
 
 namespace bv::test {
@@ -26,7 +26,7 @@ protected:
     /// Shows the editor to a person who types this; gives what it says.
     static std::string Type(const Node& node, const std::string& lines) {
         const std::string file = (TempFolder() / "typed.txt").string();
-        std::ofstream(file, std::ios::binary) << lines;
+        WriteAll(file, lines);
         EXPECT_NE(std::freopen(file.c_str(), "r", stdin), nullptr);
         testing::internal::CaptureStdout();
         EXPECT_EQ(node->ShowDialog(), S_OK) << "whatever was typed";

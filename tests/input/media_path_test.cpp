@@ -1,22 +1,13 @@
 // An input: what was found out about it, and how long that stays.
-#include <fstream>
-
 #include "support/doubles.h"
 #include "support/environment.h"
+#include "support/files.h"
 #include "support/names.h"
 
 namespace bv::test {
 namespace {
 
 namespace fs = std::filesystem;
-
-void WriteFile(const fs::path& path, const std::string& bytes) {
-    std::ofstream(path, std::ios::binary) << bytes;
-}
-std::string ReadFile(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 class MediaPathTest : public testing::Test {
 protected:
@@ -34,7 +25,7 @@ protected:
     static fs::path CacheFile(const std::wstring& name) { return BinFolder() / PathOf(name + L".idx"); }
     fs::path Source(const char* name, size_t bytes) {
         fs::create_directories(folder);
-        WriteFile(folder / name, std::string(bytes, 's'));
+        WriteAll(folder / name, std::string(bytes, 's'));
         return folder / name;
     }
     static void PutBlob(const Node& input, const std::string& bytes, int kind = 7) {
@@ -195,19 +186,8 @@ TEST_F(SampleTest, AProcessHas201OfThem) {
     EXPECT_EQ(PutSample(inputs[0]), S_OK);
 }
 
-/// Puts another path, and another sample, at its last end.
-class OwnerThatComesBack : public Fake<IUnknown> {
-public:
-    std::function<void()> last_end;
-    STDMETHODIMP_(ULONG) Release() override {
-        const ULONG left = Fake::Release();
-        if (left == 1 && last_end) std::exchange(last_end, nullptr)();
-        return left;
-    }
-};
-
 TEST_F(SampleTest, MayBePutAgainWhileTheOldOneGoes) {
-    OwnerThatComesBack coming_back;
+    ComesBack coming_back;
     type.pUnk = coming_back.unknown();
     ASSERT_EQ(PutSample(input), S_OK);
     type.pUnk = owner.unknown();
@@ -246,14 +226,14 @@ TEST_F(MediaPathTest, TheIndexGoesIntoAFileBesideTheModule) {
     const std::wstring idx = Save(input);
     ASSERT_EQ(idx.size(), 38u);
     EXPECT_EQ(idx.front(), L'{');
-    const std::string bytes = ReadFile(CacheFile(idx));
+    const std::string bytes = ReadAll(CacheFile(idx));
     ASSERT_EQ(bytes.size(), 16u + 5);
     EXPECT_EQ(bytes.substr(0, 12), std::string("\x2C\x01\0\0\0\0\0\0\x07\0\0\0", 12));
     EXPECT_EQ(bytes.substr(16), "index");
     EXPECT_NE(input.Xml().find("<IDX value='" + Narrow(idx) + "' type='8'>"), std::string::npos);
     PutBlob(input, "another");
     EXPECT_EQ(Save(input), idx) << "the name stays";
-    EXPECT_EQ(ReadFile(CacheFile(idx)).substr(16), "another");
+    EXPECT_EQ(ReadAll(CacheFile(idx)).substr(16), "another");
 
     const Blob again = BlobOf(Reopen(source, idx));
     EXPECT_EQ(again.kind, 7);
@@ -304,7 +284,7 @@ TEST_F(MediaPathTest, ACacheOfAnotherSourceOrADamagedOneGoes) {
     const std::wstring idx = L"{00000000-0000-0000-0000-000000000001}";
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what + std::to_string(c.file.size()));
-        WriteFile(CacheFile(idx), c.file);
+        WriteAll(CacheFile(idx), c.file);
         const Node opened = Reopen(source, idx);
         EXPECT_EQ(BlobOf(opened).there, c.good);
         EXPECT_EQ(BlobOf(opened).bytes, c.good ? c.file.substr(16) : "");
@@ -312,7 +292,7 @@ TEST_F(MediaPathTest, ACacheOfAnotherSourceOrADamagedOneGoes) {
         EXPECT_EQ(opened.Find(L"IDX").Value(), Str(idx)) << "the name stays as it is";
     }
     // One that was loaded is replaced, whatever comes of the reading.
-    WriteFile(CacheFile(idx), header + "index");
+    WriteAll(CacheFile(idx), header + "index");
     const Node opened = Reopen(source, idx);
     Source("a.avi", 301);
     opened.As<ISettingsWriter>()->ReadExtraData(nullptr);
@@ -326,12 +306,12 @@ TEST_F(MediaPathTest, AFolderIsKnownByTheSizesInIt) {
     Source("one", 100);
     Source("two", 23);
     fs::create_directories(folder / "below");
-    WriteFile(folder / "below" / "three", "not counted");
+    WriteAll(folder / "below" / "three", "not counted");
     ASSERT_EQ(input.Put(Str(WideName(folder))), S_OK);
     PutBlob(input, "index");
     const std::wstring idx = Save(input);
-    EXPECT_EQ(ReadFile(CacheFile(idx)).substr(0, 8), std::string("\x7B\0\0\0\0\0\0\0", 8));
-    WriteFile(folder / "below" / "four", "not counted either");
+    EXPECT_EQ(ReadAll(CacheFile(idx)).substr(0, 8), std::string("\x7B\0\0\0\0\0\0\0", 8));
+    WriteAll(folder / "below" / "four", "not counted either");
     EXPECT_TRUE(BlobOf(Reopen(folder, idx)).there);
     Source("five", 1);
     EXPECT_FALSE(BlobOf(Reopen(folder, idx)).there);
@@ -339,7 +319,7 @@ TEST_F(MediaPathTest, AFolderIsKnownByTheSizesInIt) {
     ASSERT_EQ(input.Put(Str(WideName(folder / "gone"))), S_OK);
     PutBlob(input, "index");
     const std::wstring of_nothing = Save(input);
-    EXPECT_EQ(ReadFile(CacheFile(of_nothing)).substr(0, 8), std::string(8, '\0'));
+    EXPECT_EQ(ReadAll(CacheFile(of_nothing)).substr(0, 8), std::string(8, '\0'));
 }
 
 TEST_F(MediaPathTest, AFolderMayBeRelativeOrLong) {
@@ -357,13 +337,13 @@ TEST_F(MediaPathTest, AFolderMayBeRelativeOrLong) {
     };
     for (const fs::path& source : {below, relative, deep}) {
         SCOPED_TRACE(source.native().size());
-        WriteFile(source / "one", std::string(100, 's'));
-        WriteFile(source / "two", std::string(23, 's'));
+        WriteAll(source / "one", std::string(100, 's'));
+        WriteAll(source / "two", std::string(23, 's'));
         const Node node = CreateNode(clsid::PropertyMediaPath);
         ASSERT_EQ(node.Put(Str(wide(source))), S_OK);
         PutBlob(node, "index");
         const std::wstring idx = Save(node);
-        EXPECT_EQ(ReadFile(CacheFile(idx)).substr(0, 8), std::string("\x7B\0\0\0\0\0\0\0", 8));
+        EXPECT_EQ(ReadAll(CacheFile(idx)).substr(0, 8), std::string("\x7B\0\0\0\0\0\0\0", 8));
     }
     fs::current_path(before);
 }
@@ -423,7 +403,7 @@ TEST_F(MediaPathTest, AnIdxValueThatIsNoNameTouchesNoFile) {
     };
     for (const std::wstring& idx : hostile) {
         SCOPED_TRACE(Narrow(idx));
-        WriteFile(victim, header + "victim");
+        WriteAll(victim, header + "victim");
         const Node opened = Reopen(source, idx);
         EXPECT_FALSE(BlobOf(opened).there) << "reading stops";
         PutBlob(opened, "index");
@@ -435,7 +415,7 @@ TEST_F(MediaPathTest, AnIdxValueThatIsNoNameTouchesNoFile) {
         EXPECT_EQ(made.size(), 38u) << "writing makes a new name";
         EXPECT_EQ(CacheFiles(), std::vector<fs::path>{CacheFile(made)});
         fs::remove(CacheFile(made));
-        EXPECT_EQ(ReadFile(victim), header + "victim");
+        EXPECT_EQ(ReadAll(victim), header + "victim");
     }
     // A value of another kind is taken as its text.
     ASSERT_EQ(input.Put(Str(WideName(source))), S_OK);

@@ -74,9 +74,7 @@ protected:
         root.Give(media.dispatch());
     }
     void TearDown() override { root.Give(nullptr); }
-    void Add(const wchar_t* name, CLSID cls) {
-        ASSERT_EQ(root.As<IEnumProperties>()->InsertProperty(Text(name), &cls, nullptr), S_OK);
-    }
+    void Add(const wchar_t* name, CLSID cls) { AddChild(root, name, cls); }
     /// Which of the three are shown: "AiI".
     std::string Shown() const {
         std::string shown;

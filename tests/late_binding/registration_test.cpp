@@ -1,13 +1,12 @@
 // What registering and unregistering the built module leave in the registry.
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <map>
 #include <sstream>
 
 #include "late_binding/library.h"
-#include "platform/probe.h"
+#include "support/environment.h"
+#include "support/files.h"
 #include "support/names.h"
 #include "support/registry.h"
 
@@ -38,13 +37,11 @@ std::wstring KeyOf(REFCLSID cls) { return L"CLSID\\" + TextOf(cls); }
 /// The built module in a folder of the test, once its bytes were changed.
 template <class Change>
 fs::path Copied(const char* folder, Change change) {
-    std::ifstream original(BinFolder() / PathOf(kModuleFile), std::ios::binary);
-    std::string bytes(fs::file_size(BinFolder() / PathOf(kModuleFile)), 0);
-    original.read(bytes.data(), std::streamsize(bytes.size()));
+    std::string bytes = ReadAll(BinFolder() / PathOf(kModuleFile));
     change(bytes);
     const fs::path copy = TempFolder() / folder / PathOf(kModuleFile);
     fs::create_directories(copy.parent_path());
-    std::ofstream(copy, std::ios::binary) << bytes;
+    WriteAll(copy, bytes);
     return copy;
 }
 /// The bytes of the module's type library.
@@ -220,7 +217,7 @@ TEST_F(RegistrationTest, TakesTheLibraryBesideTheModuleWhenItHasNone) {
     EXPECT_TRUE(Exists(KeyOf(clsid::PropertyWatermarkImageSize))) << "the classes are there";
     EXPECT_FALSE(Exists(library));
 
-    std::ofstream(beside, std::ios::binary) << bytes;
+    WriteAll(beside, bytes);
     EXPECT_EQ(Register(module), S_OK);
     EXPECT_EQ(Read(library_path), WideName(beside));
     EXPECT_EQ(Unregister(module), S_OK);
@@ -259,7 +256,7 @@ TEST_F(RegistrationTest, FindsTheLibraryByVersionAndFile) {
     const std::string bytes = LibraryBytes();
     const auto load = [&](const std::string& content) {
         const fs::path file = TempFolder() / "library.tlb";
-        std::ofstream(file, std::ios::binary) << content;
+        WriteAll(file, content);
         return LoadTypeLib(WideName(file).c_str(), found.Put());
     };
     EXPECT_EQ(load(bytes), S_OK);

@@ -3,7 +3,6 @@
 
 #include "module/script.h"
 
-#include "platform/probe.h"
 #include "support/registry.h"
 
 namespace bv::test {

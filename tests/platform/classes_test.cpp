@@ -2,11 +2,11 @@
 #include <gmock/gmock.h>
 
 #include <cstring>
-#include <fstream>
 #include <thread>
 
 #include "platform/probe.h"
 #include "support/doubles.h"
+#include "support/files.h"
 #include "support/names.h"
 
 namespace bv::test {
@@ -81,7 +81,7 @@ TEST(Classes, AFoundClassStaysWithItsModule) {
 
 TEST(Classes, StatusesOfWhatCannotBeCreated) {
     const std::filesystem::path text = TempFolder() / "module.txt";
-    std::ofstream(text) << "This is no module.";
+    WriteAll(text, "This is no module.");
     const struct {
         const char* what;
         std::wstring module;

@@ -6,11 +6,11 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
 #include "support/environment.h"
+#include "support/files.h"
 #include "support/names.h"
 
 namespace {
@@ -29,12 +29,9 @@ protected:
         return path;
     }
     void Make(const std::string& name, const std::string& text) const {
-        std::ofstream(folder_ / name, std::ios::binary) << text;
+        bv::test::WriteAll(folder_ / name, text);
     }
-    std::string Contents(const std::string& name) const {
-        std::ifstream in(folder_ / name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(in), {}};
-    }
+    std::string Contents(const std::string& name) const { return bv::test::ReadAll(folder_ / name); }
     /// The names that a mask finds, sorted.
     std::vector<std::string> Found(const std::string& mask) const {
         WIN32_FIND_DATAW entry;
@@ -149,7 +146,7 @@ TEST_F(FileTest, APathMayBeAsLongAsTheSystemsAre) {
         << "the folder for tests is too long";
     fs::create_directories(folder);
     fs::path media = folder / letters;
-    std::ofstream(media += ".avi") << "12345";
+    bv::test::WriteAll(media += ".avi", "12345");
 
     wchar_t path[MAX_PATH] = {};
     wide(folder).copy(path, MAX_PATH - 1);

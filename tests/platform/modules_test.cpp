@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <fstream>
 
 #include "platform/probe.h"
+#include "support/files.h"
 #include "support/names.h"
 
 namespace bv::test {
@@ -32,7 +32,7 @@ TEST_F(Modules, EachLoadIsGivenBack) {
 
 TEST_F(Modules, WhatCannotBeLoadedSaysWhy) {
     const std::filesystem::path text = TempFolder() / "text.bin";
-    std::ofstream(text) << "no module, but long enough to be looked at, which takes sixty-four bytes or so";
+    WriteAll(text, "no module, but long enough to be looked at, which takes sixty-four bytes or so");
     const struct {
         std::wstring name;
         DWORD error;

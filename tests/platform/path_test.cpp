@@ -1,5 +1,5 @@
 // Operations on paths as text. Paths with a drive or a backslash give the same everywhere; what begins with
-// "/" is a path of its own kind on one platform only, and its rows say what each gives.
+// "/" is a path of its own kind on one platform only.
 #include <windows.h>
 //
 #include <gtest/gtest.h>
@@ -9,7 +9,11 @@
 #include <string>
 #include <vector>
 
+#include "support/names.h"
+
 namespace {
+
+using bv::test::Split;
 
 /// True where "/" begins an absolute path.
 bool SlashIsRoot() { return !PathIsRelativeA("/x"); }
@@ -59,177 +63,72 @@ std::string WithoutExtension(const std::string& path) {
     return After(path, [](char* buffer) { return PathRemoveExtensionA(buffer), 1; });
 }
 
-/// One path taken apart.
-struct Parts {
-    const char* path;
-    bool relative;
-    const char* folder;     // "-": nothing to cut
-    const char* separated;  // ending in a separator
-    const char* bare;       // without its extension
-    const char* name;
-};
-
-void Check(const Parts& parts) {
-    SCOPED_TRACE(parts.path);
-    EXPECT_EQ(PathIsRelativeA(parts.path) != 0, parts.relative);
-    EXPECT_EQ(Folder(parts.path), parts.folder);
-    EXPECT_EQ(WithSeparator(parts.path), parts.separated);
-    EXPECT_EQ(WithoutExtension(parts.path), parts.bare);
-    EXPECT_STREQ(PathFindFileNameA(parts.path), parts.name);
-    EXPECT_EQ(parts.path + std::strlen(parts.bare), PathFindExtensionA(parts.path));
+/// Runs `check` over the rows of a table, "a = b = c", a "|" between two rows of a line.
+template <class Check>
+void Each(const char* table, Check check) {
+    for (const std::string& line : Split(table, "\n"))
+        for (const std::string& row : Split(line, " | ")) {
+            SCOPED_TRACE(row);
+            check(Split(row, " = "));
+        }
 }
 
 TEST(Path, ComesApart) {
-    const Parts rows[] = {
-        {"C:\\a\\b.txt", false, "C:\\a", "C:\\a\\b.txt\\", "C:\\a\\b", "b.txt"},
-        {"C:\\a.b\\c", false, "C:\\a.b", "C:\\a.b\\c\\", "C:\\a.b\\c", "c"},
-        {"C:\\a\\", false, "C:\\a", "C:\\a\\", "C:\\a\\", "a\\"},
-        {"C:\\a", false, "C:\\", "C:\\a\\", "C:\\a", "a"},
-        {"C:\\", false, "-", "C:\\", "C:\\", "C:\\"},
-        {"C:", false, "-", "C:\\", "C:", "C:"},
-        {"C:a", false, "C:", "C:a\\", "C:a", "a"},
-        {"\\a", false, "\\", "\\a\\", "\\a", "a"},
-        {"\\", false, "-", "\\", "\\", "\\"},
-        {"\\\\srv\\share\\a.b", false, "\\\\srv\\share", "\\\\srv\\share\\a.b\\", "\\\\srv\\share\\a", "a.b"},
-        {"\\\\srv", false, "\\\\", "\\\\srv\\", "\\\\srv", "srv"},
-        {"\\\\?\\C:\\a", false, "\\\\?\\C:\\", "\\\\?\\C:\\a\\", "\\\\?\\C:\\a", "a"},
-        {"a\\b", true, "a", "a\\b\\", "a\\b", "b"},
-        {"clip.test.avi", true, "", "clip.test.avi\\", "clip.test", "clip.test.avi"},
-        {"a/b.c", true, "", "a/b.c\\", "a/b", "b.c"},
-        {".a", true, "", ".a\\", "", ".a"},
-        {"a.b c", true, "", "a.b c\\", "a.b c", "a.b c"},
-        {"a.", true, "", "a.\\", "a", "a."},
-        {"", true, "-", "", "", ""}};
-    for (const Parts& row : rows) {
-        if (*row.path) {
-            Check(row);
-        } else {
-            EXPECT_TRUE(PathIsRelativeA(""));
-            EXPECT_EQ(Folder(""), "-");
-            EXPECT_EQ(WithSeparator(""), "");
-        }
-    }
-    struct Split {
-        Parts with_root, without;
+    // A path, its folder ("-": nothing to cut), its bare form without the extension, its name.
+    const auto check = [](const std::vector<std::string>& row) {
+        EXPECT_EQ(Folder(row[0]), row[1]);
+        EXPECT_EQ(WithoutExtension(row[0]), row[2]);
+        EXPECT_EQ(row[0].c_str() + row[2].size(), PathFindExtensionA(row[0].c_str()));
+        EXPECT_EQ(PathFindFileNameA(row[0].c_str()), row[3]);
+        const bool relative = std::string("/\\").find(row[0][0]) == std::string::npos && row[0][1] != ':';
+        EXPECT_EQ(PathIsRelativeA(row[0].c_str()) != 0, relative);
+        const bool ends = row[0].back() == (row[0][0] == '/' ? '/' : '\\');
+        EXPECT_EQ(WithSeparator(row[0]), row[0] + (ends ? "" : row[0][0] == '/' ? "/" : "\\"));
     };
-    const Split splits[] = {
-        {{"/a/b.txt", false, "/a", "/a/b.txt/", "/a/b", "b.txt"},
-         {"/a/b.txt", true, "", "/a/b.txt\\", "/a/b", "b.txt"}},
-        {{"/a", false, "/", "/a/", "/a", "a"}, {"/a", true, "", "/a\\", "/a", "a"}},
-        {{"/", false, "-", "/", "/", "/"}, {"/", true, "", "/\\", "/", "/"}},
-        {{"/a/", false, "/a", "/a/", "/a/", "a/"}, {"/a/", true, "", "/a/\\", "/a/", "a/"}},
-        {{"/a\\b.c", false, "/", "/a\\b.c/", "/a\\b", "a\\b.c"},
-         {"/a\\b.c", true, "/a", "/a\\b.c\\", "/a\\b", "b.c"}},
-        {{"/a.b/c", false, "/a.b", "/a.b/c/", "/a.b/c", "c"}, {"/a.b/c", true, "", "/a.b/c\\", "/a", "c"}},
-        {{"/a:b", false, "/", "/a:b/", "/a:b", "a:b"}, {"/a:b", true, "/a:", "/a:b\\", "/a:b", "b"}},
-        {{"/a//b", false, "/a", "/a//b/", "/a//b", "b"}, {"/a//b", true, "", "/a//b\\", "/a//b", "b"}}};
-    for (const Split& split : splits) Check(SlashIsRoot() ? split.with_root : split.without);
+    Each(R"(C:\a\b.txt = C:\a = C:\a\b = b.txt | C:\a.b\c = C:\a.b = C:\a.b\c = c | C:\a\ = C:\a = C:\a\ = a\
+C:\a = C:\ = C:\a = a | C:\ = - = C:\ = C:\ | C: = - = C: = C: | C:a = C: = C:a = a | \a = \ = \a = a | \ = - = \ = \
+\\srv\share\a.b = \\srv\share = \\srv\share\a = a.b | \\srv = \\ = \\srv = srv | \\?\C:\a = \\?\C:\ = \\?\C:\a = a
+a\b = a = a\b = b | clip.test.avi =  = clip.test = clip.test.avi | .a =  =  = .a | a.b c =  = a.b c = a.b c | a. =  = a = a.)",
+         check);
+    EXPECT_TRUE(PathIsRelativeA(""));
+    EXPECT_EQ(Folder(""), "-");
+    EXPECT_EQ(WithSeparator(""), "");
+    if (!SlashIsRoot()) return;
+    Each(
+        R"(/a/b.txt = /a = /a/b = b.txt | /a = / = /a = a | / = - = / = / | /a/ = /a = /a/ = a/ | /a\b.c = / = /a\b = a\b.c
+/a.b/c = /a.b = /a.b/c = c | /a:b = / = /a:b = a:b | /a//b = /a = /a//b = b)",
+        check);
 }
-
-struct Dots {
-    const char* path;
-    const char* canonical;
-};
-void Check(const Dots& row) { EXPECT_EQ(Canonical(row.path), row.canonical) << row.path; }
 
 TEST(Path, LosesItsDots) {
-    const Dots rows[] = {{"C:\\in\\sub\\..\\out", "C:\\in\\out"},
-                         {"C:\\a\\.\\b", "C:\\a\\b"},
-                         {"C:\\a\\..", "C:\\"},
-                         {"C:\\..\\b", "C:\\b"},
-                         {"C:\\a\\b\\..\\..\\..\\c", "C:\\c"},
-                         {"C:\\a\\..\\", "C:\\"},
-                         {"C:\\a\\b\\..", "C:\\a"},
-                         {"C:\\a\\\\..\\b", "C:\\a\\b"},
-                         {"C:\\a\\b\\c\\..\\", "C:\\a\\b\\"},
-                         {"C:", "C:\\"},
-                         {"C:\\a\\", "C:\\a\\"},
-                         {"C:\\a\\\\b", "C:\\a\\\\b"},
-                         {"\\\\s\\h\\a\\..\\x", "\\\\s\\h\\x"},
-                         {"\\\\s\\h\\..\\x", "\\\\s\\x"},
-                         {"\\\\s\\..\\x", "\\\\s\\x"},
-                         {"\\..\\a", "\\a"},
-                         {"..\\a", "..\\a"},
-                         {"a\\..\\b", "\\b"},
-                         {"a\\b\\..", "a"},
-                         {".\\a", "a"},
-                         {"..", ".."},
-                         {".", "."},
-                         {"...", "..."},
-                         {"a..b\\c", "a..b\\c"},
-                         {"a\\.b", "a\\.b"},
-                         {"", "\\"},
-                         {"C:\\a/../b", "C:\\a/../b"},
-                         {"a/../b", "a/../b"}};
-    for (const Dots& row : rows) Check(row);
-    if (!SlashIsRoot()) return Check(Dots{"/a/../b", "/a/../b"});
-    const Dots slash_rows[] = {{"/a/../b", "/b"},
-                               {"/a/./b", "/a/b"},
-                               {"/..", "/"},
-                               {"/a/..", "/"},
-                               {"/a/b/../", "/a/"},
-                               {"//a///b", "/a/b"},
-                               {"/a\\..\\b", "/a\\..\\b"},
-                               {"/", "/"},
-                               {"/../../a", "/a"},
-                               {"/a/.", "/a"},
-                               {"/a/..b", "/a/..b"}};
-    for (const Dots& row : slash_rows) Check(row);
-}
-
-struct Join {
-    const char* path;
-    const char* more;
-    const char* joined;
-};
-void Check(const Join& row) {
-    EXPECT_EQ(Appended(row.path, row.more), row.joined) << row.path << " + " << row.more;
+    const auto check = [](const std::vector<std::string>& row) { EXPECT_EQ(Canonical(row[0]), row[1]); };
+    Each(
+        R"(C:\in\sub\..\out = C:\in\out | C:\a\.\b = C:\a\b | C:\a\.. = C:\ | C:\..\b = C:\b | C:\a\b\..\..\..\c = C:\c
+C:\a\..\ = C:\ | C:\a\\..\b = C:\a\b | C:\a\b\c\..\ = C:\a\b\ | C: = C:\ | C:\a\\b = C:\a\\b | \\s\h\..\x = \\s\x
+\..\a = \a | ..\a = ..\a | a\..\b = \b | a\b\.. = a | .\a = a | .. = .. | . = . | a..b\c = a..b\c | a\.b = a\.b
+ = \ | C:\a/../b = C:\a/../b | a/../b = a/../b)",
+        check);
+    Each(
+        SlashIsRoot()
+            ? R"(/a/../b = /b | /a/./b = /a/b | /.. = / | /a/b/../ = /a/ | //a///b = /a/b | /a\..\b = /a\..\b | /a/. = /a)"
+            : "/a/../b = /a/../b",
+        check);
 }
 
 TEST(Path, IsJoined) {
-    const Join rows[] = {{"C:\\a", "b", "C:\\a\\b"},
-                         {"C:\\a\\", "b", "C:\\a\\b"},
-                         {"C:\\a", "\\b", "C:\\a\\b"},
-                         {"C:\\a", "\\\\b", "\\\\b"},
-                         {"C:\\a", "D:\\b", "D:\\b"},
-                         {"C:\\a", "D:b", "D:b"},
-                         {"C:\\a", "", "C:\\a"},
-                         {"C:\\a\\", "", "C:\\a\\"},
-                         {"", "b", "b"},
-                         {"", "\\b", "b"},
-                         {"", "C:\\b", "C:\\b"},
-                         {"", "", "\\"},
-                         {"C:\\a", "..\\b", "C:\\b"},
-                         {"C:\\in\\", "sub\\..\\out", "C:\\in\\out"},
-                         {"C:\\a", "..\\..\\..\\c", "C:\\c"},
-                         {"C:\\a", "..", "C:\\"},
-                         {"C:\\a", "b\\", "C:\\a\\b\\"},
-                         {"C:", "b", "C:\\b"},
-                         {"a", "b", "a\\b"},
-                         {"..", "b", "..\\b"},
-                         {"\\\\s\\h", "b", "\\\\s\\h\\b"},
-                         {"\\", "b", "\\b"},
-                         {"C:\\a", "b/c", "C:\\a\\b/c"},
-                         {"C:\\a", "\\", "C:\\a"}};
-    for (const Join& row : rows) Check(row);
-    if (!SlashIsRoot()) return Check(Join{"C:\\a", "/b", "C:\\a\\/b"});
-    const Join slash_rows[] = {{"/a", "b", "/a/b"},
-                               {"/a/", "b", "/a/b"},
-                               {"/", "b", "/b"},
-                               {"/in/", "sub\\..\\out", "/in/out"},
-                               {"/in", "sub/../out", "/in/out"},
-                               {"/a", "\\b", "/a/b"},
-                               {"/a", "../../..\\c", "/c"},
-                               {"/a", "", "/a"},
-                               {"/a\\b", "c", "/a\\b/c"},
-                               {"/a", "/b", "/b"},
-                               {"/a", "C:\\b", "C:\\b"},
-                               {"/a", "\\\\s\\h", "\\\\s\\h"},
-                               {"C:\\a", "/b", "/b"},
-                               {"", "/b", "/b"},
-                               {"/a", "b\\", "/a/b/"},
-                               {"/a", "*.*", "/a/*.*"}};
-    for (const Join& row : slash_rows) Check(row);
+    const auto check = [](const std::vector<std::string>& row) {
+        EXPECT_EQ(Appended(row[0], row[1]), row[2]);
+    };
+    Each(
+        R"(C:\a = b = C:\a\b | C:\a\ = b = C:\a\b | C:\a = \b = C:\a\b | C:\a = \\b = \\b | C:\a = D:\b = D:\b
+C:\a = D:b = D:b | C:\a =  = C:\a |  = \b = b |  =  = \ | C:\in\ = sub\..\out = C:\in\out | C:\a = ..\..\..\c = C:\c
+C:\a = b\ = C:\a\b\ | C: = b = C:\b | a = b = a\b | .. = b = ..\b | \\s\h = b = \\s\h\b | C:\a = b/c = C:\a\b/c | C:\a = \ = C:\a)",
+        check);
+    Each(SlashIsRoot()
+             ? R"(/a = b = /a/b | /a/ = b = /a/b | /in/ = sub\..\out = /in/out | /in = sub/../out = /in/out
+/a = \b = /a/b | /a = ../../..\c = /c | /a\b = c = /a\b/c | /a = /b = /b | /a = C:\b = C:\b | C:\a = /b = /b | /a = b\ = /a/b/)"
+             : R"(C:\a = /b = C:\a\/b)",
+         check);
 }
 
 TEST(Path, TakesAnExtensionOnce) {

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <thread>
 
-#include "platform/probe.h"
+#include "support/registry.h"
 
 namespace bv::test {
 namespace {

@@ -3,11 +3,10 @@
 #include <gtest/gtest.h>
 #include <msxml.h>
 
-#include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "support/environment.h"
+#include "support/files.h"
 #include "support/names.h"
 #include "support/node.h"
 
@@ -34,7 +33,7 @@ protected:
     }
     bool Load(const std::string& bytes) {
         const auto path = TempFolder() / "document.xml";
-        std::ofstream(path, std::ios::binary).write(bytes.data(), std::streamsize(bytes.size()));
+        WriteAll(path, bytes);
         return LoadFile(path);
     }
     Ref<IXMLDOMNode> Root() {

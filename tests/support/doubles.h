@@ -198,47 +198,75 @@ public:
     STDMETHODIMP QueryVendorInfo(LPWSTR*) override { return E_NOTIMPL; }
 };
 
+/// A double that lives while somebody holds it.
+template <class Double>
+class Heap final : public Double {
+public:
+    using Double::Double;
+    STDMETHODIMP_(ULONG) Release() override {
+        const ULONG left = Double::Release();
+        if (left == 0) {
+            this->AddRef();
+            delete this;
+        }
+        return left;
+    }
+};
+/// Makes one and gives it, as a class object does.
+template <class Double, class... Args>
+HRESULT MakeNew(REFIID iid, void** out, Args&&... args) {
+    auto* made = new Heap<Double>(std::forward<Args>(args)...);
+    const HRESULT status = made->QueryInterface(iid, out);
+    made->Release();
+    return status;
+}
+
+/// A double made of a node of the server's, as component authors do it: what it doesn't answer, the node does.
+template <class Double>
+class Around : public Double {
+public:
+    explicit Around(REFCLSID cls) {
+        EXPECT_EQ(
+            CoCreateInstance(cls, this->unknown(), CLSCTX_INPROC_SERVER, kIid<IUnknown>, inner.PutVoid()),
+            S_OK);
+    }
+    ~Around() override { inner = {}; }
+    Ref<IUnknown> inner;
+
+private:
+    bool TakeMore(REFIID iid, void** out) override {
+        if (!inner || FAILED(inner->QueryInterface(iid, out))) return false;  // none yet while it is made
+        this->Release();                                                      // the query has counted on us
+        return true;
+    }
+};
+
 /// Creates filters for a class id while it lives. Their settings are a node of the server, as of filters
 /// outside it.
 class FilterWithSettings {
 public:
     FilterWithSettings(REFCLSID filter, REFCLSID settings)
         : class_(filter, [filter, settings](IUnknown*, REFIID iid, void** out) {
-              auto* object = new Filter(filter, settings);
-              const HRESULT status = object->QueryInterface(iid, out);
-              object->Release();
-              return status;
+              return MakeNew<Filter>(iid, out, filter, settings);
           }) {}
 
 private:
-    class Filter final : public FilterDouble<IFilterEntry> {
+    class Filter : public Around<FilterDouble<IFilterEntry>> {
     public:
-        Filter(REFCLSID filter, REFCLSID settings) {
-            id = filter;
-            EXPECT_EQ(
-                CoCreateInstance(settings, unknown(), CLSCTX_INPROC_SERVER, kIid<IUnknown>, node_.PutVoid()),
-                S_OK);
-        }
-        STDMETHODIMP_(ULONG) Release() override {
-            const ULONG left = FilterDouble::Release();
-            if (left == 0) {
-                AddRef();  // the node's end counts up and down on us
-                node_ = {};
-                delete this;
-            }
-            return left;
-        }
-
-    private:
-        bool TakeMore(REFIID iid, void** out) override {
-            if (!node_ || FAILED(node_->QueryInterface(iid, out))) return false;  // none yet while it is made
-            Release();  // the query has counted on us
-            return true;
-        }
-        Ref<IUnknown> node_;
+        Filter(REFCLSID filter, REFCLSID settings) : Around(settings) { id = filter; }
     };
-
     ClassDouble class_;
+};
+
+/// Does something at its last end, as an object that belongs to a player may.
+class ComesBack : public Fake<IUnknown> {
+public:
+    std::function<void()> last_end;
+    STDMETHODIMP_(ULONG) Release() override {
+        const ULONG left = Fake::Release();
+        if (left == 1 && last_end) std::exchange(last_end, nullptr)();
+        return left;
+    }
 };
 
 }  // namespace bv::test

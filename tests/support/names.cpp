@@ -28,4 +28,13 @@ std::filesystem::path PathOf(std::wstring_view name) {
     return PathOf(std::string_view(utf8.data(), size_t(size)));
 }
 
+std::vector<std::string> Split(const std::string& text, const std::string& separator) {
+    std::vector<std::string> parts;
+    size_t begin = 0;
+    for (size_t end = 0; (end = text.find(separator, begin)) != text.npos; begin = end + separator.size())
+        parts.push_back(text.substr(begin, end - begin));
+    parts.push_back(text.substr(begin));
+    return parts;
+}
+
 }  // namespace bv::test

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace bv::test {
 
@@ -18,5 +19,8 @@ inline std::string ShellWord(const std::filesystem::path& path) { return ShellWo
 
 /// Runs a command of the system's shell, in UTF-8. What std::system gives.
 int RunShell(const std::string& utf8);
+
+/// The parts of a text between separators; one without a separator is one part.
+std::vector<std::string> Split(const std::string& text, const std::string& separator);
 
 }  // namespace bv::test

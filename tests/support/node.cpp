@@ -156,6 +156,15 @@ std::string Node::Xml() const {
     return stream.text;
 }
 
+HRESULT InsertChild(const Node& above, CLSID cls, const wchar_t* name, IProperty** out) {
+    return above.As<IEnumProperties>()->InsertProperty(Text(name), &cls, out);
+}
+Node AddChild(const Node& above, const wchar_t* name, CLSID cls) {
+    Ref<IProperty> added;
+    EXPECT_EQ(InsertChild(above, cls, name, added.Put()), S_OK);
+    return Node(std::move(added));
+}
+
 // --- Dump ---
 
 namespace {

@@ -143,6 +143,9 @@ Ref<I> New(REFCLSID cls) {
     return object;
 }
 inline Node CreateNode(REFCLSID cls) { return Node(New<IProperty>(cls)); }
+/// Hangs a new node of a class below another; the status, or the node where it has to work.
+HRESULT InsertChild(const Node& above, CLSID cls, const wchar_t* name = L"child", IProperty** out = nullptr);
+Node AddChild(const Node& above, const wchar_t* name, CLSID cls = clsid::PropertySimple);
 
 /// Name, class, title, type, value, choices, description, extension and flags of a node and all below it, a
 /// line each, as tests/golden has them.

@@ -3,10 +3,11 @@
 #include <functional>
 #include <thread>
 
-#include "platform/probe.h"
 #include "support/doubles.h"
+#include "support/environment.h"
 #include "support/names.h"
 #include "support/node.h"
+#include "support/registry.h"
 
 namespace bv::test {
 namespace {

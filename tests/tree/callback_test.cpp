@@ -6,21 +6,6 @@
 namespace bv::test {
 namespace {
 
-/// A double that lives while somebody holds it.
-template <class Double>
-class Heap final : public Double {
-public:
-    using Double::Double;
-    STDMETHODIMP_(ULONG) Release() override {
-        const ULONG left = Double::Release();
-        if (left == 0) {
-            this->AddRef();
-            delete this;
-        }
-        return left;
-    }
-};
-
 /// A foreign node that calls back, once, when it is asked in one of several ways.
 class CallingNode : public ForeignNodeOf<ISettingsWriter> {
 public:
@@ -68,37 +53,19 @@ private:
     }
 };
 
-Node AddChild(const Node& above, const wchar_t* name, CLSID cls = clsid::PropertySimple) {
-    Ref<IProperty> added;
-    EXPECT_EQ(above.As<IEnumProperties>()->InsertProperty(Text(name), &cls, added.Put()), S_OK);
-    return Node(std::move(added));
-}
-
-/// The class object of a class of ours, also while a double stands for it.
-Ref<IClassFactory> ClassObjectOf(REFCLSID cls) {
-    Ref<IClassFactory> factory;
-    EXPECT_EQ(CoGetClassObject(cls, CLSCTX_INPROC_SERVER, nullptr, kIid<IClassFactory>, factory.PutVoid()),
-              S_OK);
-    return factory;
-}
-
 /// An object around a node of ours, which answers some interfaces itself.
-class Around : public Fake<ISettingsWriter> {
+class Answering : public Around<Fake<ISettingsWriter>> {
 public:
-    explicit Around(IClassFactory* factory) {
-        EXPECT_EQ(factory->CreateInstance(unknown(), kIid<IUnknown>, inner.PutVoid()), S_OK);
-    }
-    ~Around() override { inner = {}; }
-    Ref<IUnknown> inner;
+    using Around::Around;
     bool writes = false;
     Ref<IEnumProperties> children;  // null: the node's own
 
     STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
-        *out = nullptr;
         if (iid == kIid<IEnumProperties> && children) return children->QueryInterface(iid, out);
-        if (iid == kIid<IUnknown> || (iid == kIid<ISettingsWriter> && writes))
-            return Fake::QueryInterface(iid, out);
-        return inner ? inner->QueryInterface(iid, out) : E_NOINTERFACE;
+        *out = nullptr;
+        if (iid == kIid<ISettingsWriter> && !writes)
+            return inner ? inner->QueryInterface(iid, out) : E_NOINTERFACE;
+        return Around::QueryInterface(iid, out);
     }
     STDMETHODIMP WriteXml(ISequentialStream* stream) override {
         const std::string_view text = "<around/>\n";
@@ -162,7 +129,8 @@ TEST_F(CallbackTest, EntriesMayGoWhileAValueIsSearched) {
     /// An entry that empties its list.
     class Entry : public Fake<IListItem> {
     public:
-        IListOfValues* list = nullptr;
+        explicit Entry(IListOfValues* of) : list(of) {}
+        IListOfValues* list;
         STDMETHODIMP get_Name(BSTR* out) override {
             *out = SysAllocString(L"label");
             return S_OK;
@@ -179,11 +147,7 @@ TEST_F(CallbackTest, EntriesMayGoWhileAValueIsSearched) {
     const auto list = node.As<IListOfValues>();
     {
         const ClassDouble foreign(clsid::ListItem, [&](IUnknown*, REFIID iid, void** out) {
-            auto* entry = new Heap<Entry>;
-            entry->list = list.get();
-            const HRESULT status = entry->QueryInterface(iid, out);
-            entry->Release();
-            return status;
+            return MakeNew<Entry>(iid, out, list.get());
         });
         for (int i = 0; i < 3; ++i) ASSERT_EQ(list->AddItem(Text(L"x"), I4(i).get()), S_OK);
     }
@@ -247,17 +211,13 @@ TEST_F(CallbackTest, AnExtensionMayBeReplacedWhileItIsAsked) {
 }
 
 TEST_F(CallbackTest, WhatAnObjectAroundANodeAnswersItselfIsAsked) {
-    const auto factory = ClassObjectOf(clsid::PropertySimple);
     const ClassDouble maker(kNoClass, [&](IUnknown*, REFIID iid, void** out) {
-        auto* around = new Heap<Around>(factory.get());
-        const HRESULT status = around->QueryInterface(iid, out);
-        around->Release();
-        return status;
+        return MakeNew<Answering>(iid, out, clsid::PropertySimple);
     });
     const Node top = CreateNode(clsid::PropertySimple), other = CreateNode(clsid::PropertySimple);
     AddChild(other, L"others");
     const Node node = AddChild(top, L"around", kNoClass);
-    auto* around = static_cast<Around*>(static_cast<ISettingsWriter*>(node.As<IUnknown>().get()));
+    auto* around = static_cast<Answering*>(static_cast<ISettingsWriter*>(node.As<IUnknown>().get()));
     EXPECT_EQ(top.Find(L"AROUND").get(), node.get());
     EXPECT_EQ(node.Parent().get(), top.get());
     around->writes = true;
@@ -270,8 +230,7 @@ TEST_F(CallbackTest, WhatAnObjectAroundANodeAnswersItselfIsAsked) {
 
 /// What an object around a node lets go is nobody's any more.
 TEST_F(CallbackTest, AnObjectAroundANodeMayLetItGo) {
-    const auto factory = ClassObjectOf(clsid::PropertySimple);
-    auto* around = new Heap<Around>(factory.get());
+    auto* around = new Heap<Answering>(clsid::PropertySimple);
     const Node top = CreateNode(clsid::PropertySimple);
     Add(top, around->unknown());
     around->inner = {};
@@ -399,10 +358,7 @@ TEST_F(CallbackTest, AnotherClassMayStandForSimpleNodes) {
     int made = 0;
     const ClassDouble other(clsid::PropertySimple, [&](IUnknown*, REFIID iid, void** out) {
         ++made;
-        auto* node = new Heap<SimpleDouble>;
-        const HRESULT status = node->QueryInterface(iid, out);
-        node->Release();
-        return status;
+        return MakeNew<SimpleDouble>(iid, out);
     });
     for (size_t i = 0; i < std::size(trees); ++i) ExpectAlike(CreateNode(trees[i]), own[i]);
     EXPECT_GT(made, 10);

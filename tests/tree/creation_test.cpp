@@ -2,8 +2,8 @@
 #include <memory>
 #include <thread>
 
-#include "platform/probe.h"
 #include "support/doubles.h"
+#include "support/registry.h"
 
 namespace bv::test {
 namespace {
@@ -16,29 +16,22 @@ struct Refusing {
     ClassDouble object;
 };
 
-HRESULT Insert(const Node& parent, CLSID cls) {
-    IProperty* child = nullptr;
-    const HRESULT status = parent.As<IEnumProperties>()->InsertProperty(Text(L"child"), &cls, &child);
-    if (child) child->Release();
-    return status;
-}
-
 TEST(CreationTest, WhoStandsForAClassServesTheNextCreation) {
     NothingLeft no_leaks;
     const Node parent = CreateNode(clsid::PropertySimple);
     for (int round = 0; round < 2; ++round) {  // the second time the class has been created both ways before
-        ASSERT_EQ(Insert(parent, clsid::PropertyLenExt), S_OK);
+        ASSERT_EQ(InsertChild(parent, clsid::PropertyLenExt), S_OK);
         {
             Refusing stand_in(clsid::PropertyLenExt);
-            EXPECT_EQ(Insert(parent, clsid::PropertyLenExt), E_ABORT);
-            EXPECT_EQ(Insert(parent, clsid::PropertySize), S_OK) << "another class";
+            EXPECT_EQ(InsertChild(parent, clsid::PropertyLenExt), E_ABORT);
+            EXPECT_EQ(InsertChild(parent, clsid::PropertySize), S_OK) << "another class";
             EXPECT_EQ(stand_in.asked, 1);
         }
-        EXPECT_EQ(Insert(parent, clsid::PropertyLenExt), S_OK);
+        EXPECT_EQ(InsertChild(parent, clsid::PropertyLenExt), S_OK);
     }
     {  // what every node holds: a node without a value list isn't made
         Refusing stand_in(clsid::ListOfValues);
-        EXPECT_EQ(Insert(parent, clsid::PropertyLenExt), E_ABORT);
+        EXPECT_EQ(InsertChild(parent, clsid::PropertyLenExt), E_ABORT);
         EXPECT_EQ(stand_in.asked, 1);
     }
 }
@@ -75,8 +68,8 @@ TEST(CreationTest, AComponentMayChangeWhatTheRestOfTheJobIsMadeOf) {
 
 TEST(CreationTest, AThreadThatMayNotCreateGetsNoChild) {
     const Node parent = CreateNode(clsid::PropertySimple);
-    ASSERT_EQ(Insert(parent, clsid::PropertySimple), S_OK);
-    std::thread([&] { EXPECT_EQ(Insert(parent, clsid::PropertySimple), CO_E_NOTINITIALIZED); }).join();
+    ASSERT_EQ(InsertChild(parent, clsid::PropertySimple), S_OK);
+    std::thread([&] { EXPECT_EQ(InsertChild(parent, clsid::PropertySimple), CO_E_NOTINITIALIZED); }).join();
 }
 
 }  // namespace

@@ -100,25 +100,8 @@ TEST_F(LifetimeTest, AParentCanBeReplacedAndTakenBack) {
     EXPECT_FALSE(ParentOf(child));
 }
 
-/// An outer object that holds an inner one, with a node of its own in front of it on demand.
-class Outer : public Fake<IUnknown> {
-public:
-    explicit Outer(REFCLSID cls) {
-        status = CoCreateInstance(cls, unknown(), CLSCTX_INPROC_SERVER, kIid<IUnknown>, inner.PutVoid());
-    }
-    Ref<IUnknown> inner;
-    HRESULT status;
-
-protected:
-    STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
-        if (iid == kIid<IUnknown> || !inner) return Fake::QueryInterface(iid, out);
-        return inner->QueryInterface(iid, out);
-    }
-};
-
 TEST_F(LifetimeTest, AnAggregatedNodeAnswersForItsOuter) {
-    Outer outer(clsid::PropertyOutput);
-    ASSERT_EQ(outer.status, S_OK);
+    Around<Fake<IUnknown>> outer(clsid::PropertyOutput);
     {
         const Node node(outer.inner.As<IProperty>());
         EXPECT_EQ(node.As<IUnknown>().get(), outer.unknown());

@@ -1,10 +1,10 @@
 // Output formats and actions: what a job makes of what is registered, and of components that fail.
 #include <algorithm>
-#include <fstream>
 
-#include "platform/probe.h"
 #include "support/doubles.h"
+#include "support/files.h"
 #include "support/names.h"
+#include "support/registry.h"
 
 namespace bv::test {
 namespace {
@@ -77,7 +77,7 @@ TEST_F(FormatsTest, AFirstThatCantBeUsedIsChosenAsleep) {
 
 TEST_F(FormatsTest, ComponentsThatFailAreLeftOut) {
     const std::filesystem::path text = TempFolder() / "no_module.bin";
-    std::ofstream(text) << "no module, but long enough to be looked at, which takes sixty-four bytes or so";
+    WriteAll(text, "no module, but long enough to be looked at, which takes sixty-four bytes or so");
     const TestClass no_file(Id(10), WideName(TempFolder() / "gone.bin"));
     const TestClass no_module(Id(11), WideName(text));
     const TestClass lacks_exports(Id(12),
@@ -110,44 +110,21 @@ TEST(NoFormatTest, AJobStandsWithoutFormats) {
     EXPECT_EQ(CreateNode(clsid::PropertyMain).Xml(), Golden("main.xml"));
 }
 
-/// A component that is made of a node of the server's, as component authors do it.
-class MadeOf final : public Fake<IOutputFormatInfo, IActionObject> {
+/// A format and an action.
+class Component : public Fake<IOutputFormatInfo, IActionObject> {
 public:
-    static auto Maker(REFCLSID cls, int& made) {
-        return [cls, &made](IUnknown*, REFIID iid, void** out) {
-            ++made;
-            auto* object = new MadeOf(cls);
-            const HRESULT status = object->QueryInterface(iid, out);
-            object->Release();
-            return status;
-        };
-    }
     STDMETHODIMP GetFormatInfo(BSTR*, BSTR*) override { return E_NOTIMPL; }
     STDMETHODIMP GetClassID(GUID*) override { return E_NOTIMPL; }
     STDMETHODIMP SetOwner(IProperty*) override { return S_OK; }
     STDMETHODIMP SetMediaObject(IDispatch*) override { return S_OK; }
-    STDMETHODIMP_(ULONG) Release() override {
-        const ULONG left = Fake::Release();
-        if (left == 0) {
-            AddRef();  // the node's end counts up and down on us
-            node_ = {};
-            delete this;
-        }
-        return left;
-    }
-
-private:
-    explicit MadeOf(REFCLSID cls) {
-        EXPECT_EQ(CoCreateInstance(cls, unknown(), CLSCTX_INPROC_SERVER, kIid<IUnknown>, node_.PutVoid()),
-                  S_OK);
-    }
-    bool TakeMore(REFIID iid, void** out) override {
-        if (!node_ || FAILED(node_->QueryInterface(iid, out))) return false;
-        Release();  // the query has counted on us
-        return true;
-    }
-    Ref<IUnknown> node_;
 };
+/// Makes components of a node of the server's.
+auto MakerOf(REFCLSID cls, int& made) {
+    return [cls, &made](IUnknown*, REFIID iid, void** out) {
+        ++made;
+        return MakeNew<Around<Component>>(iid, out, cls);
+    };
+}
 
 TEST(RegisteredTest, AComponentMayBeMadeOfTheListThatItIsIn) {
     const TestKey formats(HKEY_CLASSES_ROOT, CategoryPath(category::OutputFormats));
@@ -163,8 +140,8 @@ TEST(RegisteredTest, AComponentMayBeMadeOfTheListThatItIsIn) {
     NothingLeft no_leaks;
     for (const CLSID& list : lists) {
         int formats_made = 0, actions_made = 0;
-        const ClassDouble format(Id(0), MadeOf::Maker(list, formats_made));
-        const ClassDouble action(Id(1), MadeOf::Maker(list, actions_made));
+        const ClassDouble format(Id(0), MakerOf(list, formats_made));
+        const ClassDouble action(Id(1), MakerOf(list, actions_made));
         const Node root = CreateNode(clsid::PropertyMain);
         EXPECT_EQ(root.Child(0).Choices().size(), 1u) << "the lists themselves are no formats";
         EXPECT_EQ(root.Child(1).Child(1).Children().size(), 5u);

@@ -6,19 +6,13 @@
 namespace bv::test {
 namespace {
 
-Node AddTo(const Node& above, const wchar_t* name, CLSID cls = clsid::PropertySimple) {
-    Ref<IProperty> added;
-    EXPECT_EQ(above.As<IEnumProperties>()->InsertProperty(Text(name), &cls, added.Put()), S_OK);
-    return Node(std::move(added));
-}
-
 /// top: a (x, b (x)), held h (x, y), c, foreign
 class SearchTest : public testing::Test {
 protected:
     SearchTest() {
         held->SetInfo(Text(L"h"), Nothing().get());
-        AddTo(held, L"x");
-        AddTo(held, L"y");
+        AddChild(held, L"x");
+        AddChild(held, L"y");
         EXPECT_EQ(top.Put(Obj(held.get())), S_OK);
     }
     Node Find(const wchar_t* name) const { return top.Find(name); }
@@ -28,11 +22,11 @@ protected:
     ForeignNode inner{L"Inner"}, foreign{L"f"};
     FakeMedia media;
     Node top = CreateNode(clsid::PropertySimple);
-    Node a = AddTo(top, L"a");
-    Node ax = AddTo(a, L"x");
-    Node b = AddTo(a, L"b");
-    Node bx = AddTo(b, L"x");
-    Node c = AddTo(top, L"c");
+    Node a = AddChild(top, L"a");
+    Node ax = AddChild(a, L"x");
+    Node b = AddChild(a, L"b");
+    Node bx = AddChild(b, L"x");
+    Node c = AddChild(top, L"c");
     Node held = CreateNode(clsid::PropertySimple);
 };
 
@@ -76,7 +70,7 @@ TEST_F(SearchTest, WithAMediaObjectFindsActiveNodesOfTheWholeJob) {
 TEST_F(SearchTest, ForeignNodesAreSearchedThroughTheirInterfaces) {
     {
         const Node under = CreateNode(clsid::PropertySimple);
-        AddTo(under, L"deep");
+        AddChild(under, L"deep");
         foreign.children = under.As<IEnumProperties>();
     }
     inner.value = Obj(held.get());
@@ -109,7 +103,7 @@ TEST_F(SearchTest, AWalkPassesANodeOnceThatHangsBelowItself) {
     const auto take = [&](const Node& above) {
         above.As<IEnumProperties>()->RemoveByName(Text(L"loop"), nullptr);
     };
-    const Node filters = AddTo(c, L"filters", clsid::PropertyFilters);
+    const Node filters = AddChild(c, L"filters", clsid::PropertyFilters);
     const auto list = filters.As<IEnumObject>();
     IUnknown *node = filters.get(), *itself = list.get();
     const struct {
@@ -239,7 +233,7 @@ TEST_F(SearchTest, TheMediaObjectReachesEveryChoice) {
     FormatDouble format(L"f");
     const auto list = top.As<IListOfValues>();
     const Node choice = CreateNode(clsid::PropertySimple);
-    const Node below = AddTo(choice, L"OfChoice");
+    const Node below = AddChild(choice, L"OfChoice");
     ASSERT_EQ(list->AddItem(Text(L"one"), Obj(choice.get()).get()), S_OK);
     ASSERT_EQ(list->AddItem(Text(L"two"), Unk(format.unknown()).get()), S_OK);
     ASSERT_EQ(list->AddItem(Text(L"three"), I4(3).get()), S_OK);

@@ -17,12 +17,7 @@ protected:
         EXPECT_EQ(node.Put(value), S_OK);
         return node.Xml();
     }
-    Node Child(const wchar_t* name) {
-        CLSID cls = clsid::PropertySimple;
-        Ref<IProperty> child;
-        EXPECT_EQ(node.As<IEnumProperties>()->InsertProperty(Text(name), &cls, child.Put()), S_OK);
-        return Node(child);
-    }
+    Node Child(const wchar_t* name) { return AddChild(node, name); }
     NothingLeft no_leaks;
     Node node = CreateNode(clsid::PropertySimple);
 };
@@ -232,26 +227,8 @@ TEST_F(SettingsXmlTest, AStreamThatIsKeptKeepsTheModule) {
     EXPECT_TRUE(ModuleCanGo());
 }
 
-/// Is a node of ours in all but what it writes.
-class OuterWriter : public WriterDouble {
-public:
-    OuterWriter() {
-        EXPECT_EQ(CoCreateInstance(clsid::PropertySimple, unknown(), CLSCTX_INPROC_SERVER, kIid<IUnknown>,
-                                   inner.PutVoid()),
-                  S_OK);
-    }
-    Ref<IUnknown> inner;
-
-private:
-    bool TakeMore(REFIID iid, void** out) override {
-        if (!inner || FAILED(inner->QueryInterface(iid, out))) return false;
-        Release();  // the query has counted on us
-        return true;
-    }
-};
-
 TEST_F(SettingsXmlTest, AnObjectAroundANodeWritesForIt) {
-    OuterWriter outer;
+    Around<WriterDouble> outer(clsid::PropertySimple);  // a node of ours in all but what it writes
     outer.text = "<mine/>\n";
     const auto list = node.As<IEnumProperties>();
     ASSERT_EQ(list->AddObject(Text(L"child"), node.get(), outer.unknown()), S_OK);
@@ -264,7 +241,6 @@ TEST_F(SettingsXmlTest, AnObjectAroundANodeWritesForIt) {
     ASSERT_EQ(choices->Clear(), S_OK);
     ASSERT_EQ(node.Put(Nothing()), S_OK);
     outer.kept = {};
-    outer.inner = {};
 }
 
 TEST_F(SettingsXmlTest, AStreamThatFailsIsTheCallersAffair) {

@@ -5,16 +5,11 @@
 namespace bv::test {
 namespace {
 
-HRESULT Insert(const Node& parent, CLSID cls) {
-    Ref<IProperty> child;
-    return parent.As<IEnumProperties>()->InsertProperty(Text(L"child"), &cls, child.Put());
-}
-
 TEST(Route, ServesTheContextsThatItIsRegisteredFor) {
     NothingLeft no_leaks;
     int children = 0, lists = 0;
     const Node parent = CreateNode(clsid::PropertySimple);
-    ASSERT_EQ(Insert(parent, clsid::PropertyLenExt), S_OK);
+    ASSERT_EQ(InsertChild(parent, clsid::PropertyLenExt), S_OK);
     // Children may come from any server, value lists from one of this process.
     const ClassDouble child(
         clsid::PropertyLenExt, [&](IUnknown*, REFIID, void**) { return ++children, E_ABORT; },
@@ -22,8 +17,8 @@ TEST(Route, ServesTheContextsThatItIsRegisteredFor) {
     const ClassDouble list(
         clsid::ListOfValues, [&](IUnknown*, REFIID, void**) { return ++lists, E_ABORT; },
         CLSCTX_LOCAL_SERVER);
-    EXPECT_EQ(Insert(parent, clsid::PropertyLenExt), E_ABORT);
-    EXPECT_EQ(Insert(parent, clsid::PropertySize), S_OK);
+    EXPECT_EQ(InsertChild(parent, clsid::PropertyLenExt), E_ABORT);
+    EXPECT_EQ(InsertChild(parent, clsid::PropertySize), S_OK);
     EXPECT_EQ(children, 1);
     EXPECT_EQ(lists, 0);
 }
@@ -31,14 +26,14 @@ TEST(Route, ServesTheContextsThatItIsRegisteredFor) {
 TEST(Route, ServesOneCreationIfItIsForOne) {
     NothingLeft no_leaks;
     const Node parent = CreateNode(clsid::PropertySimple);
-    ASSERT_EQ(Insert(parent, clsid::PropertyLenExt), S_OK);
+    ASSERT_EQ(InsertChild(parent, clsid::PropertyLenExt), S_OK);
     ClassDouble once(CLSID{1, 2, 3, {}}, [](IUnknown*, REFIID, void**) { return E_ABORT; });
     DWORD cookie = 0;
     ASSERT_EQ(
         CoRegisterClassObject(clsid::PropertyLenExt, &once, CLSCTX_INPROC_SERVER, REGCLS_SINGLEUSE, &cookie),
         S_OK);
-    EXPECT_EQ(Insert(parent, clsid::PropertyLenExt), E_ABORT);
-    EXPECT_EQ(Insert(parent, clsid::PropertyLenExt), S_OK);
+    EXPECT_EQ(InsertChild(parent, clsid::PropertyLenExt), E_ABORT);
+    EXPECT_EQ(InsertChild(parent, clsid::PropertyLenExt), S_OK);
     EXPECT_EQ(CoRevokeClassObject(cookie), CO_E_OBJNOTREG);
 }
 
@@ -49,7 +44,7 @@ TEST(Route, AClassThatIsNoLongerRegisteredIsCreatedUntilTheModuleGoes) {
     {
         NothingLeft no_leaks;
         const Node parent = CreateNode(clsid::PropertySimple);
-        EXPECT_EQ(Insert(parent, clsid::PropertySimple), S_OK);
+        EXPECT_EQ(InsertChild(parent, clsid::PropertySimple), S_OK);
     }
     CoFreeUnusedLibrariesEx(0, 0);
     CoFreeUnusedLibrariesEx(0, 0);

@@ -4,13 +4,13 @@
 #include <gtest/gtest.h>
 #include <oleauto.h>
 
-#include <fstream>
 #include <string>
 
 #include <sys/stat.h>
 
 #include "automation/typelib_format.h"
 #include "support/environment.h"
+#include "support/files.h"
 #include "support/names.h"
 
 namespace {
@@ -65,7 +65,7 @@ TEST(TypeLibrary, WhatIsNoFileIsRefusedWithoutWaiting) {
 TEST(TypeLibrary, AChainOfBasesMayBeAsLongAsThereAreTypes) {
     constexpr unsigned kMost = 32767;
     const fs::path path = bv::test::TempFolder() / "chain.tlb";
-    std::ofstream(path, std::ios::binary) << Chain(kMost);
+    bv::test::WriteAll(path, Chain(kMost));
     ITypeLib* library = nullptr;
     ASSERT_EQ(LoadTypeLib(bv::test::WideName(path).c_str(), &library), S_OK);
     EXPECT_EQ(library->GetTypeInfoCount(), kMost);
