@@ -226,6 +226,13 @@ TEST_F(FilesTest, DeepNestingIsRefused) {
     for (int i = 0; i < 100000; ++i) deep += "<Timeline>";
     for (int i = 0; i < 100000; ++i) deep += "</Timeline>";
     ExpectNotLoaded(deep);
+    // What lies deeper than a reader goes is passed over, where the document may be so deep at all.
+    for (const auto& [depth, count] : {std::pair(200, 1), {400, 0}}) {
+        deep = "<Timeline/>";
+        for (int i = 0; i < depth; ++i) deep = "<a>" + deep + "</a>";
+        LoadBytes(deep);
+        EXPECT_EQ(Count(), count) << depth;
+    }
 }
 
 TEST_F(FilesTest, AFileThatClaimsMuchIsRefused) {

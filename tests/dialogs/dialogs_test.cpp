@@ -7,6 +7,7 @@
 #include "dialogs/dialogs.h"
 #include "support/doubles.h"
 #include "support/environment.h"
+#include "support/names.h"
 #include "support/own.h"
 #include "support/registry.h"
 
@@ -323,6 +324,56 @@ TEST_F(DialogTest, TheOutputFileBearsTheFormatsExtension) {
     person.answer = Folder() + "a.b.avi";
     EXPECT_EQ(name->ShowDialog(), S_OK);
     EXPECT_EQ(Narrow(name.Value().text()), Folder() + "a.b") << "a format without an extension";
+    name->SetMediaObject(nullptr);
+
+    // Without a media object of its own: what the first node above says that has one, or is one.
+    format.ending = L".up";
+    const Node above = CreateNode(clsid::PropertySimple), top = CreateNode(clsid::PropertySimple);
+    ASSERT_EQ(above->put_Parent(top.get()), S_OK);
+    Fake<IDispatch> no_node;
+    const struct {
+        IDispatch *parent, *of_top;
+        const char* filter;
+    } parents[] = {{above.get(), nullptr, ""},
+                   {above.get(), media.dispatch(), "Video N(*.up)|*.up|"},
+                   {&no_node, nullptr, ""},
+                   {media.dispatch(), nullptr, "Video N(*.up)|*.up|"}};
+    for (const auto& c : parents) {
+        ASSERT_EQ(name->put_Parent(c.parent), S_OK);
+        ASSERT_EQ(top->SetMediaObject(c.of_top), S_OK);
+        EXPECT_EQ(name->ShowDialog(), S_OK);
+        EXPECT_EQ(person.filter, c.filter);
+    }
+    name->put_Parent(nullptr);
+}
+
+TEST_F(DialogTest, ARelativeNameOfACutCountsFromTheJobsFolder) {
+    FakeMedia media;
+    const Node name = MakeNode(clsid::PropertyOutputMediaName), folder = CreateNode(clsid::PropertySimple);
+    folder->SetInfo(Text(L"DestinationPath"), Nothing().get());
+    name->SetMediaObject(media.dispatch());
+    const std::wstring here = WideName(TempFolder() / "");
+    const std::string a = NewFile("a.avi"), b = NewFile("b.avi");  // a dialog starts from what is there
+    const struct {
+        const wchar_t* node;
+        std::wstring folder, stored;
+        std::string start, without_job;
+    } cases[] = {{L"Cut", here, L"a.avi", a, ""},       {L"Cut", here, L"", Narrow(here), ""},
+                 {L"Cut", here, here + L"b.avi", b, b}, {L"Cut", L"", L"a.avi", "", ""},
+                 {L"Cut", here, L"none.avi", "", ""},   {L"OutputMediaName", here, L"a.avi", "", ""}};
+    for (const bool in_job : {false, true}) {
+        if (in_job) {
+            ASSERT_EQ(media.map()->InsertProperty(folder.get()), S_OK);
+        }
+        for (const auto& c : cases) {
+            SCOPED_TRACE(Narrow(c.stored));
+            ASSERT_EQ(name->SetInfo(Text(c.node), Nothing().get()), S_OK);
+            ASSERT_EQ(folder.Put(Str(c.folder)), S_OK);
+            ASSERT_EQ(name.Put(Str(c.stored)), S_OK);
+            EXPECT_EQ(name->ShowDialog(), S_FALSE);
+            EXPECT_EQ(person.start, in_job ? c.start : c.without_job);
+        }
+    }
     name->SetMediaObject(nullptr);
 }
 

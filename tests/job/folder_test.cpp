@@ -50,6 +50,29 @@ TEST_F(FolderTest, CountsFromTheInputsFolder) {
     }
 }
 
+TEST_F(FolderTest, AnotherFolderCountsFromTheJobsOutput) {
+    const Node other = CreateNode(clsid::PropertyFolder);
+    ASSERT_EQ(other.Put(Str(L"in")), S_OK);
+    EXPECT_EQ(other.Value(), Str(L"in")) << "no job in reach";
+    ASSERT_EQ(root.As<IMainMediaPath>()->SetMediaPath(other.get()), S_OK);
+    ASSERT_EQ((*this)[L"DestinationPath"].Put(Str(L"C:\\folder")), S_OK);
+    const struct {
+        Value mode, name;
+        const wchar_t* value;
+    } cases[] = {{I4(1), Str(L"C:\\result\\a.avi"), L"C:\\result\\in"},
+                 {Str(L"1"), Str(L"C:\\a.avi"), L"C:\\in"},
+                 {I4(1), Str(L"a.avi"), L"in"},
+                 {I4(1), Nothing(), L"in"},
+                 {I4(2), Str(L"C:\\result\\a.avi"), L"C:\\folder\\in"},
+                 {Str(L"x"), Str(L"C:\\result\\a.avi"), L"C:\\folder\\in"}};
+    for (const auto& c : cases) {
+        ASSERT_EQ((*this)[L"Mode"].Put(c.mode), S_OK);
+        ASSERT_EQ((*this)[L"OutputMediaName"].Put(c.name), S_OK);
+        EXPECT_EQ(other.Value(), Str(c.value));
+    }
+    other.Give(nullptr);
+}
+
 TEST_F(FolderTest, FoldersThatCountFromEachOtherCountOnce) {
     ASSERT_EQ((*this)[L"Mode"].Put(I4(2)), S_OK);
     const Node destination = (*this)[L"DestinationPath"], other = CreateNode(clsid::PropertyFolder);

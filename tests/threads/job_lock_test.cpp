@@ -44,6 +44,22 @@ TEST_F(JobLockTest, ANewJobTakesAStopBack) {
     EXPECT_EQ(IsStop(), 0);
 }
 
+TEST_F(JobLockTest, ALockThatIsntThereCantBeEntered) {
+    const auto none = New<ICriticalSection>(clsid::CriticalSection);
+    for (const LONG which : {kOther, kWork}) {
+        EXPECT_EQ(none->Leave(which), E_UNEXPECTED);
+        EXPECT_EQ(none->Enter(which), E_UNEXPECTED);
+        EXPECT_EQ(lock->Enter(which), S_OK);
+        EXPECT_EQ(lock->Initialize(which), S_OK) << "it is there already";
+        EXPECT_EQ(lock->Leave(which), S_OK);
+    }
+    EXPECT_EQ(none->get_IsStop(nullptr), E_POINTER);
+    HWND window = nullptr, given = reinterpret_cast<HWND>(ULONG_PTR(7));
+    EXPECT_EQ(none->put_NotifyWnd(given), S_OK);
+    EXPECT_EQ(none->get_NotifyWnd(&window), S_OK);
+    EXPECT_EQ(window, given);
+}
+
 TEST_F(JobLockTest, KeepsOthersOut) {
     constexpr int kThreads = 4, kRounds = 2000;
     long counter = 0;  // plain: only the lock keeps it whole

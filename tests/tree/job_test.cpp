@@ -31,6 +31,9 @@ TEST_F(JobTest, ModeShowsWhatOneFileOrASeriesNeeds) {
              {L"DestinationPath", L"FileNamePattern", L"IsSplit", L"SplitLength", L"Exactly"})
             EXPECT_EQ((*this)[name].Shown(), c.series) << Narrow(name);
         EXPECT_TRUE((*this)[L"Overwrite"].Shown());
+        (*this)[L"OutputMediaName"]->put_IsHide(!c.series);
+        EXPECT_EQ((*this)[L"Mode"]->InitDefault(), S_OK) << "shows it anew";
+        EXPECT_EQ((*this)[L"OutputMediaName"].Shown(), !c.series);
     }
 }
 
