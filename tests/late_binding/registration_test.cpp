@@ -244,28 +244,5 @@ TEST_F(RegistrationTest, WithoutItsLibraryTheServerWorksOnByItsTables) {
     EXPECT_EQ(Get(2).On(mapper.get()).result, I4(0)) << "it is asked for anew";
 }
 
-TEST_F(RegistrationTest, FindsTheLibraryByVersionAndFile) {
-    ASSERT_EQ(Register(), S_OK);
-    Ref<ITypeLib> found;
-    EXPECT_EQ(LoadRegTypeLib(kTypeLibrary, 1, 0, 0x409, found.Put()), S_OK) << "no language has its own";
-    EXPECT_EQ(LoadRegTypeLib(kTypeLibrary, 2, 0, 0, found.Put()), TYPE_E_LIBNOTREGISTERED);
-    EXPECT_EQ(LoadRegTypeLib(kTypeLibrary, 1, 1, 0, found.Put()), TYPE_E_LIBNOTREGISTERED);
-    EXPECT_EQ(LoadRegTypeLib(clsid::Map, 1, 0, 0, found.Put()), TYPE_E_LIBNOTREGISTERED);
-
-    // The library as a file of its own, and what is none. Wine takes a file that begins as one at its word.
-    const std::string bytes = LibraryBytes();
-    const auto load = [&](const std::string& content) {
-        const fs::path file = TempFolder() / "library.tlb";
-        WriteAll(file, content);
-        return LoadTypeLib(WideName(file).c_str(), found.Put());
-    };
-    EXPECT_EQ(load(bytes), S_OK);
-    EXPECT_EQ(found->GetTypeInfoCount(), 81u);
-    EXPECT_TRUE(FAILED(load("")));
-    EXPECT_TRUE(FAILED(load("no library at all")));
-    EXPECT_EQ(LoadTypeLib(WideName(TempFolder() / "missing.tlb").c_str(), found.Put()),
-              TYPE_E_CANTLOADLIBRARY);
-}
-
 }  // namespace
 }  // namespace bv::test

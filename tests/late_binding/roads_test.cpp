@@ -172,25 +172,5 @@ TEST_F(RoadsTest, EndInTheOperationOfTheHeaders) {
     Check<IMediaSelecter>(6, 6);
 }
 
-TEST_F(RoadsTest, EachClassOfTheModuleIsInTheLibrary) {
-    ASSERT_TRUE(library);
-    struct Class {
-        const wchar_t* name;
-        CLSID id;
-    };
-    const Class expected[] = {
-#define BV_CLASS(Name, text) {L## #Name, clsid::Name},
-#include <bvschema/classes.def>
-#undef BV_CLASS
-    };
-    for (const Class& c : expected) {
-        Ref<ITypeInfo> type;
-        ASSERT_EQ(library->GetTypeInfoOfGuid(c.id, type.Put()), S_OK) << Narrow(c.name);
-        BSTR name = nullptr;
-        EXPECT_EQ(type->GetDocumentation(MEMBERID_NIL, &name, nullptr, nullptr, nullptr), S_OK);
-        EXPECT_EQ(Take(name), c.name);
-    }
-}
-
 }  // namespace
 }  // namespace bv::test

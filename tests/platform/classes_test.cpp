@@ -198,24 +198,6 @@ TEST(Classes, ThreadsCreateWhileAnotherFreesWhatIsUnused) {
     EXPECT_FALSE(IsLoaded(ProbePath()));
 }
 
-TEST(Classes, ProgramNames) {
-    const TestClass registered(kProbe, WideName(ProbePath()));
-    LPOLESTR name = nullptr;
-    EXPECT_EQ(ProgIDFromCLSID(kProbe, &name), REGDB_E_CLASSNOTREG);
-    EXPECT_EQ(name, nullptr);
-    registered.Put(L"ProgID", nullptr, L"BVProbe.Probe.1");
-    ASSERT_EQ(ProgIDFromCLSID(kProbe, &name), S_OK);
-    EXPECT_STREQ(name, L"BVProbe.Probe.1");
-    CoTaskMemFree(name);
-
-    CLSID id = kProbe;
-    EXPECT_EQ(CLSIDFromProgID(L"BVProbe.Probe.1", &id), CO_E_CLASSSTRING);
-    const TestKey program(HKEY_CLASSES_ROOT, L"BVProbe.Probe.1");
-    program.Put(L"CLSID", nullptr, TextOf(kProbe));
-    EXPECT_EQ(CLSIDFromProgID(L"BVProbe.Probe.1", &id), S_OK);
-    EXPECT_TRUE(IsEqualGUID(id, kProbe));
-}
-
 TEST(Ids, Texts) {
     const GUID id = {0x48ADEF10, 0x6C76, 0x40CE, {0x8D, 0x40, 0x34, 0x77, 0x19, 0x34, 0x78, 0x5D}};
     const wchar_t kText[] = L"{48ADEF10-6C76-40CE-8D40-34771934785D}";

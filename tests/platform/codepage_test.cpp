@@ -101,28 +101,30 @@ TEST(CodePage, EightBitPagesUseTheDefaultCharacter) {
 }
 
 TEST(CodePage, LengthsAndFailures) {
-    wchar_t wide[8] = {};
-    char narrow[8] = {};
-    const auto error_of = [](int result) { return result == 0 ? static_cast<int>(GetLastError()) : -result; };
-    EXPECT_EQ(MultiByteToWideChar(CP_UTF8, 0, "abc", -1, nullptr, 0), 4);
-    EXPECT_EQ(MultiByteToWideChar(CP_UTF8, 0, "abc", -1, wide, 4), 4);
-    EXPECT_EQ(std::wstring(wide), L"abc");
-    EXPECT_EQ(error_of(MultiByteToWideChar(CP_UTF8, 0, "abc", -1, wide, 3)), ERROR_INSUFFICIENT_BUFFER);
-    EXPECT_EQ(error_of(MultiByteToWideChar(kLatin, 0, "abc", -1, wide, 3)), ERROR_INSUFFICIENT_BUFFER);
-    EXPECT_EQ(error_of(MultiByteToWideChar(CP_UTF8, 0, "abc", 0, wide, 8)), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(error_of(MultiByteToWideChar(99999, 0, "abc", 3, wide, 8)), ERROR_INVALID_PARAMETER);
-
-    EXPECT_EQ(WideCharToMultiByte(CP_UTF8, 0, L"\x20AC", -1, nullptr, 0, nullptr, nullptr), 4);
-    EXPECT_EQ(WideCharToMultiByte(CP_UTF8, 0, L"\x20AC", -1, narrow, 4, nullptr, nullptr), 4);
-    EXPECT_EQ(std::string(narrow), "\xE2\x82\xAC");
-    EXPECT_EQ(error_of(WideCharToMultiByte(CP_UTF8, 0, L"a\x20AC", 2, narrow, 3, nullptr, nullptr)),
-              ERROR_INSUFFICIENT_BUFFER);
-    EXPECT_EQ(error_of(WideCharToMultiByte(kLatin, 0, L"abc", 3, narrow, 2, nullptr, nullptr)),
-              ERROR_INSUFFICIENT_BUFFER);
-    EXPECT_EQ(error_of(WideCharToMultiByte(kLatin, 0, L"abc", 0, narrow, 8, nullptr, nullptr)),
-              ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(error_of(WideCharToMultiByte(99999, 0, L"abc", 3, narrow, 8, nullptr, nullptr)),
-              ERROR_INVALID_PARAMETER);
+    const struct {
+        UINT page;
+        int size, room, result;  // below 0: the error
+    } cases[] = {{CP_UTF8, -1, 0, 4},
+                 {CP_UTF8, -1, 4, 4},
+                 {CP_UTF8, -1, 3, -ERROR_INSUFFICIENT_BUFFER},
+                 {kLatin, -1, 3, -ERROR_INSUFFICIENT_BUFFER},
+                 {CP_UTF8, 0, 8, -ERROR_INVALID_PARAMETER},
+                 {99999, 3, 8, -ERROR_INVALID_PARAMETER}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.page << ' ' << c.size << ' ' << c.room);
+        const auto check = [&](int result) {
+            EXPECT_EQ(result ? result : -static_cast<int>(GetLastError()), c.result);
+        };
+        wchar_t wide[8] = {};
+        char narrow[8] = {};
+        check(MultiByteToWideChar(c.page, 0, "abc", c.size, c.room ? wide : nullptr, c.room));
+        check(WideCharToMultiByte(c.page, 0, L"abc", c.size, c.room ? narrow : nullptr, c.room, nullptr,
+                                  nullptr));
+        if (c.room && c.result > 0) {
+            EXPECT_STREQ(wide, L"abc");
+            EXPECT_STREQ(narrow, "abc");
+        }
+    }
 }
 
 TEST(CodePage, TheNarrowPageIsTheOneThatItsNumberNames) {

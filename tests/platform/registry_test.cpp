@@ -153,15 +153,11 @@ TEST_F(Registry, ValuesAreReadInTheirKindAndSize) {
         EXPECT_EQ(type, DWORD(REG_SZ));
     }
     EXPECT_TRUE(seen) << "a value keeps the spelling of its first writing";
+    ASSERT_EQ(RegSetValueExA(key, "t", 0, REG_SZ, reinterpret_cast<const BYTE*>("text"), 4), ERROR_SUCCESS);
+    EXPECT_EQ(RegQueryValueExA(key, "t", nullptr, nullptr, nullptr, &size), ERROR_SUCCESS);
+    EXPECT_EQ(size, 5u) << "a text is ended for a caller who leaves that out";
     EXPECT_EQ(RegDeleteValueA(key, "number"), ERROR_SUCCESS);
     EXPECT_EQ(RegDeleteValueA(key, "number"), ERROR_FILE_NOT_FOUND);
-}
-
-TEST_F(Registry, TextsAreEndedForACallerWhoLeavesThatOut) {
-    ASSERT_EQ(RegSetValueExA(key, "t", 0, REG_SZ, reinterpret_cast<const BYTE*>("text"), 4), ERROR_SUCCESS);
-    DWORD size = 0;
-    EXPECT_EQ(RegQueryValueExA(key, "t", nullptr, nullptr, nullptr, &size), ERROR_SUCCESS);
-    EXPECT_EQ(size, 5u);
 }
 
 TEST_F(Registry, WrongHandlesAreRefused) {

@@ -3,14 +3,15 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <sstream>
 #include <string>
 
 #include "support/doubles.h"
+#include "support/names.h"
 
 namespace {
 
 using bv::test::Fake;
+using bv::test::Split;
 using bv::test::Value;
 
 Value Of(VARTYPE kind, LONGLONG bits = 0) {
@@ -155,19 +156,12 @@ Value Parsed(std::string text) {
     return holder;
 }
 
-std::vector<std::string> Split(const std::string& text, char separator) {
-    std::vector<std::string> parts;
-    std::istringstream stream(text);
-    for (std::string part; std::getline(stream, part, separator);) parts.push_back(part);
-    return parts;
-}
-
 /// A value for each line, and what it gives: "KIND value: KIND result|KIND result".
 void CheckValues(const char* table) {
-    for (const std::string& line : Split(table, '\n')) {
+    for (const std::string& line : Split(table, "\n")) {
         const size_t end = line.find(": ");
         const Value source = Parsed(line.substr(0, end));
-        for (std::string& expected : Split(line.substr(end + 2), '|')) {
+        for (std::string& expected : Split(line.substr(end + 2), "|")) {
             const VARTYPE kind = TakeKind(expected);
             EXPECT_EQ(Converted(source, kind), expected) << "to kind " << kind << ", line " << line;
         }
@@ -176,10 +170,10 @@ void CheckValues(const char* table) {
 /// From one kind to another, values with the same result behind each other:
 /// "value;value=result|value=result".
 void CheckChanges(const char* from, VARTYPE to, const char* table) {
-    for (const std::string& line : Split(table, '\n')) {
-        for (const std::string& group : Split(line, '|')) {
+    for (const std::string& line : Split(table, "\n")) {
+        for (const std::string& group : Split(line, "|")) {
             const size_t end = group.find('=');
-            for (const std::string& value : Split(group.substr(0, end), ';'))
+            for (const std::string& value : Split(group.substr(0, end), ";"))
                 EXPECT_EQ(Converted(Parsed(from + (' ' + value)), to), group.substr(end + 1))
                     << '"' << value << '"';
         }
