@@ -81,26 +81,17 @@ public:
     static void Forget() {
         RegDeleteTreeA(HKEY_CURRENT_USER, "Software\\Brenvaltide");
         RegDeleteTreeA(HKEY_CURRENT_USER, "Software\\Brenvaltide Software");
-        RegDeleteTreeA(HKEY_CLASSES_ROOT, kFormats);
     }
 
 protected:
-    static constexpr char kFormats[] =
-        "CLSID\\{3C78B8E0-6C50-11D0-A0E0-000EFA951B00}\\{3C78B8E2-6C5D-11D0-ADE1-0C0EFA951B04}";
+    const TestKey input_formats{HKEY_CLASSES_ROOT,
+                                L"CLSID\\" + TextOf(category::Root) + L"\\" + TextOf(category::InputFormats)};
 
-    static void AddFormat(int number, std::vector<std::string> extra) {
-        char path[300];
-        std::snprintf(path, sizeof path, "%s\\{00000000-0000-0000-0000-0000000000%02d}", kFormats, number);
-        for (size_t i = 0; i < extra.size(); ++i) {
-            HKEY key = nullptr;
-            const std::string name = std::string(path) + "\\" + std::to_string(i);
-            ASSERT_EQ(RegCreateKeyExA(HKEY_CLASSES_ROOT, name.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
-                                      &key, nullptr),
-                      ERROR_SUCCESS);
-            RegSetValueExA(key, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(extra[i].c_str()),
-                           DWORD(extra[i].size() + 1));
-            RegCloseKey(key);
-        }
+    void AddFormat(int number, const std::vector<const wchar_t*>& extra) {
+        for (size_t i = 0; i < extra.size(); ++i)
+            input_formats.Put(L"{00000000-0000-0000-0000-00000000000" + std::to_wstring(number) + L"}\\" +
+                                  std::to_wstring(i),
+                              nullptr, extra[i]);
     }
     static Node MakeNode(REFCLSID cls) { return Node(NewOwn<IProperty>(cls)); }
     /// A folder with a separator at its end, and files in it.
@@ -125,10 +116,10 @@ protected:
 };
 
 TEST_F(DialogTest, FilterOffersTheRegisteredFormats) {
-    AddFormat(1, {"*.avi", "AVI files", "Video"});
-    AddFormat(2, {"*.one", "no kind"});
-    AddFormat(3, {"*.lonely"});
-    AddFormat(4, {"*.bmp;*.png;*.jpeg;*.tiff;*.webp;*.gif", "Pictures", "image"});
+    AddFormat(1, {L"*.avi", L"AVI files", L"Video"});
+    AddFormat(2, {L"*.one", L"no kind"});
+    AddFormat(3, {L"*.lonely"});
+    AddFormat(4, {L"*.bmp;*.png;*.jpeg;*.tiff;*.webp;*.gif", L"Pictures", L"image"});
     EXPECT_EQ(InputFilter(nullptr),
               "All supported formats|*.avi;*.one;*.bmp;*.png;*.jpeg;*.tiff;*.webp|AVI files (*.avi)|*.avi|"
               "no kind (*.one)|*.one|Pictures (*.bmp;*.png;*.jpeg;*.tiff;*.webp;*.gif)|"
@@ -138,7 +129,7 @@ TEST_F(DialogTest, FilterOffersTheRegisteredFormats) {
     // The one that a restriction leaves out at the end leaves its separator.
     EXPECT_EQ(InputFilter(L"Video"),
               "All supported formats|*.avi;|AVI files (*.avi)|*.avi|All files(*.*)|*.*||");
-    RegDeleteTreeA(HKEY_CLASSES_ROOT, kFormats);
+    RegDeleteTreeW(input_formats, nullptr);
     EXPECT_EQ(InputFilter(nullptr), "All supported formats||All files(*.*)|*.*||");
 }
 
@@ -244,8 +235,8 @@ TEST_F(DialogTest, FoldersAreBrowsedAndCancelled) {
 }
 
 TEST_F(DialogTest, AnOpenDialogStartsFromAFileThatIsThere) {
-    AddFormat(1, {"*.avi", "AVI files", "Video"});
-    AddFormat(2, {"*.bmp", "Bitmaps", "image"});
+    AddFormat(1, {L"*.avi", L"AVI files", L"Video"});
+    AddFormat(2, {L"*.bmp", L"Bitmaps", L"image"});
     const std::string file = NewFile("there.bmp");
     for (const CLSID& cls : {clsid::PropertySimplePath, clsid::PropertyWatermarkSrcImage}) {
         person.answer.clear();
