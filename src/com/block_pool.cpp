@@ -7,7 +7,11 @@
 namespace bv {
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifndef __has_feature  // clang tells of its sanitizers by this alone
+#define __has_feature(name) 0
+#endif
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || __has_feature(address_sanitizer) || \
+    __has_feature(thread_sanitizer)
 constexpr bool kKeeps = false;  // the sanitizer watches each block's end
 #else
 constexpr bool kKeeps = true;
