@@ -83,7 +83,9 @@ HRESULT Give(T* out, T value) {
     *out = value;
     return S_OK;
 }
-inline std::wstring Words(BSTR text) { return text ? std::wstring(text, SysStringLen(text)) : std::wstring(); }
+inline std::wstring Words(BSTR text) {
+    return text ? std::wstring(text, SysStringLen(text)) : std::wstring();
+}
 
 /// A node of somebody else that is whatever it is asked for: a setting, a format, an action, a filter and its wrapper.
 class NodeDouble final
@@ -289,7 +291,9 @@ public:
         Called();
         return status;
     }
-    STDMETHODIMP get_Text(VARIANT value, BSTR* out) override { return Called(), Mine()->get_Text(value, out); }
+    STDMETHODIMP get_Text(VARIANT value, BSTR* out) override {
+        return Called(), Mine()->get_Text(value, out);
+    }
     STDMETHODIMP AddNew(BSTR name, VARIANT value) override { return Called(), Mine()->AddNew(name, value); }
     STDMETHODIMP AddObject2(BSTR name, GUID* cls) override { return Called(), Mine()->AddObject2(name, cls); }
     STDMETHODIMP AddObject(GUID* cls) override { return Called(), Mine()->AddObject(cls); }
@@ -379,9 +383,7 @@ public:
     }
     STDMETHODIMP get_StreamFlagA(int* out) override { return Called(), MediaDouble::get_StreamFlagA(out); }
     STDMETHODIMP get_IsStill(int* out) override { return Called(), MediaDouble::get_IsStill(out); }
-    STDMETHODIMP GetOuputFileName(BSTR* out) override {
-        return Called(), MediaDouble::GetOuputFileName(out);
-    }
+    STDMETHODIMP GetOuputFileName(BSTR* out) override { return Called(), MediaDouble::GetOuputFileName(out); }
     STDMETHODIMP GetCurIndex(int* out) override { return Called(), MediaDouble::GetCurIndex(out); }
 };
 

@@ -39,9 +39,12 @@ public:
     std::size_t Below(std::size_t count) { return Byte() % count; }
     bool Flag() { return Byte() & 1; }
     LONG Number() {
-        static constexpr LONG kEdges[] = {0, 1, -1, 2, 100, 511, 512, 0x7FFF, 0x10000, 0x7FFFFFFF, -0x7FFFFFFF - 1};
+        static constexpr LONG kEdges[] = {
+            0, 1, -1, 2, 100, 511, 512, 0x7FFF, 0x10000, 0x7FFFFFFF, -0x7FFFFFFF - 1};
         const std::uint8_t byte = Byte();
-        return byte < 200 ? byte % 12 : byte < 240 ? kEdges[byte % std::size(kEdges)] : LONG(Byte()) << 24 | Byte();
+        return byte < 200   ? byte % 12
+               : byte < 240 ? kEdges[byte % std::size(kEdges)]
+                            : LONG(Byte()) << 24 | Byte();
     }
 
 private:
@@ -115,7 +118,8 @@ public:
 private:
     struct Held {
         ComPtr<IUnknown> object;
-        unsigned rank;  // an object is given those of a lower one; 0: it is given to nobody, and is given nothing
+        unsigned
+            rank;  // an object is given those of a lower one; 0: it is given to nobody, and is given nothing
     };
 
     void Begin() {
@@ -257,7 +261,8 @@ private:
                 value.vt = VT_DISPATCH;
                 value.pdispVal = bv::Query<IDispatch>(Given(rank).get()).Detach();
                 break;
-            default: break;
+            default:
+                break;
         }
         return value;
     }
@@ -267,18 +272,27 @@ private:
     void Step() {
         --steps_;
         switch (source_.Below(12)) {
-            case 0: return Make();
-            case 1: return DropOne();
+            case 0:
+                return Make();
+            case 1:
+                return DropOne();
             case 2:
             case 3:
-            case 4: return OnNode();
+            case 4:
+                return OnNode();
             case 5:
-            case 6: return OnChildren();
-            case 7: return OnValues();
-            case 8: return OnJob();
-            case 9: return OnCuts();
-            case 10: return OnIndex();
-            default: return OnOthers();
+            case 6:
+                return OnChildren();
+            case 7:
+                return OnValues();
+            case 8:
+                return OnJob();
+            case 9:
+                return OnCuts();
+            case 10:
+                return OnIndex();
+            default:
+                return OnOthers();
         }
     }
 
@@ -344,6 +358,7 @@ private:
     void OnNode() {
         unsigned rank = 0;
         const auto node = Some<IProperty>(&rank);
+        if (!node) return;
         LONG flag = 0;
         int number = 0;
         GUID id = {};
@@ -352,20 +367,37 @@ private:
         ComPtr<IProperty> found;
         ComPtr<IDispatch> object;
         switch (source_.Below(32)) {
-            case 0: std::ignore = node->get_Name(text.Put()); break;
-            case 1: std::ignore = node->get_Type(&flag), node->get_IsHide(&flag), node->get_IsDisabled(&flag); break;
-            case 2: std::ignore = node->put_IsHide(source_.Number()); break;
-            case 3: std::ignore = node->put_IsDisabled(source_.Number()); break;
-            case 4: std::ignore = node->get_Description(text.Put()); break;
-            case 5: std::ignore = node->put_Description(Words().get()); break;
-            case 6: std::ignore = node->get_Title(text.Put()); break;
+            case 0:
+                std::ignore = node->get_Name(text.Put());
+                break;
+            case 1:
+                std::ignore = node->get_Type(&flag), node->get_IsHide(&flag), node->get_IsDisabled(&flag);
+                break;
+            case 2:
+                std::ignore = node->put_IsHide(source_.Number());
+                break;
+            case 3:
+                std::ignore = node->put_IsDisabled(source_.Number());
+                break;
+            case 4:
+                std::ignore = node->get_Description(text.Put());
+                break;
+            case 5:
+                std::ignore = node->put_Description(Words().get());
+                break;
+            case 6:
+                std::ignore = node->get_Title(text.Put());
+                break;
             case 7:
-                if (node->get_Value(value.Put()) == S_OK && (value.vt == VT_DISPATCH || value.vt == VT_UNKNOWN))
+                if (node->get_Value(value.Put()) == S_OK &&
+                    (value.vt == VT_DISPATCH || value.vt == VT_UNKNOWN))
                     Keep(value.punkVal, false);
                 break;
             case 8:
             case 9:
-            case 10: std::ignore = node->put_Value(Value(rank)); break;
+            case 10:
+                std::ignore = node->put_Value(Value(rank));
+                break;
             case 11:
             case 12:
                 if (node->FindProperty(Name().get(), found.Put()) == S_OK) KeepFound(found);
@@ -374,20 +406,36 @@ private:
                 if (node->get_MediaObject(object.Put()) == S_OK) flag = 1;
                 break;
             case 14:
-            case 15: std::ignore = node->put_MediaObject(AnyMedia()); break;
+            case 15:
+                std::ignore = node->put_MediaObject(AnyMedia());
+                break;
             case 16:
                 if (node->get_Parent(object.Put()) == S_OK) KeepFound(object);
                 break;
-            case 17: std::ignore = node->put_Parent(Above<IDispatch>().get()); break;
+            case 17:
+                std::ignore = node->put_Parent(Above<IDispatch>().get());
+                break;
             case 18:
                 if (node->get_Extension(found.Put()) == S_OK) KeepFound(found);
                 break;
-            case 19: std::ignore = node->InitDefault(); break;
-            case 20: std::ignore = node->get_Active(&flag), node->put_Active(source_.Number()); break;
-            case 21: std::ignore = node->Hide(source_.Number()); break;
-            case 22: std::ignore = node->Disabled(source_.Number()); break;
-            case 23: std::ignore = node->get_Format(value.Put()); break;
-            case 24: std::ignore = node->put_Format(Value(rank)); break;
+            case 19:
+                std::ignore = node->InitDefault();
+                break;
+            case 20:
+                std::ignore = node->get_Active(&flag), node->put_Active(source_.Number());
+                break;
+            case 21:
+                std::ignore = node->Hide(source_.Number());
+                break;
+            case 22:
+                std::ignore = node->Disabled(source_.Number());
+                break;
+            case 23:
+                std::ignore = node->get_Format(value.Put());
+                break;
+            case 24:
+                std::ignore = node->put_Format(Value(rank));
+                break;
             case 25: {
                 BYTE block[64] = {1, 2, 3};
                 BYTE* data = nullptr;
@@ -402,10 +450,18 @@ private:
                 std::ignore = node->SetInfo(Name().get(), above);
                 break;
             }
-            case 27: std::ignore = node->BeforeCombo(), node->get_ClassID(&id); break;
-            case 28: std::ignore = node->SetMediaObject(AnyMedia()), node->get_ValueType(&number); break;
-            case 29: std::ignore = node->put_DescriptionID(int(source_.Number())); break;
-            case 30: std::ignore = node->PutExData(bv::Query<IDispatch>(Given(rank).get()).get()); break;
+            case 27:
+                std::ignore = node->BeforeCombo(), node->get_ClassID(&id);
+                break;
+            case 28:
+                std::ignore = node->SetMediaObject(AnyMedia()), node->get_ValueType(&number);
+                break;
+            case 29:
+                std::ignore = node->put_DescriptionID(int(source_.Number()));
+                break;
+            case 30:
+                std::ignore = node->PutExData(bv::Query<IDispatch>(Given(rank).get()).get());
+                break;
             default:
                 if (node->GetExData(object.Put()) == S_OK) KeepFound(object);
                 break;
@@ -419,6 +475,7 @@ private:
     void OnChildren() {
         unsigned rank = 0;
         const auto list = Some<IEnumProperties>(&rank);
+        if (!list) return;
         LONG count = 0;
         ComPtr<IUnknown> item;
         ComPtr<IProperty> node;
@@ -446,10 +503,16 @@ private:
                 if (list->FindProperty(Name().get(), Above<IProperty>().get(), node.Put()) == S_OK)
                     KeepFound(node);
                 break;
-            case 7: std::ignore = list->InitProperty(AnyMedia()); break;
+            case 7:
+                std::ignore = list->InitProperty(AnyMedia());
+                break;
             case 8:
-            case 9: std::ignore = list->RemoveByName(Name().get(), nullptr); break;
-            case 10: std::ignore = list->PutParent(Above<IProperty>().get()); break;
+            case 9:
+                std::ignore = list->RemoveByName(Name().get(), nullptr);
+                break;
+            case 10:
+                std::ignore = list->PutParent(Above<IProperty>().get());
+                break;
             default:
                 if (const auto given = Given(rank))
                     std::ignore = list->AddObject(Name().get(), Above<IUnknown>().get(), given.get());
@@ -469,6 +532,7 @@ private:
             return;
         }
         const auto list = Some<IListOfValues>(&rank);
+        if (!list) return;
         LONG count = 0;
         ComPtr<IUnknown> item;
         switch (source_.Below(10)) {
@@ -477,8 +541,12 @@ private:
                 std::ignore = list->get_Count(&count);
                 if (list->get_Item(source_.Number(), item.Put()) == S_OK) Keep(item, false);
                 break;
-            case 2: std::ignore = list->get_Text(Value(rank), text.Put()); break;
-            case 3: std::ignore = list->AddNew(Words().get(), Value(rank)); break;
+            case 2:
+                std::ignore = list->get_Text(Value(rank), text.Put());
+                break;
+            case 3:
+                std::ignore = list->AddNew(Words().get(), Value(rank));
+                break;
             case 4:
             case 5: {
                 CLSID cls = ClassToMake();
@@ -486,9 +554,15 @@ private:
                 break;
             }
             case 6:
-            case 7: std::ignore = list->AddItem(Words().get(), Value(rank)); break;
-            case 8: std::ignore = list->Clear(); break;
-            default: std::ignore = list->RemoveByID(int(source_.Number())); break;
+            case 7:
+                std::ignore = list->AddItem(Words().get(), Value(rank));
+                break;
+            case 8:
+                std::ignore = list->Clear();
+                break;
+            default:
+                std::ignore = list->RemoveByID(int(source_.Number()));
+                break;
         }
     }
 
@@ -561,16 +635,36 @@ private:
     void OnSimple(ISimpleInit* init, unsigned rank) {
         CLSID cls = Class();
         switch (source_.Below(10)) {
-            case 0: std::ignore = init->SetType(source_.Number()); break;
-            case 1: std::ignore = init->SetTitle(Words().get()); break;
-            case 2: std::ignore = init->put_Value(Value(rank)); break;
-            case 3: std::ignore = init->SetPathExtension(Words().get()); break;
-            case 4: std::ignore = init->AddItem(Words().get(), Value(rank)); break;
-            case 5: std::ignore = init->AddObject(&cls); break;
-            case 6: std::ignore = init->AddObject2(Words().get(), &cls); break;
-            case 7: std::ignore = init->SelectItem(source_.Number()); break;
-            case 8: std::ignore = init->SetExtensionClass(&cls); break;
-            default: std::ignore = init->put_Parent(Above<IDispatch>().get()); break;
+            case 0:
+                std::ignore = init->SetType(source_.Number());
+                break;
+            case 1:
+                std::ignore = init->SetTitle(Words().get());
+                break;
+            case 2:
+                std::ignore = init->put_Value(Value(rank));
+                break;
+            case 3:
+                std::ignore = init->SetPathExtension(Words().get());
+                break;
+            case 4:
+                std::ignore = init->AddItem(Words().get(), Value(rank));
+                break;
+            case 5:
+                std::ignore = init->AddObject(&cls);
+                break;
+            case 6:
+                std::ignore = init->AddObject2(Words().get(), &cls);
+                break;
+            case 7:
+                std::ignore = init->SelectItem(source_.Number());
+                break;
+            case 8:
+                std::ignore = init->SetExtensionClass(&cls);
+                break;
+            default:
+                std::ignore = init->put_Parent(Above<IDispatch>().get());
+                break;
         }
     }
 
@@ -594,13 +688,21 @@ private:
                                                 source_.Flag() ? cut.Put() : nullptr)))
                     KeepFound(cut);
                 break;
-            case 2: std::ignore = cuts->RemoveTimeline(Some<IProperty>().get()); break;
-            case 3: std::ignore = cuts->Save(file.get()); break;
-            case 4: std::ignore = cuts->Load(file.get()); break;
+            case 2:
+                std::ignore = cuts->RemoveTimeline(Some<IProperty>().get());
+                break;
+            case 3:
+                std::ignore = cuts->Save(file.get());
+                break;
+            case 4:
+                std::ignore = cuts->Load(file.get());
+                break;
             case 5:
                 std::ignore = cuts->SetMediaObject(bv::Query<IMediaObject>(AnyMedia()).get());
                 break;
-            case 6: std::ignore = cuts->get_ActiveDuration(&duration); break;
+            case 6:
+                std::ignore = cuts->get_ActiveDuration(&duration);
+                break;
             default:
                 if (const auto reach = cuts.As<ICutFileReach>())
                     std::ignore = reach->put_WholeJob(source_.Number());
@@ -620,10 +722,18 @@ private:
                 if (map->get_Property(Name().get(), Above<IProperty>().get(), node.Put()) == S_OK)
                     KeepFound(node);
                 break;
-            case 2: std::ignore = map->get_PropertyVal(Name().get(), nullptr, value.Put()); break;
-            case 3: std::ignore = map->put_PropertyVal(Name().get(), nullptr, Value(0)); break;
-            case 4: std::ignore = map->RemoveProperties(Name().get(), nullptr); break;
-            case 5: std::ignore = map->InitDefault(); break;
+            case 2:
+                std::ignore = map->get_PropertyVal(Name().get(), nullptr, value.Put());
+                break;
+            case 3:
+                std::ignore = map->put_PropertyVal(Name().get(), nullptr, Value(0));
+                break;
+            case 4:
+                std::ignore = map->RemoveProperties(Name().get(), nullptr);
+                break;
+            case 5:
+                std::ignore = map->InitDefault();
+                break;
             default:
                 if (const auto given = Given(rank)) std::ignore = map->InsertProperty(given.get());
                 break;
@@ -639,8 +749,10 @@ private:
             case 0:
             case 1:
             case 2:
-                if (const auto list = Some<IEnumObject>(&rank)) OnFilters(list.get(), rank);
-                else Keep(bv::Create<IUnknown>(bv::clsid::LiveTimeFilters));
+                if (const auto list = Some<IEnumObject>(&rank))
+                    OnFilters(list.get(), rank);
+                else
+                    Keep(bv::Create<IUnknown>(bv::clsid::LiveTimeFilters));
                 break;
             case 3:
                 if (const auto action = Some<IActionImplInit>()) {
@@ -672,7 +784,8 @@ private:
                     type.pUnk = Given(rank).get();
                     type.pbFormat = bytes;
                     type.cbFormat = ULONG(source_.Below(sizeof bytes));
-                    std::ignore = sample->PutSample(bytes, LONG(source_.Below(sizeof bytes)), &type, sizeof type);
+                    std::ignore =
+                        sample->PutSample(bytes, LONG(source_.Below(sizeof bytes)), &type, sizeof type);
                     BYTE* data = nullptr;
                     AM_MEDIA_TYPE* kept = nullptr;
                     LONG size = 0;
@@ -705,7 +818,9 @@ private:
                 std::ignore = list->Count(&count);
                 if (list->Item(source_.Number(), object.Put()) == S_OK) Keep(object, false);
                 break;
-            case 1: std::ignore = list->Remove(Any().object.get()); break;
+            case 1:
+                std::ignore = list->Remove(Any().object.get());
+                break;
             case 2:
             case 3: {
                 object = Given(rank);
@@ -713,7 +828,9 @@ private:
                 std::ignore = list->Add(&given);
                 break;
             }
-            case 4: std::ignore = list->SetMediaObject(AnyMedia()); break;
+            case 4:
+                std::ignore = list->SetMediaObject(AnyMedia());
+                break;
             default: {
                 CLSID cls = ClassToMake();
                 if (SUCCEEDED(list->AddByCLSID(&cls, object.Put()))) Keep(object, false);
@@ -727,13 +844,15 @@ private:
     /// Opens the circles that objects stand in, as far as they are known.
     static void Empty(IUnknown* object) {
         if (const auto node = bv::Query<IProperty>(object)) {
-            std::ignore = node->put_MediaObject(nullptr), node->put_Value(bv::Variant()), node->PutExData(nullptr);
+            std::ignore = node->put_MediaObject(nullptr), node->put_Value(bv::Variant()),
+            node->PutExData(nullptr);
         }
         if (const auto list = bv::Query<IListOfValues>(object)) std::ignore = list->Clear();
         if (const auto list = bv::Query<IEnumObject>(object)) {
             std::ignore = list->SetMediaObject(nullptr);
             ComPtr<IUnknown> item;
-            while (list->Item(0, item.Put()) == S_OK && list->Remove(item.get()) == S_OK) {}
+            while (list->Item(0, item.Put()) == S_OK && list->Remove(item.get()) == S_OK) {
+            }
         }
         if (const auto cuts = bv::Query<ITimelines>(object)) std::ignore = cuts->SetMediaObject(nullptr);
         if (const auto list = bv::Query<IEnumProperties>(object)) {
@@ -774,7 +893,8 @@ private:
     /// Those of sources' indices lie beside the program.
     static void RemoveIndexFiles() {
         std::error_code error;
-        for (const auto& entry : fs::directory_iterator(fs::read_symlink("/proc/self/exe").parent_path(), error))
+        for (const auto& entry :
+             fs::directory_iterator(fs::read_symlink("/proc/self/exe").parent_path(), error))
             if (entry.path().extension() == ".idx") fs::remove(entry.path(), error);
     }
 
@@ -801,7 +921,8 @@ STDMETHODIMP Factory::CreateInstance(IUnknown* outer, REFIID iid, void** out) {
         return status;
     };
     switch (kind_) {
-        case 0: return E_OUTOFMEMORY;
+        case 0:
+            return E_OUTOFMEMORY;
         case 1:
         case 2: {
             const bool known = bv::FindClass(cls_);
@@ -815,7 +936,8 @@ STDMETHODIMP Factory::CreateInstance(IUnknown* outer, REFIID iid, void** out) {
             around->Release();
             return status;
         }
-        default: break;
+        default:
+            break;
     }
     if (cls_ == bv::clsid::ListItem) return give(new EntryDouble);
     if (cls_ == bv::clsid::EnumProperties || cls_ == bv::clsid::ListOfValues) {
@@ -855,8 +977,8 @@ struct Components {
         Names();
         DWORD cookie = 0;
         for (Factory* factory : {&foreign, &around})
-            if (FAILED(CoRegisterClassObject(factory == &foreign ? kForeign : kAround, factory, CLSCTX_INPROC_SERVER,
-                                             REGCLS_MULTIPLEUSE, &cookie)))
+            if (FAILED(CoRegisterClassObject(factory == &foreign ? kForeign : kAround, factory,
+                                             CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie)))
                 std::abort();
         const std::wstring root = L"CLSID\\" + TextOf(bv::category::Root) + L"\\";
         for (const GUID& category : {bv::category::OutputFormats, bv::category::Actions})

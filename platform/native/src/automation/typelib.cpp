@@ -20,6 +20,18 @@ HRESULT CopyText(const std::wstring& text, BSTR* result, bool empty_too = false)
     return *result || (text.empty() && !empty_too) ? S_OK : E_OUTOFMEMORY;
 }
 
+/// Both texts, or none.
+HRESULT CopyTexts(const std::wstring& name, BSTR* name_out, const std::wstring& help, BSTR* help_out) {
+    HRESULT status = CopyText(name, name_out, true);
+    if (FAILED(status)) return status;
+    status = CopyText(help, help_out);
+    if (FAILED(status) && name_out) {
+        SysFreeString(*name_out);
+        *name_out = nullptr;
+    }
+    return status;
+}
+
 /// A reference as a type hands it out: its place, and the side of a dual interface.
 constexpr HREFTYPE kTableSide = 0x10000;
 
@@ -249,8 +261,7 @@ public:
         }
         if (context) *context = 0;
         if (file) *file = nullptr;
-        const HRESULT status = CopyText(*texts[0], name, true);
-        return FAILED(status) ? status : CopyText(*texts[1], help);
+        return CopyTexts(*texts[0], name, *texts[1], help);
     }
 
     STDMETHODIMP GetRefTypeInfo(HREFTYPE reference, ITypeInfo** result) override try {
@@ -380,8 +391,7 @@ public:
         const TypeData* const type = index >= 0 ? &data_->types[static_cast<std::size_t>(index)] : nullptr;
         if (context) *context = 0;
         if (file) *file = nullptr;
-        const HRESULT status = CopyText(type ? type->name : data_->name, name, true);
-        return FAILED(status) ? status : CopyText(type ? type->help : data_->help, help);
+        return CopyTexts(type ? type->name : data_->name, name, type ? type->help : data_->help, help);
     }
     STDMETHODIMP_(void) ReleaseTLibAttr(TLIBATTR* attributes) override { delete attributes; }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
+#include <memory>
 #include <vector>
 
 #include "automation/typelib_data.h"
@@ -193,6 +194,42 @@ std::wstring RegisteredPath(REFGUID id, WORD major, WORD minor, LCID locale) {
     return {};
 }
 
+/// Frees a text at its end.
+class Text {
+public:
+    explicit Text(BSTR text) : text_(text) {}
+    Text(const Text&) = delete;
+    ~Text() { SysFreeString(text_); }
+
+private:
+    const BSTR text_;
+};
+
+HRESULT RegisterInterface(ITypeInfo& type, const std::wstring& library, const std::wstring& version) try {
+    TYPEATTR* attributes = nullptr;
+    if (const HRESULT status = type.GetTypeAttr(&attributes); FAILED(status)) return status;
+    const GUID id = attributes->guid;
+    const bool called_late =
+        attributes->typekind == TKIND_DISPATCH || (attributes->wTypeFlags & TYPEFLAG_FOLEAUTOMATION);
+    type.ReleaseTypeAttr(attributes);
+    if (!called_late) return S_OK;
+    BSTR text = nullptr;
+    if (const HRESULT status = type.GetDocumentation(MEMBERID_NIL, &text, nullptr, nullptr, nullptr);
+        FAILED(status))
+        return status;
+    const Text owned(text);
+    Key interface;
+    Key use;
+    const bool written =
+        interface.Create(HKEY_CLASSES_ROOT, L"Interface\\" + IdText(id)) &&
+        interface.Put(nullptr, text ? text : L"") && PutBelow(interface, L"ProxyStubClsid", kMarshaller) &&
+        PutBelow(interface, L"ProxyStubClsid32", kMarshaller) && use.Create(interface.get(), L"TypeLib") &&
+        use.Put(nullptr, library) && use.Put(L"Version", version);
+    return written ? S_OK : TYPE_E_REGISTRYACCESS;
+} catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+}
+
 HRESULT Register(ITypeLib& library, const TLIBATTR& attributes, const std::wstring& path,
                  std::wstring help_folder) {
     const SYSKIND system = attributes.syskind;
@@ -201,10 +238,10 @@ HRESULT Register(ITypeLib& library, const TLIBATTR& attributes, const std::wstri
     if (help_folder.empty()) help_folder = path.substr(0, path.rfind(L'/'));
     BSTR name = nullptr;
     BSTR help = nullptr;
-    library.GetDocumentation(-1, &name, &help, nullptr, nullptr);
+    if (const HRESULT status = library.GetDocumentation(-1, &name, &help, nullptr, nullptr); FAILED(status))
+        return status;
+    const Text owned_name(name), owned_help(help);
     const std::wstring shown = help ? help : name ? name : L"";
-    SysFreeString(name);
-    SysFreeString(help);
 
     Key key;
     if (!key.Create(HKEY_CLASSES_ROOT, L"TypeLib\\" + id + L"\\" + version) || !key.Put(nullptr, shown) ||
@@ -214,30 +251,10 @@ HRESULT Register(ITypeLib& library, const TLIBATTR& attributes, const std::wstri
 
     for (UINT i = 0; i < library.GetTypeInfoCount(); ++i) {
         ITypeInfo* type = nullptr;
-        TYPEATTR* type_attributes = nullptr;
         if (FAILED(library.GetTypeInfo(i, &type))) return E_OUTOFMEMORY;
-        bool written = true;
-        if (SUCCEEDED(type->GetTypeAttr(&type_attributes))) {
-            const bool called_late = type_attributes->typekind == TKIND_DISPATCH ||
-                                     (type_attributes->wTypeFlags & TYPEFLAG_FOLEAUTOMATION);
-            if (called_late) {
-                BSTR type_name = nullptr;
-                type->GetDocumentation(MEMBERID_NIL, &type_name, nullptr, nullptr, nullptr);
-                Key interface;
-                Key use;
-                written =
-                    interface.Create(HKEY_CLASSES_ROOT, L"Interface\\" + IdText(type_attributes->guid)) &&
-                    interface.Put(nullptr, type_name ? type_name : L"") &&
-                    PutBelow(interface, L"ProxyStubClsid", kMarshaller) &&
-                    PutBelow(interface, L"ProxyStubClsid32", kMarshaller) &&
-                    use.Create(interface.get(), L"TypeLib") && use.Put(nullptr, id) &&
-                    use.Put(L"Version", version);
-                SysFreeString(type_name);
-            }
-            type->ReleaseTypeAttr(type_attributes);
-        }
+        const HRESULT status = RegisterInterface(*type, id, version);
         type->Release();
-        if (!written) return TYPE_E_REGISTRYACCESS;
+        if (FAILED(status)) return status;
     }
     return S_OK;
 }
@@ -318,13 +335,11 @@ HRESULT LoadRegTypeLib(REFGUID library, WORD major, WORD minor, LCID locale, ITy
 HRESULT RegisterTypeLib(ITypeLib* library, OLECHAR* path, OLECHAR* help_folder) try {
     if (!library || !path) return E_INVALIDARG;
     TLIBATTR* attributes = nullptr;
-    HRESULT status = library->GetLibAttr(&attributes);
-    if (FAILED(status)) return status;
-    status = SystemText(attributes->syskind)
-                 ? Register(*library, *attributes, path, help_folder ? help_folder : L"")
-                 : E_INVALIDARG;
+    if (const HRESULT status = library->GetLibAttr(&attributes); FAILED(status)) return status;
+    const TLIBATTR about = *attributes;
     library->ReleaseTLibAttr(attributes);
-    return status;
+    return SystemText(about.syskind) ? Register(*library, about, path, help_folder ? help_folder : L"")
+                                     : E_INVALIDARG;
 } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
 }
