@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "com/com_ptr.h"
+#include "com/creation.h"
 #include "module/class_table.h"
 
 namespace fuzz {
@@ -38,5 +39,13 @@ public:
     STDMETHODIMP Read(void*, ULONG, ULONG*) override { return E_NOTIMPL; }
     STDMETHODIMP Write(const void*, ULONG count, ULONG*) override { return size += count, S_OK; }
 };
+
+/// An object by class id; null when it can't be made.
+template <class I>
+bv::ComPtr<I> Make(REFCLSID cls) {
+    bv::ComPtr<I> made;
+    std::ignore = bv::Create(cls, made);
+    return made;
+}
 
 }  // namespace fuzz

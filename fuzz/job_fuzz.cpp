@@ -77,7 +77,7 @@ const std::vector<std::wstring>& Names() {
         };
         for (const CLSID& cls : {bv::clsid::PropertyMain, bv::clsid::PropertyMediaPath,
                                  bv::clsid::PropertyTimeline, bv::clsid::PropertyWatermarkRoot})
-            visit(visit, bv::Create<IUnknown>(cls).get(), 0);
+            visit(visit, fuzz::Make<IUnknown>(cls).get(), 0);
         return std::vector<std::wstring>(found.begin(), found.end());
     }();
     return names;
@@ -124,10 +124,10 @@ private:
 
     void Begin() {
         circles_ = source_.Flag();
-        Keep(bv::Create<IUnknown>(bv::clsid::PropertyMain));
+        Keep(fuzz::Make<IUnknown>(bv::clsid::PropertyMain));
         root_ = bv::Query<IProperty>(objects_[0].object.get());
-        Keep(bv::Create<IUnknown>(bv::clsid::PropertyMediaPath));
-        Keep(bv::Create<IUnknown>(bv::clsid::MediaFiles));
+        Keep(fuzz::Make<IUnknown>(bv::clsid::PropertyMediaPath));
+        Keep(fuzz::Make<IUnknown>(bv::clsid::MediaFiles));
         files_ = objects_[2].object;
         media_.root = root_.get();
         media_.files = files_.get();
@@ -314,7 +314,7 @@ private:
         Keep(std::move(held));
     }
     static ComPtr<IUnknown> NewList(bool foreign) {
-        auto inner = bv::Create<IEnumProperties>(bv::clsid::EnumProperties);
+        auto inner = fuzz::Make<IEnumProperties>(bv::clsid::EnumProperties);
         if (!inner || !foreign) return inner.get();
         auto* list = new ListDouble(std::move(inner));
         ComPtr<IUnknown> held(list->unknown());
@@ -322,7 +322,7 @@ private:
         return held;
     }
     static ComPtr<IUnknown> NewValues(bool foreign) {
-        auto inner = bv::Create<IListOfValues>(bv::clsid::ListOfValues);
+        auto inner = fuzz::Make<IListOfValues>(bv::clsid::ListOfValues);
         if (!inner || !foreign) return inner.get();
         auto* list = new ValuesDouble(std::move(inner));
         ComPtr<IUnknown> held(list->unknown());
@@ -671,7 +671,7 @@ private:
     void OnCuts() {
         const auto cuts = Some<ITimelines>();
         if (!cuts) {
-            KeepFound(bv::Create<IProperty>(source_.Flag() ? bv::clsid::PropertyTimelines
+            KeepFound(fuzz::Make<IProperty>(source_.Flag() ? bv::clsid::PropertyTimelines
                                                            : bv::clsid::PropertyMediaPath));
             return;
         }
@@ -752,7 +752,7 @@ private:
                 if (const auto list = Some<IEnumObject>(&rank))
                     OnFilters(list.get(), rank);
                 else
-                    Keep(bv::Create<IUnknown>(bv::clsid::LiveTimeFilters));
+                    Keep(fuzz::Make<IUnknown>(bv::clsid::LiveTimeFilters));
                 break;
             case 3:
                 if (const auto action = Some<IActionImplInit>()) {
@@ -771,7 +771,7 @@ private:
                     std::ignore = dynamic->Expand(Words().get(), text.Put());
                 break;
             case 6: {
-                const auto mapper = bv::Create<IBVFilterMapper>(bv::clsid::BVFilterMapper);
+                const auto mapper = fuzz::Make<IBVFilterMapper>(bv::clsid::BVFilterMapper);
                 GUID category = bv::category::Filters, item = Class();
                 if (const auto list = Some<IListOfValues>(); mapper && list)
                     std::ignore = mapper->Init(&category, source_.Flag() ? &item : nullptr, list.get());
