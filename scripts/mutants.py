@@ -15,7 +15,7 @@ BUILD = os.path.join(COPY, "build", "native")
 EQUIVALENT = os.path.join(ROOT, "scripts", "mutants.equivalent")
 RESULTS = os.path.join(ROOT, "build", "mutants.json")
 LINKER = "-fuse-ld=lld" if shutil.which("ld.lld") else ""
-TEST_SECONDS = 90  # a fault may make a program run for ever
+TEST_SECONDS = 300  # a fault may make a program run for ever
 
 # The test programs that can notice a fault in the server. Those of a person at a screen and of the layer below aren't asked.
 HELPERS = ["BVSchema", "BVSamples", "dlgs", "bvhost"]
@@ -115,6 +115,9 @@ def build():
 def seen_by(path):
     """The first program that fails. The one of the fault's own folder is asked first, those that take long last."""
     own = path.split("/")[1] if path else ""
+    for name in os.listdir(os.path.join(BUILD, "bin")):  # what a program left that was ended
+        if name.startswith("{"):
+            os.remove(os.path.join(BUILD, "bin", name))
     for area in sorted(QUICK, key=lambda name: name != own) + SLOW:
         if run(["timeout", "-k", "5", str(TEST_SECONDS), "scripts/run-native.sh",
                 os.path.join(BUILD, "bin", area + "_tests"), "--gtest_fail_fast"], TEST_SECONDS + 20) != 0:

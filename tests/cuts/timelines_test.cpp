@@ -148,7 +148,7 @@ TEST_F(TimelinesTest, ActiveDurationIsWhatIsEncoded) {
         ASSERT_EQ(timelines.Put(on), S_OK);
         EXPECT_EQ(Active(), 70000000);
     }
-    const Node at_end = Add(250, 300);  // begins where the source ends
+    const Node at_end = Add(250, 200);  // begins where the source ends
     EXPECT_EQ(Active(), 70000000);
     ASSERT_EQ(at_end->put_Active(0), S_OK);
     const Node reversed = Add(50, 25);

@@ -377,30 +377,28 @@ TEST_F(MediaPathTest, AnIdxValueThatIsNoNameTouchesNoFile) {
     const fs::path source = Source("a.avi", 300);
     const fs::path victim = folder / "victim.idx";
     const std::string header("\x2C\x01\0\0\0\0\0\0\x07\0\0\0\0\0\0\0", 16);
-    const std::wstring hostile[] = {
-        WideName(folder / "victim"),
-        L"..\\victim",
-        L"../victim",
-        L"sub/victim",
-        L"sub\\victim",
-        L"C:victim",
-        L"victim:stream",
-        L"..",
-        L"a..b",
-        L"*",
-        L"vic?im",
-        L"a|b",
-        L"a\"b",
-        L"<a>",
-        L"a\nb",
-        std::wstring(L"a\0b", 3),
-        L"NUL",
-        L"con",
-        L"COM1",
-        L"lpt9.x",
-        L"aux ",
-        std::wstring(300, L'x'),
-    };
+    const std::wstring hostile[] = {WideName(folder / "victim"),
+                                    L"..\\victim",
+                                    L"../victim",
+                                    L"sub/victim",
+                                    L"sub\\victim",
+                                    L"C:victim",
+                                    L"victim:stream",
+                                    L"..",
+                                    L"a..b",
+                                    L"*",
+                                    L"vic?im",
+                                    L"a|b",
+                                    L"a\"b",
+                                    L"<a>",
+                                    L"a\nb",
+                                    std::wstring(L"a\0b", 3),
+                                    L"NUL",
+                                    L"con",
+                                    L"COM1",
+                                    L"lpt9.x",
+                                    L"aux ",
+                                    std::wstring(300, L'x')};
     for (const std::wstring& idx : hostile) {
         SCOPED_TRACE(Narrow(idx));
         WriteAll(victim, header + "victim");

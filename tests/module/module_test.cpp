@@ -43,6 +43,8 @@ TEST(ModuleTest, ALockIsAnObjectAServerLockOrAClassObjectOutside) {
     EXPECT_EQ(module.CanUnload(), S_FALSE) << "a class object";
     ASSERT_EQ(module.ClassObject(clsid::PropertyMain, kIid<IClassFactory>, second.PutVoid()), S_OK);
     EXPECT_EQ(first.get(), second.get());
+    const ULONG references = first->AddRef();
+    EXPECT_EQ(first->Release(), references - 1);
     second = {};
     EXPECT_EQ(module.CanUnload(), S_FALSE);
     ASSERT_EQ(first->LockServer(TRUE), S_OK);

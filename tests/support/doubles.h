@@ -230,6 +230,9 @@ public:
             CoCreateInstance(cls, this->unknown(), CLSCTX_INPROC_SERVER, kIid<IUnknown>, inner.PutVoid()),
             S_OK);
     }
+    explicit Around(IClassFactory* factory) {
+        EXPECT_EQ(factory->CreateInstance(this->unknown(), kIid<IUnknown>, inner.PutVoid()), S_OK);
+    }
     ~Around() override { inner = {}; }
     Ref<IUnknown> inner;
 

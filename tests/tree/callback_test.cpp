@@ -281,60 +281,6 @@ TEST_F(CallbackTest, ChainsOfIndicesAndCollectionsEnd) {
     }
 }
 
-/// A simple node of somebody else, with a list and children that are modules' own objects.
-class SimpleDouble : public ForeignNodeOf<ISimpleInit> {
-public:
-    SimpleDouble() : ForeignNodeOf(L"") { children = New<IEnumProperties>(clsid::EnumProperties); }
-    LONG type = 0;
-    int description = 0;
-    Ref<IProperty> extension;
-    Ref<IListOfValues> values = New<IListOfValues>(clsid::ListOfValues);
-
-    STDMETHODIMP get_Type(LONG* out) override {
-        *out = type;
-        return S_OK;
-    }
-    STDMETHODIMP SetType(LONG given) override {
-        type = given;
-        return S_OK;
-    }
-    STDMETHODIMP SetTitle(BSTR given) override {
-        title = std::wstring(given, SysStringLen(given));
-        return S_OK;
-    }
-    STDMETHODIMP put_DescriptionID(int given) override {
-        description = given;
-        return S_OK;
-    }
-    STDMETHODIMP put_IsHide(LONG flag) override { return Hide(flag); }
-    STDMETHODIMP put_IsDisabled(LONG flag) override { return Disabled(flag); }
-    STDMETHODIMP put_Description(BSTR) override { return S_OK; }
-    STDMETHODIMP put_Value(VARIANT given) override { return ForeignNodeOf::put_Value(given); }
-    STDMETHODIMP put_Parent(IDispatch* given) override { return ForeignNodeOf::put_Parent(given); }
-    STDMETHODIMP SetPathExtension(BSTR) override { return E_NOTIMPL; }
-    STDMETHODIMP AddItem(BSTR label, VARIANT given) override { return values->AddItem(label, given); }
-    STDMETHODIMP AddObject(CLSID* cls) override { return values->AddObject(cls); }
-    STDMETHODIMP AddObject2(BSTR label, CLSID* cls) override { return values->AddObject2(label, cls); }
-    STDMETHODIMP SelectItem(LONG) override { return E_NOTIMPL; }
-    STDMETHODIMP SetExtensionClass(CLSID* cls) override {
-        extension = New<IProperty>(*cls);
-        return S_OK;
-    }
-    STDMETHODIMP get_Extension(IProperty** out) override {
-        return extension ? extension->QueryInterface(kIid<IProperty>, reinterpret_cast<void**>(out))
-                         : E_NOTIMPL;
-    }
-
-private:
-    bool TakeMore(REFIID iid, void** out) override {
-        if (iid != kIid<IListOfValues>) return false;
-        *out = values.get();
-        values.get()->AddRef();
-        Release();  // the query counts on the list
-        return true;
-    }
-};
-
 void ExpectAlike(const Node& node, const Node& own) {
     SCOPED_TRACE(Narrow(own.Name()));
     EXPECT_EQ(node.Name(), own.Name());
@@ -356,9 +302,13 @@ TEST_F(CallbackTest, AnotherClassMayStandForSimpleNodes) {
     std::vector<Node> own;
     for (const CLSID& cls : trees) own.push_back(CreateNode(cls));
     int made = 0;
+    Ref<IClassFactory> ours;
+    ASSERT_EQ(CoGetClassObject(clsid::PropertySimple, CLSCTX_INPROC_SERVER, nullptr, kIid<IClassFactory>,
+                               ours.PutVoid()),
+              S_OK);
     const ClassDouble other(clsid::PropertySimple, [&](IUnknown*, REFIID iid, void** out) {
         ++made;
-        return MakeNew<SimpleDouble>(iid, out);
+        return MakeNew<Around<Fake<IUnknown>>>(iid, out, ours.get());
     });
     for (size_t i = 0; i < std::size(trees); ++i) ExpectAlike(CreateNode(trees[i]), own[i]);
     EXPECT_GT(made, 10);

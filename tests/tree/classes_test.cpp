@@ -88,28 +88,7 @@ TEST(ClassesTest, AChildAndACollectionMayBeSomebodyElses) {
         EXPECT_EQ(folder.parent, static_cast<IDispatch*>(output.get()));
     }
     // A collection that stands before one of ours.
-    class Collection : public Fake<IEnumProperties> {
-    public:
-        Ref<IEnumProperties> real = New<IEnumProperties>(clsid::EnumProperties);
-        STDMETHODIMP get_Name(BSTR* out) override { return real->get_Name(out); }
-        STDMETHODIMP get_Count(LONG* out) override { return real->get_Count(out); }
-        STDMETHODIMP get_Item(LONG index, IUnknown** out) override { return real->get_Item(index, out); }
-        STDMETHODIMP InsertProperty(BSTR n, GUID* c, IProperty** out) override {
-            return real->InsertProperty(n, c, out);
-        }
-        STDMETHODIMP AddProperty(BSTR n, GUID* c, IDispatch* p, IProperty** out) override {
-            return real->AddProperty(n, c, p, out);
-        }
-        STDMETHODIMP FindProperty(BSTR n, IProperty* p, IProperty** out) override {
-            return real->FindProperty(n, p, out);
-        }
-        STDMETHODIMP FindPropertyExactly(BSTR, IProperty**) override { return S_FALSE; }
-        STDMETHODIMP InitProperty(IDispatch* media) override { return real->InitProperty(media); }
-        STDMETHODIMP RemoveByName(BSTR n, IProperty* p) override { return real->RemoveByName(n, p); }
-        STDMETHODIMP PutParent(IProperty* p) override { return real->PutParent(p); }
-        STDMETHODIMP AddObject(BSTR n, IUnknown* p, IUnknown* o) override { return real->AddObject(n, p, o); }
-    };
-    Collection collection;
+    Around<Fake<IUnknown>> collection(clsid::EnumProperties);
     Node split;
     {
         const ClassDouble other(
@@ -125,7 +104,6 @@ TEST(ClassesTest, AChildAndACollectionMayBeSomebodyElses) {
     EXPECT_TRUE(split.Find(L"Exactly").Enabled());
     EXPECT_EQ(split.Xml(), CreateNode(clsid::PropertySplit).Xml().replace(16, 1, "1"));
     split.Release();
-    collection.real = {};
 }
 
 }  // namespace
