@@ -9,7 +9,7 @@ else()
 endif()
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/BVSchema)
 
-install(FILES include/bvschema/bvschema.h include/bvschema/classes.def
+install(FILES include/bvschema/bvschema.h include/bvschema/classes.def include/bvschema/host.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/bvschema)
 if(WIN32)
   install(FILES platform/windows/include/bvschema/platform.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/bvschema)
@@ -22,7 +22,8 @@ else()
     RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   set_target_properties(bvplatform PROPERTIES EXPORT_NAME platform INSTALL_RPATH "$ORIGIN")
 endif()
-install(TARGETS bvschema_host EXPORT BVSchemaTargets)
+install(DIRECTORY include/bvschema/host DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/bvschema)
+install(TARGETS bvschema_host bvschema_host_layer EXPORT BVSchemaTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 
 foreach(module BVSchema BVSamples dlgs)
   if(TARGET ${module})

@@ -5,7 +5,8 @@
 #include <cstring>
 #include <tuple>
 
-#include "bvhost/filters.h"
+#include <bvschema/host/components.h>
+
 #include "bvhost/text.h"
 #include "bvhost/value_forms.h"
 #include "console.h"
@@ -311,9 +312,9 @@ public:
             return {};
         }
         CLSID cls = {};
-        for (const auto& offered : host::OfferedFilters()) {
+        for (const auto& offered : bv::OfferedFilters()) {
             IUnknown* added = offered.filter.get();
-            if (host::SameName(command, offered.label))
+            if (host::SameName(host::Utf8(command), offered.label))
                 return SUCCEEDED(list_->Add(&added)) ? "" : "The filter isn't added.";
         }
         if (host::SameName(command, L"size"))
@@ -335,7 +336,7 @@ private:
 
 void EditFilters(IProperty* node, Changes& changes, FilterList& filters) {
     const std::string before = filters.Names();
-    for (const auto& offered : host::OfferedFilters()) Say("  There is: " + OneLine(Utf8(offered.label)));
+    for (const auto& offered : bv::OfferedFilters()) Say("  There is: " + OneLine(offered.label));
     Say("A name, \"size\", \"crop\" or a class id adds a filter, -1 removes the first, an empty line ends.");
     for (int refused = 0; refused < 20;) {
         Say("  Filters: " + filters.Names());

@@ -49,7 +49,7 @@ std::string Shown(const Value& value) {
     if (value.kind() == VT_EMPTY || value.kind() == VT_NULL) return "nothing";
     if (value.kind() == VT_DISPATCH || value.kind() == VT_UNKNOWN)
         return value.object() ? "object" : "no object";
-    return KindName(value.kind()) + ' ' + OneLine(Utf8(value.AsText()));
+    return bv::KindName(value.kind()) + ' ' + OneLine(Utf8(value.AsText()));
 }
 
 /// What an exception says, and its texts freed.

@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <limits>
 
-#include "media_object.h"
 #include "node_view.h"
 #include "server.h"
 #include "text.h"

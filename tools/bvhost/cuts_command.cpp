@@ -4,13 +4,15 @@
 #include <memory>
 #include <set>
 
+#include <bvschema/host/document.h>
+
 #include "commands.h"
 #include "cuts.h"
 #include "exit_code.h"
 #include "job_source.h"
 #include "paths.h"
 #include "server.h"
-#include "settings_file.h"
+
 #include "terminal.h"
 #include "text.h"
 
@@ -56,7 +58,7 @@ public:
         if (job_) UseCuts(job_->Inputs().front().node.get());
     }
     void Save(const std::wstring& file) const {
-        ReplaceFile(Absolute(file), [&](const std::filesystem::path& path) {
+        bv::ReplaceFile(Absolute(file), [&](const std::filesystem::path& path) {
             if (!Exists(path)) std::ofstream(path).close();  // what isn't there has no other name
             const Text name(NarrowName(path));
             ForgetErrors();

@@ -6,10 +6,11 @@
 #include <utility>
 #include <vector>
 
+#include <bvschema/host.h>
+
 #include "com.h"
-#include "media_object.h"
+#include "media_source.h"
 #include "node_view.h"
-#include "settings_file.h"
 
 namespace host {
 
@@ -35,21 +36,20 @@ struct Effects {
 
 class Job {
 public:
-    explicit Job(std::optional<MediaInfo> given);
+    /// given: what options say of every input; the file itself is then not read. document: a saved job to start from;
+    /// what can't be restored of it is a warning each. Throws Problem.
+    explicit Job(const std::optional<MediaInfo>& given, const std::optional<std::string>& document = {});
     Job(const Job&) = delete;
     Job& operator=(const Job&) = delete;
-    ~Job();
 
     /// An input that can't be read is added too, with a warning. Throws Problem when there is no such file.
     void AddInput(const std::wstring& path);
-    /// Makes the first input the current one.
-    void SelectFirstInput();
     const std::vector<Input>& Inputs() const { return inputs_; }
     /// The cuts of the first input. Throws Problem when there is no input.
     Ref<ITimelines> Cuts() const;
 
-    IProperty* Root() const { return root_.get(); }
-    NodeView View() const { return ViewOf(root_.get()); }
+    IProperty* Root() const { return job_.Root().get(); }
+    NodeView View() const { return ViewOf(Root()); }
     /// A node by its name, among the settings and in the current input. Throws Problem, with a suggestion.
     NodeView Node(const std::wstring& name) const;
 
@@ -60,13 +60,10 @@ public:
     /// By the label of its choice, its name or its extension. Throws Problem when there is none.
     void SelectFormat(const std::wstring& format);
     /// Which of the outputs it is that the job is asked for.
-    void SetOutputIndex(int index) { media_.SetIndex(index); }
+    void SetOutputIndex(int index) { job_.media()->SetIndex(index); }
 
     /// The settings as XML; inputs get their index files.
     std::string Write();
-    /// Restores what was written, inputs first. What can't be restored is told in a line each.
-    std::vector<std::string> Restore(const Element& root);
-
     /// What went wrong with inputs since the last call, a line each.
     std::vector<std::string> TakeWarnings() { return std::exchange(warnings_, {}); }
     /// What the last Write left out, a line each.
@@ -75,18 +72,12 @@ public:
     const std::string& CacheProblem() const { return cache_problem_; }
 
 private:
-    Input& NewInput(const std::wstring& path);
-    void Open(Input* input);
+    Input& NewInput(const bv::Input& input);
     void TakeIndex(Input* input);
-    void RestoreInput(const Element& element);
-    void RestoreNode(const Element& element, IProperty* node);
-    void RestoreBelow(const Element& element, IProperty* node);
-    void RestoreFilters(const Element& part, IEnumObject* list);
-    void RestoreObject(const Element& element, IProperty* node);
     void CheckWritten(const std::string& xml);
 
-    MediaObject media_;
-    Ref<IProperty> root_;
+    std::optional<MediaInfo> given_;
+    bv::Job job_;
     std::vector<Input> inputs_;
     std::vector<std::string> warnings_, losses_;
     std::string cache_problem_;

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cmath>
 
+#include <bvschema/host/document.h>
+
 #include "paths.h"
-#include "settings_file.h"
+
 #include "terminal.h"
 #include "text.h"
 
@@ -50,21 +52,22 @@ void JobSource::AddOutputTo(const Command& command, const char* help) {
 }
 
 std::unique_ptr<Job> JobSource::Open() const {
-    auto job = std::make_unique<Job>(described.Info());
-    if (!from.empty()) {
+    std::unique_ptr<Job> job;
+    if (from.empty()) {
+        job = std::make_unique<Job>(described.Info());
+    } else {
         const bool from_input = from == L"-";
         const std::string name = from_input ? "standard input" : OneLine(Utf8(from));
         try {
-            const std::string bytes = from_input ? ReadInput() : ReadWhole(ToPath(from));
-            for (const std::string& warning : job->Restore(ParseSettings(bytes)))
-                PrintWarning(name + ": " + warning);
+            job = std::make_unique<Job>(described.Info(),
+                                        from_input ? ReadInput() : bv::ReadWhole(ToPath(from)));
         } catch (const Problem& problem) {
             throw Problem(name + ": " + problem.what());
         }
+        for (const std::string& warning : job->TakeWarnings()) PrintWarning(name + ": " + warning);
     }
     for (const std::wstring& input : inputs) job->AddInput(input);
     for (const std::string& warning : job->TakeWarnings()) PrintWarning(warning);
-    job->SelectFirstInput();
     if (!format.empty()) job->SelectFormat(format);
     return job;
 }
@@ -91,7 +94,7 @@ void WriteJob(Job* job, const std::wstring& output) {
     for (const std::string& loss : job->Losses()) PrintWarning(loss);
     if (!job->CacheProblem().empty()) PrintError("note: " + job->CacheProblem());
     if (output == L"-") return PrintBytes(xml);
-    WriteWhole(ToPath(output), xml);
+    bv::WriteWhole(ToPath(output), xml);
     Print(Padded("Wrote", 9) + OneLine(Utf8(output)) + ", " +
           std::to_string(std::count(xml.begin(), xml.end(), '\n')) + " lines\n");
 }

@@ -5,18 +5,11 @@
 #include <string>
 #include <vector>
 
-#include <bvschema/bvschema.h>
+#include <bvschema/host/media.h>
 
 namespace host {
 
-/// Times are in units of 100 ns.
-struct MediaInfo {
-    LONGLONG duration = 0;
-    LONGLONG frame_time = 0;  // 0: no video
-    bool video = false;
-    bool audio = false;
-    bool still = false;
-};
+using bv::MediaInfo;
 
 /// The key frames of a file, as a host keeps them with the input.
 struct MediaIndex {

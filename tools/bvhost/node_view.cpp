@@ -127,6 +127,12 @@ const NodeView* PickPath(const NodeView& view, const std::vector<std::wstring>& 
 
 }  // namespace
 
+Ref<IProperty> Find(IProperty* from, const std::wstring& name) {
+    Ref<IProperty> found;
+    if (from->FindProperty(Text(name), found.Put()) != S_OK) return {};
+    return found;
+}
+
 NodeView ViewOf(IProperty* node) { return ReadView(node, nullptr); }
 
 const NodeView* Pick(const NodeView& root, const std::wstring& name) {
@@ -145,30 +151,5 @@ void CollectNames(const NodeView& root, std::vector<std::wstring>* names) {
 }
 
 std::wstring UnitOf(const NodeView& view) { return view.unit ? view.unit->shown : std::wstring(); }
-
-std::string KindName(VARTYPE kind) {
-    switch (kind) {
-        case VT_EMPTY:
-            return "nothing";
-        case VT_I2:
-            return "16-bit number";
-        case VT_I4:
-            return "32-bit number";
-        case VT_R4:
-        case VT_R8:
-            return "decimal number";
-        case VT_BSTR:
-            return "text";
-        case VT_BOOL:
-            return "yes or no";
-        case VT_UI1:
-            return "byte";
-        case VT_DISPATCH:
-        case VT_UNKNOWN:
-            return "object";
-        default:
-            return "kind " + std::to_string(kind);
-    }
-}
 
 }  // namespace host

@@ -33,6 +33,9 @@ struct NodeView {
 
 NodeView ViewOf(IProperty* node);
 
+/// A node of the job by its name; null when there is none.
+Ref<IProperty> Find(IProperty* from, const std::wstring& name);
+
 /// "Output" or "Common/Output": the node with that name, and with those names above it. Null: none.
 const NodeView* Pick(const NodeView& root, const std::wstring& name);
 
@@ -41,8 +44,5 @@ void CollectNames(const NodeView& root, std::vector<std::wstring>* names);
 
 /// The unit beside a value, such as "ms"; empty for none.
 std::wstring UnitOf(const NodeView& view);
-
-/// How a kind of value is called.
-std::string KindName(VARTYPE kind);
 
 }  // namespace host

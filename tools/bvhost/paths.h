@@ -4,12 +4,14 @@
 
 #include <filesystem>
 #include <string>
-#include <string_view>
+
+#include <bvschema/host/text.h>
 
 namespace host {
 
-std::filesystem::path ToPath(std::wstring_view name);
-std::wstring FromPath(const std::filesystem::path& path);
+using bv::FromPath;
+using bv::ToPath;
+
 /// For the user: UTF-8, one line.
 std::string PathText(const std::filesystem::path& path);
 

@@ -243,7 +243,7 @@ std::string NodeText(const NodeView& node, const TreeStyle& style) {
         std::string value = ValueText(node);
         const std::string stored = node.value.object() ? "" : Line(node.value.AsText());
         if (!stored.empty() && stored != Line(node.shown)) value += ", stored as " + stored;
-        add("Value", value + " (" + KindName(node.value.kind()) + ")");
+        add("Value", value + " (" + bv::KindName(node.value.kind()) + ")");
     } else {
         add("Value", "none: this is a group");
     }

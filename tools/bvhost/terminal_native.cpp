@@ -10,7 +10,8 @@
 
 #include <bvschema/platform.h>
 
-#include "settings_file.h"
+#include <bvschema/host/document.h>
+
 #include "terminal.h"
 #include "text.h"
 
@@ -64,7 +65,7 @@ size_t TerminalWidth() {
 
 bool PrintToConsole(bool, const std::string&) { return false; }  // a terminal is a file
 
-std::string ReadInput() { return ReadWhole(stdin); }
+std::string ReadInput() { return bv::ReadWhole(stdin); }
 
 void PrintBytes(const std::string& bytes) { Print(bytes); }
 

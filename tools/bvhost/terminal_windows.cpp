@@ -8,7 +8,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "settings_file.h"
+#include <bvschema/host/document.h>
+
 #include "terminal.h"
 #include "text.h"
 
@@ -76,7 +77,7 @@ bool PrintToConsole(bool error, const std::string& text) {
 
 std::string ReadInput() {
     _setmode(_fileno(stdin), _O_BINARY);
-    return ReadWhole(stdin);
+    return bv::ReadWhole(stdin);
 }
 
 void PrintBytes(const std::string& bytes) {

@@ -2,50 +2,13 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cwctype>
 #include <utility>
 
 #include <bvschema/platform.h>
 
 namespace host {
 
-std::string Utf8(std::wstring_view text) {
-    std::string result;
-    for (size_t i = 0; i < text.size(); ++i) {
-        char32_t c = sizeof(wchar_t) == 2 ? char16_t(text[i]) : char32_t(text[i]);
-        const bool high = c >= 0xD800 && c < 0xDC00;
-        if (high && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] < 0xE000)
-            c = 0x10000 + ((c - 0xD800) << 10) + (char32_t(text[++i]) - 0xDC00);
-        else if ((c >= 0xD800 && c < 0xE000) || c > 0x10FFFF)
-            c = 0xFFFD;
-        if (c < 0x80) {
-            result += char(c);
-        } else if (c < 0x800) {
-            result += {char(0xC0 | c >> 6), char(0x80 | (c & 0x3F))};
-        } else if (c < 0x10000) {
-            result += {char(0xE0 | c >> 12), char(0x80 | (c >> 6 & 0x3F)), char(0x80 | (c & 0x3F))};
-        } else {
-            result += {char(0xF0 | c >> 18), char(0x80 | (c >> 12 & 0x3F)), char(0x80 | (c >> 6 & 0x3F)),
-                       char(0x80 | (c & 0x3F))};
-        }
-    }
-    return result;
-}
-
-namespace {
-
-std::wstring FromPage(UINT page, std::string_view text) {
-    if (text.empty()) return {};
-    const int size = MultiByteToWideChar(page, 0, text.data(), int(text.size()), nullptr, 0);
-    std::wstring result(size_t(std::max(size, 0)), L'\0');
-    if (size > 0) MultiByteToWideChar(page, 0, text.data(), int(text.size()), result.data(), size);
-    return result;
-}
-
-}  // namespace
-
-std::wstring Wide(std::string_view utf8) { return FromPage(CP_UTF8, utf8); }
-std::wstring FromNarrow(std::string_view text) { return FromPage(CP_ACP, text); }
+std::wstring FromNarrow(std::string_view text) { return Wide(bv::NarrowToUtf8(text)); }
 
 bool FitsNarrow(std::wstring_view text) {
     if (text.empty()) return true;
@@ -91,9 +54,6 @@ constexpr Range kTwoColumns[] = {
 
 size_t ColumnsOf(char32_t c) { return c < 0x300 ? 1 : IsIn(c, kNoColumn) ? 0 : IsIn(c, kTwoColumns) ? 2 : 1; }
 
-// A terminal obeys the first kind; the others end a line or turn the direction of what follows.
-constexpr Range kControls[] = {{0, 0x1F}, {0x7F, 0x9F}, {0x2028, 0x202E}, {0x2066, 0x2069}};
-
 }  // namespace
 
 size_t Columns(std::string_view utf8) {
@@ -129,18 +89,6 @@ std::string Padded(std::string_view utf8, size_t columns) {
     return std::string(utf8) + std::string(used < columns ? columns - used : 0, ' ');
 }
 
-std::string OneLine(std::string_view utf8) {
-    std::string result;
-    for (size_t length = 0; !utf8.empty(); utf8.remove_prefix(length)) {
-        if (!IsIn(First(utf8, &length), kControls))
-            result += utf8.substr(0, length);
-        else if (!result.empty() && result.back() != ' ')
-            result += ' ';
-    }
-    while (!result.empty() && result.back() == ' ') result.pop_back();
-    return result;
-}
-
 std::vector<std::string> Wrapped(std::string_view utf8, size_t columns) {
     std::vector<std::string> lines;
     while (!utf8.empty()) {
@@ -164,30 +112,6 @@ std::vector<std::string> Wrapped(std::string_view utf8, size_t columns) {
     return lines;
 }
 
-namespace {
-
-wchar_t Lower(wchar_t c) { return wchar_t(std::towlower(wint_t(c))); }
-
-/// How many slips lie between two texts: a character left out, put in, mistaken, or two that changed places.
-size_t EditDistance(std::wstring_view a, std::wstring_view b) {
-    std::vector<size_t> before, last(b.size() + 1), row(b.size() + 1);
-    for (size_t j = 0; j <= b.size(); ++j) last[j] = j;
-    for (size_t i = 1; i <= a.size(); ++i) {
-        row[0] = i;
-        for (size_t j = 1; j <= b.size(); ++j) {
-            const bool same = Lower(a[i - 1]) == Lower(b[j - 1]);
-            row[j] = std::min({last[j] + 1, row[j - 1] + 1, last[j - 1] + (same ? 0 : 1)});
-            if (i > 1 && j > 1 && Lower(a[i - 1]) == Lower(b[j - 2]) && Lower(a[i - 2]) == Lower(b[j - 1]))
-                row[j] = std::min(row[j], before[j - 2] + 1);
-        }
-        before = last;
-        last = row;
-    }
-    return last[b.size()];
-}
-
-}  // namespace
-
 std::optional<LONG> WholeNumber(std::wstring_view text) {
     const std::string digits = Utf8(text);
     const char* const end = digits.data() + digits.size();
@@ -197,25 +121,10 @@ std::optional<LONG> WholeNumber(std::wstring_view text) {
     return number;
 }
 
-bool SameName(std::wstring_view a, std::wstring_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](wchar_t x, wchar_t y) { return Lower(x) == Lower(y); });
-}
-
 std::string Suggestion(std::wstring_view typed, const std::vector<std::wstring>& candidates) {
-    constexpr size_t kLongest = 256;  // nobody types more and means something
-    if (typed.size() > kLongest) return {};
-    const std::wstring* best = nullptr;
-    size_t least = std::max<size_t>(1, typed.size() / 3) + 1;  // one slip in three letters
-    for (const std::wstring& candidate : candidates) {
-        if (candidate.empty() || candidate.size() > kLongest) continue;
-        const size_t distance = EditDistance(typed, candidate);
-        if (distance < least) {
-            least = distance;
-            best = &candidate;
-        }
-    }
-    return best ? ", did you mean \"" + OneLine(Utf8(*best)) + "\"?" : std::string();
+    std::vector<std::string> names;
+    for (const std::wstring& candidate : candidates) names.push_back(Utf8(candidate));
+    return bv::Suggestion(Utf8(typed), names);
 }
 
 }  // namespace host

@@ -3,23 +3,23 @@
 #pragma once
 
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include <bvschema/platform.h>
+#include <bvschema/host/result.h>
+#include <bvschema/host/text.h>
 
 namespace host {
 
 /// What went wrong, in one line for the user.
-class Problem : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
+using Problem = bv::Error;
 
-std::string Utf8(std::wstring_view text);
-std::wstring Wide(std::string_view utf8);
+using bv::OneLine;
+using bv::SameName;
+
+inline std::string Utf8(std::wstring_view text) { return bv::ToUtf8(text); }
+inline std::wstring Wide(std::string_view utf8) { return bv::ToWide(utf8); }
 /// From the narrow code page, of settings files and of records.
 std::wstring FromNarrow(std::string_view text);
 /// Whether the narrow code page has all characters of a text.
@@ -31,16 +31,12 @@ std::string Padded(std::string_view utf8, size_t columns);
 /// At most so many columns of a text: its beginning, or its end, and "…" for the rest.
 std::string CutEnd(std::string_view utf8, size_t columns);
 std::string CutFront(std::string_view utf8, size_t columns);
-/// A text without line ends, other control characters and those that turn the direction of writing, for a line
-/// of its own.
-std::string OneLine(std::string_view utf8);
 /// Lines of at most so many columns, broken at blanks; the text's own line ends stay.
 std::vector<std::string> Wrapped(std::string_view utf8, size_t columns);
 
 /// A decimal number without anything round it; no value for any other text, and for one beyond 32 bits.
 std::optional<LONG> WholeNumber(std::wstring_view text);
 
-bool SameName(std::wstring_view a, std::wstring_view b);
 /// ", did you mean X?" for the candidate that is nearest to what was typed, or nothing when none is near.
 std::string Suggestion(std::wstring_view typed, const std::vector<std::wstring>& candidates);
 

@@ -4,15 +4,15 @@
 #include <string>
 #include <vector>
 
-#include "com.h"
+#include <bvschema/host/value.h>
 
-namespace host {
+namespace bv::inline host {
 
 struct OfferedFilter {
-    std::wstring label;    // for people
-    std::wstring name;     // of its node, as a settings file has it
+    std::string label;     // for people
+    std::string name;      // of its node, as a settings file has it
     Ref<IUnknown> filter;  // a new one, which may go into a list
 };
 std::vector<OfferedFilter> OfferedFilters();
 
-}  // namespace host
+}  // namespace bv::inline host

@@ -1,6 +1,6 @@
-#include "filters.h"
+#include <bvschema/host/components.h>
 
-namespace host {
+namespace bv::inline host {
 
 std::vector<OfferedFilter> OfferedFilters() {
     std::vector<OfferedFilter> filters;
@@ -9,10 +9,10 @@ std::vector<OfferedFilter> OfferedFilters() {
     const auto create = [](REFCLSID cls, REFIID iid, void** out) {
         return SUCCEEDED(CoCreateInstance(cls, nullptr, CLSCTX_INPROC_SERVER, iid, out));
     };
-    if (!create(bv::clsid::BVFilterMapper, bv::kIid<IBVFilterMapper>, mapper.PutVoid()) ||
-        !create(bv::clsid::ListOfValues, bv::kIid<IListOfValues>, list.PutVoid()))
+    if (!create(clsid::BVFilterMapper, kIid<IBVFilterMapper>, mapper.PutVoid()) ||
+        !create(clsid::ListOfValues, kIid<IListOfValues>, list.PutVoid()))
         return filters;
-    GUID category = bv::category::Filters;
+    GUID category = category::Filters;
     LONG count = 0;
     if (FAILED(mapper->Init(&category, nullptr, list.get())) || FAILED(list->get_Count(&count)))
         return filters;
@@ -27,9 +27,9 @@ std::vector<OfferedFilter> OfferedFilters() {
         // What the list offers is a filter that is a node: another one would have needed a wrapper.
         const auto node = Ask<IProperty>(value.object());
         if (node && SUCCEEDED(node->get_Name(name.Put())))
-            filters.push_back({label.Get(), name.Get(), Ref<IUnknown>(value.object())});
+            filters.push_back({label.Utf8(), name.Utf8(), Ref<IUnknown>(value.object())});
     }
     return filters;
 }
 
-}  // namespace host
+}  // namespace bv::inline host

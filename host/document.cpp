@@ -1,17 +1,14 @@
-#include "settings_file.h"
+#include <bvschema/host/document.h>
 
 #include <algorithm>
 #include <cstring>
 #include <fstream>
 
-#include "paths.h"
-#include "settings_xml.h"
-#include "text.h"
+#include "document_xml.h"
 
-namespace host {
+namespace bv::inline host {
 namespace {
 
-constexpr size_t kLargestFile = 16 * 1024 * 1024;
 constexpr const char* kTooLong = "settings have at most 16 MB";
 
 class Reader {
@@ -28,7 +25,7 @@ public:
 
 private:
     [[noreturn]] void Fail(const std::string& what) const {
-        throw Problem("line " + std::to_string(line_) + ": " + OneLine(what));
+        throw Error("line " + std::to_string(line_) + ": " + OneLine(what));
     }
 
     static bool IsNameByte(char c) { return !IsBlank(c) && !std::strchr("<>='\"/&", c); }  // nor NUL
@@ -58,7 +55,7 @@ private:
         return name;
     }
 
-    std::wstring ReadText() {
+    std::string ReadText() {
         const char quote = rest_.empty() ? '\0' : rest_[0];
         if (quote != '\'' && quote != '"') Fail("a value stands in quotes");
         const size_t end = rest_.find(quote, 1);
@@ -70,7 +67,7 @@ private:
             text += raw[i] == '&' ? ReadEntity(raw, &i) : raw[i];
         }
         Skip(end + 1);
-        return FromNarrow(text);
+        return NarrowToUtf8(text);
     }
 
     char ReadEntity(std::string_view raw, size_t* at) const {
@@ -89,12 +86,12 @@ private:
     }
 
     VARTYPE ReadKind() {
-        const std::wstring text = ReadText();
+        const std::string text = ReadText();
         VARTYPE kind = 0;
         if (text.empty() || text.size() > 4) Fail("a type is a number");
-        for (const wchar_t c : text) {
-            if (c < L'0' || c > L'9') Fail("a type is a number");
-            kind = VARTYPE(kind * 10 + (c - L'0'));
+        for (const char c : text) {
+            if (c < '0' || c > '9') Fail("a type is a number");
+            kind = VARTYPE(kind * 10 + (c - '0'));
         }
         return kind;
     }
@@ -105,11 +102,11 @@ private:
         Element element;
         element.line = line_;
         const std::string name = ReadName("an element");
-        element.name = FromNarrow(name);
+        element.name = NarrowToUtf8(name);
         // They are kept by an object that wants the record of a fresh scan before it writes them again.
         if (name == "DVDEXT") Fail(kNoDiscs);
 
-        std::optional<std::wstring> value, unit;
+        std::optional<std::string> value, unit;
         std::optional<VARTYPE> value_kind, unit_kind;
         for (SkipBlanks(); !SkipIf(">"); SkipBlanks()) {
             const std::string attribute = ReadName("an attribute");
@@ -150,13 +147,13 @@ Element ParseSettings(std::string_view bytes) {
     std::string problem;
     try {
         return Reader(bytes).Document();
-    } catch (const Problem& own) {
+    } catch (const Error& own) {
         problem = own.what();
     }
     if (auto element = ReadXml(bytes)) return *std::move(element);
     for (const char* foreign : {"<?", "<!", "\xEF\xBB\xBF", "\xFF\xFE", "\xFE\xFF"})
-        if (bytes.starts_with(foreign)) throw Problem("this is no well-formed XML");
-    throw Problem(problem);
+        if (bytes.starts_with(foreign)) throw Error("this is no well-formed XML");
+    throw Error(problem);
 }
 
 std::string ReadWhole(std::FILE* stream) {
@@ -164,20 +161,20 @@ std::string ReadWhole(std::FILE* stream) {
     char part[1 << 16];
     for (size_t count; (count = std::fread(part, 1, sizeof part, stream)) > 0;) {
         bytes.append(part, count);
-        if (bytes.size() > kLargestFile) throw Problem(kTooLong);
+        if (bytes.size() > kLargestDocument) throw Error(kTooLong);
     }
-    if (std::ferror(stream)) throw Problem("it can't be read");
+    if (std::ferror(stream)) throw Error("it can't be read");
     return bytes;
 }
 
 std::string ReadWhole(const std::filesystem::path& file) {
     std::error_code error;
-    if (!std::filesystem::exists(file, error)) throw Problem("there is no such file");
-    if (!std::filesystem::is_regular_file(file, error)) throw Problem("this is no file");
-    if (std::filesystem::file_size(file, error) > kLargestFile) throw Problem(kTooLong);
+    if (!std::filesystem::exists(file, error)) throw Error("there is no such file");
+    if (!std::filesystem::is_regular_file(file, error)) throw Error("this is no file");
+    if (std::filesystem::file_size(file, error) > kLargestDocument) throw Error(kTooLong);
     std::ifstream stream(file, std::ios::binary);
     std::string bytes(std::istreambuf_iterator<char>(stream), {});
-    if (!stream.is_open() || stream.bad()) throw Problem("it can't be read");
+    if (!stream.is_open() || stream.bad()) throw Error("it can't be read");
     return bytes;
 }
 
@@ -195,8 +192,8 @@ void ReplaceFile(const std::filesystem::path& file,
         fs::rename(draft, target);
     } catch (const std::exception& problem) {
         fs::remove(draft, error);
-        if (dynamic_cast<const Problem*>(&problem)) throw;
-        throw Problem(PathText(file) + " can't be written");
+        if (dynamic_cast<const Error*>(&problem)) throw;
+        throw Error(OneLine(PathToUtf8(file)) + " can't be written");
     }
 }
 
@@ -205,18 +202,17 @@ void WriteWhole(const std::filesystem::path& file, std::string_view bytes) {
         std::ofstream stream(path, std::ios::binary | std::ios::trunc);
         stream.write(bytes.data(), std::streamsize(bytes.size()));
         stream.close();
-        if (!stream) throw Problem(PathText(file) + " can't be written");
+        if (!stream) throw Error(OneLine(PathToUtf8(file)) + " can't be written");
     });
 }
 
-std::optional<Value> Restored(const Element::Stored& stored) {
-    const VARTYPE kind = stored.kind;
+std::optional<Value> Element::Stored::Restored() const {
     // Not objects, references and kinds that have no text.
     if (!IsWhole(kind) && !(kind >= VT_R4 && kind <= VT_BSTR) && kind != VT_BOOL && kind != VT_DECIMAL)
         return {};
     Value value;
-    if (FAILED(Value::Of(stored.text).ChangeTo(kind, &value))) return {};
+    if (FAILED(Value(text).ChangeTo(kind, &value))) return {};
     return value;
 }
 
-}  // namespace host
+}  // namespace bv::inline host

@@ -1,12 +1,9 @@
-#include "media_object.h"
+#include <bvschema/host/media.h>
+#include <bvschema/host/value.h>
 
 #include <cwchar>
-#include <filesystem>
 
-#include "paths.h"
-#include "server.h"
-
-namespace host {
+namespace bv::inline host {
 namespace {
 
 template <class T>
@@ -22,10 +19,10 @@ HRESULT Give(BSTR* out, const std::wstring& text) {
     return *out ? S_OK : E_OUTOFMEMORY;
 }
 
-std::wstring TextOf(IProperty* root, const wchar_t* name) {
-    const Ref<IProperty> node = root ? Find(root, name) : Ref<IProperty>();
-    Value value;
-    return node && node->get_Value(value.Put()) == S_OK ? value.AsText() : std::wstring();
+Ref<IProperty> Find(IProperty* from, const wchar_t* name) {
+    Ref<IProperty> found;
+    if (!from || from->FindProperty(Text(name), found.Put()) != S_OK) return {};
+    return found;
 }
 
 constexpr LONG kSeries = 2;
@@ -43,23 +40,15 @@ std::wstring Extension(IMediaObject* media) {
 
 }  // namespace
 
-std::wstring PathOf(IProperty* input) {
-    Value path;
-    return input && input->get_Value(path.Put()) == S_OK ? path.AsText() : std::wstring();
+MediaObject::MediaObject() {
+    map_ = Create<IUnknown>(clsid::Map, "Map", static_cast<IUnknown*>(Dispatch()));
+    files_ = Create<IMediaFiles>(clsid::MediaFiles, "MediaFiles");
 }
 
-Ref<IProperty> Find(IProperty* from, const std::wstring& name) {
-    Ref<IProperty> found;
-    if (from->FindProperty(Text(name), found.Put()) != S_OK) return {};
-    return found;
+MediaObject::~MediaObject() {
+    references_ = 1;  // what goes may ask for the object once more
+    MediaObject::Close();
 }
-
-MediaObject::MediaObject(std::optional<MediaInfo> given) : given_(given) {
-    map_ = Create<IUnknown>(bv::clsid::Map, "Map", static_cast<IUnknown*>(Dispatch()));
-    files_ = Create<IMediaFiles>(bv::clsid::MediaFiles, "MediaFiles");
-}
-
-MediaObject::~MediaObject() { Close(); }
 
 void MediaObject::Close() {
     root_ = nullptr;
@@ -67,16 +56,28 @@ void MediaObject::Close() {
     map_ = {};
 }
 
+STDMETHODIMP_(ULONG) MediaObject::Release() {
+    const ULONG left = --references_;
+    if (left == 0) delete this;
+    return left;
+}
+
+std::wstring MediaObject::TextOf(const wchar_t* name) const {
+    const Ref<IProperty> node = Find(root_, name);
+    Value value;
+    return node && node->get_Value(value.Put()) == S_OK ? value.AsText() : std::wstring();
+}
+
 STDMETHODIMP MediaObject::QueryInterface(REFIID iid, void** out) {
     if (!out) return E_POINTER;
     *out = nullptr;
-    if (iid == bv::kIid<IProperty>) return root_ ? root_->QueryInterface(iid, out) : E_NOINTERFACE;
-    if (iid == bv::kIid<IMediaFiles>) return files_ ? files_->QueryInterface(iid, out) : E_NOINTERFACE;
-    if (iid == bv::kIid<IUnknown> || iid == bv::kIid<IDispatch> || iid == bv::kIid<IMediaObject>)
+    if (iid == kIid<IProperty>) return root_ ? root_->QueryInterface(iid, out) : E_NOINTERFACE;
+    if (iid == kIid<IMediaFiles>) return files_ ? files_->QueryInterface(iid, out) : E_NOINTERFACE;
+    if (iid == kIid<IUnknown> || iid == kIid<IDispatch> || iid == kIid<IMediaObject>)
         *out = static_cast<IMediaObject*>(this);
-    else if (iid == bv::kIid<IMediaParser>)
+    else if (iid == kIid<IMediaParser>)
         *out = static_cast<IMediaParser*>(this);
-    else if (iid == bv::kIid<IMediaFilesHost>)
+    else if (iid == kIid<IMediaFilesHost>)
         *out = static_cast<IMediaFilesHost*>(this);
     else
         return map_ ? map_->QueryInterface(iid, out) : E_NOINTERFACE;
@@ -86,42 +87,50 @@ STDMETHODIMP MediaObject::QueryInterface(REFIID iid, void** out) {
 
 STDMETHODIMP MediaObject::GetTypeInfoCount(UINT* count) { return Give(count, UINT(0)); }
 
+Result<MediaInfo> MediaObject::ReadMedia(const std::filesystem::path& file) {
+    const auto refused = [](const char* why) { return Refusal{E_FAIL, why, {}, {}}; };
+    std::error_code ignored;
+    if (!std::filesystem::exists(file, ignored)) return refused("there is no such file");
+    if (std::filesystem::is_directory(file, ignored)) return refused("this is a folder");
+    return source_ ? source_(file) : MediaInfo{};
+}
+
 // What goes wrong here is told by the node's state: no exception leaves an operation.
 STDMETHODIMP MediaObject::PreOpen(IUnknown* source) try {
     const Ref<IProperty> node = Ask<IProperty>(source);
     const Ref<IMediaOpenState> state = Ask<IMediaOpenState>(source);
     if (!node || !state) return E_INVALIDARG;
-    const std::wstring path = PathOf(node.get());
-    try {
-        std::error_code ignored;
-        const std::filesystem::path file = ToPath(path);
-        if (!std::filesystem::exists(file, ignored)) throw Problem("there is no such file");
-        if (std::filesystem::is_directory(file, ignored)) throw Problem("this is a folder");
-        if (!given_ && std::filesystem::is_regular_file(file, ignored) &&
-            std::filesystem::file_size(file, ignored) == 0)
-            throw Problem("the file is empty");
-        info_ = given_ ? *given_ : ReadMedia(path);
+    Value path;
+    std::ignore = node->get_Value(path.Put());
+    auto info = [&]() -> Result<MediaInfo> {
+        try {
+            return ReadMedia(ToPath(path.AsText()));
+        } catch (const Error& error) {
+            return Refusal{error.status(), error.what(), {}, {}};
+        }
+    }();
+    if (info) {
+        info_ = *info;
         state->SetState(1, Text(L""));
         return S_OK;
-    } catch (const Problem& problem) {
-        info_ = {};
-        ForgetErrors();
-        state->SetState(0, Text(Wide(problem.what())));
-        return E_FAIL;
     }
+    info_ = {};
+    ForgetErrors();
+    state->SetState(0, Text(std::string_view(info.error().text)));
+    return E_FAIL;
 } catch (const std::exception&) {
     return E_OUTOFMEMORY;
 }
 
 STDMETHODIMP MediaObject::get_TitleInfo(BSTR* pVal) try {
-    return Give(pVal, FromPath(ToPath(TextOf(root_, L"PathToMediaFile")).filename()));
+    return Give(pVal, FromPath(ToPath(TextOf(L"PathToMediaFile")).filename()));
 } catch (const std::exception&) {
     return E_OUTOFMEMORY;
 }
 
 STDMETHODIMP MediaObject::get_CurrentFormat(IDispatch** pVal) {
     if (!pVal) return E_POINTER;
-    const Ref<IProperty> node = root_ ? Find(root_, L"OutputFileFormat") : Ref<IProperty>();
+    const Ref<IProperty> node = Find(root_, L"OutputFileFormat");
     Value value;
     if (!node || node->get_Value(value.Put()) != S_OK) return S_FALSE;
     Ref<IDispatch> format = Ask<IDispatch>(value.object());
@@ -136,22 +145,23 @@ STDMETHODIMP MediaObject::InitDefault() {
     return map ? map->InitDefault() : E_FAIL;
 }
 
+std::filesystem::path MediaObject::OutputPath() {
+    const Ref<IProperty> mode = Find(root_, L"Mode");
+    Value series;
+    if (!mode || mode->get_Value(series.Put()) != S_OK || series.kind() != VT_I4 || series.get().lVal != kSeries)
+        return ToPath(TextOf(L"OutputMediaName"));
+    // One file for each input, named by the pattern.
+    const std::wstring source = FromPath(ToPath(TextOf(L"PathToMediaFile")).stem());
+    std::wstring name = TextOf(L"FileNamePattern");
+    for (size_t at = 0; (at = name.find(kSourceName, at)) != name.npos; at += source.size())
+        name.replace(at, std::wcslen(kSourceName), source);
+    if (name.empty()) return {};
+    return ToPath(TextOf(L"DestinationPath")) / ToPath(name + Extension(this));
+}
+
 STDMETHODIMP MediaObject::GetOuputFileName(BSTR* pVal) try {
     if (!pVal) return E_POINTER;
-    const Ref<IProperty> mode = root_ ? Find(root_, L"Mode") : Ref<IProperty>();
-    Value series;
-    std::filesystem::path file;
-    if (mode && mode->get_Value(series.Put()) == S_OK && series.kind() == VT_I4 &&
-        series.get().lVal == kSeries) {
-        // One file for each input, named by the pattern.
-        const std::wstring source = FromPath(ToPath(TextOf(root_, L"PathToMediaFile")).stem());
-        std::wstring name = TextOf(root_, L"FileNamePattern");
-        for (size_t at = 0; (at = name.find(kSourceName, at)) != name.npos; at += source.size())
-            name.replace(at, std::wcslen(kSourceName), source);
-        if (!name.empty()) file = ToPath(TextOf(root_, L"DestinationPath")) / ToPath(name + Extension(this));
-    } else {
-        file = ToPath(TextOf(root_, L"OutputMediaName"));
-    }
+    const std::filesystem::path file = OutputPath();
     return file.empty() ? E_FAIL : Give(pVal, FromPath(file));
 } catch (const std::exception&) {
     return E_OUTOFMEMORY;
@@ -165,4 +175,4 @@ STDMETHODIMP MediaObject::get_StreamFlagA(int* pVal) { return Give(pVal, int(inf
 STDMETHODIMP MediaObject::get_StreamFlagB(int* pVal) { return Give(pVal, int(info_.audio && !info_.still)); }
 STDMETHODIMP MediaObject::get_IsStill(int* pVal) { return Give(pVal, int(info_.still)); }
 
-}  // namespace host
+}  // namespace bv::inline host

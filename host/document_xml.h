@@ -1,18 +1,15 @@
 // A settings file that another program has written anew.
 #pragma once
 
-#include <optional>
-#include <string_view>
+#include <bvschema/host/document.h>
 
-#include "settings_file.h"
+namespace bv::inline host {
 
-namespace host {
-
-inline constexpr size_t kDeepestElement = 64;
+inline constexpr const char* kNoDiscs = "choices on a DVD can't be kept: this host reads no discs";
 
 /// Reads any well-formed XML whose elements say what settings say: whatever its prolog, encoding, comments,
 /// white space, and attributes besides those of settings. Never fetches anything, and takes no document type.
-/// No value when it isn't well-formed. Throws Problem, with the line, for other contents.
+/// No value when it isn't well-formed. Throws Error, with the line, for other contents.
 std::optional<Element> ReadXml(std::string_view bytes);
 
-}  // namespace host
+}  // namespace bv::inline host

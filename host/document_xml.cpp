@@ -1,21 +1,16 @@
-#include "settings_xml.h"
+#include "document_xml.h"
 
 #include <algorithm>
 
-#include <bvschema/bvschema.h>
-
-#include "server.h"
-#include "text.h"
-
 BV_SYSTEM_INTERFACE_ID(IXMLDOMDocument, "2933BF81-7B36-11D2-B20E-00C04F983E60")
 
-namespace host {
+namespace bv::inline host {
 namespace {
 
-constexpr CLSID kXmlDocument = bv::GuidOf("2933BF90-7B36-11D2-B20E-00C04F983E60");
+constexpr CLSID kXmlDocument = GuidOf("2933BF90-7B36-11D2-B20E-00C04F983E60");
 
 [[noreturn]] void Fail(size_t line, const std::string& what) {
-    throw Problem("line " + std::to_string(line) + ": " + OneLine(what));
+    throw Error("line " + std::to_string(line) + ": " + OneLine(what));
 }
 
 // --- The text, whatever its encoding
@@ -63,17 +58,16 @@ UINT PageOf(std::string_view bytes) {
     const std::string_view name =
         declaration.substr(at + 1, declaration.find(declaration[at], at + 1) - at - 1);
     struct Page {
-        const wchar_t* name;
+        const char* name;
         UINT number;
     };
     // ISO-8859-1 differs from 1252 in control characters alone.
     constexpr Page kPages[] = {
-        {L"UTF-8", CP_UTF8},     {L"US-ASCII", CP_UTF8},  {L"ISO-8859-1", 1252}, {L"windows-1250", 1250},
-        {L"windows-1251", 1251}, {L"windows-1252", 1252}, {L"Shift_JIS", 932},   {L"GB2312", 936},
+        {"UTF-8", CP_UTF8},     {"US-ASCII", CP_UTF8},  {"ISO-8859-1", 1252}, {"windows-1250", 1250},
+        {"windows-1251", 1251}, {"windows-1252", 1252}, {"Shift_JIS", 932},   {"GB2312", 936},
     };
-    const std::wstring wide(name.begin(), name.end());
     for (const Page& page : kPages)
-        if (SameName(wide, page.name)) return page.number;
+        if (SameName(name, page.name)) return page.number;
     Fail(1, "the encoding " + std::string(name) + " isn't known here");
 }
 
@@ -142,8 +136,8 @@ public:
         if (depth > kDeepestElement) Fail(element.line, "elements lie more than 64 deep");
         TextResult name;
         node->get_nodeName(name.Put());
-        element.name = name.Get();
-        if (element.name == L"DVDEXT") Fail(element.line, kNoDiscs);
+        element.name = name.Utf8();
+        if (element.name == "DVDEXT") Fail(element.line, kNoDiscs);
         Ref<IXMLDOMNamedNodeMap> attributes;
         node->get_attributes(attributes.Put());
         element.value = Stored(attributes.get(), L"value", L"type", element.line);
@@ -156,7 +150,7 @@ public:
             child->get_nodeType(&type);
             if (type == NODE_ELEMENT) element.children.push_back(Read(child.get(), depth + 1));
             if ((type == NODE_TEXT || type == NODE_CDATA_SECTION) && !IsBlank(TextOf(child.get())))
-                Fail(element.line, "text inside of " + Utf8(element.name));
+                Fail(element.line, "text inside of " + element.name);
             Ref<IXMLDOMNode> next;
             child->get_nextSibling(next.Put());
             child = next;
@@ -183,9 +177,9 @@ private:
         const auto text = Attribute(attributes, name), type = Attribute(attributes, kind);
         if (!text && !type) return {};
         if (!text || !type) Fail(line, "a value stands with its type, or not at all");
-        const auto number = WholeNumber(*type);
+        const auto number = Value::Of(*type).number();
         if (!number || *number < 0 || *number > 9999) Fail(line, "a type is a number");
-        return Element::Stored{*text, VARTYPE(*number)};
+        return Element::Stored{ToUtf8(*text), VARTYPE(*number)};
     }
 
     std::vector<size_t> lines_;
@@ -209,4 +203,4 @@ std::optional<Element> ReadXml(std::string_view bytes) {
     return XmlReader(std::move(lines)).Read(root.get(), 1);
 }
 
-}  // namespace host
+}  // namespace bv::inline host
