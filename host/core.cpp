@@ -45,11 +45,20 @@ JobCore::~JobCore() {
 }
 
 Node JobCore::Find(std::string_view name) {
+    const size_t slash = name.find('/');
     Ref<IProperty> found;
-    if (name.find('/') == name.npos && root_->FindProperty(Text(name), found.Put()) == S_OK) return NodeOf(found);
-    if (const Node node = NodeOf(root_).Find(name)) return node;
-    if (selected_ >= 0) return NodeOf(inputs_[size_t(selected_)].node).Find(name);
-    return {};
+    if (slash == name.npos && root_->FindProperty(Text(name), found.Put()) == S_OK) return NodeOf(found);
+    const Node root = NodeOf(root_);
+    if (SameName(name.substr(0, slash), root.name())) {  // a whole path
+        if (slash == name.npos) return root;
+        name.remove_prefix(slash + 1);
+    }
+    if (const Node node = root.Find(name)) return node;
+    if (selected_ < 0) return {};
+    const Node input = NodeOf(inputs_[size_t(selected_)].node);
+    const size_t end = std::min(name.find('/'), name.size());
+    if (!SameName(name.substr(0, end), input.name())) return input.Find(name);
+    return end == name.size() ? input : input.Find(name.substr(end + 1));
 }
 
 const MediaInfo& JobCore::InfoOf(IProperty* input) const {

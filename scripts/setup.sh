@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages_for() {
-    local build="cmake ninja-build g++ pkg-config libsqlite3-dev libpugixml-dev libffi-dev"
+    local build="cmake ninja-build g++ pkg-config libsqlite3-dev libpugixml-dev libffi-dev nlohmann-json3-dev"
     local samples="libcli11-dev libavformat-dev libavcodec-dev libavutil-dev"
     case $1 in
         build) echo "$build" ;;

@@ -11,4 +11,6 @@
 #pragma once
 
 #include <bvschema/host/job.h>
+#include <bvschema/host/preset.h>
 #include <bvschema/host/runtime.h>
+#include <bvschema/host/why.h>

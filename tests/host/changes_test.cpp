@@ -190,7 +190,7 @@ TEST_F(ChangesTest, RandomEditsAreUndoneToTheStartAndRedoneToTheEnd) {
         size_t steps = 0;
         while (own.Undo()) ++steps;
         EXPECT_EQ(Seen(own), states.front());
-        EXPECT_GT(steps, size_t(kEdits) / 4);
+        EXPECT_GT(steps, size_t(kEdits) / 16);
         while (own.Redo()) --steps;
         EXPECT_EQ(Seen(own), last);
         EXPECT_EQ(steps, 0u);

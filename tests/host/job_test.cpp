@@ -10,7 +10,8 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
 TEST_F(HostTest, DoesWhatAHostDoes) {
-    const Input input = job.AddInput(Clip("Übung 日本 'a' $x.mp4"));
+    // A settings file holds what the system's 8-bit code page has.
+    const Input input = job.AddInput(Clip(GetACP() == CP_UTF8 ? "Übung 日本 'a' $x.mp4" : "Übung 'a' $x.mp4"));
     EXPECT_EQ(input.problem(), "");
     EXPECT_EQ(input.info().duration, 100'000'000);
     job["Mode"] = 2;
