@@ -146,6 +146,7 @@ test_native() {
     run_programs native run-native.sh
     check native exports tests/checks/exports.sh build/native/bin
     check native wide_names tests/checks/names.sh build/native/bin
+    check native schema tests/checks/schema.sh build/native/bin
     check native install tests/install/check.sh build/native
     check native environment tests/checks/environment.sh scripts/run-native.sh build/native/bin/platform_tests
 }

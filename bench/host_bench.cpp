@@ -41,7 +41,8 @@ BENCHMARK(EditPlain);
 void EditWithEvents(benchmark::State& state) {
     host::Job job = Whole(0, int(state.range(0)));
     size_t told = 0;
-    const Subscription subscription = job.Subscribe([&](const Change& change) { told += change.nodes.size(); });
+    const Subscription subscription =
+        job.Subscribe([&](const Change& change) { told += change.nodes.size(); });
     const Node mode = job["Mode"];
     LONG value = 1;
     for (auto _ : state) std::ignore = mode.Put(Value::Of(value ^= 3));

@@ -7,10 +7,7 @@
 namespace bv::inline host {
 namespace {
 
-
-size_t HashOf(BSTR text) {
-    return std::hash<std::wstring_view>()({text ? text : L"", SysStringLen(text)});
-}
+size_t HashOf(BSTR text) { return std::hash<std::wstring_view>()({text ? text : L"", SysStringLen(text)}); }
 
 bool IsConverter(IProperty* unit) { return unit && Ask<IValueFormat>(unit); }
 
@@ -111,7 +108,8 @@ void JobCore::See(Sight& sight, IProperty* node, int above, int way, int depth) 
         sight.push_back(std::move(seen));
     }
     Ref<IProperty> unit;
-    if (node->get_Extension(unit.Put()) == S_OK && unit) See(sight, unit.get(), place, Locator::kUnit, depth + 1);
+    if (node->get_Extension(unit.Put()) == S_OK && unit)
+        See(sight, unit.get(), place, Locator::kUnit, depth + 1);
     // A folder stores its text, which is what it shows, and gives the place that is worked out from it.
     if (sight[size_t(place)].stored.kind() == VT_BSTR && !IsConverter(unit.get())) {
         Value format;
@@ -158,8 +156,8 @@ Locator LocatorOf(const Sight& sight, int index, const Locator* cut) {
 
 }  // namespace
 
-void JobCore::Compare(const Sight& before, const Sight& after, const Locator* cut, std::vector<NodeChange>& changes,
-                      std::vector<NodeStep>& steps) {
+void JobCore::Compare(const Sight& before, const Sight& after, const Locator* cut,
+                      std::vector<NodeChange>& changes, std::vector<NodeStep>& steps) {
     const auto changed = [&](const Seen& was, int now_index) {
         const Seen& now = after[size_t(now_index)];
         const unsigned what = was.ChangeTo(now);
@@ -200,9 +198,9 @@ void JobCore::Compare(const Sight& before, const Sight& after, const Locator* cu
 }
 
 Ref<IProperty> JobCore::NodeAt(const Locator& where) const {
-    Ref<IProperty> at = where.tree == Locator::kRoot                    ? root_
+    Ref<IProperty> at = where.tree == Locator::kRoot          ? root_
                         : size_t(where.tree) < inputs_.size() ? inputs_[size_t(where.tree)].node
-                                                                        : Ref<IProperty>();
+                                                              : Ref<IProperty>();
     for (const int step : where.way) {
         if (!at) break;
         Ref<IProperty> next;
@@ -375,8 +373,9 @@ void JobCore::Tell(bv::Change change) {
         to_tell_.pop_front();
         const std::vector<Subscriber> subscribers = subscribers_;  // a callback may subscribe and unsubscribe
         for (const Subscriber& subscriber : subscribers) {
-            const bool still = std::any_of(subscribers_.begin(), subscribers_.end(),
-                                           [&](const Subscriber& other) { return other.id == subscriber.id; });
+            const bool still =
+                std::any_of(subscribers_.begin(), subscribers_.end(),
+                            [&](const Subscriber& other) { return other.id == subscriber.id; });
             if (still) subscriber.callback(next);
         }
     }
@@ -448,7 +447,8 @@ void JobCore::Apply(const Step& step, bool back) {
         wanted[node.get()] = std::move(target);
     });
     if (back)
-        for (auto splice = step.splices.rbegin(); splice != step.splices.rend(); ++splice) Replace(*splice, true);
+        for (auto splice = step.splices.rbegin(); splice != step.splices.rend(); ++splice)
+            Replace(*splice, true);
     const int selected = back ? step.selected_before : step.selected_after;
     if (selected != selected_ || !step.splices.empty()) SelectIndex(selected);
 
@@ -586,7 +586,8 @@ HRESULT JobCore::EditList(const std::string& name, ListId list, size_t index, si
     const size_t all = CountOf(list);
     for (size_t i = 0; i < all; ++i) before.push_back(ItemAt(list, i));
     if (Watching())
-        for (size_t i = index; i < index + count && i < all; ++i) splice.before.push_back(XmlOf(before[i].get()));
+        for (size_t i = index; i < index + count && i < all; ++i)
+            splice.before.push_back(XmlOf(before[i].get()));
     const HRESULT status = change();
     std::vector<Ref<IProperty>> after;
     for (size_t i = 0; i < CountOf(list); ++i) after.push_back(ItemAt(list, i));

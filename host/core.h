@@ -135,8 +135,8 @@ private:
     Ref<IProperty> NodeAt(const Locator& where) const;
     std::optional<Locator> CutAround(IProperty* node) const;
     /// Appends what changed between two looks, and for undo what its nodes were and are.
-    void Compare(const Sight& before, const Sight& after, const Locator* cut, std::vector<NodeChange>& changes,
-                 std::vector<NodeStep>& steps);
+    void Compare(const Sight& before, const Sight& after, const Locator* cut,
+                 std::vector<NodeChange>& changes, std::vector<NodeStep>& steps);
 
     void Begin(const std::string& name, IProperty* cause);
     /// What was done since the outermost Begin; kept for undo if wanted.

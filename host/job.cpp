@@ -208,8 +208,12 @@ Result<> Job::Transaction(const std::string& name, const std::function<Result<>(
 }
 std::vector<Refusal> Job::TakeRefusals() { return std::exchange(core_->refusals, {}); }
 
-std::string Job::undo_name() const { return core_->undo().empty() ? std::string() : core_->undo().back().name; }
-std::string Job::redo_name() const { return core_->redo().empty() ? std::string() : core_->redo().back().name; }
+std::string Job::undo_name() const {
+    return core_->undo().empty() ? std::string() : core_->undo().back().name;
+}
+std::string Job::redo_name() const {
+    return core_->redo().empty() ? std::string() : core_->redo().back().name;
+}
 bool Job::Undo() { return core_->Undo(); }
 bool Job::Redo() { return core_->Redo(); }
 MediaObject* Job::media() const { return core_->media(); }

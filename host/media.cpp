@@ -148,7 +148,8 @@ STDMETHODIMP MediaObject::InitDefault() {
 std::filesystem::path MediaObject::OutputPath() {
     const Ref<IProperty> mode = Find(root_, L"Mode");
     Value series;
-    if (!mode || mode->get_Value(series.Put()) != S_OK || series.kind() != VT_I4 || series.get().lVal != kSeries)
+    if (!mode || mode->get_Value(series.Put()) != S_OK || series.kind() != VT_I4 ||
+        series.get().lVal != kSeries)
         return ToPath(TextOf(L"OutputMediaName"));
     // One file for each input, named by the pattern.
     const std::wstring source = FromPath(ToPath(TextOf(L"PathToMediaFile")).stem());

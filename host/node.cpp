@@ -8,7 +8,6 @@
 namespace bv::inline host {
 namespace {
 
-
 template <class Call>
 std::string TextBy(Call call) {
     TextResult text;
@@ -88,7 +87,8 @@ std::optional<Value> Labelled(const std::vector<Choice>& choices, std::string_vi
     for (const Choice& choice : choices)
         if (SameName(choice.label, text)) return choice.value;
     for (const Choice& choice : choices)
-        if (std::string extension; SameName(FormatName(choice, &extension), text) || SameName(extension, text))
+        if (std::string extension;
+            SameName(FormatName(choice, &extension), text) || SameName(extension, text))
             return choice.value;
     return {};
 }
@@ -115,14 +115,15 @@ std::string Accepted(const Node& node, std::string_view text) {
     const VARTYPE kind = node.value().kind();
     std::string takes = "a " + KindName(kind);
     if (const Range* range = WholeRange(kind)) {
-        takes = "a whole number from " + std::to_string(style & style::kNotNegative ? 0 : range->lowest) + " to " +
-                std::to_string(range->highest);
+        takes = "a whole number from " + std::to_string(style & style::kNotNegative ? 0 : range->lowest) +
+                " to " + std::to_string(range->highest);
     } else if (IsReal(kind)) {
         takes = "a number, such as 29.97";
     }
     if (const Node unit = node.unit_node()) {
         std::string units;
-        for (const Choice& choice : unit.choices()) units += (units.empty() ? "" : ", ") + OneLine(choice.label);
+        for (const Choice& choice : unit.choices())
+            units += (units.empty() ? "" : ", ") + OneLine(choice.label);
         if (!units.empty()) takes += ", and behind a blank its unit: " + units;
     }
     return "this setting takes " + takes;
@@ -216,7 +217,8 @@ std::vector<Choice> Node::choices() const {
     // The list itself knows which entry the value is.
     TextResult selected;
     Value value;
-    const bool known = node_->get_Value(value.Put()) == S_OK && SUCCEEDED(list->get_Text(value.get(), selected.Put()));
+    const bool known =
+        node_->get_Value(value.Put()) == S_OK && SUCCEEDED(list->get_Text(value.get(), selected.Put()));
     const std::string label_now = selected.Utf8();
     bool found = false;
     for (LONG i = 0; i < count; ++i) {
@@ -225,7 +227,8 @@ std::vector<Choice> Node::choices() const {
         const auto entry = item.As<IListItem>();
         TextResult label;
         Choice choice;
-        if (!entry || FAILED(entry->get_Title(label.Put())) || FAILED(entry->get_Value(choice.value.Put()))) continue;
+        if (!entry || FAILED(entry->get_Title(label.Put())) || FAILED(entry->get_Value(choice.value.Put())))
+            continue;
         choice.label = label.Utf8();
         choice.selected = known && !found && choice.label == label_now;
         found = found || choice.selected;
@@ -284,10 +287,12 @@ std::optional<Value> Node::Parse(std::string_view text) const {
     return Converted(now.kind(), text);
 }
 
-Result<> Node::Change(const std::string& what, const Value& given, const std::function<HRESULT()>& change) const {
+Result<> Node::Change(const std::string& what, const Value& given,
+                      const std::function<HRESULT()>& change) const {
     const auto refusal = [&](HRESULT status) {
-        return Refusal{status, status == E_NOTIMPL && !has_value() ? "this is a group, it has no value" : Reason(status),
-                       name(), given.text()};
+        return Refusal{
+            status, status == E_NOTIMPL && !has_value() ? "this is a group, it has no value" : Reason(status),
+            name(), given.text()};
     };
     ForgetErrors();
     const HRESULT status = job_ ? job_->Edit(what, node_.get(), change) : change();

@@ -84,7 +84,8 @@ bool IsChanged(const Job& job, std::string_view name) {
     if (!node) return false;
     const std::string path = node.path();
     const auto changed = Changed(job);
-    return std::any_of(changed.begin(), changed.end(), [&](const Setting& setting) { return setting.node == path; });
+    return std::any_of(changed.begin(), changed.end(),
+                       [&](const Setting& setting) { return setting.node == path; });
 }
 
 Result<> Reset(Job& job, std::string_view name) {
@@ -108,18 +109,25 @@ Result<> Reset(Job& job, std::string_view name) {
 std::vector<Difference> Compare(const Job& before, const Job& after) {
     std::vector<Difference> differences;
     const std::vector<Setting> was = SettingsOf(before), is = SettingsOf(after);
+    // What only one of them has belongs to a choice of its own: it counts where somebody has set it.
+    const std::vector<Setting> set_before = Changed(before), set_after = Changed(after);
     const auto find = [](const std::vector<Setting>& settings, const std::string& path) {
-        return std::find_if(settings.begin(), settings.end(), [&](const Setting& one) { return one.node == path; });
+        return std::find_if(settings.begin(), settings.end(),
+                            [&](const Setting& one) { return one.node == path; });
+    };
+    const auto has = [&](const std::vector<Setting>& settings, const std::string& path) {
+        return find(settings, path) != settings.end();
     };
     for (const Setting& now : is) {
         const auto old = find(was, now.node);
-        if (old == was.end())
+        if (old == was.end() && has(set_after, now.node))
             differences.push_back({now.node, now.label, {}, WithUnit(now)});
-        else if (!Same(*old, now))
+        else if (old != was.end() && !Same(*old, now))
             differences.push_back({now.node, now.label, WithUnit(*old), WithUnit(now)});
     }
     for (const Setting& old : was)
-        if (find(is, old.node) == is.end()) differences.push_back({old.node, old.label, WithUnit(old), {}});
+        if (!has(is, old.node) && has(set_before, old.node))
+            differences.push_back({old.node, old.label, WithUnit(old), {}});
     return differences;
 }
 
@@ -161,7 +169,8 @@ std::string ToJson(const std::vector<Setting>& settings) {
         if (!setting.unit.empty()) one["unit"] = setting.unit;
         list.push_back(std::move(one));
     }
-    return Json{{"bvschema", "1.0"}, {"settings", std::move(list)}}.dump(2, ' ', false, Json::error_handler_t::replace) +
+    return Json{{"bvschema", "1.0"}, {"settings", std::move(list)}}.dump(2, ' ', false,
+                                                                         Json::error_handler_t::replace) +
            "\n";
 }
 
@@ -194,7 +203,8 @@ std::vector<Setting> ParsePreset(std::string_view json) try {
             plain = Value(value->get<double>());
         else
             throw Error("a setting's value is a text, a number or a switch: " + Quoted(setting.node));
-        const bool known = IsWhole(kind) || (kind >= VT_R4 && kind <= VT_BSTR) || kind == VT_BOOL || kind == VT_DECIMAL;
+        const bool known =
+            IsWhole(kind) || (kind >= VT_R4 && kind <= VT_BSTR) || kind == VT_BOOL || kind == VT_DECIMAL;
         if (plain.empty() ? kind != VT_EMPTY : !known || FAILED(plain.ChangeTo(kind, &setting.value)))
             throw Error("the value of " + Quoted(setting.node) + " doesn't fit its type");
         settings.push_back(std::move(setting));
@@ -221,10 +231,12 @@ Presets::Presets() {
 }
 
 Result<std::filesystem::path> Presets::FileOf(std::string_view name) const {
-    const bool good = !name.empty() && name.size() <= 200 && name.front() != '.' && name.back() != '.' &&
-                      name.back() != ' ' && name.find_first_of("/\\:*?\"<>|") == name.npos &&
-                      std::none_of(name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; });
-    if (!good) return Refusal{E_INVALIDARG, Quoted(name) + " can't be the name of a preset", {}, std::string(name)};
+    const bool good =
+        !name.empty() && name.size() <= 200 && name.front() != '.' && name.back() != '.' &&
+        name.back() != ' ' && name.find_first_of("/\\:*?\"<>|") == name.npos &&
+        std::none_of(name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; });
+    if (!good)
+        return Refusal{E_INVALIDARG, Quoted(name) + " can't be the name of a preset", {}, std::string(name)};
     return folder_ / ToPath(std::string(name) + ".json");
 }
 
@@ -254,7 +266,8 @@ std::vector<Setting> Presets::Load(std::string_view name) const {
     auto file = FileOf(name);
     if (!file) throw Error(file.error());
     std::error_code error;
-    if (!std::filesystem::exists(*file, error)) throw Error("there is no preset " + Quoted(name) + Suggestion(name, List()));
+    if (!std::filesystem::exists(*file, error))
+        throw Error("there is no preset " + Quoted(name) + Suggestion(name, List()));
     return ParsePreset(ReadWhole(*file));
 }
 
@@ -263,7 +276,10 @@ Result<> Presets::Remove(std::string_view name) const {
     if (!file) return file.error();
     std::error_code error;
     if (!std::filesystem::remove(*file, error))
-        return Refusal{E_INVALIDARG, "there is no preset " + Quoted(name) + Suggestion(name, List()), {}, std::string(name)};
+        return Refusal{E_INVALIDARG,
+                       "there is no preset " + Quoted(name) + Suggestion(name, List()),
+                       {},
+                       std::string(name)};
     return {};
 }
 

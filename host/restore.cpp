@@ -42,7 +42,8 @@ Ref<IProperty> NodeFor(IProperty* parent, const std::string& name) {
 
 std::optional<CLSID> ClassOf(IUnknown* object) {
     CLSID cls = {};
-    if (const auto format = Ask<IOutputFormatInfo>(object); format && format->GetClassID(&cls) == S_OK) return cls;
+    if (const auto format = Ask<IOutputFormatInfo>(object); format && format->GetClassID(&cls) == S_OK)
+        return cls;
     if (const auto filter = Ask<IBaseFilter>(object); filter && filter->GetClassID(&cls) == S_OK) return cls;
     return {};
 }
@@ -155,7 +156,8 @@ void JobCore::RestoreFilters(const Element& part, IEnumObject* list) {
             RestoreNode(element, Ask<IProperty>(added).get());
         else
             Note(LoadNote::kUnknown, element,
-                 "the filter " + Quoted(element.name) + " isn't restored: no component offers one of this name");
+                 "the filter " + Quoted(element.name) +
+                     " isn't restored: no component offers one of this name");
     }
 }
 

@@ -29,7 +29,9 @@ fs::path Runtime::ModuleOf(REFCLSID cls) {
 
 Result<> CallModule(const fs::path& module, const char* operation) {
     const std::string name = OneLine(PathToUtf8(module));
-    const auto refused = [&](HRESULT status, const std::string& why) { return Refusal{status, name + ": " + why, {}, name}; };
+    const auto refused = [&](HRESULT status, const std::string& why) {
+        return Refusal{status, name + ": " + why, {}, name};
+    };
     const auto failed = [&](HRESULT status) { return refused(status, Reason(status)); };
     std::error_code ignored;
     if (!fs::exists(module, ignored))

@@ -28,7 +28,8 @@ Scalar Value::scalar() const {
         case VT_BSTR:
             return text();
         default:
-            if (IsWhole(kind()) && SUCCEEDED(ChangeTo(VT_I8, &plain))) return std::int64_t(plain.variant_.llVal);
+            if (IsWhole(kind()) && SUCCEEDED(ChangeTo(VT_I8, &plain)))
+                return std::int64_t(plain.variant_.llVal);
             if (SUCCEEDED(ChangeTo(VT_R8, &plain))) return plain.variant_.dblVal;
             return text();
     }
@@ -46,7 +47,9 @@ bool Value::operator==(const Value& other) const {
         case VT_I4:
             return variant_.lVal == other.variant_.lVal;
         case VT_BSTR: {
-            const auto view = [](BSTR text) { return std::wstring_view(text ? text : L"", SysStringLen(text)); };
+            const auto view = [](BSTR text) {
+                return std::wstring_view(text ? text : L"", SysStringLen(text));
+            };
             return view(variant_.bstrVal) == view(other.variant_.bstrVal);
         }
         default:

@@ -130,8 +130,9 @@ std::optional<Cause> Step(Job& copy, std::string_view name) {
             if (!tried[one.node] || !tried[one.node].Set(value)) continue;
             const int distance = Distance(StateOf(tried, name));
             const int hidden = HiddenAbove(tried, name);
-            const bool better = distance < best || (distance == best && distance == Distance(Explanation::kHidden) &&
-                                                    hidden < best_above);
+            const bool better =
+                distance < best ||
+                (distance == best && distance == Distance(Explanation::kHidden) && hidden < best_above);
             if (better) {
                 cause.instead.clear();
                 best = distance;
@@ -149,7 +150,9 @@ std::optional<Cause> Step(Job& copy, std::string_view name) {
 }
 
 const char* Word(State state) {
-    return state == Explanation::kHidden ? "hidden" : state == Explanation::kDisabled ? "disabled" : "not there";
+    return state == Explanation::kHidden     ? "hidden"
+           : state == Explanation::kDisabled ? "disabled"
+                                             : "not there";
 }
 
 }  // namespace
@@ -163,7 +166,8 @@ std::string Explanation::text() const {
     text += state == kDisabled ? "; enabled by " : "; shown by ";
     for (size_t i = 0; i < causes.size(); ++i) {
         text += (i ? ", then " : "") + causes[i].label + " = ";
-        for (size_t k = 0; k < causes[i].instead.size(); ++k) text += (k ? " or " : "") + causes[i].instead[k];
+        for (size_t k = 0; k < causes[i].instead.size(); ++k)
+            text += (k ? " or " : "") + causes[i].instead[k];
     }
     return text;
 }

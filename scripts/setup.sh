@@ -10,7 +10,7 @@ packages_for() {
         build) echo "$build" ;;
         demo) echo "$build $samples" ;;
         test)
-            echo "$build $samples googletest libgtest-dev libgmock-dev locales sqlite3 libxml2-utils git"
+            echo "$build $samples googletest libgtest-dev libgmock-dev locales sqlite3 libxml2-utils python3-jsonschema git"
             echo "xvfb zenity xdotool dbus-daemon at-spi2-core libglib2.0-dev"
             echo "g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools wine wine64 libwine-dev"
             ;;

@@ -13,4 +13,5 @@
 #include <bvschema/host/job.h>
 #include <bvschema/host/preset.h>
 #include <bvschema/host/runtime.h>
+#include <bvschema/host/schema.h>
 #include <bvschema/host/why.h>

@@ -52,6 +52,37 @@ protected:
     static std::string Clip() { return ShellWord(ClipFile()); }
 };
 
+TEST_F(BvhostTest, TellsWhyASettingIsNotShown) {
+    Check({{"why Mode", 0, "it is shown and can be edited\n"},
+           {"why FileNamePattern", 0,
+            "hidden while Mode is Single; shown by Mode = Multiply\n  try: --set \"Mode=Multiply\"\n"},
+           {"why SplitLength --set Mode=Multiply", 0,
+            "disabled while Use split is off; enabled by Use split = on\n"},
+           {"why FastStart --json", 0, "\"state\": \"absent\""},
+           {"why Mod", 1, "did you mean \"Mode\"?"}});
+}
+
+TEST_F(BvhostTest, KeepsPresetsAndComparesJobs) {
+    const std::string here = "XDG_CONFIG_HOME=" + File("config") + " APPDATA=" + File("config") + ' ';
+    const auto run = [&](const std::string& arguments) { return Run(arguments, here); };
+    EXPECT_THAT(run("preset list").text, HasSubstr("there are no presets yet"));
+    const Outcome kept =
+        run("preset save 'For the web' --format MP4 --set Mode=Multiply --set \"SplitLength=250 frm\"");
+    EXPECT_EQ(kept.text, "Kept 3 settings as \"For the web\"\n");
+    EXPECT_EQ(run("preset list").text, "For the web\n");
+    EXPECT_THAT(run("preset show 'For the web'").text, HasSubstr("SplitLength = 250 frm\n"));
+    EXPECT_EQ(run("preset apply 'For the web' --output " + File("web.xml")).exit_code, 0);
+    EXPECT_EQ(run("diff " + File("web.xml")).text,
+              "Main/OutputFileFormat                   AVI -> MP4\n"
+              "Main/Common/Output/Mode                 Single -> Multiply\n"
+              "Main/Common/Output/IsSplit/SplitLength  10 s -> 250 frm\n");
+    EXPECT_EQ(run("diff " + File("web.xml") + ' ' + File("web.xml")).text, "no setting differs\n");
+    EXPECT_EQ(run("preset show 'For the wep'").exit_code, 1);
+    EXPECT_EQ(run("preset save ../web").exit_code, 1);
+    EXPECT_EQ(run("preset remove 'For the web'").exit_code, 0);
+    EXPECT_EQ(run("preset remove 'For the web'").exit_code, 1);
+}
+
 TEST_F(BvhostTest, WritesReadsAndWritesTheSameBytes) {
     const Outcome made =
         Run("job --input " + Clip() +

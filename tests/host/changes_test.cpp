@@ -51,7 +51,8 @@ TEST_F(ChangesTest, TellsEachNodeThatChangedOnce) {
     changes.clear();
     ASSERT_TRUE(job["SplitLength"].Set("5 ms"));
     ASSERT_EQ(changes.size(), 1u);
-    EXPECT_THAT(Told(changes[0]), ElementsAre(Pair("SplitLength", NodeChange::kValue))) << "its unit is its own";
+    EXPECT_THAT(Told(changes[0]), ElementsAre(Pair("SplitLength", NodeChange::kValue)))
+        << "its unit is its own";
 
     changes.clear();
     job["Overwrite"].get()->put_Value(Value(0).get());
@@ -157,10 +158,12 @@ TEST_F(ChangesTest, RandomEditsAreUndoneToTheStartAndRedoneToTheEnd) {
                     own.AddInput(Clip("e.mp4"));
                     break;
                 case 1:
-                    if (const auto one = input(); one && own.Inputs().size() > 1) std::ignore = own.MoveInput(*one, random() % 2 ? 1 : -1);
+                    if (const auto one = input(); one && own.Inputs().size() > 1)
+                        std::ignore = own.MoveInput(*one, random() % 2 ? 1 : -1);
                     break;
                 case 2:
-                    if (const auto one = input(); one && own.Inputs().size() > 2) std::ignore = own.RemoveInput(*one);
+                    if (const auto one = input(); one && own.Inputs().size() > 2)
+                        std::ignore = own.RemoveInput(*one);
                     break;
                 case 3:
                     if (const auto one = input()) {
@@ -170,7 +173,8 @@ TEST_F(ChangesTest, RandomEditsAreUndoneToTheStartAndRedoneToTheEnd) {
                     break;
                 case 4:
                     if (const auto one = input())
-                        if (const auto cuts = one->cuts(); cuts.size() > 1) std::ignore = cuts.Remove(cuts[pick(cuts.size())]);
+                        if (const auto cuts = one->cuts(); cuts.size() > 1)
+                            std::ignore = cuts.Remove(cuts[pick(cuts.size())]);
                     break;
                 case 5:
                     if (const auto one = input())

@@ -17,8 +17,12 @@ inline Result<MediaInfo> DescribedSource(const std::filesystem::path&) {
 
 class HostTest : public ::testing::Test {
 protected:
-    static void SetUpTestSuite() { ASSERT_EQ(::bv::test::CallModule(kSamplesFile, "DllRegisterServer"), S_OK); }
-    static void TearDownTestSuite() { EXPECT_EQ(::bv::test::CallModule(kSamplesFile, "DllUnregisterServer"), S_OK); }
+    static void SetUpTestSuite() {
+        ASSERT_EQ(::bv::test::CallModule(kSamplesFile, "DllRegisterServer"), S_OK);
+    }
+    static void TearDownTestSuite() {
+        EXPECT_EQ(::bv::test::CallModule(kSamplesFile, "DllUnregisterServer"), S_OK);
+    }
 
     static JobOptions Options() {
         JobOptions options;

@@ -11,7 +11,8 @@ using ::testing::HasSubstr;
 
 TEST_F(HostTest, DoesWhatAHostDoes) {
     // A settings file holds what the system's 8-bit code page has.
-    const Input input = job.AddInput(Clip(GetACP() == CP_UTF8 ? "Übung 日本 'a' $x.mp4" : "Übung 'a' $x.mp4"));
+    const Input input =
+        job.AddInput(Clip(GetACP() == CP_UTF8 ? "Übung 日本 'a' $x.mp4" : "Übung 'a' $x.mp4"));
     EXPECT_EQ(input.problem(), "");
     EXPECT_EQ(input.info().duration, 100'000'000);
     job["Mode"] = 2;
@@ -51,9 +52,10 @@ TEST_F(HostTest, NodesTellWhatAFormWants) {
         Editor editor;
         const char* shown;
     };
-    for (const Row& row : {Row{"Mode", Editor::kChoice, "Single"}, Row{"Overwrite", Editor::kCheckBox, "on"},
-                           Row{"DestinationPath", Editor::kDialog, nullptr}, Row{"FileNamePattern", Editor::kText, nullptr},
-                           Row{"SplitLength", Editor::kNumber, nullptr}, Row{"Output", Editor::kGroup, ""}}) {
+    for (const Row& row :
+         {Row{"Mode", Editor::kChoice, "Single"}, Row{"Overwrite", Editor::kCheckBox, "on"},
+          Row{"DestinationPath", Editor::kDialog, nullptr}, Row{"FileNamePattern", Editor::kText, nullptr},
+          Row{"SplitLength", Editor::kNumber, nullptr}, Row{"Output", Editor::kGroup, ""}}) {
         const Node node = job[row.name];
         ASSERT_TRUE(node) << row.name;
         EXPECT_EQ(int(node.editor()), int(row.editor)) << row.name;
@@ -77,11 +79,13 @@ TEST_F(HostTest, RefusalsAreValuesAndChangeNothing) {
         const char* text;
     };
     const Case cases[] = {
-        {"Mode", "Mutliply", E_INVALIDARG, "the choices are \"Single\", \"Multiply\", did you mean \"Multiply\"?"},
+        {"Mode", "Mutliply", E_INVALIDARG,
+         "the choices are \"Single\", \"Multiply\", did you mean \"Multiply\"?"},
         {"Mode", 7, E_INVALIDARG, "the choices are"},
         {"Overwrite", "perhaps", E_INVALIDARG, "this setting is \"on\" or \"off\""},
         {"SplitLength", -1, E_FAIL, "This value cannot be negative."},
-        {"SplitLength", "1.5", E_INVALIDARG, "a whole number from 0 to 2147483647, and behind a blank its unit: "},
+        {"SplitLength", "1.5", E_INVALIDARG,
+         "a whole number from 0 to 2147483647, and behind a blank its unit: "},
         {"SplitLength", "99999999999", E_INVALIDARG, "a whole number"},
         {"Output", 1, E_INVALIDARG, "this is a group, it has no value"},
     };
@@ -116,8 +120,9 @@ TEST_F(HostTest, WhatCannotBeMadeThrows) {
     EXPECT_THROW(*Result<int>(Refusal{E_FAIL, "no", {}, {}}), Error);
     std::string deep;
     for (int i = 0; i < 100'000; ++i) deep += "<a>";
-    for (const std::string& bad : {std::string(), std::string("<Main>"), deep, "<!DOCTYPE x><Main></Main>" + deep,
-                                   std::string("<Main value='1'></Main>"), std::string(17u << 20, ' ')})
+    for (const std::string& bad :
+         {std::string(), std::string("<Main>"), deep, "<!DOCTYPE x><Main></Main>" + deep,
+          std::string("<Main value='1'></Main>"), std::string(17u << 20, ' ')})
         EXPECT_THROW(Job::Parse(bad), Error) << bad.substr(0, 40);
 }
 

@@ -62,15 +62,19 @@ if [ -f "$build/bin/BVSchema.dll" ]; then
         cmake --build "$work/$1/build" >/dev/null
     }
     project host README.md host.cpp CMakeLists.txt
+    project layer docs/host-layer.md layer.cpp CMakeLists.txt
     project grain docs/component-guide.md grain.cpp CMakeLists.txt
     cp -r "$root/samples/components" "$here/resources" "$work"
-    for each in host grain components resources; do cross $each; done
+    for each in host layer grain components resources; do cross $each; done
     bvhost register >/dev/null
     # Unregistering gives its order to those that come after.
     bvhost unregister "$(windows_path "$PREFIX/bin/BVSamples.dll")" >/dev/null
     bvhost register "$(windows_path "$work/components/build/BVSamples.dll")" \
         "$(windows_path "$work/grain/build/grain.dll")" "$(windows_path "$work/resources/build/texts.dll")"
     "$root/scripts/run-wine.sh" "$work/host/build/host.exe" | grep '^Mode is set'
+    printf x >"$work/layer/clip.mp4"
+    cd "$work/layer"
+    "$root/scripts/run-wine.sh" "$work/layer/build/layer.exe" | grep '^read back, the same'
     exit 0
 fi
 
@@ -96,6 +100,20 @@ mkdir "$work/host2" && cp "$work/host/host.cpp" "$work/host2"
 follow host2 README.md by-pkg-config
 for host in host/build/host host2/host; do
     BV_REGISTRY=$work/host/registry.db gives "Mode is set" "$work/$host"
+done
+
+# The same on the layer for hosts, in both ways.
+project layer docs/host-layer.md layer.cpp CMakeLists.txt
+printf x >"$work/layer/clip.mp4"
+cmake -G Ninja -S "$work/layer" -B "$work/layer/build" -DCMAKE_PREFIX_PATH="$PREFIX" >/dev/null
+cmake --build "$work/layer/build" >/dev/null
+# The flags are words.
+# shellcheck disable=SC2046
+(cd "$work/layer" && export PKG_CONFIG_PATH=$PREFIX/lib/pkgconfig &&
+    g++ -std=c++20 layer.cpp -o layer $(pkg-config --cflags --libs bvschema-host) \
+        -Wl,-rpath,"$(pkg-config --variable=libdir bvschema)")
+for layer in layer/build/layer layer/layer; do
+    (cd "$work/layer" && BV_REGISTRY=$work/host/registry.db gives "read back, the same" "$work/$layer")
 done
 
 # Its one folder of headers offers no other library a Windows, and without C++20 one line says what is missing.

@@ -6,6 +6,7 @@
 namespace host {
 
 void AddTreeCommands(CommandLine& line);      // tree, show
+void AddCompareCommands(CommandLine& line);   // why, diff, preset, schema
 void AddJobCommand(CommandLine& line);        // job
 void AddCutsCommands(CommandLine& line);      // cuts
 void AddTextCommands(CommandLine& line);      // expand, font

@@ -48,6 +48,8 @@ public:
     /// The cuts of the first input. Throws Problem when there is no input.
     Ref<ITimelines> Cuts() const;
 
+    /// The job as the layer for hosts has it.
+    bv::Job& Layer() { return job_; }
     IProperty* Root() const { return job_.Root().get(); }
     NodeView View() const { return ViewOf(Root()); }
     /// A node by its name, among the settings and in the current input. Throws Problem, with a suggestion.

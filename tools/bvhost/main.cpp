@@ -19,8 +19,8 @@ using namespace host;
 
 // In the order of the help.
 constexpr void (*kCommands[])(CommandLine&) = {
-    AddTreeCommands, AddJobCommand,   AddCutsCommands, AddTextCommands,
-    AddPickCommand,  AddTypesCommand, AddCallCommand,  AddRegistryCommands,
+    AddTreeCommands, AddCompareCommands, AddJobCommand,  AddCutsCommands,     AddTextCommands,
+    AddPickCommand,  AddTypesCommand,    AddCallCommand, AddRegistryCommands,
 };
 
 int Run(std::vector<std::string> words) {

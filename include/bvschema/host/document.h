@@ -46,7 +46,8 @@ std::string ReadWhole(std::FILE* stream);
 
 /// Calls write for a draft beside the file, which takes the file's place once it is whole and on the disk: when write
 /// throws, the old file stays. What is no file, such as a device, is written to as it is. Throws Error.
-void ReplaceFile(const std::filesystem::path& file, const std::function<void(const std::filesystem::path&)>& write);
+void ReplaceFile(const std::filesystem::path& file,
+                 const std::function<void(const std::filesystem::path&)>& write);
 /// The same for bytes.
 void WriteWhole(const std::filesystem::path& file, std::string_view bytes);
 

@@ -24,7 +24,7 @@ struct Time {
 /// Where a cut begins or ends.
 class CutPoint {
 public:
-    CutPoint(Frames frames) : value_(frames.count) {}                               // NOLINT
+    CutPoint(Frames frames) : value_(frames.count) {}                                    // NOLINT
     CutPoint(const Time& time) : value_(std::string_view(time.text)), is_time_(true) {}  // NOLINT
     const Value& value() const { return value_; }
     bool is_time() const { return is_time_; }
@@ -137,8 +137,8 @@ struct LoadNote {
 
 /// What became of a file that was read.
 struct LoadReport {
-    size_t set = 0;                // values and units that the tree took
-    std::vector<LoadNote> notes;   // what it didn't, inputs first
+    size_t set = 0;               // values and units that the tree took
+    std::vector<LoadNote> notes;  // what it didn't, inputs first
     bool clean() const { return notes.empty(); }
 };
 

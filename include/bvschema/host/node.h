@@ -90,10 +90,8 @@ public:
     Result<> Set(const Value& value) const;
     /// The same; a refusal is kept for Job::TakeRefusals.
     template <class T>
-        requires std::constructible_from<Value, T>
-    void operator=(const T& value) const {
-        Keep(Set(Value(value)));
-    }
+    requires std::constructible_from<Value, T>
+    void operator=(const T& value) const { Keep(Set(Value(value))); }
     /// Stores the value as it is, in its own kind, as IProperty.put_Value does.
     Result<> Put(const Value& value) const;
     /// The value that a person's text means here; none where it means nothing.
@@ -122,7 +120,8 @@ private:
     Node(Ref<IProperty> node, std::shared_ptr<JobCore> job) : node_(std::move(node)), job_(std::move(job)) {}
     Node With(Ref<IProperty> node) const { return {std::move(node), job_}; }
     void Keep(Result<> result) const;
-    Result<> Change(const std::string& what, const Value& given, const std::function<HRESULT()>& change) const;
+    Result<> Change(const std::string& what, const Value& given,
+                    const std::function<HRESULT()>& change) const;
     void Collect(std::vector<Node>& all, bool hidden_too, int depth) const;
 
     Ref<IProperty> node_;

@@ -32,7 +32,8 @@ std::vector<Setting> Changed(const Job& job);
 bool IsChanged(const Job& job, std::string_view name);
 /// Sets a node and all below it back to what a new job has, as one step to undo.
 Result<> Reset(Job& job, std::string_view name);
-/// All settings that differ, in the order of the trees.
+/// All settings that differ, in the order of the trees. What only one of the jobs has, as another format is selected there,
+/// counts where it differs from its default.
 std::vector<Difference> Compare(const Job& before, const Job& after);
 
 /// Sets what was kept, as one step to undo. What the tree refuses or doesn't know is told by the report, and the rest is

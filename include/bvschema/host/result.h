@@ -37,8 +37,8 @@ private:
 template <class T = void>
 class Result {
 public:
-    Result(T value) : value_(std::move(value)) {}                 // NOLINT: return value;
-    Result(Refusal refusal) : refusal_(std::move(refusal)) {}     // NOLINT: return refusal;
+    Result(T value) : value_(std::move(value)) {}              // NOLINT: return value;
+    Result(Refusal refusal) : refusal_(std::move(refusal)) {}  // NOLINT: return refusal;
     explicit operator bool() const { return value_.has_value(); }
     T& operator*() & { return Checked(); }
     T&& operator*() && { return std::move(Checked()); }

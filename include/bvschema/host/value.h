@@ -12,7 +12,9 @@
 namespace bv::inline host {
 
 /// Whether values of a kind are whole numbers.
-constexpr bool IsWhole(VARTYPE kind) { return kind == VT_I2 || kind == VT_I4 || (kind >= VT_I1 && kind <= VT_UINT); }
+constexpr bool IsWhole(VARTYPE kind) {
+    return kind == VT_I2 || kind == VT_I4 || (kind >= VT_I1 && kind <= VT_UINT);
+}
 
 /// How a kind of value is called: "32-bit number".
 std::string KindName(VARTYPE kind);
@@ -76,7 +78,9 @@ public:
     VARTYPE kind() const { return variant_.vt; }
     bool empty() const { return variant_.vt == VT_EMPTY; }
     /// The object that is the value, which goes on owning it; null for other kinds.
-    IUnknown* object() const { return kind() == VT_DISPATCH || kind() == VT_UNKNOWN ? variant_.punkVal : nullptr; }
+    IUnknown* object() const {
+        return kind() == VT_DISPATCH || kind() == VT_UNKNOWN ? variant_.punkVal : nullptr;
+    }
     Scalar scalar() const;
 
     /// The same value in another kind, by Automation's rules. A failure leaves *result.
