@@ -2,10 +2,11 @@
 #include <bvschema/host/preset.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <set>
+
+#include "config_folder.h"
 
 namespace bv::inline host {
 namespace {
@@ -216,19 +217,7 @@ std::vector<Setting> ParsePreset(std::string_view json) try {
 
 // --- Presets
 
-Presets::Presets() {
-    const auto variable = [](const char* name) {
-        const char* const text = std::getenv(name);
-        return text ? std::string(text) : std::string();
-    };
-    if (const std::string config = variable("XDG_CONFIG_HOME"); !config.empty())
-        folder_ = ToPath(std::string_view(config));
-    else if (const std::string data = variable("APPDATA"); !data.empty())
-        folder_ = ToPath(std::string_view(data));
-    else
-        folder_ = ToPath(std::string_view(variable("HOME"))) / ".config";
-    folder_ = folder_ / "bvschema" / "presets";
-}
+Presets::Presets() : folder_(ConfigFolder() / "bvschema" / "presets") {}
 
 Result<std::filesystem::path> Presets::FileOf(std::string_view name) const {
     const bool good =

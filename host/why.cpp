@@ -114,7 +114,7 @@ Remembered& Deciders() {
 }
 
 /// The next choice on the way, made on the copy; none when no single choice helps.
-std::optional<Cause> Step(Job& copy, std::string_view name) {
+std::optional<Cause> NextCause(Job& copy, std::string_view name) {
     const State state = StateOf(copy, name);
     const int above = HiddenAbove(copy, name);
     const std::string key(name);
@@ -182,7 +182,7 @@ Result<Explanation> Why(const Job& job, std::string_view name) {
     Job copy = CopyOf(job);
     for (size_t i = 0; i < kMostCauses; ++i) {
         if (StateOf(copy, path) == Explanation::kNothing) return explanation;
-        auto cause = Step(copy, path);
+        auto cause = NextCause(copy, path);
         if (!cause) break;
         explanation.causes.push_back(*std::move(cause));
     }

@@ -63,24 +63,26 @@ TEST_F(BvhostTest, TellsWhyASettingIsNotShown) {
 }
 
 TEST_F(BvhostTest, KeepsPresetsAndComparesJobs) {
-    const std::string here = "XDG_CONFIG_HOME=" + File("config") + " APPDATA=" + File("config") + ' ';
-    const auto run = [&](const std::string& arguments) { return Run(arguments, here); };
+    static std::string variable =
+        (kInFull ? "XDG_CONFIG_HOME=" : "APPDATA=") + (TempFolder() / "config").string();
+    ASSERT_EQ(putenv(variable.data()), 0);  // which keeps the text itself
+    const auto run = [](const std::string& arguments) { return Run(arguments); };
     EXPECT_THAT(run("preset list").text, HasSubstr("there are no presets yet"));
     const Outcome kept =
-        run("preset save 'For the web' --format MP4 --set Mode=Multiply --set \"SplitLength=250 frm\"");
+        run("preset save \"For the web\" --format MP4 --set Mode=Multiply --set \"SplitLength=250 frm\"");
     EXPECT_EQ(kept.text, "Kept 3 settings as \"For the web\"\n");
     EXPECT_EQ(run("preset list").text, "For the web\n");
-    EXPECT_THAT(run("preset show 'For the web'").text, HasSubstr("SplitLength = 250 frm\n"));
-    EXPECT_EQ(run("preset apply 'For the web' --output " + File("web.xml")).exit_code, 0);
+    EXPECT_THAT(run("preset show \"For the web\"").text, HasSubstr("SplitLength = 250 frm\n"));
+    EXPECT_EQ(run("preset apply \"For the web\" --output " + File("web.xml")).exit_code, 0);
     EXPECT_EQ(run("diff " + File("web.xml")).text,
               "Main/OutputFileFormat                   AVI -> MP4\n"
               "Main/Common/Output/Mode                 Single -> Multiply\n"
               "Main/Common/Output/IsSplit/SplitLength  10 s -> 250 frm\n");
     EXPECT_EQ(run("diff " + File("web.xml") + ' ' + File("web.xml")).text, "no setting differs\n");
-    EXPECT_EQ(run("preset show 'For the wep'").exit_code, 1);
+    EXPECT_EQ(run("preset show \"For the wep\"").exit_code, 1);
     EXPECT_EQ(run("preset save ../web").exit_code, 1);
-    EXPECT_EQ(run("preset remove 'For the web'").exit_code, 0);
-    EXPECT_EQ(run("preset remove 'For the web'").exit_code, 1);
+    EXPECT_EQ(run("preset remove \"For the web\"").exit_code, 0);
+    EXPECT_EQ(run("preset remove \"For the web\"").exit_code, 1);
 }
 
 TEST_F(BvhostTest, WritesReadsAndWritesTheSameBytes) {

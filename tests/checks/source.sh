@@ -3,7 +3,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 folders=()
-for folder in src editors tools samples tests include bench fuzz; do
+for folder in src host editors tools samples tests include bench fuzz; do
     if [ -d "$folder" ]; then folders+=("$folder"); fi
 done
 if grep -rnE '\b(_WIN32|_WIN64|WIN32|__WIN32__|__MINGW32__|__linux__|__linux|__unix__)\b' "${folders[@]}" \

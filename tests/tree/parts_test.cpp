@@ -53,7 +53,8 @@ TEST_F(PartsTest, StayWithWhoeverHoldsThemWhenTheNodeEnds) {
     ASSERT_EQ(values->get_Text(Str(L"2").get(), &label), S_OK);
     EXPECT_EQ(Take(label), L"two");
     EXPECT_EQ(values->Clear(), S_OK);
-    EXPECT_EQ(TextFrom(entry.As<IListItem>().get(), &IListItem::get_Title), L"one") << "an entry outlives its list";
+    EXPECT_EQ(TextFrom(entry.As<IListItem>().get(), &IListItem::get_Title), L"one")
+        << "an entry outlives its list";
 }
 
 TEST_F(PartsTest, AnEntryIsOneObjectThatCanBeChanged) {
@@ -125,8 +126,13 @@ TEST_F(PartsTest, FlagsAndValuesStayAsTheyWerePut) {
 }
 
 TEST_F(PartsTest, NamesOfAnyLengthAndScriptAreKeptAndFound) {
-    const std::wstring names[] = {L"", L"a", std::wstring(23, L'b'), std::wstring(24, L'c'), std::wstring(600, L'd'),
-                                  L"\u00e9t\u00e9", L"\u0438\u043c\u044f " + std::wstring(30, L'e'),
+    const std::wstring names[] = {L"",
+                                  L"a",
+                                  std::wstring(23, L'b'),
+                                  std::wstring(24, L'c'),
+                                  std::wstring(600, L'd'),
+                                  L"\u00e9t\u00e9",
+                                  L"\u0438\u043c\u044f " + std::wstring(30, L'e'),
                                   std::wstring(L"a\0b", 3)};
     for (const std::wstring& name : names) {
         const Node child = Add(L"first");

@@ -32,8 +32,14 @@ int ShowWhy(const JobSource& source, const std::wstring& name, bool json) {
         constexpr const char* kStates[] = {"shown", "hidden", "disabled", "absent"};
         Json causes = Json::array();
         for (const bv::Cause& cause : why->causes)
-            causes.push_back({{"node", cause.node}, {"label", cause.label}, {"now", cause.now}, {"instead", cause.instead}});
-        PrintJson({{"node", Utf8(name)}, {"state", kStates[why->state]}, {"causes", causes}, {"text", why->text()}});
+            causes.push_back({{"node", cause.node},
+                              {"label", cause.label},
+                              {"now", cause.now},
+                              {"instead", cause.instead}});
+        PrintJson({{"node", Utf8(name)},
+                   {"state", kStates[why->state]},
+                   {"causes", causes},
+                   {"text", why->text()}});
         return kDone;
     }
     Print(OneLine(why->text()) + '\n');
@@ -41,7 +47,8 @@ int ShowWhy(const JobSource& source, const std::wstring& name, bool json) {
     std::string options;
     for (const bv::Cause& cause : why->causes) {
         const size_t slash = cause.node.rfind('/');
-        options += " --set \"" + OneLine(cause.node.substr(slash + 1)) + '=' + OneLine(cause.instead.front()) + '"';
+        options +=
+            " --set \"" + OneLine(cause.node.substr(slash + 1)) + '=' + OneLine(cause.instead.front()) + '"';
     }
     Print("  try:" + options + '\n');
     return kDone;
@@ -60,15 +67,19 @@ int ShowDifferences(const std::wstring& first, const std::optional<std::wstring>
     if (json) {
         Json list = Json::array();
         for (const bv::Difference& one : differences)
-            list.push_back({{"node", one.node}, {"label", one.label}, {"before", one.before}, {"after", one.after}});
+            list.push_back(
+                {{"node", one.node}, {"label", one.label}, {"before", one.before}, {"after", one.after}});
         PrintJson({{"differences", list}});
         return kDone;
     }
     size_t columns = 0;
     for (const bv::Difference& one : differences) columns = std::max(columns, Columns(OneLine(one.node)));
-    const auto shown = [](const std::string& text) { return text.empty() ? std::string("-") : OneLine(text); };
+    const auto shown = [](const std::string& text) {
+        return text.empty() ? std::string("-") : OneLine(text);
+    };
     for (const bv::Difference& one : differences)
-        Print(Padded(OneLine(one.node), columns) + "  " + shown(one.before) + " -> " + shown(one.after) + '\n');
+        Print(Padded(OneLine(one.node), columns) + "  " + shown(one.before) + " -> " + shown(one.after) +
+              '\n');
     if (differences.empty()) Print("no setting differs\n");
     return kDone;
 }
@@ -77,7 +88,8 @@ int SavePreset(const JobSource& source, const std::wstring& name) {
     const auto job = source.OpenAndSet();
     const bv::Presets presets;
     presets.Save(job->Layer(), Utf8(name)).Must();
-    Print("Kept " + std::to_string(bv::Changed(job->Layer()).size()) + " settings as " + bv::Quoted(Utf8(name)) + '\n');
+    Print("Kept " + std::to_string(bv::Changed(job->Layer()).size()) + " settings as " +
+          bv::Quoted(Utf8(name)) + '\n');
     return kDone;
 }
 
@@ -99,7 +111,9 @@ int ShowPreset(const std::wstring& name, bool json) {
         return kDone;
     }
     for (const bv::Setting& setting : settings)
-        Print(OneLine(setting.node + " = " + setting.shown + (setting.unit.empty() ? "" : ' ' + setting.unit)) + '\n');
+        Print(
+            OneLine(setting.node + " = " + setting.shown + (setting.unit.empty() ? "" : ' ' + setting.unit)) +
+            '\n');
     return kDone;
 }
 
@@ -128,7 +142,8 @@ void AddCompareCommands(CommandLine& line) {
     }
     {
         const auto second = std::make_shared<std::optional<std::wstring>>();
-        Command diff = line.Add("diff", "Shows what differs between two saved jobs, or in one from a new job");
+        Command diff =
+            line.Add("diff", "Shows what differs between two saved jobs, or in one from a new job");
         diff.Word("JOB", "A saved job", name.get());
         diff.Word("OTHER", "Another one", second.get());
         diff.Flag("--json", "For programs", json.get());
@@ -164,10 +179,11 @@ void AddCompareCommands(CommandLine& line) {
         return int(kDone);
     });
 
-    line.Add("schema", "Writes all settings of all formats, their choices, ranges and rules, as JSON").Does([] {
-        Print(bv::SchemaJson());
-        return int(kDone);
-    });
+    line.Add("schema", "Writes all settings of all formats, their choices, ranges and rules, as JSON")
+        .Does([] {
+            Print(bv::SchemaJson());
+            return int(kDone);
+        });
 }
 
 }  // namespace host
