@@ -57,6 +57,12 @@ fs::path Temp() {
     return folder ? folder : ".";
 }
 
+/// The folder's name is ASCII.
+std::wstring Wide(const std::filesystem::path& path) {
+    const std::string name = path.string();
+    return {name.begin(), name.end()};
+}
+
 /// Names of a job's nodes.
 const std::vector<std::wstring>& Names() {
     static const auto names = [] {
@@ -195,8 +201,8 @@ private:
                                               L"%sf of %of, %s of %o, %i, %d %t",
                                               L"C:\\in\\clip.avi",
                                               L"clip",
-                                              (Temp() / "in.avi").wstring(),
-                                              Temp().wstring(),
+                                              Wide(Temp() / "in.avi"),
+                                              Wide(Temp()),
                                               L"a & b < c > \x416 \"d\"",
                                               L"FONT=Tahoma;STYLE=Bold;SIZE=12;",
                                               L"255,128,7",
@@ -675,9 +681,8 @@ private:
                                                            : bv::clsid::PropertyMediaPath));
             return;
         }
-        static const bv::Bstr files[] = {bv::Bstr((Temp() / "a.tlc").wstring()),
-                                         bv::Bstr((Temp() / "b.tlc").wstring()),
-                                         bv::Bstr((Temp() / "none" / "c.tlc").wstring())};
+        static const bv::Bstr files[] = {bv::Bstr(Wide(Temp() / "a.tlc")), bv::Bstr(Wide(Temp() / "b.tlc")),
+                                         bv::Bstr(Wide(Temp() / "none" / "c.tlc"))};
         const bv::Bstr& file = files[source_.Below(std::size(files))];
         ComPtr<IProperty> cut;
         LONGLONG duration = 0;
