@@ -36,7 +36,7 @@ protected:
     std::vector<std::string> Found(const std::string& mask) const {
         WIN32_FIND_DATAW entry;
         std::vector<std::string> names;
-        const HANDLE find = FindFirstFileW(WideName(In(mask)).c_str(), &entry);
+        const HANDLE find = FindFirstFileW(bv::test::WideName(In(mask)).c_str(), &entry);
         if (find == INVALID_HANDLE_VALUE) return names;
         do names.push_back(bv::test::Utf8Name(bv::test::PathOf(entry.cFileName)));
         while (FindNextFileW(find, &entry));
@@ -188,13 +188,13 @@ TEST_F(FileTest, MasksFindEntriesWithTheirSizes) {
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_PATH_NOT_FOUND));
 
     WIN32_FIND_DATAW entry;
-    HANDLE find = FindFirstFileW(WideName(In("a.avi")).c_str(), &entry);
+    HANDLE find = FindFirstFileW(bv::test::WideName(In("a.avi")).c_str(), &entry);
     ASSERT_NE(find, INVALID_HANDLE_VALUE);
     EXPECT_EQ(entry.nFileSizeLow, 5u);
     EXPECT_EQ(entry.nFileSizeHigh, 0u);
     EXPECT_EQ(entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY, 0u);
     FindClose(find);
-    find = FindFirstFileW(WideName(In("sub")).c_str(), &entry);
+    find = FindFirstFileW(bv::test::WideName(In("sub")).c_str(), &entry);
     ASSERT_NE(find, INVALID_HANDLE_VALUE);
     EXPECT_EQ(entry.nFileSizeLow, 0u);
     EXPECT_NE(entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY, 0u);
