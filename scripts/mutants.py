@@ -92,11 +92,11 @@ def chosen(only, seed):
 
 
 def equivalents():
-    """Pairs of a path and what a line of it becomes; the third column is the reason."""
+    """A path, a line of it and what that becomes; the fourth column is the reason."""
     if not os.path.exists(EQUIVALENT):
         return set()
     with open(EQUIVALENT, encoding="utf-8") as file:
-        return {tuple(line.rstrip("\n").split(" | ")[:2]) for line in file if line.count(" | ") >= 2}
+        return {line.rstrip("\n").rsplit(" | ", 1)[0] for line in file if line.count(" | ") >= 3}
 
 
 def run(command, seconds):
@@ -206,7 +206,7 @@ def main():
             break
         path, number, text, planted = fault
         key = key_of(fault)
-        if (path, planted.strip()) in equivalent:
+        if key in equivalent:
             came = "equivalent"
         else:
             came = results.get(key) or try_fault(fault)

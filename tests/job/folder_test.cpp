@@ -73,6 +73,28 @@ TEST_F(FolderTest, AnotherFolderCountsFromTheJobsOutput) {
     other.Give(nullptr);
 }
 
+TEST(FolderChainTest, AFolderCountsFromFoldersOfOtherJobsUpToADepth) {
+    NothingLeft no_leaks;
+    constexpr size_t kJobs = 40, kDeepest = 32;
+    FakeMedia media[kJobs];
+    std::vector<Node> folders, commons;
+    for (FakeMedia& job : media) {
+        folders.push_back(CreateNode(clsid::PropertyFolder));
+        commons.push_back(CreateNode(clsid::PropertySimple));
+        ASSERT_EQ(commons.back()->SetInfo(Text(L"Common"), Nothing().get()), S_OK);
+        AddChild(commons.back(), L"Mode").Put(I4(2));
+        ASSERT_EQ(folders.back().Put(Str(L"x")), S_OK);
+        commons.back().Give(job.dispatch());
+        ASSERT_EQ(job.map()->InsertProperty(commons.back().get()), S_OK);
+        folders.back()->SetMediaObject(job.dispatch());
+    }
+    for (size_t i = 0; i + 1 < kJobs; ++i)
+        ASSERT_EQ(media[i].map()->InsertProperty(folders[i + 1].get()), S_OK);
+    const std::wstring value = folders[0].Value().text();
+    EXPECT_EQ(std::count(value.begin(), value.end(), L'x'), kDeepest + 1) << Narrow(value);
+    for (size_t i = 0; i < kJobs; ++i) commons[i].Give(nullptr), folders[i]->SetMediaObject(nullptr);
+}
+
 TEST_F(FolderTest, FoldersThatCountFromEachOtherCountOnce) {
     ASSERT_EQ((*this)[L"Mode"].Put(I4(2)), S_OK);
     const Node destination = (*this)[L"DestinationPath"], other = CreateNode(clsid::PropertyFolder);

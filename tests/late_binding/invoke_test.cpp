@@ -318,6 +318,7 @@ TEST_F(LateBoundTest, ARefusalReachesTheCaller) {
     const Outcome other = On(length, Method(7));
     EXPECT_EQ(other.scode, E_NOTIMPL);
     EXPECT_EQ(other.text, L"");
+    EXPECT_EQ(TakeRefusal().text, L"") << "and ends with one that fails";
     EXPECT_EQ(length.Put(I4(-1)), E_FAIL);
     EXPECT_EQ(On(length, Get(0x7D1)).status, S_OK);
     EXPECT_EQ(TakeRefusal().text, L"This value cannot be negative.")

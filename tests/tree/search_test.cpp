@@ -222,6 +222,7 @@ TEST_F(SearchTest, Collection) {
     EXPECT_EQ(TextFrom(list.get(), &IEnumProperties::get_Name), L"");
     Ref<IUnknown> item;
     for (const LONG index : {-1, 3, 0x7FFFFFFF}) EXPECT_EQ(list->get_Item(index, item.Put()), E_INVALIDARG);
+    EXPECT_EQ(list->get_Item(0, nullptr), E_POINTER);
     const auto empty = New<IEnumProperties>(clsid::EnumProperties);
     EXPECT_EQ(CountOf(empty), 0);
     EXPECT_EQ(empty->get_Item(0, item.Put()), E_INVALIDARG);

@@ -111,6 +111,9 @@ TEST_F(SelectionTest, ClearingTheListLeavesTheValue) {
 TEST_F(SelectionTest, TextGivesTheFirstLabelOfAValue) {
     const auto list = chooser.As<IListOfValues>();
     Fake<IDispatch> object;
+    Value money;  // of a kind that isn't compared
+    money.get().vt = VT_CY;
+    ASSERT_EQ(list->AddItem(Text(L"money"), money.get()), S_OK);
     for (const auto& [label, value] : std::vector<std::pair<const wchar_t*, Value>>{{L"again", I4(3)},
                                                                                     {L"bool", Bool(true)},
                                                                                     {L"word", Str(L"Word")},
@@ -140,7 +143,8 @@ TEST_F(SelectionTest, TextGivesTheFirstLabelOfAValue) {
                  {Choice(1), L"B"},
                  {Unk(Entry(1).get()), L"B"},
                  {Unk(Entry(1).As<ISettingsWriter>().get()), L"B"},
-                 {Obj(chooser.get()), nullptr}};
+                 {Obj(chooser.get()), nullptr},
+                 {money, nullptr}};
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::PrintToString(c.value));
         BSTR label = nullptr;
