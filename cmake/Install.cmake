@@ -9,7 +9,8 @@ else()
 endif()
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/BVSchema)
 
-install(FILES include/bvschema/bvschema.h include/bvschema/classes.def include/bvschema/host.h
+install(FILES include/bvschema/bvschema.h include/bvschema/rows.h include/bvschema/classes.def
+  include/bvschema/host.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/bvschema)
 if(WIN32)
   install(FILES platform/windows/include/bvschema/platform.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/bvschema)

@@ -32,7 +32,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::ignore = bv::LengthText(frame, LONG(text.size()) - frame / 2, rate);
     const LONGLONG time = bv::TimeOf(frame, media.time_per_frame);
     std::ignore = bv::AddSpan(time, media.time_per_frame, bv::TimeOf(-1, media.time_per_frame));
-    const auto typed = bv::FrameAt(text, rate);
+    const auto typed = bv::ParseTime(text);
 
     bv::ComPtr<IProperty> start, unit;
     cut->FindProperty(bv::ConstBstr(L"StartFrm").get(), start.Put());
@@ -45,6 +45,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     value.vt = VT_I4;
     value.lVal = frame;
     if (start->put_Value(value) != S_OK || start->get_Format(shown.Put()) != S_OK) std::abort();
-    if (typed && *typed >= 0) std::ignore = start->put_Format(shown);
+    if (typed && bv::FrameAt(*typed, rate) >= 0) std::ignore = start->put_Format(shown);
     return 0;
 }

@@ -90,6 +90,13 @@ public:
         VariantInit(out);
         return VariantCopy(out, const_cast<Variant*>(this));
     }
+    /// The text of a VT_BSTR, which it doesn't hold any more.
+    Bstr DetachText() {
+        Bstr text;
+        *text.Put() = std::exchange(bstrVal, nullptr);
+        vt = VT_EMPTY;
+        return text;
+    }
     void DetachTo(VARIANT* out) {
         *out = *this;
         vt = VT_EMPTY;

@@ -115,14 +115,18 @@ Bstr TimeText(LONG frame, double rate) {
     return Bstr(text.View());
 }
 
-std::optional<LONG> FrameAt(std::string_view text, double rate) {
+std::optional<double> ParseTime(std::string_view text) {
     TimeScanner scanner(text);
     LONG hours = 0, minutes = 0, seconds = 0, milliseconds = 0;
     if (!scanner.Number(hours) || !scanner.Is(':') || !scanner.Number(minutes) || !scanner.Is(':') ||
         !scanner.Number(seconds) || !scanner.Is('.') || !scanner.Number(milliseconds, 3))
         return std::nullopt;
     const LONGLONG total = (LONGLONG(hours) * 60 + minutes) * 60 + seconds;
-    const double exact = rate * (double(total) + milliseconds * 0.001);
+    return double(total) + milliseconds * 0.001;
+}
+
+LONG FrameAt(double seconds, double rate) {
+    const double exact = rate * seconds;
     const LONG whole = Truncate<LONG>(exact);
     // A shown time has lost up to 1 ms, which is 0.3 frames at a rate of 300: a rest above 0.7 means the next
     // frame.

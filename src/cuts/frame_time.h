@@ -17,10 +17,12 @@ HRESULT GetFrameRate(IDispatch* media, REFCLSID raiser, double& rate);
 /// The time of a frame, "hours:minutes:seconds.ms", cut to whole milliseconds.
 Bstr TimeText(LONG frame, double rate);
 
-/// The frame at a typed time, "hours:minutes:seconds.ms". What follows the point is whole milliseconds, three
-/// digits at most, so "0:0:1.5" is 1.005 s. Numbers of any size and sign are taken; what is beyond a frame
-/// number's range becomes its end. No value when one of the four numbers is missing.
-std::optional<LONG> FrameAt(std::string_view text, double rate);
+/// A typed time, "hours:minutes:seconds.ms", in seconds. What follows the point is whole milliseconds, three digits
+/// at most, so "0:0:1.5" is 1.005 s. Numbers of any size and sign are taken. No value when one of the four is missing.
+std::optional<double> ParseTime(std::string_view text);
+
+/// The frame at a typed time; what is beyond a frame number's range becomes its end.
+LONG FrameAt(double seconds, double rate);
 
 /// The length of a cut, "Length: 10 c (250 frm)", or "Length: 20 frm" when there is no whole second or no
 /// rate (0).

@@ -6,12 +6,12 @@ namespace {
 constexpr NodeDecl kPoints[] = {
     {.name = names::kStartFrm, .cls = clsid::PropertyTimelineStartPoint},
     {.name = names::kEndFrm, .cls = clsid::PropertyTimelineEndPoint},
-    {.name = L"EndFrmAsRelation", .type = 1, .value = I4(0)},  // the host's
+    {.name = L"EndFrmAsRelation", .type = style::kEdit, .value = I4(0)},  // the host's
 };
 constexpr NodeDecl kChildren[] = {
     {.name = L"points",
      .title = L"Timeline",
-     .type = 0xC0,
+     .type = style::kGroup | style::kHeading,
      .help = L"Interval: lenght = 10c",  // sic; replaced by the length text
      .children = kPoints},
     {.name = L"TimelineOutput", .cls = clsid::PropertyTimelineOutput},
@@ -27,7 +27,7 @@ public:
 
 // Nothing in the tree has it; a host may create it by its class id.
 constexpr NodeDecl kWidth = {
-    .name = L"TimelineWidth", .cls = clsid::PropertyTimelineWidth, .title = L"Width", .type = 1};
+    .name = L"TimelineWidth", .cls = clsid::PropertyTimelineWidth, .title = L"Width", .type = style::kEdit};
 
 class PropertyTimelineWidth : public PropertyBase {
 public:

@@ -1,4 +1,5 @@
 // Where one cut goes: to the job's output, to a file, or to a folder under a name pattern.
+#include "tree/node_values.h"
 #include "tree/property_base.h"
 
 namespace bv {
@@ -10,8 +11,8 @@ constexpr NodeDecl kOutputChildren[] = {
 constexpr NodeDecl kOutput = {.name = L"TimeLineOutput",
                               .cls = clsid::PropertyTimelineOutput,
                               .title = L"Output",
-                              .type = 0xC0,
-                              .description = 1162,
+                              .type = style::kGroup | style::kHeading,
+                              .description = help::kTimelineOutput,
                               .children = kOutputChildren};
 
 class PropertyTimelineOutput : public PropertyBase {
@@ -19,16 +20,15 @@ public:
     PropertyTimelineOutput() : PropertyBase(kOutput) {}
 };
 
-enum Mode : LONG { kGlobal = 0, kSingle = 1, kMultiply = 2 };
-constexpr LONG kOneOutput = 1;  // of the job's mode: all goes into one file
+using output_mode::kGlobal, output_mode::kSingle, output_mode::kMultiply;
 constexpr Choice kModes[] = {
     {L"Use global settings", I4(kGlobal)}, {L"Single", I4(kSingle)}, {L"Multiply", I4(kMultiply)}};
 constexpr NodeDecl kModeChildren[] = {
     {.name = names::kTimelineOutputMediaName,
      .cls = clsid::PropertyOutputMediaName,
      .title = L"Output File Name",
-     .type = 9,
-     .description = 1164,
+     .type = style::kEdit | style::kDialog,
+     .description = help::kTimelineOutputMediaName,
      .value = Text(L""),
      .hidden = true},
     {.name = names::kTimelineDestinationPath,
@@ -37,16 +37,16 @@ constexpr NodeDecl kModeChildren[] = {
      .hidden = true},
     {.name = names::kTimelineFileNamePattern,
      .title = L"File Name Pattern",
-     .type = 1,
-     .description = 1116,
+     .type = style::kEdit,
+     .description = help::kFileNamePattern,
      .value = Text(L"{SOURCE_FILE_NAME}"),
      .hidden = true},
 };
 constexpr NodeDecl kMode = {.name = L"TimelineOutputMode",
                             .cls = clsid::PropertyTimelineOutputMode,
                             .title = L"Mode",
-                            .type = 0x404,
-                            .description = 1163,
+                            .type = style::kList | style::kShowsOthers,
+                            .description = help::kTimelineOutputMode,
                             .value = I4(kGlobal),
                             .choices = kModes,
                             .children = kModeChildren};
@@ -80,8 +80,8 @@ public:
         if (!pVal) return E_POINTER;
         LONG job_mode = 0;
         if (!FindJobMode(job_mode)) return S_OK;
-        *pVal = job_mode == kOneOutput;
-        if (job_mode == kOneOutput)
+        *pVal = job_mode == kSingle;
+        if (job_mode == kSingle)
             Show(false, {names::kTimelineOutputMediaName, names::kTimelineDestinationPath,
                          names::kTimelineFileNamePattern});
         else
@@ -93,7 +93,7 @@ public:
         if (!pVal) return E_POINTER;
         LONG job_mode = 0;
         if (!FindJobMode(job_mode)) return S_OK;
-        if (job_mode != kOneOutput) return get_Value(pVal);
+        if (job_mode != kSingle) return get_Value(pVal);
         Variant(I4(kGlobal)).DetachTo(pVal);
         return S_OK;
     }

@@ -2,6 +2,7 @@
 #include "com/refusal.h"
 #include "cuts/frame_time.h"
 #include "cuts/timeline_point.h"
+#include "tree/node_values.h"
 #include "tree/property_base.h"
 
 namespace bv {
@@ -11,15 +12,15 @@ constexpr NodeDecl kUnit = {.cls = clsid::PropertyTimelinePointType};
 constexpr NodeDecl kStart = {.name = names::kStartFrm,
                              .cls = clsid::PropertyTimelineStartPoint,
                              .title = L"Start point",
-                             .type = 0x100001,
-                             .description = 1166,
+                             .type = style::kEdit | style::kByFormat,
+                             .description = help::kTimelineStart,
                              .value = I4(0),
                              .extension = &kUnit};
 constexpr NodeDecl kEnd = {.name = names::kEndFrm,
                            .cls = clsid::PropertyTimelineEndPoint,
                            .title = L"End point",
-                           .type = 0x100001,
-                           .description = 1167,
+                           .type = style::kEdit | style::kByFormat,
+                           .description = help::kTimelineEnd,
                            .value = I4(0),
                            .extension = &kUnit};
 
@@ -80,11 +81,7 @@ public:
 
 }  // namespace
 
-LONG FrameOf(IProperty* point) {
-    Variant value, frame;
-    if (!point || point->get_Value(value.Put()) != S_OK || FAILED(frame.ChangeFrom(value, VT_I4))) return 0;
-    return frame.lVal;
-}
+LONG FrameOf(IProperty* point) { return NumberOf(point, VT_I4).value_or(0); }
 
 BV_CREATOR(PropertyTimelineStartPoint)
 BV_CREATOR(PropertyTimelineEndPoint)

@@ -7,8 +7,10 @@ namespace {
 
 enum Unit : LONG { kFrames = 0, kTime = 2 };
 constexpr Choice kUnits[] = {{L"Time", I4(kTime)}, {L"Frm", I4(kFrames)}};
-constexpr NodeDecl kPointType = {
-    .cls = clsid::PropertyTimelinePointType, .type = 0x10004, .value = I4(kFrames), .choices = kUnits};
+constexpr NodeDecl kPointType = {.cls = clsid::PropertyTimelinePointType,
+                                 .type = style::kList | style::kRedraws,
+                                 .value = I4(kFrames),
+                                 .choices = kUnits};
 
 /// Whether a cut's point is read and typed as a frame number or as a time. The point itself always holds
 /// frames.
@@ -35,10 +37,11 @@ public:
         }
         const NarrowText text(View(shown.bstrVal));
         // The text is looked at before the source is: what was typed is the person's own to put right.
-        if (!FrameAt(text.View(), 1)) return RaiseMessage(ClassId(), msg::kBadTime);
+        const auto time = ParseTime(text.View());
+        if (!time) return RaiseMessage(ClassId(), msg::kBadTime);
         double rate = 0;
         RETURN_IF_FAILED(GetFrameRate(Media(), ClassId(), rate));
-        Variant(I4(*FrameAt(text.View(), rate))).DetachTo(stored);
+        Variant(I4(FrameAt(*time, rate))).DetachTo(stored);
         return S_OK;
     }
     STDMETHODIMP FormatValue(VARIANT* value) override {

@@ -4,8 +4,10 @@
 namespace bv {
 namespace {
 
-constexpr NodeDecl kTimelines = {
-    .name = L"TimeLines", .cls = clsid::PropertyTimelines, .type = 0x820, .value = I4(0)};
+constexpr NodeDecl kTimelines = {.name = L"TimeLines",
+                                 .cls = clsid::PropertyTimelines,
+                                 .type = style::kCheckBox | style::kSwitch,
+                                 .value = I4(0)};
 
 /// Says whether an input's cuts count, and owns them.
 class PropertyTimelines : public PropertyBase {

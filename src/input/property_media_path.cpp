@@ -9,12 +9,12 @@ constexpr LONG kGood = 1, kFailed = 2;  // states of an open attempt; all others
 
 constexpr NodeDecl kChildren[] = {
     {.name = names::kTimelines, .cls = clsid::PropertyTimelines},
-    {.name = names::kIdx, .type = 0x10, .value = Text(L"")},
+    {.name = names::kIdx, .type = style::kCarrier, .value = Text(L"")},
 };
 constexpr NodeDecl kMediaPath = {.name = names::kPathToMediaFile,
                                  .cls = clsid::PropertyMediaPath,
                                  .title = L"Path",
-                                 .type = 0x8009,
+                                 .type = style::kEdit | style::kDialog | style::kFile,
                                  .value = Text(L""),
                                  .children = kChildren};
 

@@ -7,8 +7,8 @@ namespace {
 constexpr NodeDecl kAction = {.name = names::kAction,
                               .cls = clsid::PropertyAction,
                               .title = L"Actions",
-                              .type = 0xC0,
-                              .description = 1118};
+                              .type = style::kGroup | style::kHeading,
+                              .description = help::kAction};
 
 /// The actions that are registered on the machine when the tree is built.
 class PropertyAction : public PropertyBase {

@@ -5,8 +5,10 @@ namespace bv {
 namespace {
 
 constexpr size_t kMaxName = 255;  // characters
-constexpr NodeDecl kImpl = {
-    .name = L"Action", .cls = clsid::PropertyActionImpl, .type = 0x28, .value = I4(0)};
+constexpr NodeDecl kImpl = {.name = L"Action",
+                            .cls = clsid::PropertyActionImpl,
+                            .type = style::kCheckBox | style::kDialog,
+                            .value = I4(0)};
 
 /// One action: a switch, with the action object's own settings below it.
 class PropertyActionImpl : public PropertyBase, public IActionImplInit {

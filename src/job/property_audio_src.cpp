@@ -4,8 +4,10 @@ namespace bv {
 namespace {
 
 constexpr NodeDecl kChildren[] = {{.name = L"AudioSrcPath", .cls = clsid::PropertySimplePath}};
-constexpr NodeDecl kAudioSrc = {
-    .cls = clsid::PropertyAudioSrc, .title = L"Audio Source", .type = 0xC0, .children = kChildren};
+constexpr NodeDecl kAudioSrc = {.cls = clsid::PropertyAudioSrc,
+                                .title = L"Audio Source",
+                                .type = style::kGroup | style::kHeading,
+                                .children = kChildren};
 
 class PropertyAudioSrc : public PropertyBase {
 public:

@@ -11,7 +11,7 @@ constexpr Choice kDepths[] = {
 };
 constexpr NodeDecl kColorDepth = {.cls = clsid::PropertyColorDepth,
                                   .title = L"Color Depth",
-                                  .type = 4,
+                                  .type = style::kList,
                                   .help =
                                       L"Count bit per pixel.\nDoesn't use a <source> for Single output mode, "
                                       L"if you want join some media files!",

@@ -6,8 +6,8 @@ namespace {
 
 constexpr NodeDecl kCrop = {.cls = clsid::PropertyCrop,
                             .title = L"Crop",
-                            .type = 0x30008,
-                            .description = 1133,
+                            .type = style::kDialog | style::kLabel | style::kRedraws,
+                            .description = help::kCrop,
                             .value = Text(L"<none>")};
 
 class PropertyCrop : public PropertyBase {

@@ -5,7 +5,7 @@ namespace bv {
 namespace {
 
 constexpr size_t kMaxName = 255;  // characters
-constexpr NodeDecl kImpl = {.name = L"FilterImpl", .cls = clsid::PropertyFilterImpl, .type = 0x10};
+constexpr NodeDecl kImpl = {.name = L"FilterImpl", .cls = clsid::PropertyFilterImpl, .type = style::kCarrier};
 
 /// A filter object, with the filter's own settings below it.
 class PropertyFilterImpl : public SimpleNode, public IFilterImplInit {

@@ -6,8 +6,11 @@
 namespace bv {
 namespace {
 
-constexpr NodeDecl kFilters = {
-    .cls = clsid::PropertyFilters, .title = L"Filters", .type = 0x28, .description = 1226, .value = I4(0)};
+constexpr NodeDecl kFilters = {.cls = clsid::PropertyFilters,
+                               .title = L"Filters",
+                               .type = style::kCheckBox | style::kDialog,
+                               .description = help::kFilters,
+                               .value = I4(0)};
 
 /// The further filters that the user chose: a switch, with the list beside it.
 class PropertyFilters : public PropertyBase {

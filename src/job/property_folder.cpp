@@ -2,18 +2,18 @@
 
 #include "com/narrow.h"
 #include "dialogs/dialogs.h"
+#include "tree/node_values.h"
 #include "tree/property_base.h"
 
 namespace bv {
 namespace {
 
-constexpr SHORT kOneFile = 1;       // the job's mode with a file of its own
 constexpr size_t kMaxChosen = 255;  // characters of a folder taken from the dialog
 constexpr NodeDecl kFolder = {.name = names::kDestinationPath,
                               .cls = clsid::PropertyFolder,
                               .title = L"Destination Folder",
-                              .type = 9,
-                              .description = 1115,
+                              .type = style::kEdit | style::kDialog,
+                              .description = help::kFolder,
                               .value = Text(L"")};
 
 /// The text of a value as a path for the path calls; none when it is no text, or too long for them.
@@ -26,11 +26,10 @@ std::optional<PathText> ToPath(const VARIANT& value) {
 
 /// The folder that a node stands for: its value as a path, of any length that the path calls take.
 std::optional<PathText> FolderOf(IProperty* node) {
-    Variant value, text;
-    if (!node || node->get_Value(value.Put()) != S_OK || FAILED(text.ChangeFrom(value, VT_BSTR)))
-        return std::nullopt;
-    PathText path(TextOf(text));
-    if (path.empty() && !TextOf(text).empty()) return std::nullopt;
+    const auto text = TextOf(node);
+    if (!text) return std::nullopt;
+    PathText path(text->View());
+    if (path.empty() && !text->empty()) return std::nullopt;
     return path;
 }
 
@@ -128,16 +127,15 @@ private:
         if (!common) return std::nullopt;
         const auto destination = Find(common.get(), names::kDestinationPath);
         if (!destination) return std::nullopt;
-        Variant value, number;
+        Variant value;
         if (SameObject(destination.get(), static_cast<IProperty*>(this))) {
             const auto input = Find(destination.get(), names::kPathToMediaFile);
             if (!input || input->get_Value(value.Put()) != S_OK || value.vt != VT_BSTR) return std::nullopt;
             return FolderOfFile(value);
         }
         const auto mode = Find(common.get(), names::kMode);
-        if (!mode || mode->get_Value(value.Put()) != S_OK) return std::nullopt;
-        if (FAILED(number.ChangeFrom(value, VT_I2)) || number.iVal != kOneFile)
-            return FolderOf(destination.get());
+        if (!mode) return std::nullopt;
+        if (NumberOf(mode.get()) != output_mode::kSingle) return FolderOf(destination.get());
         const auto file = Find(common.get(), names::kOutputMediaName);
         if (!file || file->get_Value(value.Put()) != S_OK) return std::nullopt;
         return FolderOfFile(value);

@@ -17,8 +17,8 @@ constexpr Choice kRates[] = {
 };
 constexpr NodeDecl kFrame = {.cls = clsid::PropertyFrame,
                              .title = L"Frame Rate",
-                             .type = 4,
-                             .description = 93,
+                             .type = style::kList,
+                             .description = help::kFrameRate,
                              .value = I4(4),
                              .choices = kRates};
 

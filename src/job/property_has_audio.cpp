@@ -1,3 +1,4 @@
+#include "tree/node_values.h"
 #include "tree/property_base.h"
 
 namespace bv {
@@ -5,8 +6,8 @@ namespace {
 
 constexpr NodeDecl kHasAudio = {.cls = clsid::PropertyHasAudio,
                                 .title = L"Create Audio Stream",
-                                .type = 0x1420,
-                                .description = 1123,
+                                .type = style::kCheckBox | style::kBranch | style::kShowsOthers,
+                                .description = help::kHasAudio,
                                 .value = I4(1)};
 
 class PropertyHasAudio : public PropertyBase {
@@ -22,12 +23,7 @@ protected:
     }
 
 private:
-    bool IsInterleaved() {
-        const auto flag = Find(names::kIsInterleave);
-        Variant value;
-        return flag && flag->get_Value(value.Put()) == S_OK && SUCCEEDED(value.ChangeFrom(value, VT_I2)) &&
-               value.iVal != 0;
-    }
+    bool IsInterleaved() { return NumberOf(Find(names::kIsInterleave).get()).value_or(0) != 0; }
 };
 
 }  // namespace

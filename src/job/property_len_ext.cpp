@@ -7,7 +7,7 @@ constexpr Choice kUnits[] = {{L"s", I4(1)}, {L"ms", I4(2)}, {L"frm", I4(3)}};
 constexpr NodeDecl kLenExt = {.name = L"LenExt",
                               .cls = clsid::PropertyLenExt,
                               .title = L"LenExt",
-                              .type = 4,
+                              .type = style::kList,
                               .value = I4(1),
                               .choices = kUnits};
 

@@ -12,8 +12,8 @@ constexpr NodeDecl kChildren[] = {
 };
 constexpr NodeDecl kFrameGroup = {.cls = clsid::PropertyLifeTimeFilters,
                                   .title = L"Frame",
-                                  .type = 0xC0,
-                                  .description = 1156,
+                                  .type = style::kGroup | style::kHeading,
+                                  .description = help::kFrameFilters,
                                   .children = kChildren};
 
 class PropertyLifeTimeFilters : public PropertyBase {

@@ -9,22 +9,22 @@ constexpr NodeDecl kChildren[] = {
     {.name = names::kDestinationPath, .cls = clsid::PropertyFolder, .hidden = true},
     {.name = names::kFileNamePattern,
      .title = L"File Name Pattern",
-     .type = 1,
-     .description = 1116,
+     .type = style::kEdit,
+     .description = help::kFileNamePattern,
      .value = Text(L"{SOURCE_FILE_NAME}"),
      .hidden = true},
     {.name = names::kIsSplit, .cls = clsid::PropertySplit, .hidden = true},
     {.name = L"Overwrite",
      .title = L"Owerwrite" /* sic */,
-     .type = 0x20,
-     .description = 1201,
+     .type = style::kCheckBox,
+     .description = help::kOverwrite,
      .value = I4(1)},
 };
 constexpr NodeDecl kOutput = {.name = L"Output",
                               .cls = clsid::PropertyOutput,
                               .title = L"Output",
-                              .type = 0xC0,
-                              .description = 94,
+                              .type = style::kGroup | style::kHeading,
+                              .description = help::kOutput,
                               .children = kChildren};
 
 class PropertyOutput : public PropertyBase {

@@ -2,6 +2,7 @@
 
 #include "com/narrow.h"
 #include "dialogs/dialogs.h"
+#include "tree/node_values.h"
 #include "tree/property_base.h"
 
 namespace bv {
@@ -11,8 +12,8 @@ constexpr int kMaxLevels = 256;  // on the way up to the job's root
 constexpr NodeDecl kMediaName = {.name = names::kOutputMediaName,
                                  .cls = clsid::PropertyOutputMediaName,
                                  .title = L"Output File Name",
-                                 .type = 9,
-                                 .description = 95,
+                                 .type = style::kEdit | style::kDialog,
+                                 .description = help::kOutputMediaName,
                                  .value = Text(L"")};
 
 /// The job's current format, as the dialog shows it.
@@ -43,11 +44,9 @@ private:
         if (!stored) return {};
         const std::string name(stored->View());
         if (!PathIsRelativeA(name.c_str()) || NameText().Is(names::kOutputMediaName.View())) return name;
-        const auto destination = Find(names::kDestinationPath);
-        Variant folder, text;
-        if (!destination || FAILED(destination->get_Value(folder.Put()))) return name;
-        std::ignore = text.ChangeFrom(folder, VT_BSTR);
-        PathText path(TextOf(text));
+        const auto folder = TextOf(Find(names::kDestinationPath).get());
+        if (!folder) return name;
+        PathText path(folder->View());
         return name.empty() || PathAppendA(path.Buffer(), name.c_str()) ? path.c_str() : name;
     }
 

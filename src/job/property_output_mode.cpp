@@ -1,15 +1,16 @@
+#include "tree/node_values.h"
 #include "tree/property_base.h"
 
 namespace bv {
 namespace {
 
-enum Mode : LONG { kSingle = 1, kMultiply = 2 };
+using output_mode::kSingle, output_mode::kMultiply;
 constexpr Choice kModes[] = {{L"Single", I4(kSingle)}, {L"Multiply", I4(kMultiply)}};
 constexpr NodeDecl kMode = {.name = names::kMode,
                             .cls = clsid::PropertyOutputMode,
                             .title = L"Mode",
-                            .type = 0x404,
-                            .description = 96,
+                            .type = style::kList | style::kShowsOthers,
+                            .description = help::kOutputMode,
                             .value = I4(kSingle),
                             .choices = kModes};
 

@@ -11,12 +11,16 @@ constexpr NodeDecl kImage[] = {
     {.name = L"WaterMark", .cls = clsid::PropertyWatermark},
 };
 constexpr NodeDecl kChildren[] = {
-    {.name = L"PictureMain", .title = L"Image", .type = 0xC0, .description = 1160, .children = kImage},
+    {.name = L"PictureMain",
+     .title = L"Image",
+     .type = style::kGroup | style::kHeading,
+     .description = help::kPicture,
+     .children = kImage},
 };
 constexpr NodeDecl kPicture = {.name = L"Main",
                                .cls = clsid::PropertyPictureMain,
                                .title = L"Picture",
-                               .type = 0x10,
+                               .type = style::kCarrier,
                                .children = kChildren};
 
 class PropertyPictureMain : public PropertyBase {

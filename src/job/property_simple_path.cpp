@@ -3,8 +3,11 @@
 namespace bv {
 namespace {
 
-constexpr NodeDecl kPath = {
-    .name = L"Path", .cls = clsid::PropertySimplePath, .title = L"Path", .type = 0x8009, .value = Text(L"")};
+constexpr NodeDecl kPath = {.name = L"Path",
+                            .cls = clsid::PropertySimplePath,
+                            .title = L"Path",
+                            .type = style::kEdit | style::kDialog | style::kFile,
+                            .value = Text(L"")};
 
 class PropertySimplePath : public PathNode {
 public:

@@ -6,14 +6,14 @@ namespace {
 
 // Read by the editor and by the frame-size filter, which know the modes by these numbers.
 constexpr NodeDecl kChildren[] = {
-    {.name = L"SizeMode", .type = 0x10, .value = I4(0)},
-    {.name = L"OriginalRatio", .type = 0x10, .value = I4(1)},
-    {.name = L"ResizeType", .type = 0x10, .value = I4(0)},
+    {.name = L"SizeMode", .type = style::kCarrier, .value = I4(0)},
+    {.name = L"OriginalRatio", .type = style::kCarrier, .value = I4(1)},
+    {.name = L"ResizeType", .type = style::kCarrier, .value = I4(0)},
 };
 constexpr NodeDecl kSize = {.cls = clsid::PropertySize,
                             .title = L"Resolution",
-                            .type = 0x30008,
-                            .description = 97,
+                            .type = style::kDialog | style::kLabel | style::kRedraws,
+                            .description = help::kFrameSize,
                             .value = Text(L"<source>"),
                             .children = kChildren};
 

@@ -15,17 +15,8 @@ namespace bv {
 
 namespace {
 
-// Scripts are numbered by the place of a class in the list of ids, which doesn't change when a class is
-// added.
-enum ScriptNumber : int {
-    kBeforeFirst = 100,
-#define BV_CLASS(Name, text) kScript##Name,
-#include <bvschema/classes.def>
-#undef BV_CLASS
-};
-
 constexpr ClassEntry kClasses[] = {
-#define BV_CLASS(Name, text) {clsid::Name, Create##Name, kScript##Name},
+#define BV_CLASS(Name, text) {clsid::Name, Create##Name},
 #include <bvschema/classes.def>
 #undef BV_CLASS
 };
@@ -102,6 +93,8 @@ std::atomic<ClassObject*> class_objects[kCount];
 }  // namespace
 
 std::span<const ClassEntry> ClassTable() { return kClasses; }
+
+int ScriptOf(const ClassEntry& entry) { return 101 + int(&entry - kClasses); }
 
 const ClassEntry* FindClass(REFCLSID cls) {
     for (size_t slot = Slot(cls); kIndex[slot]; slot = (slot + 1) % kSlots)

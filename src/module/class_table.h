@@ -12,13 +12,14 @@ namespace bv {
 struct ClassEntry {
     CLSID cls;
     Creator create;
-    int script;  // number of its registry script
 };
 
 /// All classes, in table order.
 std::span<const ClassEntry> ClassTable();
 /// The one of that id; null when it isn't in the table.
 const ClassEntry* FindClass(REFCLSID cls);
+/// The number of an entry's registry script: its place in the list, from 101 on.
+int ScriptOf(const ClassEntry& entry);
 /// Whether that is the table's class object of the class.
 bool IsOwnClassObject(const ClassEntry& entry, IClassFactory* object);
 

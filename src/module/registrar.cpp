@@ -143,7 +143,7 @@ HRESULT RegisterServer() try {
     RETURN_IF_FAILED(change.Begin());
     HRESULT status = S_OK;
     for (const ClassEntry& entry : ClassTable())
-        if (SUCCEEDED(status)) status = RunClassScript(module, path, entry.script, true);
+        if (SUCCEEDED(status)) status = RunClassScript(module, path, ScriptOf(entry), true);
     if (SUCCEEDED(status)) status = RegisterOwnTypeLib();
     const HRESULT kept = change.Keep();
     return FAILED(status) ? status : kept;
@@ -158,7 +158,7 @@ HRESULT UnregisterServer() try {
     std::string path;
     if (SUCCEEDED(Prepare(module, path)))
         for (const ClassEntry& entry : ClassTable())
-            std::ignore = RunClassScript(module, path, entry.script, false);
+            std::ignore = RunClassScript(module, path, ScriptOf(entry), false);
     UnregisterOwnTypeLib();
     std::ignore = change.Keep();
     return S_OK;

@@ -2,23 +2,12 @@
 #pragma once
 
 #include <bvschema/bvschema.h>
+#include <bvschema/rows.h>
 
+#include "com/strings.h"
 #include "com/variant.h"
 
 namespace bv {
-
-/// A constant array, or none.
-template <class T>
-struct Rows {
-    constexpr Rows() = default;
-    template <size_t N>
-    constexpr Rows(const T (&rows)[N]) : first(rows), count(N) {}  // NOLINT: an array is rows
-    constexpr const T* begin() const { return first; }
-    constexpr const T* end() const { return first + count; }
-
-    const T* first = nullptr;
-    size_t count = 0;
-};
 
 /// One entry of a value list. NodeOf(class) as value: an entry that brings its own settings.
 struct Choice {
@@ -37,8 +26,8 @@ struct NodeDecl {
     LiteralText name = {};                // identifier for search and XML
     CLSID cls = clsid::PropertySimple;    // own class; in `children`, the class to create
     LiteralText title = {};               // shown beside the value
-    LONG type = 0;                        // style word, for the host
-    int description = 0;                  // string-table id, 0: none
+    LONG type = 0;                        // style word of bv::style; the server acts on kNotNegative alone
+    int description = 0;                  // of bv::help, 0: none
     LiteralText help = {};                // description as a text of its own
     Literal value = {};                   // I4(1), Text(L""), Empty(); {}: no store, a group
     Rows<Choice> choices = {};            // value list, in the order shown
@@ -48,7 +37,5 @@ struct NodeDecl {
     bool hidden = false;
     bool disabled = false;
 };
-
-inline constexpr LONG kNotNegative = 0x80000;  // the one bit of a style word that the server acts on
 
 }  // namespace bv

@@ -235,7 +235,7 @@ STDMETHODIMP PropertyBase::get_ValueType(int* pVal) {
 STDMETHODIMP PropertyBase::put_Value(VARIANT newVal) { return HasStore() ? StoreChecked(newVal) : E_NOTIMPL; }
 
 HRESULT PropertyBase::StoreChecked(const VARIANT& value) {
-    if (type_ & kNotNegative) {
+    if (type_ & style::kNotNegative) {
         Variant number;
         if (SUCCEEDED(number.ChangeFrom(value, VT_I4)) && number.lVal < 0)
             return RaiseMessage(ClassId(), msg::kNegativeValue);

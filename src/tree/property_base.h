@@ -165,7 +165,7 @@ protected:
     /// put_Value: the check of the non-negative bit, the hooks round the store.
     HRESULT StoreChecked(const VARIANT& value);
 
-    // Other nodes of the job.
+    // Other nodes of the job. Their values: tree/node_values.h.
     ComPtr<IProperty> Find(Name name) { return Find(static_cast<IProperty*>(this), name); }
     static ComPtr<IProperty> Find(IProperty* from, Name name);
     void Show(bool shown, std::initializer_list<Name> nodes);

@@ -5,10 +5,10 @@ namespace bv {
 namespace {
 
 constexpr SHORT kFullTurn = 360;  // degrees, either way
-constexpr NodeDecl kUnit = {.type = 0x20000, .value = Text(L"degree")};
+constexpr NodeDecl kUnit = {.type = style::kLabel, .value = Text(L"degree")};
 constexpr NodeDecl kOrientation = {.cls = clsid::PropertyTextOrientation,
                                    .title = L"Orientation",
-                                   .type = 1,
+                                   .type = style::kEdit,
                                    .value = I4(0),
                                    .extension = &kUnit};
 

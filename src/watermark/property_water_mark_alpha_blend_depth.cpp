@@ -7,8 +7,8 @@ namespace {
 constexpr SHORT kInvisible = 100;  // percent of transparency
 constexpr NodeDecl kDepth = {.cls = clsid::PropertyWaterMarkAlphaBlendDepth,
                              .title = L"Value",
-                             .type = 1,
-                             .description = 1245,
+                             .type = style::kEdit,
+                             .description = help::kWatermarkTransparency,
                              .value = I4(0)};
 
 class PropertyWaterMarkAlphaBlendDepth : public PropertyBase {

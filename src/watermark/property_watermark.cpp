@@ -10,13 +10,16 @@ constexpr NodeDecl kPages[] = {
     {.name = L"WaterMarkFilters", .cls = clsid::PropertyWatermarkFilters},
 };
 constexpr NodeDecl kChildren[] = {
-    {.name = L"Watermark_root", .title = L"Inputaa" /* sic */, .type = 0x40010, .children = kPages},
+    {.name = L"Watermark_root",
+     .title = L"Inputaa" /* sic */,
+     .type = style::kCarrier | style::kInEditor,
+     .children = kPages},
 };
 constexpr NodeDecl kWatermark = {.name = L"WaterMark",
                                  .cls = clsid::PropertyWatermark,
                                  .title = L"Watermark",
-                                 .type = 0x28,
-                                 .description = 1225,
+                                 .type = style::kCheckBox | style::kDialog,
+                                 .description = help::kWatermark,
                                  .value = I4(0),
                                  .children = kChildren};
 

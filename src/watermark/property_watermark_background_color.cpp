@@ -10,8 +10,8 @@ namespace {
 
 constexpr NodeDecl kColor = {.cls = clsid::PropertyWatermarkBackgroundColor,
                              .title = L"Color",
-                             .type = 9,
-                             .description = 1237,
+                             .type = style::kEdit | style::kDialog,
+                             .description = help::kWatermarkTextColor,
                              .value = Text(L"0x000000")};
 
 constexpr char kCustomKey[] = "Software\\Brenvaltide Software\\Brenvaltide\\Color";

@@ -11,20 +11,25 @@ constexpr NodeDecl kTransparency[] = {
 constexpr NodeDecl kOrientation[] = {
     {.name = L"WaterMarkOrientation",
      .title = L"Rotate",
-     .type = 4,
-     .description = 1246,
+     .type = style::kList,
+     .description = help::kWatermarkOrientation,
      .value = I4(0),
      .choices = kAngles},
 };
 constexpr NodeDecl kChildren[] = {
     {.name = L"WaterMarkFiltersAlphaBlend",
      .title = L"Transparency",
-     .type = 0xC0,
+     .type = style::kGroup | style::kHeading,
      .children = kTransparency},
-    {.name = L"WaterMarkOrientationDesc", .title = L"Orientation", .type = 0xC0, .children = kOrientation},
+    {.name = L"WaterMarkOrientationDesc",
+     .title = L"Orientation",
+     .type = style::kGroup | style::kHeading,
+     .children = kOrientation},
 };
-constexpr NodeDecl kFilters = {
-    .cls = clsid::PropertyWatermarkFilters, .title = L"Filters", .type = 0x80, .children = kChildren};
+constexpr NodeDecl kFilters = {.cls = clsid::PropertyWatermarkFilters,
+                               .title = L"Filters",
+                               .type = style::kGroup,
+                               .children = kChildren};
 
 class PropertyWatermarkFilters : public PropertyBase {
 public:

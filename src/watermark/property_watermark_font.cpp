@@ -7,8 +7,8 @@ namespace {
 
 constexpr NodeDecl kFont = {.cls = clsid::PropertyWatermarkFont,
                             .title = L"Font",
-                            .type = 9,
-                            .description = 1238,
+                            .type = style::kEdit | style::kDialog,
+                            .description = help::kWatermarkFont,
                             .value = Text(L"FONT=Tahoma;STYLE=Regular;SIZE=10;U=OFF;S=OFF;CHARSET=Default;")};
 
 class PropertyWatermarkFont : public PropertyBase, public IFontStringParser {

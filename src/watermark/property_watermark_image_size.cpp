@@ -4,8 +4,10 @@
 namespace bv {
 namespace {
 
-constexpr NodeDecl kImageSize = {
-    .cls = clsid::PropertyWatermarkImageSize, .title = L"Size", .type = 0x30008, .value = Text(L"<source>")};
+constexpr NodeDecl kImageSize = {.cls = clsid::PropertyWatermarkImageSize,
+                                 .title = L"Size",
+                                 .type = style::kDialog | style::kLabel | style::kRedraws,
+                                 .value = Text(L"<source>")};
 
 class PropertyWatermarkImageSize : public PropertyBase {
 public:

@@ -4,13 +4,31 @@ namespace bv {
 namespace {
 
 constexpr NodeDecl kSides[] = {
-    {.name = L"WaterMarkLeft", .title = L"Left", .type = 1, .description = 1241, .value = I4(0)},
-    {.name = L"WaterMarkRight", .title = L"Right", .type = 1, .description = 1242, .value = I4(100)},
-    {.name = L"WaterMarkTop", .title = L"Top", .type = 1, .description = 1243, .value = I4(0)},
-    {.name = L"WaterMarkBottom", .title = L"Bottom", .type = 1, .description = 1244, .value = I4(30)},
+    {.name = L"WaterMarkLeft",
+     .title = L"Left",
+     .type = style::kEdit,
+     .description = help::kWatermarkLeft,
+     .value = I4(0)},
+    {.name = L"WaterMarkRight",
+     .title = L"Right",
+     .type = style::kEdit,
+     .description = help::kWatermarkRight,
+     .value = I4(100)},
+    {.name = L"WaterMarkTop",
+     .title = L"Top",
+     .type = style::kEdit,
+     .description = help::kWatermarkTop,
+     .value = I4(0)},
+    {.name = L"WaterMarkBottom",
+     .title = L"Bottom",
+     .type = style::kEdit,
+     .description = help::kWatermarkBottom,
+     .value = I4(30)},
 };
-constexpr NodeDecl kRect = {
-    .cls = clsid::PropertyWatermarkRect, .title = L"Rectangle", .type = 0xC0, .children = kSides};
+constexpr NodeDecl kRect = {.cls = clsid::PropertyWatermarkRect,
+                            .title = L"Rectangle",
+                            .type = style::kGroup | style::kHeading,
+                            .children = kSides};
 
 class PropertyWatermarkRect : public PropertyBase {
 public:

@@ -5,10 +5,13 @@ namespace {
 
 constexpr NodeDecl kGeneral[] = {{.name = L"WaterMarkSourceMode", .cls = clsid::PropertyWatermarkSource}};
 constexpr NodeDecl kChildren[] = {
-    {.name = L"WaterMarkGeneral", .title = L"General", .type = 0xC0, .children = kGeneral},
+    {.name = L"WaterMarkGeneral",
+     .title = L"General",
+     .type = style::kGroup | style::kHeading,
+     .children = kGeneral},
 };
 constexpr NodeDecl kRoot = {
-    .cls = clsid::PropertyWatermarkRoot, .title = L"Source", .type = 0x80, .children = kChildren};
+    .cls = clsid::PropertyWatermarkRoot, .title = L"Source", .type = style::kGroup, .children = kChildren};
 
 class PropertyWatermarkRoot : public PropertyBase {
 public:

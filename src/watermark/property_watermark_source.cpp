@@ -11,8 +11,8 @@ constexpr NodeDecl kChildren[] = {
 };
 constexpr NodeDecl kSource = {.cls = clsid::PropertyWatermarkSource,
                               .title = L"Source Type",
-                              .type = 0x404,
-                              .description = 1228,
+                              .type = style::kList | style::kShowsOthers,
+                              .description = help::kWatermarkSource,
                               .value = I4(kText),
                               .choices = kSources,
                               .children = kChildren};

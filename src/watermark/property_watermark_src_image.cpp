@@ -4,22 +4,33 @@ namespace bv {
 namespace {
 
 constexpr NodeDecl kPlace[] = {
-    {.name = L"WaterMarkLogoImageLeft", .title = L"Left", .type = 1, .description = 1232, .value = I4(0)},
-    {.name = L"WaterMarkLogoImageTop", .title = L"Top", .type = 1, .description = 1233, .value = I4(0)},
+    {.name = L"WaterMarkLogoImageLeft",
+     .title = L"Left",
+     .type = style::kEdit,
+     .description = help::kWatermarkImageLeft,
+     .value = I4(0)},
+    {.name = L"WaterMarkLogoImageTop",
+     .title = L"Top",
+     .type = style::kEdit,
+     .description = help::kWatermarkImageTop,
+     .value = I4(0)},
     {.name = L"WaterMarkLogoImageSize", .cls = clsid::PropertyWatermarkImageSize},
 };
 constexpr NodeDecl kChildren[] = {
     {.name = L"WatermarkTransparentColor" /* sic: a small m */,
      .cls = clsid::PropertyWatermarkBackgroundColor,
      .title = L"Transparent Color",
-     .description = 1231,
+     .description = help::kWatermarkTransparentColor,
      .value = Text(L"")},
-    {.name = L"WaterMarkImageLogoPlacement", .title = L"Image Rect", .type = 0xC0, .children = kPlace},
+    {.name = L"WaterMarkImageLogoPlacement",
+     .title = L"Image Rect",
+     .type = style::kGroup | style::kHeading,
+     .children = kPlace},
 };
 constexpr NodeDecl kSrcImage = {.cls = clsid::PropertyWatermarkSrcImage,
                                 .title = L"Image",
-                                .type = 9,
-                                .description = 1230,
+                                .type = style::kEdit | style::kDialog,
+                                .description = help::kWatermarkImage,
                                 .value = Text(L""),
                                 .children = kChildren};
 

@@ -12,18 +12,19 @@ constexpr NodeDecl kChildren[] = {
     {.name = L"WaterMarkTextFont", .cls = clsid::PropertyWatermarkFont},
     {.name = L"WaterMarkSrcTextHAlign",
      .title = L"Horizontal Align",
-     .type = 4,
-     .description = 1234,
+     .type = style::kList,
+     .description = help::kWatermarkTextAcross,
      .value = I4(1),
      .choices = kAcross},
     {.name = L"WaterMarkSrcTextVAlign",
      .title = L"Vertical Align",
-     .type = 4,
-     .description = 1235,
+     .type = style::kList,
+     .description = help::kWatermarkTextDown,
      .value = I4(4),
      .choices = kDown},
 };
-constexpr NodeDecl kSrcText = {.cls = clsid::PropertyWatermarkSrcText, .type = 0x10, .children = kChildren};
+constexpr NodeDecl kSrcText = {
+    .cls = clsid::PropertyWatermarkSrcText, .type = style::kCarrier, .children = kChildren};
 
 class PropertyWatermarkSrcText : public PropertyBase {
 public:

@@ -1,4 +1,5 @@
 #include "dialogs/editor_library.h"
+#include "tree/node_values.h"
 #include "tree/property_base.h"
 #include "watermark/dynamic_text.h"
 #include "watermark/text_variables.h"
@@ -9,21 +10,21 @@ namespace {
 constexpr NodeDecl kFormats[] = {
     {.name = names::kFormatDate,
      .title = L"Horizontal Align" /* sic */,
-     .type = 0x40001,
+     .type = style::kEdit | style::kInEditor,
      .value = Text(kDateFormat)},
     {.name = names::kFormatTime,
      .title = L"Horizontal Align" /* sic */,
-     .type = 0x40001,
+     .type = style::kEdit | style::kInEditor,
      .value = Text(kTimeFormat)},
     {.name = names::kFormatIndex,
      .title = L"Horizontal Align" /* sic */,
-     .type = 0x40001,
+     .type = style::kEdit | style::kInEditor,
      .value = Text(L"%02d")},
 };
 constexpr NodeDecl kText = {.cls = clsid::PropertyWatermarkText,
                             .title = L"Text",
-                            .type = 9,
-                            .description = 1236,
+                            .type = style::kEdit | style::kDialog,
+                            .description = help::kWatermarkText,
                             .value = Text(L""),
                             .children = kFormats};
 
@@ -71,10 +72,9 @@ private:
         return status == S_OK;
     }
     VariableValue TextOfNode(IProperty* node) {
-        Variant value;
-        if (!node || !Good(node->get_Value(value.Put())) || !Good(value.ChangeFrom(value, VT_BSTR)))
-            return {};
-        return NarrowText(TextOf(value));
+        Variant text;
+        if (!Good(ReadValue(node, VT_BSTR, text))) return {};
+        return NarrowText(TextOf(text));
     }
     VariableValue SourcePath() override { return TextOfNode(Find(names::kPathToMediaFile).get()); }
     VariableValue OutputPath() override {
