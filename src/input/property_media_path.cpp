@@ -1,11 +1,10 @@
-#include "input/index_file.h"
+#include "input/index_cache.h"
 #include "input/media_sample.h"
+#include "input/open_state.h"
 #include "tree/property_base.h"
 
 namespace bv {
 namespace {
-
-constexpr LONG kGood = 1, kFailed = 2;  // states of an open attempt; all others are the host's
 
 constexpr NodeDecl kChildren[] = {
     {.name = names::kTimelines, .cls = clsid::PropertyTimelines},
@@ -24,10 +23,21 @@ public:
     using Answers = PropertyBase::Answers::With<IMediaOpenState, ICachedSample>;
     PropertyMediaPath() : PropertyBase(kMediaPath) {}
 
-    STDMETHODIMP get_StateSet(LONG* pVal) override;
-    STDMETHODIMP get_IsGood(LONG* pVal) override;
-    STDMETHODIMP GetState(LONG* state, BSTR* text) override;
-    STDMETHODIMP SetState(LONG state, BSTR text) override;
+    STDMETHODIMP get_StateSet(LONG* pVal) override {
+        if (!pVal) return E_POINTER;
+        *pVal = state_.IsSet();
+        return S_OK;
+    }
+    STDMETHODIMP get_IsGood(LONG* pVal) override {
+        if (!pVal) return E_POINTER;
+        *pVal = state_.IsGood();
+        return S_OK;
+    }
+    STDMETHODIMP GetState(LONG* state, BSTR* text) override { return state_.Get(state, text); }
+    STDMETHODIMP SetState(LONG state, BSTR text) override {
+        state_.Set(state, View(text));
+        return S_OK;
+    }
     STDMETHODIMP PutSample(BYTE* data, LONG size, AM_MEDIA_TYPE* type, LONG typeSize) override;
     STDMETHODIMP GetSample(BYTE** data, LONG* size, AM_MEDIA_TYPE** type, LONG* typeSize) override;
 
@@ -40,17 +50,13 @@ protected:
     void OnValueChanging() override {}
 
 private:
-    void DropIndex();
     void RemoveTimelines();
     /// A search would pass by the children of an input that is switched off, and find another input's.
     ComPtr<IProperty> OwnChild(Name name) const;
-    Bstr IdxValue(IProperty* idx) const;
     Bstr Path() const;
 
     Bstr previous_path_;  // the one that all below was collected for
-    Bstr state_text_;
-    LONG state_set_ = 0;
-    LONG state_ = 0;
+    OpenState state_;
     MediaSample sample_;
 };
 
@@ -58,46 +64,6 @@ Bstr PropertyMediaPath::Path() const {
     Variant path;
     std::ignore = path.ChangeFrom(Stored(), VT_BSTR);
     return Bstr(TextOf(path));
-}
-
-// --- The last attempt to open it ---
-
-STDMETHODIMP PropertyMediaPath::get_StateSet(LONG* pVal) {
-    if (!pVal) return E_POINTER;
-    *pVal = state_set_;
-    return S_OK;
-}
-
-STDMETHODIMP PropertyMediaPath::get_IsGood(LONG* pVal) {
-    if (!pVal) return E_POINTER;
-    *pVal = state_set_ && state_ == kGood;
-    return S_OK;
-}
-
-STDMETHODIMP PropertyMediaPath::GetState(LONG* state, BSTR* text) {
-    if (!state) return E_POINTER;
-    if (state_ != kGood) {
-        // What went wrong lies in the thread's error object, where the parser that failed left it.
-        ComPtr<IErrorInfo> error;
-        if (GetErrorInfo(0, error.Put()) == S_OK && error) {
-            Bstr description;
-            std::ignore = error->GetDescription(description.Put());
-            state_text_ = std::move(description);
-            state_ = kFailed;
-            *state = state_;
-            return text ? state_text_.CopyTo(text) : S_OK;
-        }
-    }
-    RETURN_IF_FAILED(state_text_.CopyTo(text));
-    *state = state_;
-    return S_OK;
-}
-
-STDMETHODIMP PropertyMediaPath::SetState(LONG state, BSTR text) {
-    state_text_ = Bstr(View(text));
-    state_ = state;
-    state_set_ = 1;
-    return S_OK;
 }
 
 // --- The sample ---
@@ -125,9 +91,11 @@ void PropertyMediaPath::OnValueChanged() {
     const bool same = SameName(path.View(), previous_path_.View()), empty = path.empty();
     previous_path_ = std::move(path);  // first: what is dropped may put another path in its end
     if (same) return;
-    state_text_ = Bstr();
-    state_set_ = 0;
-    if (Data()) DropIndex();
+    state_.Clear();
+    if (Data()) {
+        DropData();
+        IndexCache(OwnChild(names::kIdx)).Drop();
+    }
     DropExData();
     sample_.Drop();
     if (empty) RemoveTimelines();
@@ -156,56 +124,16 @@ void PropertyMediaPath::RemoveTimelines() {
     }
 }
 
-// --- The index and its cache file ---
-
-Bstr PropertyMediaPath::IdxValue(IProperty* idx) const {
-    Variant value, text;
-    if (idx && idx->get_Value(value.Put()) == S_OK) std::ignore = text.ChangeFrom(value, VT_BSTR);
-    return Bstr(TextOf(text));
-}
-
-void PropertyMediaPath::DropIndex() {
-    DropData();
-    const auto idx = OwnChild(names::kIdx);
-    const Bstr name = IdxValue(idx.get());
-    if (name.empty()) return;
-    if (const IndexFile file(name.View()); file) file.Delete();
-    std::ignore = idx->put_Value(Lend(ConstBstr(L"").get()));
-}
+// --- The index ---
 
 void PropertyMediaPath::WriteExtra() {
-    if (!Data()) return;
-    const auto idx = OwnChild(names::kIdx);
-    if (!idx) return;
-    Bstr name = IdxValue(idx.get());
-    if (!IndexFile::IsSafeName(name.View())) {  // empty, or no name of ours
-        GUID id;
-        if (FAILED(CoCreateGuid(&id))) return;
-        name = Bstr(GuidText(id).View());
-        std::ignore = idx->put_Value(Lend(name.get()));
-    }
-    const auto fingerprint = Fingerprint(Path().View());
-    if (const IndexFile file(name.View()); file && fingerprint)
-        std::ignore = file.Write(*fingerprint, DataKind(), Data());
+    if (Data()) IndexCache(OwnChild(names::kIdx)).Write(Path().View(), DataKind(), Data());
 }
 
 void PropertyMediaPath::ReadExtra() {
-    const auto idx = OwnChild(names::kIdx);
-    const IndexFile file(IdxValue(idx.get()).View());
-    const auto fingerprint = Fingerprint(Path().View());
-    if (!file || !fingerprint) return;
     int kind = DataKind();
     ByteBlock index;
-    switch (file.Read(*fingerprint, kind, index)) {
-        case IndexFile::Reading::kMissing:
-            return;
-        case IndexFile::Reading::kGood:
-            break;
-        case IndexFile::Reading::kStale:
-            file.Delete();
-            break;
-    }
-    SwapData(index, kind);
+    if (IndexCache(OwnChild(names::kIdx)).Read(Path().View(), kind, index)) SwapData(index, kind);
 }
 
 HRESULT PropertyMediaPath::OnShowDialog() {
