@@ -1,5 +1,5 @@
-// Lists of cuts, written as settings and loaded from .tlc files: write_cuts/N and load_cuts/N for N cuts of
-// 12 nodes.
+// Lists of cuts, written as settings and loaded from .tlc files:
+// write_cuts/N and load_cuts/N for N cuts of 12 nodes.
 //
 //   scripts/run-native.sh build/native-bench/bin/cuts_bench            times, and bytes for each node
 //   ... valgrind --tool=callgrind --collect-atstart=no build/native-bench/bin/cuts_bench count ITEM N ROUNDS

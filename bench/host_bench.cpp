@@ -1,4 +1,5 @@
-// The layer for hosts beside the plain interfaces: one edit of a whole job with its events, and a load of a large one.
+// The layer for hosts beside the plain interfaces: one edit of a whole job with its events, and a load of
+// a large one.
 #include <benchmark/benchmark.h>
 
 #include <bvschema/host.h>

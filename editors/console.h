@@ -14,7 +14,8 @@ void Say(const std::string& text);
 /// A line as it was typed, without its end. No value at the end of input, and for input that isn't text.
 std::optional<std::wstring> ReadLine();
 
-/// The same, where standard input or output is a console that has calls of its own for it. False: it isn't one.
+/// The same, where standard input or output is a console that has calls of its own for it.
+/// False: it isn't one.
 bool ReadConsoleLine(std::optional<std::wstring>* line);
 bool WriteToConsole(const std::string& text);
 /// A text without an end of line, so that the answer stands beside it.

@@ -14,8 +14,8 @@ using host::Value;
 /// Thrown when the user ends the input: nothing is stored.
 struct Cancelled {};
 
-/// A text of the server's string table, filled with up to two numbers; empty when the server isn't
-/// registered.
+/// A text of the server's string table, filled with up to two numbers;
+/// empty when the server isn't registered.
 std::string Message(int id, int first = 0, int second = 0);
 
 std::wstring TextOf(IProperty* node);

@@ -46,8 +46,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const bv::test::Ref<IMap> map = media.map();
         map->InsertProperty(node.get());
         std::ignore = list->get_ActiveDuration(&duration);
-        // What a first save can't keep, such as an overlong text, it has left out: from then on nothing
-        // changes.
+        // What a first save can't keep, such as an overlong text, it has left out:
+        // from then on nothing changes.
         if (list->Save(first_name.get()) != S_OK || list->Load(first_name.get()) != S_OK) std::abort();
         const std::string before = Settings(list.get());
         if (list->Save(second_name.get()) != S_OK || list->Load(second_name.get()) != S_OK) std::abort();

@@ -1,5 +1,5 @@
-// Late-bound calls on the server's own objects, with any operation and any arguments that a script could
-// make.
+// Late-bound calls on the server's own objects, with any operation and any arguments that a
+// script could make.
 #include <bvschema/bvschema.h>
 
 #include <cstdint>

@@ -87,7 +87,8 @@ inline std::wstring Words(BSTR text) {
     return text ? std::wstring(text, SysStringLen(text)) : std::wstring();
 }
 
-/// A node of somebody else that is whatever it is asked for: a setting, a format, an action, a filter and its wrapper.
+/// A node of somebody else that is whatever it is asked for: a setting, a format, an action, a filter
+/// and its wrapper.
 class NodeDouble final
     : public Double<IProperty, ISettingsWriter, ISimpleInit, IValueFormat, IOutputFormatInfo, IFilterItem,
                     IActionObject, IFilterEntry, IBaseFilter> {

@@ -1,7 +1,8 @@
-// A whole job: any sequence of public calls, with components of somebody else that call back in the middle of them.
+// A whole job: any sequence of public calls, with components of somebody else that call back in the
+// middle of them.
 //
-// The input is a list of choices, see World::Step. While a component is being called, the next choices may be made
-// there.
+// The input is a list of choices, see World::Step. While a component is being called, the next choices may
+// be made there.
 #include <sanitizer/lsan_interface.h>
 
 #include <cstdint>

@@ -1,4 +1,5 @@
-// A saved job from anywhere: it is refused or read, and what was read is written so that it is read again as the same.
+// A saved job from anywhere: it is refused or read, and what was read is written so that it is read again
+// as the same.
 #include <bvschema/host/job.h>
 
 #include <cstdint>

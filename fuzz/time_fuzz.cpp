@@ -1,5 +1,5 @@
-// A typed time, a frame and a source of any timing: 8 bytes time of a frame, 4 bytes frame, 1 byte unit, then
-// the text.
+// A typed time, a frame and a source of any timing: 8 bytes time of a frame, 4 bytes frame, 1 byte unit,
+// then the text.
 #include <cstdint>
 #include <cstring>
 
@@ -22,8 +22,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     LONG frame = 0;
     std::memcpy(&media.time_per_frame, data, 8);
     std::memcpy(&frame, data + 8, 4);
-    // A refusal for want of a rate is looked up in the registry, which takes its time and is another target's
-    // affair.
+    // A refusal for want of a rate is looked up in the registry, which takes its time and is
+    // another target's affair.
     if (media.time_per_frame == 0) media.time_per_frame = 1;
     const std::string_view text(reinterpret_cast<const char*>(data + 13), size - 13);
 

@@ -44,8 +44,8 @@ std::optional<std::wstring> FromCodePage(UINT page, std::string_view bytes) {
     return text;
 }
 
-/// The code page that a declaration names; by XML's rule UTF-8 when it names none. A text without a declaration
-/// is in the system's, as the tree writes it.
+/// The code page that a declaration names; by XML's rule UTF-8 when it names none. A text without a
+/// declaration is in the system's, as the tree writes it.
 UINT PageOf(std::string_view bytes) {
     constexpr std::string_view kDeclaration = "<?xml";
     if (!bytes.starts_with(kDeclaration)) return CP_ACP;

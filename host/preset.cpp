@@ -57,8 +57,8 @@ Result<> Set(const Node& node, const Setting& setting) {
 
 }  // namespace
 
-// A choice brings settings of its own: what differs is set on the new job too, so that what hangs on it is compared with
-// what a new one has there.
+// A choice brings settings of its own: what differs is set on the new job too, so that what hangs on it is
+// compared with what a new one has there.
 std::vector<Setting> Changed(const Job& job) {
     std::vector<Setting> changed;
     const Job fresh = NewJob();

@@ -93,7 +93,8 @@ void JobCore::RestoreInput(const Element& element) {
     if (const auto writer = input.node.As<ISettingsWriter>()) writer->ReadExtraData(nullptr);
 }
 
-// By the rule of the document: the text in the kind that was stored, then the unit's; flags follow from the values.
+// By the rule of the document: the text in the kind that was stored, then the unit's;
+// flags follow from the values.
 void JobCore::RestoreNode(const Element& element, IProperty* node) {
     if (element.value && element.value->kind == kObjectKind) {
         RestoreObject(element, node);

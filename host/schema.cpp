@@ -70,7 +70,8 @@ bool Takes(const Node& node, std::int64_t number) {
     return true;
 }
 
-/// The least and the greatest whole number that the tree takes, found by trying powers of two and what lies beside them.
+/// The least and the greatest whole number that the tree takes, found by trying powers of two and what
+/// lies beside them.
 Json RangeOf(const Node& node) {
     const VARTYPE kind = node.value().kind();
     if (!IsWhole(kind) || node.editor() != Editor::kNumber) return nullptr;

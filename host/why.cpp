@@ -52,7 +52,8 @@ int Distance(State state) {
     }
 }
 
-/// How many nodes above a hidden one are hidden too, itself counted: a choice that shows some of them is on the way.
+/// How many nodes above a hidden one are hidden too, itself counted:
+/// a choice that shows some of them is on the way.
 int HiddenAbove(const Job& job, std::string_view name) {
     int hidden = 0;
     for (Node node = job[name]; node;) {

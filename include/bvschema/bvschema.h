@@ -130,8 +130,8 @@ BV_INTERFACE_ID(IBaseObj, "D27BF443-091F-4AF5-A234-851BB5CEF820")
 /// One node of the settings tree: a self-describing, typed, editable setting.
 /// Its children come by asking the node for IEnumProperties, its allowed values by asking for IListOfValues.
 struct IProperty : IBaseObj {
-    /// The style word for whoever presents the node, bits of bv::style. The server acts on one of them:
-    /// kNotNegative.
+    /// The style word for whoever presents the node, bits of bv::style.
+    /// The server acts on one of them: kNotNegative.
     STDMETHOD(get_Type)(LONG* pVal) PURE;
     /// Non-zero: not to be shown.
     STDMETHOD(get_IsHide)(LONG* pVal) PURE;
@@ -156,8 +156,8 @@ struct IProperty : IBaseObj {
     /// value cannot be negative." for a negative number on a node with the bit 0x80000; the value stays and
     /// no hook runs then. A class may check more.
     STDMETHOD(put_Value)(VARIANT newVal) PURE;
-    /// Opens the node's editor, modal. S_OK: a value was stored. S_FALSE: cancelled, or not there. E_NOTIMPL:
-    /// no editor.
+    /// Opens the node's editor, modal. S_OK: a value was stored. S_FALSE: cancelled, or not there.
+    /// E_NOTIMPL: no editor.
     STDMETHOD(ShowDialog)() PURE;
     /// The node of that Name. With a media object: the active nodes below this one, then those of the whole
     /// job (IMap); E_FAIL when the media object has no IMap. Without one: this node's descendants, active or
@@ -169,16 +169,16 @@ struct IProperty : IBaseObj {
     /// the descendants in the object's IMap. A second call registers them again. No reference is kept: the
     /// media object must outlive the tree, or be taken back with a null pointer.
     STDMETHOD(put_MediaObject)(IDispatch* newVal) PURE;
-    /// The node or collection above this one. S_FALSE, and *pVal untouched, when there is none, or it is
-    /// gone.
+    /// The node or collection above this one. S_FALSE, and *pVal untouched, when there is none, or
+    /// it is gone.
     STDMETHOD(get_Parent)(IDispatch** pVal) PURE;
     /// No reference is kept.
     STDMETHOD(put_Parent)(IDispatch* newVal) PURE;
     /// The node that qualifies this one: the unit beside a number, a converter of the shown form. E_NOTIMPL:
     /// none.
     STDMETHOD(get_Extension)(IProperty** pVal) PURE;
-    /// Runs the hook of a node whose value decides what others show, for a tree that has just got its media
-    /// object.
+    /// Runs the hook of a node whose value decides what others show, for a tree that has just got
+    /// its media object.
     STDMETHOD(InitDefault)() PURE;
     /// Non-zero: the node counts. A search through the media object passes over a node with 0.
     STDMETHOD(get_Active)(LONG* pVal) PURE;
@@ -205,8 +205,8 @@ struct IProperty : IBaseObj {
     STDMETHOD(BeforeCombo)() PURE;
     /// The node's class id.
     STDMETHOD(get_ClassID)(GUID* pVal) PURE;
-    /// The media object for this node, its children and its extension, with nothing registered and no hook
-    /// run.
+    /// The media object for this node, its children and its extension, with nothing registered and
+    /// no hook run.
     STDMETHOD(SetMediaObject)(IDispatch* pVal) PURE;
     /// The VT code of the stored value; 0 (VT_EMPTY) for an empty one and for a node that has no value.
     STDMETHOD(get_ValueType)(int* pVal) PURE;
@@ -235,8 +235,8 @@ struct ISimpleInit : IUnknown {
     STDMETHOD(put_Value)(VARIANT newVal) PURE;
     /// The object above, to which no reference is kept. Null: none.
     STDMETHOD(put_Parent)(IDispatch* newVal) PURE;
-    /// Gives the node an extension that holds a path. The status of its creation; the old extension stays
-    /// then.
+    /// Gives the node an extension that holds a path. The status of its creation;
+    /// the old extension stays then.
     STDMETHOD(SetPathExtension)(BSTR path) PURE;
     /// The three additions of IListOfValues, on the node's own list. S_OK whatever becomes of the entry.
     STDMETHOD(AddItem)(BSTR name, VARIANT value) PURE;
@@ -298,8 +298,8 @@ struct IEnumProperties : ICollection {
     STDMETHOD(FindPropertyExactly)(BSTR Name, IProperty** pRet) PURE;
     /// Gives all items the media object, and registers them in its IMap.
     STDMETHOD(InitProperty)(IDispatch* pVal) PURE;
-    /// Removes the first item of that name, active or not. S_OK, also when there is none. pParent has no
-    /// effect.
+    /// Removes the first item of that name, active or not. S_OK, also when there is none.
+    /// pParent has no effect.
     STDMETHOD(RemoveByName)(BSTR Name, IProperty* pParent) PURE;
     /// The node that owns this collection; no reference is kept.
     STDMETHOD(PutParent)(IProperty* pParent) PURE;
@@ -308,8 +308,8 @@ struct IEnumProperties : ICollection {
 };
 BV_INTERFACE_ID(IEnumProperties, "203419F1-9A44-4ECB-AB2F-D9F7A5E7353D")
 
-/// The values that a node offers, each with its label. The list only offers: put_Value doesn't check against
-/// it.
+/// The values that a node offers, each with its label. The list only offers:
+/// put_Value doesn't check against it.
 struct IListOfValues : ICollection {
     /// The label of the first entry with that value, by kind and value; objects by identity. E_INVALIDARG:
     /// none.
@@ -342,8 +342,8 @@ BV_INTERFACE_ID(IListItem, "6DE6CE67-1578-4B80-9B41-B9EA98B11458")
 
 /// The flat index of a job's nodes, which the media object answers.
 struct IMap : IDispatch {
-    /// Searches below pParent, which may be null, then the whole index. S_FALSE, and *pVal untouched: no such
-    /// active node.
+    /// Searches below pParent, which may be null, then the whole index. S_FALSE, and *pVal untouched:
+    /// no such active node.
     STDMETHOD(get_Property)(BSTR Name, IProperty* pParent, IProperty** pVal) PURE;
     /// The value of that node, with the status of its get_Value. E_INVALIDARG: no such active node.
     STDMETHOD(get_PropertyVal)(BSTR Name, IProperty* pParent, VARIANT* pVal) PURE;
@@ -362,8 +362,8 @@ BV_INTERFACE_ID(IMap, "C3C055E0-E599-4DB0-BDB7-F44D0D7A56DB")
 struct IEnumObject : IDispatch {
     /// How many objects are in the list.
     STDMETHOD(Count)(LONG* pnCount) PURE;
-    /// The object at that index, from 0, with a reference. E_INVALIDARG, and *ppUnk untouched, outside the
-    /// list.
+    /// The object at that index, from 0, with a reference.
+    /// E_INVALIDARG, and *ppUnk untouched, outside the list.
     STDMETHOD(Item)(LONG nID, IUnknown** ppUnk) PURE;
     /// Takes out the first entry that is this very pointer. S_FALSE: there is none.
     STDMETHOD(Remove)(IUnknown* ppUnk) PURE;
@@ -415,8 +415,8 @@ struct IMediaOpenState : IUnknown {
     /// State and text of the last attempt. Unless the state is 1, an error object of the thread is taken: its
     /// description becomes the text, and the state 2. E_POINTER, E_OUTOFMEMORY.
     STDMETHOD(GetState)(LONG* state, BSTR* text) PURE;
-    /// What became of an attempt: 1 for success, other numbers are the host's. A change of the path takes it
-    /// back.
+    /// What became of an attempt: 1 for success, other numbers are the host's.
+    /// A change of the path takes it back.
     STDMETHOD(SetState)(LONG state, BSTR text) PURE;
 };
 BV_INTERFACE_ID(IMediaOpenState, "82B1FF6F-5DD0-4F2C-8231-88FDFF27DCF3")
@@ -460,25 +460,26 @@ struct ITimelines : ICollection {
     /// Writes all cuts to a file, which is made anew. A file that can't be made or written whole, and an item
     /// that can't be written, fail with a message; what was written so far stays.
     STDMETHOD(Save)(BSTR bstrFileName) PURE;
-    /// Clears the list, and fills it from a file. One that is no document, or has more than a thousand cuts that say
-    /// nothing, fails with a message, a lack of memory with E_OUTOFMEMORY, and the list is empty then; in a
-    /// document, what isn't a cut is passed over, and so is a node that isn't the cut's own (ICutFileReach).
+    /// Clears the list, and fills it from a file. One that is no document, or has more than a thousand cuts
+    /// that say nothing, fails with a message, a lack of memory with E_OUTOFMEMORY, and the list is empty
+    /// then; in a document, what isn't a cut is passed over, and so is a node that isn't the
+    /// cut's own (ICutFileReach).
     STDMETHOD(Load)(BSTR bstrFileName) PURE;
     /// The media object of the job, for the cuts that are there and those to come. No reference is kept; null
     /// takes it back.
     STDMETHOD(SetMediaObject)(IMediaObject* ptrMediaObj) PURE;
     /// What will be encoded, in 100 ns: the cuts that lie in the source, overlaps as often as they occur, or
     /// the whole source while cuts aren't in use. Fails with a message when the media object is missing or
-    /// knows no source. *pVal is untouched for a source that has neither sound nor moving pictures and is no
-    /// still.
+    /// knows no source. *pVal is untouched for a source that has neither sound nor moving pictures and
+    /// is no still.
     STDMETHOD(get_ActiveDuration)(LONGLONG* pVal) PURE;
 };
 BV_INTERFACE_ID(ITimelines, "8D6996E4-2F2E-4F29-B0A3-D4032EB2D074")
 
-/// How far a file of cuts may reach into the job, at an object that answers ITimelines. A file may come from anywhere:
-/// at first (0) its elements set the nodes of the cut that they stand in, and an element that names another node is
-/// passed over. Otherwise they set whatever node a search from the cut finds, such as the job's output: for files that
-/// the host has made itself. Holds for each Load that follows.
+/// How far a file of cuts may reach into the job, at an object that answers ITimelines. A file may come from
+/// anywhere: at first (0) its elements set the nodes of the cut that they stand in, and an element that names
+/// another node is passed over. Otherwise they set whatever node a search from the cut finds, such as the
+/// job's output: for files that the host has made itself. Holds for each Load that follows.
 struct ICutFileReach : IUnknown {
     STDMETHOD(get_WholeJob)(LONG* pVal) PURE;
     STDMETHOD(put_WholeJob)(LONG newVal) PURE;
@@ -529,8 +530,8 @@ static_assert(sizeof(void*) != 4 || (sizeof(DVDInfo) == 40 && offsetof(DVDInfo, 
 
 /// The record of a DVD, and what the user chose on it: files, parts and pieces to leave out, audio tracks.
 /// Put into a node with PutExData, it is written with the settings, the choices alone; read back through
-/// ISettingsWriter, they wait for the record of the fresh scan. No length argument but that of SetDVDIndex is
-/// looked at.
+/// ISettingsWriter, they wait for the record of the fresh scan.
+/// No length argument but that of SetDVDIndex is looked at.
 struct IDVDIndexData : IDispatch {
     /// Takes a copy of a DVDInfo, and lays the choices that were read over it if they fit its counts; they
     /// are gone then. E_INVALIDARG, and nothing changes, for counts that no disc has.
@@ -564,8 +565,8 @@ struct IDynamicText : IUnknown {
 };
 BV_INTERFACE_ID(IDynamicText, "31EA8AE3-62DF-47E7-8D82-7C65EB15A5BF")
 
-/// A font, as editors and drawing components exchange it: narrow texts, each ended by NUL. The caller owns
-/// it.
+/// A font, as editors and drawing components exchange it: narrow texts, each ended by NUL.
+/// The caller owns it.
 struct FontInfo {
     char FaceName[256];
     char Style[32];    // a word, such as "Regular"
@@ -610,8 +611,8 @@ struct IBVMapper : IDispatch {
     STDMETHOD(Init)(GUID* pCategory) PURE;
     /// How many components were read.
     STDMETHOD(get_Count)(LONG* pVal) PURE;
-    /// The record at that index, from 0; it is the mapper's, and lives as long. E_INVALIDARG outside the
-    /// list.
+    /// The record at that index, from 0; it is the mapper's, and lives as long.
+    /// E_INVALIDARG outside the list.
     STDMETHOD(get_Item)(LONG nID, tagGUIDREG** pRet) PURE;
 };
 BV_INTERFACE_ID(IBVMapper, "39DDB819-D74A-4E60-BEFF-216BCBC2CB48")
@@ -661,8 +662,8 @@ BV_INTERFACE_ID(IMediaSelecter, "FE7D78A5-0F63-4530-965E-15E453E16803")
 /// bWork selects the lock: 0 the one, any other number the work lock. Both want Initialize before their use
 /// and Delete after it.
 struct ICriticalSection : IDispatch {
-    /// Enters the lock, and waits until it is free. A thread may enter again what it holds. E_UNEXPECTED: not
-    /// initialized.
+    /// Enters the lock, and waits until it is free. A thread may enter again what it holds.
+    /// E_UNEXPECTED: not initialized.
     STDMETHOD(Enter)(LONG bWork) PURE;
     /// To be called as often as Enter, by the same thread.
     STDMETHOD(Leave)(LONG bWork) PURE;
@@ -732,8 +733,8 @@ struct IOutputFormatInfo : IDispatch {
     STDMETHOD(GetFormatInfo)(BSTR* name, BSTR* extension) PURE;
     /// The class id that the settings XML writes for the format.
     STDMETHOD(GetClassID)(GUID* pVal) PURE;
-    /// The node that holds the format as its value, null while the tree is built. S_OK: the format can be
-    /// used.
+    /// The node that holds the format as its value, null while the tree is built.
+    /// S_OK: the format can be used.
     STDMETHOD(SetOwner)(IProperty* owner) PURE;
     /// The media object of the job, null when it is taken back; no reference may be kept.
     STDMETHOD(SetMediaObject)(IDispatch* media) PURE;

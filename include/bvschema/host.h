@@ -1,5 +1,5 @@
-// The C++ layer for hosts: everything of <bvschema/bvschema.h>, with objects that free themselves, texts in UTF-8 and
-// refusals as values.
+// The C++ layer for hosts: everything of <bvschema/bvschema.h>, with objects that free themselves, texts in
+// UTF-8 and refusals as values.
 //
 //     bv::Runtime runtime;
 //     bv::Job job = bv::Job::Create();

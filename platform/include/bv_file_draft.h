@@ -1,14 +1,14 @@
-// A file that is written beside its place and takes it when it is whole: what stood there before stays until then,
-// also when the disk is full or the process is killed.
+// A file that is written beside its place and takes it when it is whole: what stood there before stays until
+// then, also when the disk is full or the process is killed.
 #pragma once
 
 #include <windows.h>
 
 #ifndef _WIN32
 extern "C" {
-/// Brings a closed file to the disk and moves it over another one, or to where there is none. A link stays a link, and
-/// the rights are those of the file before. FALSE with the last error set: the file is as it was, unless it was only
-/// the folder that couldn't be brought to the disk; the draft may be left.
+/// Brings a closed file to the disk and moves it over another one, or to where there is none. A link stays a
+/// link, and the rights are those of the file before. FALSE with the last error set: the file is as it was,
+/// unless it was only the folder that couldn't be brought to the disk; the draft may be left.
 BV_PLATFORM_API BOOL BvKeepDraftA(LPCSTR draft, LPCSTR file);
 BV_PLATFORM_API BOOL BvKeepDraftW(LPCWSTR draft, LPCWSTR file);
 }
@@ -27,7 +27,8 @@ constexpr DWORD kMoveOver = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
 }  // namespace detail
 #endif
 
-/// Puts a draft, written and closed, in a file's place. False: the draft is gone, and the file is the old one.
+/// Puts a draft, written and closed, in a file's place. False: the draft is gone, and the file is
+/// the old one.
 inline bool KeepDraft(const char* draft, const char* file) {
 #ifdef _WIN32
     const bool kept = detail::FlushAndClose(CreateFileA(draft, GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,

@@ -11,8 +11,8 @@ extern "C" {
 /// system error code; ERROR_SUCCESS is to be answered by BvEndRegistryChange on the same thread.
 BV_PLATFORM_API LONG BvBeginRegistryChange();
 /// keep: the change is done, unless the registry has failed in it: an error code says so, and the registry is
-/// as it was. Otherwise it is taken back, with all of a change that it lies in. A handle that was opened in it
-/// goes before.
+/// as it was. Otherwise it is taken back, with all of a change that it lies in. A handle that was opened in
+/// it goes before.
 BV_PLATFORM_API LONG BvEndRegistryChange(BOOL keep);
 }
 #endif

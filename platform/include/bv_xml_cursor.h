@@ -28,8 +28,8 @@ struct IXmlCursor {
     virtual bool Next() = 0;
     /// To the element around, or the document.
     virtual void Leave() = 0;
-    /// The element that it stands on. The texts are the cursor's and last until the next call of it. False:
-    /// no memory.
+    /// The element that it stands on. The texts are the cursor's and last until the next call of it.
+    /// False: no memory.
     virtual bool Read(XmlElement& element) = 0;
 
 protected:

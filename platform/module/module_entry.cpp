@@ -1,8 +1,8 @@
-// Compiled into every module, and into a program with resources or a DllMain: tells the layer of its start
-// and end.
+// Compiled into every module, and into a program with resources or a DllMain:
+// tells the layer of its start and end.
 //
-// DllMain runs among the constructors of the module's static objects, in no order with them: what it uses is
-// constant-initialised.
+// DllMain runs among the constructors of the module's static objects, in no order with them:
+// what it uses is constant-initialised.
 #include <bvschema/platform.h>
 
 #include <bvschema/native/module_attach.h>

@@ -1,6 +1,6 @@
-// The two filters that every video job has, frame size and crop, and one that a user may choose. The settings of
-// the first two are the server's own nodes, the third brings its own; the filter is what a graph would be built
-// with. It says what it is, and takes no part in a graph: this sample shows settings.
+// The two filters that every video job has, frame size and crop, and one that a user may choose. The settings
+// of the first two are the server's own nodes, the third brings its own; the filter is what a graph would be
+// built with. It says what it is, and takes no part in a graph: this sample shows settings.
 #include "classes.h"
 #include "settings.h"
 

@@ -1,5 +1,5 @@
-// An action: a further job for each file that was written. Its settings hang in the job's tree below its
-// check box.
+// An action: a further job for each file that was written. Its settings hang in the job's tree below
+// its check box.
 #include "classes.h"
 #include "settings.h"
 

@@ -38,8 +38,8 @@ private:
     BackRefLink* next_ = nullptr;
 };
 
-/// The private question "can you tell those who point back at you that you end?". All our parents can. It continues
-/// ISupportErrorInfo, which most of them have: one table of calls serves both.
+/// The private question "can you tell those who point back at you that you end?". All our parents can. It
+/// continues ISupportErrorInfo, which most of them have: one table of calls serves both.
 struct IBackRefTarget : ISupportErrorInfo {
     virtual BackRefLink** Referrers() = 0;
 };

@@ -100,8 +100,8 @@ public:
         return S_OK;
     }
 
-    /// A value would be converted to one byte, whatever length goes with it: only the caller's own bytes are
-    /// passed on.
+    /// A value would be converted to one byte, whatever length goes with it:
+    /// only the caller's own bytes are passed on.
     HRESULT CheckBytes(const std::vector<UINT>& places, UINT* bad) const {
         if (passed_.cNamedArgs > 0) return DISP_E_NONAMEDARGS;
         for (const UINT place : places) {
@@ -156,8 +156,8 @@ HRESULT InvokeOn(IDispatch* object, REFIID iid, DISPID id, LCID locale, WORD fla
         break;
     }
 
-    // The error object that the thread has now says nothing of this call; it comes back unless the call
-    // leaves another.
+    // The error object that the thread has now says nothing of this call;
+    // it comes back unless the call leaves another.
     ComPtr<IErrorInfo> before;
     std::ignore = GetErrorInfo(0, before.Put());
     const HRESULT status =

@@ -18,8 +18,8 @@ enum class Fit {
     kCut,    // as many whole characters as there is room for
 };
 
-/// To the 8-bit code page, without a terminator; "#" stands for a character that it hasn't got. capacity: bytes. Gives
-/// the length; -1 for a text that isn't taken.
+/// To the 8-bit code page, without a terminator; "#" stands for a character that it hasn't got. capacity:
+/// bytes. Gives the length; -1 for a text that isn't taken.
 int ToNarrowBytes(char* buffer, std::wstring_view text, int capacity, Fit fit = Fit::kWhole);
 
 /// A text of at most kLimit bytes in the 8-bit code page, with a NUL behind it.

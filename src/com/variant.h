@@ -139,8 +139,8 @@ inline VARIANT Lend(BSTR text) {
     return value;
 }
 
-/// Whether two values are the same: of one kind and equal in it. Kinds without a rule are never equal, but to
-/// themselves.
+/// Whether two values are the same: of one kind and equal in it.
+/// Kinds without a rule are never equal, but to themselves.
 bool SameValue(const VARIANT& a, const VARIANT& b);
 bool SameValue(const VARIANT& a, const Literal& b);
 

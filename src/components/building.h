@@ -5,8 +5,8 @@
 
 namespace bv {
 
-/// Marks something as being made while it lives. False when it is being made already: a component that is created on
-/// the way may be, or create, what contains it, and would have it made again without end.
+/// Marks something as being made while it lives. False when it is being made already: a component that is
+/// created on the way may be, or create, what contains it, and would have it made again without end.
 class Building {
 public:
     /// what: the category of a list, or the class of a component; it outlives this object.

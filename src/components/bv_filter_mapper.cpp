@@ -25,8 +25,8 @@ public:
     }
 
 private:
-    /// A filter of the application's own is the entry itself; any other is wrapped. What fails drops the
-    /// entry.
+    /// A filter of the application's own is the entry itself; any other is wrapped.
+    /// What fails drops the entry.
     static void AddFilter(IMoniker* moniker, const CLSID& wrapper, IListOfValues* list) {
         ComPtr<IPropertyBag> bag;
         Variant name;

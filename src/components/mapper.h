@@ -7,8 +7,8 @@
 namespace bv {
 
 /// Calls found(tagGUIDREG&) for each component registered in a category of the application, in the registry's
-/// order. A category that can't be read is empty, and so is one inside of a call for the same category: found may create
-/// a component that makes the same list. The record is the mapper's, and is gone after the call.
+/// order. A category that can't be read is empty, and so is one inside of a call for the same category: found
+/// may create a component that makes the same list. The record is the mapper's, and is gone after the call.
 template <class Found>
 void ForEachRegistered(GUID category, Found found) {
     const Building building(category);

@@ -128,8 +128,8 @@ std::optional<double> ParseTime(std::string_view text) {
 LONG FrameAt(double seconds, double rate) {
     const double exact = rate * seconds;
     const LONG whole = Truncate<LONG>(exact);
-    // A shown time has lost up to 1 ms, which is 0.3 frames at a rate of 300: a rest above 0.7 means the next
-    // frame.
+    // A shown time has lost up to 1 ms, which is 0.3 frames at a rate of 300:
+    // a rest above 0.7 means the next frame.
     return exact - whole > 0.7 && whole < std::numeric_limits<LONG>::max() ? whole + 1 : whole;
 }
 

@@ -17,15 +17,16 @@ HRESULT GetFrameRate(IDispatch* media, REFCLSID raiser, double& rate);
 /// The time of a frame, "hours:minutes:seconds.ms", cut to whole milliseconds.
 Bstr TimeText(LONG frame, double rate);
 
-/// A typed time, "hours:minutes:seconds.ms", in seconds. What follows the point is whole milliseconds, three digits
-/// at most, so "0:0:1.5" is 1.005 s. Numbers of any size and sign are taken. No value when one of the four is missing.
+/// A typed time, "hours:minutes:seconds.ms", in seconds. What follows the point is whole milliseconds, three
+/// digits at most, so "0:0:1.5" is 1.005 s. Numbers of any size and sign are taken. No value when one of the
+/// four is missing.
 std::optional<double> ParseTime(std::string_view text);
 
 /// The frame at a typed time; what is beyond a frame number's range becomes its end.
 LONG FrameAt(double seconds, double rate);
 
-/// The length of a cut, "Length: 10 c (250 frm)", or "Length: 20 frm" when there is no whole second or no
-/// rate (0).
+/// The length of a cut, "Length: 10 c (250 frm)", or "Length: 20 frm" when there is no whole second or
+/// no rate (0).
 CallBstr LengthText(LONG start, LONG end, double rate);
 
 /// The product of a frame number and the time of a frame, or the end of the range that it would leave.

@@ -74,8 +74,8 @@ class PropertyTimelineOutputMode : public PropertyBase {
 public:
     PropertyTimelineOutputMode() : PropertyBase(kMode) {}
 
-    /// A cut has no output of its own while the whole job goes into one file. Asking brings what is shown up
-    /// to date.
+    /// A cut has no output of its own while the whole job goes into one file.
+    /// Asking brings what is shown up to date.
     STDMETHODIMP get_IsDisabled(LONG* pVal) override {
         if (!pVal) return E_POINTER;
         LONG job_mode = 0;

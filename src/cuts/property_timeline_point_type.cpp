@@ -12,8 +12,8 @@ constexpr NodeDecl kPointType = {.cls = clsid::PropertyTimelinePointType,
                                  .value = I4(kFrames),
                                  .choices = kUnits};
 
-/// Whether a cut's point is read and typed as a frame number or as a time. The point itself always holds
-/// frames.
+/// Whether a cut's point is read and typed as a frame number or as a time.
+/// The point itself always holds frames.
 class PropertyTimelinePointType : public SimpleNode, public IValueFormat {
 public:
     using Answers = SimpleNode::Answers::With<IValueFormat>;

@@ -93,7 +93,8 @@ Variant ValueOf(std::wstring_view text, VARTYPE kind) {
 
 namespace {
 
-/// Whether there is a file, or can be one. All that is no file is refused here, and a pipe doesn't wait for its reader.
+/// Whether there is a file, or can be one. All that is no file is refused here, and a pipe doesn't wait
+/// for its reader.
 bool Opens(const char* name, DWORD disposition) {
     HANDLE const file =
         CreateFileA(name, GENERIC_WRITE, 0, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
@@ -106,7 +107,8 @@ TextFile::TextFile(const NarrowText& name) : name_(name) {
     if (!Opens(name_.c_str(), OPEN_EXISTING) && GetLastError() != ERROR_FILE_NOT_FOUND) return;
     const bool named = draft_.Append(name_.View()) && draft_.Append(".part");
     if (!named || !Opens(draft_.c_str(), CREATE_ALWAYS)) {
-        // Where the folder takes no other file, or none of such a name, the old one is all that can be written.
+        // Where the folder takes no other file, or none of such a name, the old one is all that
+        // can be written.
         const DWORD error = GetLastError();
         if (named) std::ignore = DeleteFileA(draft_.c_str());
         if (named && error != ERROR_ACCESS_DENIED && error != ERROR_FILENAME_EXCED_RANGE) return;
@@ -173,7 +175,8 @@ bool HangsBelow(IProperty* node, IProperty* root, Same same) {
     return false;
 }
 
-/// The status of what has no other way to tell it than by failing: all but a lack of memory is the file's own affair.
+/// The status of what has no other way to tell it than by failing:
+/// all but a lack of memory is the file's own affair.
 HRESULT OnlyMemory(HRESULT status) { return status == E_OUTOFMEMORY ? status : S_OK; }
 
 HRESULT PutValue(IProperty* node, std::wstring_view text, VARTYPE kind) {

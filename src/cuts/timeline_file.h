@@ -11,8 +11,8 @@
 
 namespace bv {
 
-/// A file as a stream, in text mode: line ends become the platform's. It is a draft beside its place, which it takes at
-/// the end; where there can't be one, the file itself.
+/// A file as a stream, in text mode: line ends become the platform's. It is a draft beside its place, which
+/// it takes at the end; where there can't be one, the file itself.
 class TextFile final : public ISequentialStream {
 public:
     /// The name is in the narrow code page. Folders, devices and pipes are no files.
@@ -59,8 +59,8 @@ class TimelineReader {
 public:
     TimelineReader(LoadedCuts& list, IXmlCursor& cursor, FileReach reach)
         : list_(list), cursor_(cursor), reach_(reach) {}
-    /// The elements inside the one where the cursor stands, in order. The status of the first cut or value that there
-    /// is no memory for, or of a cut that can't be made; kTooManyCuts.
+    /// The elements inside the one where the cursor stands, in order. The status of the first cut or value
+    /// that there is no memory for, or of a cut that can't be made; kTooManyCuts.
     HRESULT Read() { return ReadChildren(nullptr, 0); }
 
     /// More cuts than a file of this size may ask for: each takes far more memory than an empty element.

@@ -9,8 +9,8 @@ namespace bv {
 struct ITimelinePoint : IUnknown {
     /// Stores a frame number, and nothing else happens.
     virtual void SetFrame(LONG frame) = 0;
-    /// Brings the length text up to date. quietly: nothing is raised when there is no source to tell seconds
-    /// by.
+    /// Brings the length text up to date. quietly: nothing is raised when there is no source to
+    /// tell seconds by.
     virtual void TellLength(bool quietly) = 0;
 };
 template <>

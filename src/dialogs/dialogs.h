@@ -18,10 +18,9 @@ inline constexpr size_t kSeveralNames = 5200;  // of a folder and the names in i
 inline constexpr size_t kFolderName = MAX_PATH;
 inline constexpr size_t kCustomColors = 16;
 
-/// The calls that show something and wait for a person. Tests put others in their place.
-/// name and folder: in, what the dialog starts from, which may be empty; out, what was chosen. filter: pairs
-/// of label and masks, each ended by NUL, the list by one more; null: none. Each gives false for a cancelled
-/// dialog.
+/// The calls that show something and wait for a person. Tests put others in their place. name and folder: in,
+/// what the dialog starts from, which may be empty; out, what was chosen. filter: pairs of label and masks,
+/// each ended by NUL, the list by one more; null: none. Each gives false for a cancelled dialog.
 struct DialogCalls {
     bool (*open_one)(char (&name)[kOpenName], const char* filter);
     bool (*save_one)(char (&name)[kSaveName], const char* filter);
@@ -43,8 +42,8 @@ void SetDialogs(const DialogCalls* calls);
 bool OpenOne(std::string& name, std::string_view filter);
 /// One file to save. An empty filter text means none.
 bool SaveOne(std::string& name, std::string_view filter);
-/// Several files of one folder, in the dialog's order. start: the folder to start in; empty: the dialog's
-/// own.
+/// Several files of one folder, in the dialog's order. start: the folder to start in;
+/// empty: the dialog's own.
 std::vector<std::string> OpenSeveral(std::string_view filter, const std::string& start);
 /// A folder. S_FALSE: cancelled.
 HRESULT BrowseFolder(std::string& folder);

@@ -6,8 +6,8 @@
 namespace bv {
 
 /// Runs an editor of the library on a node, modal; the library is loaded for this call alone. S_OK when the
-/// editor was there, whatever the user did in it; S_FALSE, after an error box, when the library or the editor
-/// is missing.
+/// editor was there, whatever the user did in it; S_FALSE, after an error box, when the library or the
+/// editor is missing.
 HRESULT RunEditor(const char* editor, IProperty* node, const char* library = "dlgs.dll");
 
 }  // namespace bv

@@ -17,7 +17,8 @@ public:
 
     /// Writes the file, and gives the node a name for it where it has none of ours.
     void Write(std::wstring_view source, int kind, const ByteBlock& index);
-    /// False: nothing is kept. The block is empty when what was kept is of another source, or damaged; the file goes.
+    /// False: nothing is kept. The block is empty when what was kept is of another source, or damaged;
+    /// the file goes.
     bool Read(std::wstring_view source, int& kind, ByteBlock& index) const;
     /// Deletes the file and empties the node.
     void Drop();

@@ -77,8 +77,8 @@ bool IsDeviceName(std::wstring_view name) {
     return false;
 }
 
-/// The mask for all entries of a folder, joined the way the folder is written: the path calls have less room than a
-/// folder's path may take, and a long one needs the form that has no limit where paths have one.
+/// The mask for all entries of a folder, joined the way the folder is written: the path calls have less room
+/// than a folder's path may take, and a long one needs the form that has no limit where paths have one.
 std::wstring AllIn(const std::wstring& folder) {
     std::wstring mask = folder;
     mask += mask[0] == L'/' ? L"/*.*" : L"\\*.*";

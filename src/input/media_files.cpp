@@ -84,7 +84,8 @@ STDMETHODIMP MediaFiles::AddNew() {
     return S_OK;
 }
 
-/// By index, and each item held: an item that is asked may change the list. The list's size for a node that isn't in it.
+/// By index, and each item held: an item that is asked may change the list. The list's size for a node that
+/// isn't in it.
 size_t MediaFiles::PlaceOf(IProperty* node) const {
     for (size_t i = 0; i < items_.size(); ++i)
         if (const auto item = items_[i]; item.As<IProperty>().get() == node && i < items_.size()) return i;

@@ -15,8 +15,8 @@ public:
     ~MediaSample() { Drop(); }
 
     explicit operator bool() const { return bool(type_); }
-    /// Deep copies. type_size: the room that the host wants behind the type. S_FALSE: there is one already, or too
-    /// many nodes hold one.
+    /// Deep copies. type_size: the room that the host wants behind the type. S_FALSE: there is one already,
+    /// or too many nodes hold one.
     HRESULT Put(const BYTE* data, LONG size, const AM_MEDIA_TYPE& type, LONG type_size);
     void Drop();
 

@@ -21,8 +21,8 @@ public:
         text_ = Bstr();
         set_ = false;
     }
-    /// The state and its text. After a failure that left an error object on the thread it is that: the object is taken, its
-    /// text stays. text may be null then.
+    /// The state and its text. After a failure that left an error object on the thread it is that: the object
+    /// is taken, its text stays. text may be null then.
     HRESULT Get(LONG* state, BSTR* text);
 
 private:

@@ -44,7 +44,8 @@ std::optional<PathText> FolderOfFile(const VARIANT& value) {
     return path;
 }
 
-/// Marks a folder as being counted from: false when it is that already, and when too many count from each other.
+/// Marks a folder as being counted from: false when it is that already, and when too many count
+/// from each other.
 class Counting {
 public:
     explicit Counting(bool& counting) : counting_(counting), free_(!counting && depth < kDeepest) {
@@ -66,8 +67,8 @@ private:
 };
 constinit thread_local int Counting::depth = 0;
 
-/// A folder that is absolute, or relative to where the job's files are. Value is resolved, Format is what was
-/// typed.
+/// A folder that is absolute, or relative to where the job's files are.
+/// Value is resolved, Format is what was typed.
 class PropertyFolder : public PropertyBase {
 public:
     PropertyFolder() : PropertyBase(kFolder) {}
@@ -105,7 +106,8 @@ private:
         return S_OK;
     }
 
-    /// The folder that a relative path leads to; none for an absolute one, and where nothing tells what it counts from.
+    /// The folder that a relative path leads to; none for an absolute one, and where nothing tells what
+    /// it counts from.
     std::optional<PathText> Resolved() {
         const auto stored = ToPath(Stored());
         if (!stored || !PathIsRelativeA(stored->c_str())) return std::nullopt;

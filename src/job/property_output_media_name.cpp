@@ -80,7 +80,8 @@ private:
                             std::string(ending.View())};
     }
 
-    /// The name with the format's extension, whatever was typed; as it is when the path calls have no room for that.
+    /// The name with the format's extension, whatever was typed;
+    /// as it is when the path calls have no room for that.
     static std::string WithExtension(const std::string& name, const std::string& extension) {
         PathText path;
         if (!path.Append(name) || lstrcmpiA(PathFindExtensionA(path.c_str()), extension.c_str()) == 0)

@@ -1,5 +1,5 @@
-// The language of registry scripts: keys in blocks, with their values. The same script registers and
-// unregisters.
+// The language of registry scripts: keys in blocks, with their values.
+// The same script registers and unregisters.
 #pragma once
 
 #include <bvschema/platform.h>

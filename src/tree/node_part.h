@@ -7,9 +7,9 @@ namespace bv {
 
 class PropertyBase;
 
-/// The child collection or the value list of a node as an object. What it shows lies in the node; the object is made
-/// when somebody asks for it, and goes when nobody holds it or points back to it. When the node ends first, an
-/// object that is still held takes over what it shows.
+/// The child collection or the value list of a node as an object. What it shows lies in the node; the object
+/// is made when somebody asks for it, and goes when nobody holds it or points back to it. When the node ends
+/// first, an object that is still held takes over what it shows.
 class NodePart : public Pooled {
 public:
     enum Kind : unsigned char { kCollection, kValues };

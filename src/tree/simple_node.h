@@ -5,8 +5,8 @@
 
 namespace bv {
 
-/// A node with ISimpleInit: put_Value makes the store when there is none, and put_Description leaves the id
-/// alone.
+/// A node with ISimpleInit: put_Value makes the store when there is none, and put_Description leaves
+/// the id alone.
 class SimpleNode : public PropertyBase, public ISimpleInit {
 public:
     using Answers = PropertyBase::Answers::With<ISimpleInit>;

@@ -61,7 +61,8 @@ bool TakeConversion(std::string_view& text, NumberFormat& format) {
     if (text.empty() || std::string_view("diuoxX").find(text[0]) == std::string_view::npos) return false;
     format.is_signed = text[0] == 'd' || text[0] == 'i';
     bool fits = format.text.Append("%");
-    // What some systems don't know: a sign is shown of signed numbers alone, and "#" shows a digit of an octal 0.
+    // What some systems don't know: a sign is shown of signed numbers alone, and "#" shows a digit of
+    // an octal 0.
     if (digits == 0 && text[0] == 'o' && flags.find('#') != flags.npos) precision = ".1";
     for (const char& flag : flags)
         if (format.is_signed || (flag != '+' && flag != ' ')) fits &= format.text.Append({&flag, 1});

@@ -14,8 +14,8 @@ Bstr FontToText(const FontInfo& font);
 
 /// Takes from the text what it says of a font; fields without an item keep what they hold, and so do all when
 /// the text takes more than 512 bytes in the narrow code page. Items stand in any order and their keys in any
-/// case; of two with one key the later counts. A name that is longer than its field is cut behind a whole
-/// character.
+/// case; of two with one key the later counts. A name that is longer than its field is cut behind
+/// a whole character.
 void ReadFontText(std::wstring_view text, FontInfo& font);
 
 }  // namespace bv

@@ -17,8 +17,8 @@ constexpr NodeDecl kColor = {.cls = clsid::PropertyWatermarkBackgroundColor,
 constexpr char kCustomKey[] = "Software\\Brenvaltide Software\\Brenvaltide\\Color";
 constexpr DWORD kWhite = 0xFFFFFF;
 
-/// The colours that a person mixed in the dialog, shared by all colours of a job and kept per user. The key is opened
-/// anew to save them: while a dialog is shown anything may have become of it.
+/// The colours that a person mixed in the dialog, shared by all colours of a job and kept per user. The key
+/// is opened anew to save them: while a dialog is shown anything may have become of it.
 struct CustomColors {
     CustomColors() {
         const auto key = RegistryKey::Create(HKEY_CURRENT_USER, kCustomKey);

@@ -34,8 +34,8 @@ struct Variable {
     VariableValue (*value)(VariableSource& source);
 };
 
-/// In the order in which they are put in. A key that begins with another one stands before it. Each is put in on its
-/// own, so what one brings into the text is seen by those behind it.
+/// In the order in which they are put in. A key that begins with another one stands before it. Each is put in
+/// on its own, so what one brings into the text is seen by those behind it.
 inline constexpr size_t kVariableCount = 7;
 extern const Variable kVariables[kVariableCount];
 

@@ -28,8 +28,8 @@ inline Outcome RunBvhost(const std::string& arguments, const std::string& input 
         ShellWord(folder / "input.txt") +
         (output && !*output ? " >" + ShellWord(folder / "output.txt") + " 2>&1"
                             : " 2>" + ShellWord(folder / "output.txt") + (output ? output : ""));
-    // On a busy machine Wine's shell at times doesn't find a program that is there; a Windows shell says 9009
-    // then.
+    // On a busy machine Wine's shell at times doesn't find a program that is there;
+    // a Windows shell says 9009 then.
     int status = 9009;
     for (int attempt = 0; attempt < 3 && status == 9009; ++attempt) status = RunShell(command);
     std::string text = ReadAll(folder / "output.txt");

@@ -234,8 +234,8 @@ TEST_F(BvhostTest, CutsGoThroughFilesAndJobs) {
     EXPECT_EQ(Run("cuts remove " + file + " 1 2").text, "no cuts\n");
 }
 
-/// Gives this program's standard output, and so those of the programs that it starts, a file that can only be
-/// read.
+/// Gives this program's standard output, and so those of the programs that it starts, a file that can
+/// only be read.
 class UnwritableOutput {
 public:
     explicit UnwritableOutput(const fs::path& file) : before_(dup(1)) {
@@ -433,7 +433,8 @@ TEST_F(BvhostTest, ReadsAJobThatAnotherXmlToolWroteAnew) {
             .exit_code,
         0);
     const std::string plain = ReadAll(Folder() / "plain.xml");
-    // What tools do to a file: a prolog, comments, other quotes and indents, attributes of their own, short ends.
+    // What tools do to a file: a prolog, comments, other quotes and indents, attributes of their
+    // own, short ends.
     std::string anew = plain;
     const auto replace = [&](const std::string& old, const std::string& by) {
         for (size_t at = 0; (at = anew.find(old, at)) != anew.npos; at += by.size())
@@ -461,7 +462,8 @@ TEST_F(BvhostTest, ReadsAJobThatAnotherXmlToolWroteAnew) {
     EXPECT_EQ(piped.exit_code, 0);
     EXPECT_EQ(piped.text, plain);
 
-    // What isn't settings is told with its line; what is no XML, and what would be looked for elsewhere, is refused.
+    // What isn't settings is told with its line; what is no XML, and what would be looked for
+    // elsewhere, is refused.
     const std::string declared = "<?xml version='1.0'?>\n<!-- c\n -->\n<Main>\n";
     std::string deep;
     for (int i = 0; i < 100; ++i) deep += "<a>";

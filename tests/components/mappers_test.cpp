@@ -1,5 +1,5 @@
-// What is registered on the machine: components of the application's categories, filters of the media
-// framework's.
+// What is registered on the machine: components of the application's categories, filters of
+// the media framework's.
 #include "support/doubles.h"
 #include "support/registry.h"
 

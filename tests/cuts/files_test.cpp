@@ -97,8 +97,8 @@ TEST_F(FilesTest, NamesOfTheNarrowPageComeBack) {
                           {L"\x4E2D\x6587.avi", false},
                           {L"\U0001F600\U0001F3AC.avi", false}};
     for (const Case& c : cases) {
-        // On Windows the document says Windows-1251 whatever the code page: ASCII survives everywhere,
-        // Cyrillic there.
+        // On Windows the document says Windows-1251 whatever the code page:
+        // ASCII survives everywhere, Cyrillic there.
         const bool plain = c.name == cases[0].name;
         if (kIsWindows && !plain && !(c.cyrillic && GetACP() == 1251)) continue;
         if (GetACP() == 1251 && !c.cyrillic) continue;

@@ -99,8 +99,8 @@ TEST_F(EditorsTest, EachEditorStoresWhatIsConfirmed) {
 
 TEST_F(EditorsTest, TheWatermarkAsksForWhatIsShown) {
     const Node mark = CreateNode(clsid::PropertyWatermark);
-    // On, an image, its file, a bad and a good colour, place, size, background, colour, transparency,
-    // rotation, area.
+    // On, an image, its file, a bad and a good colour, place, size, background, colour,
+    // transparency, rotation, area.
     const std::string said =
         Type(mark,
              "on\nimage\nlogo.bmp\nred\n0x00FF00\n5\n6\nn\n64\n48\nsolid\n\n101\n25\n90\n"

@@ -1,5 +1,5 @@
-// Calls of the system that fail on purpose, in this program and in all that it loads: the N-th one that the thread
-// makes in a guarded call, once or from then on.
+// Calls of the system that fail on purpose, in this program and in all that it loads: the N-th one that the
+// thread makes in a guarded call, once or from then on.
 #pragma once
 
 #include <atomic>
@@ -41,8 +41,8 @@ public:
 /// Blocks of memory that are taken and not given back, of the whole process.
 long LiveBlocks();
 
-/// With BV_FAILURES_TRACE in the environment: shows where the blocks were taken that are taken between the two calls and
-/// still there.
+/// With BV_FAILURES_TRACE in the environment: shows where the blocks were taken that are taken between the
+/// two calls and still there.
 void WatchBlocks();
 void ShowWatchedBlocks();
 

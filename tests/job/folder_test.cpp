@@ -1,4 +1,5 @@
-// Folders of a job: what a relative one counts from, however long it is, and when nothing says where to begin.
+// Folders of a job: what a relative one counts from, however long it is, and when nothing says
+// where to begin.
 #include <cstring>
 
 #include "support/doubles.h"

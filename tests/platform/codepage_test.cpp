@@ -1,5 +1,5 @@
-// Narrow and wide text. Where a character outside the 16-bit range counts as one or two is what the platforms
-// differ in.
+// Narrow and wide text. Where a character outside the 16-bit range counts as one or two is what the
+// platforms differ in.
 #include <windows.h>
 //
 #include <gtest/gtest.h>

@@ -33,8 +33,8 @@ protected:
     Ref<ITimelines> cuts;
 };
 
-/// Checks that a shown form is refused whole: status, text and source of the error object, and that the value
-/// stays.
+/// Checks that a shown form is refused whole: status, text and source of the error object, and that
+/// the value stays.
 inline void ExpectFormatRefused(const Node& node, const Value& shown, const std::wstring& text,
                                 const std::wstring& source = L"BVSchema.Property.1",
                                 HRESULT status = E_FAIL) {

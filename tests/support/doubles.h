@@ -1,5 +1,5 @@
-// Objects of a host or of somebody else's component, as a test needs them: nodes that aren't ours, formats,
-// filters.
+// Objects of a host or of somebody else's component, as a test needs them:
+// nodes that aren't ours, formats, filters.
 #pragma once
 
 #include "support/node.h"
@@ -65,8 +65,8 @@ private:
     ULONG references_ = 1;
 };
 
-/// A node that isn't ours. Its children hang in a collection of the module; it keeps what it is told and
-/// finds nothing.
+/// A node that isn't ours. Its children hang in a collection of the module;
+/// it keeps what it is told and finds nothing.
 template <class... More>
 class ForeignNodeOf : public Fake<IProperty, More...> {
 public:
@@ -221,7 +221,8 @@ HRESULT MakeNew(REFIID iid, void** out, Args&&... args) {
     return status;
 }
 
-/// A double made of a node of the server's, as component authors do it: what it doesn't answer, the node does.
+/// A double made of a node of the server's, as component authors do it:
+/// what it doesn't answer, the node does.
 template <class Double>
 class Around : public Double {
 public:
@@ -244,8 +245,8 @@ private:
     }
 };
 
-/// Creates filters for a class id while it lives. Their settings are a node of the server, as of filters
-/// outside it.
+/// Creates filters for a class id while it lives. Their settings are a node of the server, as of
+/// filters outside it.
 class FilterWithSettings {
 public:
     FilterWithSettings(REFCLSID filter, REFCLSID settings)

@@ -17,8 +17,8 @@
 
 namespace bv::test {
 
-/// A VARIANT of a test, freed at its end. Literals say their kind: I4(1), I2(1), Str(L"x"), R8(1.5),
-/// Obj(node).
+/// A VARIANT of a test, freed at its end. Literals say their kind:
+/// I4(1), I2(1), Str(L"x"), R8(1.5), Obj(node).
 class Value {
 public:
     Value() { VariantInit(&variant_); }
@@ -192,8 +192,8 @@ public:
     ~FakeMedia() { EXPECT_EQ(references(), 1u) << "references on the media object"; }
 };
 
-/// A job as a host makes it: root created by class id, media object given. Fails if an object outlives the
-/// test.
+/// A job as a host makes it: root created by class id, media object given.
+/// Fails if an object outlives the test.
 class JobTest : public testing::Test {
 protected:
     JobTest() : root(CreateNode(clsid::PropertyMain)) {

@@ -1,5 +1,5 @@
-// Foreign components that do something in the middle of a call: what they change is there, nobody stands on what
-// they took away.
+// Foreign components that do something in the middle of a call: what they change is there, nobody stands on
+// what they took away.
 #include "support/doubles.h"
 #include "support/environment.h"
 

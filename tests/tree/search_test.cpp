@@ -1,5 +1,5 @@
-// Child collections, the search through a tree, the flat index of a job, and the media object that a tree is
-// given.
+// Child collections, the search through a tree, the flat index of a job, and the media object that a
+// tree is given.
 #include "support/doubles.h"
 #include "support/environment.h"
 

@@ -23,8 +23,9 @@ struct RegisteredClass {
 using ClassList = std::map<std::wstring, RegisteredClass>;  // by key
 
 ClassList RegisteredClasses();
-/// What a module's registration has brought: what leads to the module, and what has changed since. What leads to this
-/// program, which has no classes, or nowhere, is in it as well: a second registration changes nothing.
+/// What a module's registration has brought: what leads to the module, and what has changed since. What leads
+/// to this program, which has no classes, or nowhere, is in it as well:
+/// a second registration changes nothing.
 std::vector<RegisteredClass> NewClasses(const ClassList& before, const std::filesystem::path& module);
 /// Creates each, and says of those that fail what it is and why.
 std::vector<std::string> WhatCannotBeMade(const std::vector<RegisteredClass>& classes);

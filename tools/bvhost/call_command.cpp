@@ -27,8 +27,8 @@ Value ArgumentOf(const Job& job, const std::wstring& text) {
     return number ? Value::Of(*number) : Value::Of(text);
 }
 
-/// How the operation is to be called with so many arguments: a property is read or written, whichever takes
-/// them.
+/// How the operation is to be called with so many arguments: a property is read or written,
+/// whichever takes them.
 WORD KindOf(IDispatch* object, DISPID id, size_t arguments) {
     Ref<ITypeInfo> type;
     const HRESULT status = object->GetTypeInfo(0, 0, type.Put());

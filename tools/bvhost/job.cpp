@@ -231,8 +231,8 @@ void FindLost(const bv::Element& element, const std::set<std::string>& texts,
 
 }  // namespace
 
-// The file has limits of its own: a text beyond them is left out, and an index is kept only where its file
-// can be.
+// The file has limits of its own: a text beyond them is left out, and an index is kept only where its
+// file can be.
 void Job::CheckWritten(const std::string& xml) try {
     const bv::Element written = bv::ParseSettings(xml);
     std::vector<std::string> lost;

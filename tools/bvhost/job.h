@@ -36,8 +36,8 @@ struct Effects {
 
 class Job {
 public:
-    /// given: what options say of every input; the file itself is then not read. document: a saved job to start from;
-    /// what can't be restored of it is a warning each. Throws Problem.
+    /// given: what options say of every input; the file itself is then not read. document: a saved job to
+    /// start from; what can't be restored of it is a warning each. Throws Problem.
     explicit Job(const std::optional<MediaInfo>& given, const std::optional<std::string>& document = {});
     Job(const Job&) = delete;
     Job& operator=(const Job&) = delete;

@@ -22,8 +22,8 @@ class File {
 public:
     explicit File(const std::wstring& path) {
         av_log_set_level(AV_LOG_QUIET);
-        // A name is a local file, whatever it looks like, and what the file names isn't followed to other
-        // places.
+        // A name is a local file, whatever it looks like, and what the file names isn't followed
+        // to other places.
         AVDictionary* options = nullptr;
         av_dict_set(&options, "protocol_whitelist", "file", 0);
         const std::string name = "file:" + Utf8(path);
@@ -117,8 +117,8 @@ std::optional<MediaIndex> ReadIndex(const std::wstring& path) {
             step *= 2;
         }
     }
-    // A part that is missing ends some formats like the real end does: what counts is how far the stream
-    // goes.
+    // A part that is missing ends some formats like the real end does:
+    // what counts is how far the stream goes.
     const LONGLONG whole =
         stream->duration > 0 ? av_rescale_q(stream->duration, stream->time_base, kUnits) : 0;
     constexpr LONGLONG kSlack = 10000000;  // what a file says of its length is often an estimate

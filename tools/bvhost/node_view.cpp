@@ -111,8 +111,8 @@ NodeView ReadView(IProperty* node, const Above* above) {
 }
 
 const NodeView* PickPath(const NodeView& view, const std::vector<std::wstring>& path, size_t matched) {
-    // The last name is the node's own, those before it stand above it in this order, others may stand
-    // between.
+    // The last name is the node's own, those before it stand above it in this order, others
+    // may stand between.
     const bool last = matched + 1 == path.size();
     if (SameName(view.name, path[matched])) {
         if (last) return &view;

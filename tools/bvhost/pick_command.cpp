@@ -15,8 +15,8 @@ namespace {
 
 std::string Shown(const std::wstring& text) { return text.empty() ? "(empty)" : OneLine(Utf8(text)); }
 
-/// All values below a node by the node that holds them, with the length of a list beside one; nodes of its
-/// units too.
+/// All values below a node by the node that holds them, with the length of a list beside one;
+/// nodes of its units too.
 void CollectValues(const NodeView& view, std::vector<std::pair<IProperty*, std::string>>* values) {
     LONG count = 0;
     const auto list = Ask<IEnumObject>(view.node.get());

@@ -104,8 +104,8 @@ size_t PrintOurs(const char* heading, HKEY root, const std::wstring& path, IsOur
 /// What the modules wrote to the registry.
 int ShowRegistry() {
     NeedRegistry();
-    // A class is ours when its module bears our name; a component of another maker is ours by its category
-    // alone.
+    // A class is ours when its module bears our name; a component of another maker is ours by
+    // its category alone.
     const std::wstring announced = GuidText(bv::category::Root);
     size_t count = PrintOurs("HKEY_CLASSES_ROOT", HKEY_CLASSES_ROOT, L"",
                              [](HKEY, const std::wstring& name) { return name.starts_with(L"BVSchema."); });

@@ -1,5 +1,5 @@
-// The component server as a host meets it: creating objects, reading why something failed, registering
-// modules.
+// The component server as a host meets it: creating objects, reading why something
+// failed, registering modules.
 #pragma once
 
 #include <filesystem>

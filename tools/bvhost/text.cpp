@@ -42,8 +42,8 @@ bool IsIn(char32_t c, const Range (&ranges)[N]) {
     return std::any_of(ranges, ranges + N, [c](Range range) { return c >= range.first && c <= range.last; });
 }
 
-// What a terminal shows in the column before it, and what takes two columns. The C library knows, but only in a
-// locale that knows the character.
+// What a terminal shows in the column before it, and what takes two columns. The C library knows, but only in
+// a locale that knows the character.
 constexpr Range kNoColumn[] = {{0x300, 0x36F},   {0x483, 0x489},   {0x591, 0x5BD},   {0x610, 0x61A},
                                {0x64B, 0x65F},   {0x200B, 0x200F}, {0x20D0, 0x20F0}, {0x3099, 0x309A},
                                {0xFE00, 0xFE0F}, {0xFE20, 0xFE2F}, {0xFEFF, 0xFEFF}, {0x1F3FB, 0x1F3FF}};

@@ -15,8 +15,8 @@ namespace {
 
 // --- Dynamic text
 
-/// The text node of the job's watermark, whose formats count. A job without a watermark gets one for the
-/// occasion.
+/// The text node of the job's watermark, whose formats count. A job without a watermark gets one
+/// for the occasion.
 Ref<IDynamicText> TextNode(const Job& job, Ref<IProperty>* owner) {
     *owner = Find(job.Root(), L"WaterMarkSrcTextDesc");
     if (!*owner) {

@@ -7,7 +7,8 @@
 
 namespace host {
 
-/// What the setting takes, in words, when the text isn't of that form; empty when it is, or there is no such form.
+/// What the setting takes, in words, when the text isn't of that form;
+/// empty when it is, or there is no such form.
 std::string FormOtherThan(const NodeView& node, const std::wstring& text);
 
 }  // namespace host

@@ -1,5 +1,5 @@
-// What the texts of some settings say: rectangles, sizes, colours, fonts. The tree keeps them as they are typed;
-// who lets a person type them reads them.
+// What the texts of some settings say: rectangles, sizes, colours, fonts. The tree keeps them as they are
+// typed; who lets a person type them reads them.
 #pragma once
 
 #include <optional>

@@ -1,5 +1,5 @@
-// What C++ wants round the component model: counted references, texts and values that free themselves. Texts of the tree
-// are wide; those of this layer's surface are UTF-8.
+// What C++ wants round the component model: counted references, texts and values that free themselves. Texts
+// of the tree are wide; those of this layer's surface are UTF-8.
 #pragma once
 
 #include <bvschema/bvschema.h>

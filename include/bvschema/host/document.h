@@ -19,7 +19,8 @@ struct Element {
     struct Stored {
         std::string text;
         VARTYPE kind;
-        /// The value that was stored; none when the text doesn't fit its kind or the kind can't be restored from text.
+        /// The value that was stored; none when the text doesn't fit its kind or the kind can't be
+        /// restored from text.
         std::optional<Value> Restored() const;
     };
     std::string name;
@@ -34,18 +35,19 @@ inline constexpr VARTYPE kObjectKind = 72;
 inline constexpr size_t kDeepestElement = 64;
 inline constexpr size_t kLargestDocument = 16 * 1024 * 1024;  // bytes
 
-/// Reads settings in the system's code page, as the tree writes them, and what another XML program made of them: whatever
-/// its prolog, encoding, comments, white space, and attributes besides those of settings. Nothing is ever fetched, and a
-/// document type is refused. Throws Error, with the line, for anything else than such elements, and for more than
-/// kDeepestElement levels.
+/// Reads settings in the system's code page, as the tree writes them, and what another XML program made of
+/// them: whatever its prolog, encoding, comments, white space, and attributes besides those of settings.
+/// Nothing is ever fetched, and a document type is refused. Throws Error, with the line, for anything else
+/// than such elements, and for more than kDeepestElement levels.
 Element ParseSettings(std::string_view bytes);
 
 /// The bytes of a file of at most kLargestDocument. Throws Error.
 std::string ReadWhole(const std::filesystem::path& file);
 std::string ReadWhole(std::FILE* stream);
 
-/// Calls write for a draft beside the file, which takes the file's place once it is whole and on the disk: when write
-/// throws, the old file stays. What is no file, such as a device, is written to as it is. Throws Error.
+/// Calls write for a draft beside the file, which takes the file's place once it is whole and on the disk:
+/// when write throws, the old file stays. What is no file, such as a device, is written to as it is.
+/// Throws Error.
 void ReplaceFile(const std::filesystem::path& file,
                  const std::function<void(const std::filesystem::path&)>& write);
 /// The same for bytes.

@@ -20,8 +20,8 @@ struct MediaInfo {
 /// Reads a file's data: the host's demuxer. A refusal's text becomes the input's problem.
 using MediaSource = std::function<Result<MediaInfo>(const std::filesystem::path& file)>;
 
-/// Stands for the job towards its tree: hands look-ups on to the server's Map, IProperty to the job's root, and answers
-/// for the current input. All of it is implemented; a host derives from it to say more.
+/// Stands for the job towards its tree: hands look-ups on to the server's Map, IProperty to the job's root,
+/// and answers for the current input. All of it is implemented; a host derives from it to say more.
 ///
 /// It is made by new and ends with its last reference. A Job holds one; the nodes hold none.
 class MediaObject : public IMediaObject, public IMediaParser, public IMediaFilesHost {
@@ -50,10 +50,11 @@ public:
 
     // --- What a host may want to say
 
-    /// A file's data. Usual: what the source says, and a refusal for a file that isn't there, is a folder or is empty.
+    /// A file's data. Usual: what the source says, and a refusal for a file that isn't there, is a folder
+    /// or is empty.
     virtual Result<MediaInfo> ReadMedia(const std::filesystem::path& file);
-    /// The file that is written. Usual: OutputMediaName; for a series FileNamePattern with the input's name, in
-    /// DestinationPath, with the format's extension. Empty: the settings name none.
+    /// The file that is written. Usual: OutputMediaName; for a series FileNamePattern with the input's name,
+    /// in DestinationPath, with the format's extension. Empty: the settings name none.
     virtual std::filesystem::path OutputPath();
 
     // --- IUnknown, IDispatch: no late binding
@@ -70,8 +71,8 @@ public:
 
     // --- IMediaObject
 
-    /// Reads an input, a node of the list, and tells the node what came of it. E_FAIL: it can't be read; the node has
-    /// the reason as its state.
+    /// Reads an input, a node of the list, and tells the node what came of it. E_FAIL: it can't be read; the
+    /// node has the reason as its state.
     STDMETHODIMP PreOpen(IUnknown* source) override;
     /// The current input's file name.
     STDMETHODIMP get_TitleInfo(BSTR* pVal) override;

@@ -25,19 +25,19 @@ struct Difference {
     std::string before, after;  // as a person reads them, with the unit
 };
 
-/// What a job's settings differ in from those of a new job, in the order in which they are to be set. Inputs and their
-/// cuts aren't among them. Throws Error when a new job can't be made.
+/// What a job's settings differ in from those of a new job, in the order in which they are to be set. Inputs
+/// and their cuts aren't among them. Throws Error when a new job can't be made.
 std::vector<Setting> Changed(const Job& job);
 /// Whether a setting differs from that of a new job.
 bool IsChanged(const Job& job, std::string_view name);
 /// Sets a node and all below it back to what a new job has, as one step to undo.
 Result<> Reset(Job& job, std::string_view name);
-/// All settings that differ, in the order of the trees. What only one of the jobs has, as another format is selected there,
-/// counts where it differs from its default.
+/// All settings that differ, in the order of the trees. What only one of the jobs has, as another format is
+/// selected there, counts where it differs from its default.
 std::vector<Difference> Compare(const Job& before, const Job& after);
 
-/// Sets what was kept, as one step to undo. What the tree refuses or doesn't know is told by the report, and the rest is
-/// set.
+/// Sets what was kept, as one step to undo. What the tree refuses or doesn't know is told by the report, and
+/// the rest is set.
 LoadReport Apply(Job& job, const std::vector<Setting>& settings);
 
 /// Settings as JSON, and from it: at most kLargestDocument bytes. ParsePreset throws Error, with the place.
@@ -54,7 +54,8 @@ public:
     const std::filesystem::path& folder() const { return folder_; }
     /// Their names, in order.
     std::vector<std::string> List() const;
-    /// Keeps what a job differs in; one of the same name is replaced. Refused for a name that no file can have.
+    /// Keeps what a job differs in; one of the same name is replaced.
+    /// Refused for a name that no file can have.
     Result<> Save(const Job& job, std::string_view name) const;
     /// Throws Error for one that isn't there or can't be read.
     std::vector<Setting> Load(std::string_view name) const;

@@ -1,8 +1,8 @@
 // What can't be done, as a value.
 //
-// The layer's policy: what is refused is a Result with a Refusal in it, and everything is then as it was. What can't be
-// made at all (no memory, a class that isn't registered, a file of a job that can't be read) throws Error, as the object
-// that was asked for doesn't exist.
+// The layer's policy: what is refused is a Result with a Refusal in it, and everything is then as it was.
+// What can't be made at all (no memory, a class that isn't registered, a file of a job that can't be read)
+// throws Error, as the object that was asked for doesn't exist.
 #pragma once
 
 #include <bvschema/host/com.h>
@@ -71,7 +71,8 @@ private:
     std::optional<Refusal> refusal_;
 };
 
-/// What a failed call has to say: the text of the thread's error object, which is taken, else what the status means.
+/// What a failed call has to say: the text of the thread's error object, which is taken, else what
+/// the status means.
 std::string Reason(HRESULT status);
 /// Drops what an earlier call left in the thread's error object.
 void ForgetErrors();

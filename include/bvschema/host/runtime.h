@@ -7,8 +7,8 @@
 
 namespace bv::inline host {
 
-/// The component model of this thread: begins with the object and ends with it. Everything of the layer that the thread
-/// made must be gone before. Throws Error when the thread has it in another form already.
+/// The component model of this thread: begins with the object and ends with it. Everything of the layer that
+/// the thread made must be gone before. Throws Error when the thread has it in another form already.
 class Runtime {
 public:
     Runtime();

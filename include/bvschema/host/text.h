@@ -13,8 +13,8 @@ std::string ToUtf8(std::wstring_view text);
 /// Bytes that are no UTF-8 become U+FFFD.
 std::wstring ToWide(std::string_view utf8);
 
-/// Names of files, in any locale: std::filesystem converts wide names by itself too, but not outside of ASCII where the
-/// locale is "C".
+/// Names of files, in any locale: std::filesystem converts wide names by itself too, but not outside of ASCII
+/// where the locale is "C".
 std::filesystem::path ToPath(std::wstring_view name);
 std::filesystem::path ToPath(std::string_view utf8);
 std::wstring FromPath(const std::filesystem::path& path);
@@ -27,8 +27,8 @@ std::string NarrowToUtf8(std::string_view text);
 bool SameName(std::wstring_view a, std::wstring_view b);
 bool SameName(std::string_view a, std::string_view b);
 
-/// A text without line ends, other control characters and those that turn the direction of writing, for a line of its
-/// own.
+/// A text without line ends, other control characters and those that turn the direction of writing, for a
+/// line of its own.
 std::string OneLine(std::string_view utf8);
 /// The same in quotes.
 std::string Quoted(std::string_view utf8);

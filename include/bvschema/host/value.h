@@ -19,11 +19,12 @@ constexpr bool IsWhole(VARTYPE kind) {
 /// How a kind of value is called: "32-bit number".
 std::string KindName(VARTYPE kind);
 
-/// What a value is to C++: nothing, a switch (VT_BOOL), a whole number, a decimal one, a text in UTF-8, an object.
+/// What a value is to C++: nothing, a switch (VT_BOOL), a whole number, a decimal one, a text in
+/// UTF-8, an object.
 using Scalar = std::variant<std::monostate, bool, std::int64_t, double, std::string, Ref<IUnknown>>;
 
-/// A VARIANT that is cleared at its end. Nodes compare values by kind and value: 2 here is VT_I4 2, as in the tree's own
-/// lists, and 2.0 is VT_R8.
+/// A VARIANT that is cleared at its end. Nodes compare values by kind and value: 2 here is VT_I4 2, as in the
+/// tree's own lists, and 2.0 is VT_R8.
 class Value {
 public:
     Value() { VariantInit(&variant_); }

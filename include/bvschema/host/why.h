@@ -26,17 +26,17 @@ struct Explanation {
         kAbsent,    // it belongs to a choice that isn't selected
     };
     State state = kNothing;
-    /// What decides, in the order in which it is to be changed, one of each one's choices. Empty: no choice of the job
-    /// shows or enables it.
+    /// What decides, in the order in which it is to be changed, one of each one's choices. Empty: no choice
+    /// of the job shows or enables it.
     std::vector<Cause> causes;
 
     /// "hidden while Mode is Single; shown by Mode = Multiply".
     std::string text() const;
 };
 
-/// Why a setting of a job isn't shown or can't be edited, found by trying on a copy of the job; the job itself isn't
-/// touched. name: a name or path, as Node::Find takes it. Refused when no choice of the job has such a setting. Throws
-/// Error when the copy can't be made.
+/// Why a setting of a job isn't shown or can't be edited, found by trying on a copy of the job; the job
+/// itself isn't touched. name: a name or path, as Node::Find takes it. Refused when no choice of the job has
+/// such a setting. Throws Error when the copy can't be made.
 Result<Explanation> Why(const Job& job, std::string_view name);
 
 }  // namespace bv::inline host

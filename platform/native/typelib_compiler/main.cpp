@@ -368,8 +368,8 @@ private:
             const char* name;
             VARTYPE vt;
         };
-        // A number as wide as a pointer is what the compiler itself was built for: it runs where the module
-        // does.
+        // A number as wide as a pointer is what the compiler itself was built for:
+        // it runs where the module does.
         static constexpr Simple kSimple[] = {
             {"void", VT_VOID},
             {"char", VT_I1},

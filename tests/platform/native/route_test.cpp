@@ -1,5 +1,5 @@
-// What classes of the module lead to as here the layer decides it: contexts, class objects for one creation, and
-// what stays when the registry changes.
+// What classes of the module lead to as here the layer decides it: contexts, class objects for one creation,
+// and what stays when the registry changes.
 #include "support/doubles.h"
 
 namespace bv::test {

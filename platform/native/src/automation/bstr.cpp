@@ -10,8 +10,8 @@ constexpr std::size_t kHead = 16;  // keeps the characters aligned; its last 4 b
 char* HeadOf(BSTR text) { return reinterpret_cast<char*>(text) - kHead; }
 char* CountOf(BSTR text) { return reinterpret_cast<char*>(text) - sizeof(std::uint32_t); }
 
-/// Room for so many bytes and a NUL character behind the last one that has begun, zero from the bytes' end on. Null for
-/// no memory or a count that 4 bytes can't hold.
+/// Room for so many bytes and a NUL character behind the last one that has begun, zero from the bytes' end
+/// on. Null for no memory or a count that 4 bytes can't hold.
 BSTR Allocate(std::size_t bytes) {
     if (bytes > 0x7FFFFFFF) return nullptr;
     const std::size_t characters = (bytes + sizeof(OLECHAR) - 1) / sizeof(OLECHAR) + 1;

@@ -52,8 +52,8 @@ struct Separators {
 };
 const Separators& NumberSeparators();
 
-/// True for what may stand around a number or a date: space, tab, line end, the no-break and typographic
-/// spaces.
+/// True for what may stand around a number or a date: space, tab, line end, the no-break
+/// and typographic spaces.
 bool IsBlank(wchar_t c);
 
 }  // namespace bv::platform

@@ -315,8 +315,8 @@ private:
                 operations_.push_back({level->first, &operation});
     }
 
-    /// Through the operations of the type, then those of its bases, until the action says that it has found
-    /// its own.
+    /// Through the operations of the type, then those of its bases, until the action says that it has
+    /// found its own.
     template <class Action>
     void ForEachOperation(Action action) const {
         for (const Listed& listed : operations_)

@@ -1,5 +1,5 @@
-// Reading a type library. The bytes come from a file that a path in the registry names: nothing in them is
-// believed.
+// Reading a type library. The bytes come from a file that a path in the registry names:
+// nothing in them is believed.
 #include <algorithm>
 #include <initializer_list>
 

@@ -243,8 +243,8 @@ HRESULT ToInteger(const Number& number, I128* result) {
     return S_OK;
 }
 
-/// Stores a whole number in so many bytes. The bit pattern of a kind of the same width fits whatever its
-/// sign.
+/// Stores a whole number in so many bytes. The bit pattern of a kind of the same width fits
+/// whatever its sign.
 HRESULT StoreInteger(const Number& number, int width, bool is_signed, VARIANT* result) {
     I128 value = 0;
     const HRESULT status = ToInteger(number, &value);

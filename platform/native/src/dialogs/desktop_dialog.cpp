@@ -49,8 +49,8 @@ Program FindProgram() {
     return Exists("kdialog") ? Program::kKdialog : Program::kNone;
 }
 
-/// The variables of a dialog program. It writes the names of files in the character set of its locale: one that
-/// hasn't all characters is replaced, and the language stays, if there is such a locale at all.
+/// The variables of a dialog program. It writes the names of files in the character set of its locale: one
+/// that hasn't all characters is replaced, and the language stays, if there is such a locale at all.
 std::vector<std::string> Environment() {
     std::vector<std::string> variables;
     for (char** variable = environ; *variable; ++variable) variables.emplace_back(*variable);

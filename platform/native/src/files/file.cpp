@@ -85,8 +85,8 @@ void SetErrorOf(const char* name) {
     SetLastError(code == ENOENT ? MissingPart(name) : ErrorOf(code));
 }
 
-/// Runs a call on the narrow form of a name; `failed`, with the last error set, when there is none. A draft is taken away
-/// by its name also when there is no memory left.
+/// Runs a call on the narrow form of a name; `failed`, with the last error set, when there is none. A draft
+/// is taken away by its name also when there is no memory left.
 template <typename Result, typename Call>
 Result WithNarrow(LPCWSTR name, Result failed, Call call) {
     char narrow[PATH_MAX];

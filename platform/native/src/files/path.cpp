@@ -142,8 +142,8 @@ BOOL Canonicalize(Char* buffer, const Char* path) {
     return TRUE;
 }
 
-/// A path with a root of its own replaces what stands in the buffer; a separator that begins the other ones
-/// goes.
+/// A path with a root of its own replaces what stands in the buffer;
+/// a separator that begins the other ones goes.
 template <typename Char>
 BOOL Append(Char* path, const Char* more) {
     if (!path || !more) return FALSE;

@@ -73,8 +73,8 @@ HRESULT CopyText(const std::wstring& text, LPOLESTR* result) {
     return S_OK;
 }
 
-/// The default value of a key below HKEY_CLASSES_ROOT; empty when there is none. False: the registry can't be
-/// read.
+/// The default value of a key below HKEY_CLASSES_ROOT; empty when there is none.
+/// False: the registry can't be read.
 bool ClassesText(const std::wstring& path, std::wstring& text) {
     text.clear();
     HKEY key = nullptr;
@@ -97,8 +97,8 @@ bool ClassesText(const std::wstring& path, std::wstring& text) {
            status == ERROR_MORE_DATA;
 }
 
-/// The programs' names of classes, as long as the registry is as it was when they were read: a refusal asks for
-/// one, and may come for each value that a person types.
+/// The programs' names of classes, as long as the registry is as it was when they were read: a refusal asks
+/// for one, and may come for each value that a person types.
 class KnownNames {
 public:
     bool Find(std::uint64_t state, REFCLSID class_id, LPOLESTR* result, HRESULT& status) {

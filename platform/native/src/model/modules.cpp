@@ -76,7 +76,8 @@ HMODULE Find(const link_map* map) {
     return nullptr;
 }
 
-/// The record comes first: the loader's own may have been written by another thread, under a lock that isn't ours.
+/// The record comes first: the loader's own may have been written by another thread, under a lock
+/// that isn't ours.
 std::string PathOf(const link_map* map) {
     {
         std::lock_guard lock(modules_mutex);
@@ -225,8 +226,8 @@ HMODULE Load(const std::string& name, const void* caller) {
 }
 
 /// Null means the program, but not to a component module that was built without its entry: nobody has called
-/// its DllMain, so it asks for its own path without a handle. The program's path would be registered in its
-/// place.
+/// its DllMain, so it asks for its own path without a handle. The program's path would be registered
+/// in its place.
 HMODULE CheckedFor(HMODULE module, const void* caller) {
     if (module) {
         module = Checked(module);

@@ -1,5 +1,5 @@
-// The common part of the layer's own objects: a thread-safe count, and the answer for one interface and its
-// bases.
+// The common part of the layer's own objects: a thread-safe count, and the answer for one interface
+// and its bases.
 #pragma once
 
 #include <new>
@@ -9,8 +9,8 @@
 
 namespace bv::platform {
 
-/// Made with one reference. Ids: those that the object answers besides IUnknown, all in one line of
-/// inheritance.
+/// Made with one reference. Ids: those that the object answers besides IUnknown, all in one
+/// line of inheritance.
 template <class Interface, const IID&... Ids>
 class Object : public Interface {
 public:

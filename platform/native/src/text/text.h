@@ -38,8 +38,8 @@ inline Utf8Character DecodeUtf8(std::string_view text) {
 /// Writes a character's bytes and gives their number; what is no character becomes U+FFFD.
 size_t EncodeUtf8(wchar_t c, char (&bytes)[4]);
 
-/// The one rule of letter case: characters are the same without case if this is. Forms of a letter, such as a final sigma
-/// or a long s, are letters of their own. It is the same in every locale.
+/// The one rule of letter case: characters are the same without case if this is. Forms of a letter, such as a
+/// final sigma or a long s, are letters of their own. It is the same in every locale.
 wchar_t UpperCase(wchar_t c);
 bool SameWithoutCase(std::wstring_view a, std::wstring_view b);
 

@@ -1,5 +1,5 @@
-// What stands between the bytes of a file and the parser: encodings, and the rules that the parser doesn't
-// hold to.
+// What stands between the bytes of a file and the parser:
+// encodings, and the rules that the parser doesn't hold to.
 #pragma once
 
 #include <pugixml.hpp>

@@ -3,8 +3,8 @@
 
 #include <windows.h>
 //
-// Else the media framework's header makes the language's own text functions unusable for all who include
-// this.
+// Else the media framework's header makes the language's own text functions unusable for all
+// who include this.
 #ifndef NO_DSHOW_STRSAFE
 #define NO_DSHOW_STRSAFE
 #endif

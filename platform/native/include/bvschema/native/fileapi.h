@@ -39,8 +39,8 @@ using LPWIN32_FIND_DATAW = WIN32_FIND_DATAW*;
 extern "C" {
 
 /// Opens a regular file; anything else (a folder, a pipe, a device) is refused with ERROR_ACCESS_DENIED.
-/// Close the handle with CloseHandle. INVALID_HANDLE_VALUE on failure. Sharing modes and attributes are not
-/// kept.
+/// Close the handle with CloseHandle. INVALID_HANDLE_VALUE on failure.
+/// Sharing modes and attributes are not kept.
 BV_PLATFORM_API HANDLE CreateFileA(LPCSTR lpFileName, DWORD dwDesiredAccess, DWORD dwShareMode,
                                    LPSECURITY_ATTRIBUTES lpSecurityAttributes, DWORD dwCreationDisposition,
                                    DWORD dwFlagsAndAttributes, HANDLE hTemplateFile);

@@ -43,11 +43,11 @@ BV_PLATFORM_API HRESULT CoRegisterClassObject(REFCLSID class_id, LPUNKNOWN class
                                               DWORD flags, LPDWORD cookie);
 /// CO_E_OBJNOTREG for an unknown cookie.
 BV_PLATFORM_API HRESULT CoRevokeClassObject(DWORD cookie);
-/// Unloads the modules behind classes that say that they can go, after a time of grace: on another thread the last
-/// release may not have returned. delay: that time in ms; a module goes at the first call that much later than one
-/// that found it unused, if it wasn't used in between. 0: at once, which is the caller's word that no thread is
-/// inside. INFINITE, as the short form says: 10 minutes, or 0 where this thread alone is initialised, and not for
-/// COINIT_MULTITHREADED. The last CoUninitialize waits for nobody. reserved: 0.
+/// Unloads the modules behind classes that say that they can go, after a time of grace: on another thread the
+/// last release may not have returned. delay: that time in ms; a module goes at the first call that much
+/// later than one that found it unused, if it wasn't used in between. 0: at once, which is the caller's word
+/// that no thread is inside. INFINITE, as the short form says: 10 minutes, or 0 where this thread alone is
+/// initialised, and not for COINIT_MULTITHREADED. The last CoUninitialize waits for nobody. reserved: 0.
 BV_PLATFORM_API void CoFreeUnusedLibraries();
 BV_PLATFORM_API void CoFreeUnusedLibrariesEx(DWORD delay, DWORD reserved);
 
@@ -58,15 +58,15 @@ BV_PLATFORM_API HRESULT ProgIDFromCLSID(REFCLSID class_id, LPOLESTR* result);
 BV_PLATFORM_API HRESULT CLSIDFromProgID(LPCOLESTR name, LPCLSID result);
 
 BV_PLATFORM_API HRESULT CoCreateGuid(GUID* result);
-/// Reads "{48ADEF10-6C76-40CE-8D40-34771934785D}" and nothing else; CO_E_CLASSSTRING. A null text is the null
-/// id.
+/// Reads "{48ADEF10-6C76-40CE-8D40-34771934785D}" and nothing else; CO_E_CLASSSTRING.
+/// A null text is the null id.
 BV_PLATFORM_API HRESULT CLSIDFromString(LPCOLESTR text, LPCLSID result);
-/// Writes that form, in upper case. Gives 39, its length with the NUL; 0, and nothing written, when size is
-/// less.
+/// Writes that form, in upper case. Gives 39, its length with the NUL;
+/// 0, and nothing written, when size is less.
 BV_PLATFORM_API int StringFromGUID2(REFGUID id, LPOLESTR buffer, int size);
 
-/// Memory that passes between components. Null: none left. A size of 0 gives a block that must be freed as
-/// well.
+/// Memory that passes between components. Null: none left. A size of 0 gives a block that must be
+/// freed as well.
 BV_PLATFORM_API LPVOID CoTaskMemAlloc(SIZE_T size);
 BV_PLATFORM_API void CoTaskMemFree(LPVOID block);
 }

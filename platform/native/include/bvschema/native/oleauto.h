@@ -7,8 +7,8 @@ extern "C" {
 
 /// A text that carries its length: the byte count stands in the 4 bytes before the first character, a NUL
 /// follows the last. These give a copy: of the text up to its NUL, of so many characters or bytes (null:
-/// unset ones), NULs included. Null for a null text of SysAllocString and for no memory. The caller frees it
-/// with SysFreeString.
+/// unset ones), NULs included. Null for a null text of SysAllocString and for no memory.
+/// The caller frees it with SysFreeString.
 BV_PLATFORM_API BSTR SysAllocString(const OLECHAR* text);
 BV_PLATFORM_API BSTR SysAllocStringLen(const OLECHAR* text, UINT length);
 BV_PLATFORM_API BSTR SysAllocStringByteLen(LPCSTR bytes, UINT length);
@@ -24,8 +24,8 @@ BV_PLATFORM_API void VariantInit(VARIANTARG* value);
 /// Frees the text or the reference that the value holds and makes it empty; what a VT_BYREF points to stays.
 /// DISP_E_BADVARTYPE for a kind that is none; arrays and records, which nobody makes here, give it too.
 BV_PLATFORM_API HRESULT VariantClear(VARIANTARG* value);
-/// Clears the target, then copies: a text is doubled, an object gets one more reference, VT_BYREF copies the
-/// pointer.
+/// Clears the target, then copies: a text is doubled, an object gets one more reference, VT_BYREF
+/// copies the pointer.
 BV_PLATFORM_API HRESULT VariantCopy(VARIANTARG* target, VARIANTARG* source);
 /// The same, but what a VT_BYREF points to is copied.
 BV_PLATFORM_API HRESULT VariantCopyInd(VARIANT* target, VARIANTARG* source);
@@ -53,8 +53,8 @@ BV_PLATFORM_API HRESULT LoadRegTypeLib(REFGUID library, WORD major, WORD minor, 
 /// Writes what says where the library lies, and the keys of its dual interfaces. A null help folder is that
 /// of the path. TYPE_E_REGISTRYACCESS when that can't be done.
 BV_PLATFORM_API HRESULT RegisterTypeLib(ITypeLib* library, OLECHAR* path, OLECHAR* help_folder);
-/// Deletes those keys, as far as nobody else needs them. TYPE_E_REGISTRYACCESS when the library isn't
-/// registered.
+/// Deletes those keys, as far as nobody else needs them.
+/// TYPE_E_REGISTRYACCESS when the library isn't registered.
 BV_PLATFORM_API HRESULT UnRegisterTypeLib(REFGUID library, WORD major, WORD minor, LCID locale,
                                           SYSKIND system);
 

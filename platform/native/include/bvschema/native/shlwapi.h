@@ -1,8 +1,8 @@
 // Operations on paths as text.
 //
 // A path that begins with "/" is absolute and splits at "/" alone; a backslash in it is a letter. A relative
-// path that is joined to it may use either. Every other path has the Windows rules: drives, UNC names, the
-// backslash.
+// path that is joined to it may use either. Every other path has the Windows rules:
+// drives, UNC names, the backslash.
 //
 // Buffers hold MAX_PATH characters with the NUL; what would not fit is refused and, where so said, leaves the
 // empty text. A null path is refused, never followed.

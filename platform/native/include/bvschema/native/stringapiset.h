@@ -27,8 +27,8 @@ BV_PLATFORM_API UINT GetACP();
 /// Narrow text to wide text. A narrow length of -1 means up to and with the NUL, which is then converted too.
 /// Gives the characters written, or with a wide length of 0 those needed, or 0 with the last error
 /// ERROR_INVALID_PARAMETER (null text, length 0, unknown code page), ERROR_INSUFFICIENT_BUFFER or
-/// ERROR_NO_UNICODE_TRANSLATION (bytes that mean nothing, under MB_ERR_INVALID_CHARS; without it they become
-/// U+FFFD).
+/// ERROR_NO_UNICODE_TRANSLATION (bytes that mean nothing, under MB_ERR_INVALID_CHARS;
+/// without it they become U+FFFD).
 BV_PLATFORM_API int MultiByteToWideChar(UINT CodePage, DWORD dwFlags, LPCCH lpMultiByteStr, int cbMultiByte,
                                         LPWSTR lpWideCharStr, int cchWideChar);
 

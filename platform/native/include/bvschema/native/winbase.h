@@ -37,8 +37,8 @@ BV_PLATFORM_API FARPROC GetProcAddress(HMODULE module, LPCSTR name);
 /// A loaded module by its path or file name, not counted; null names the program itself.
 BV_PLATFORM_API HMODULE GetModuleHandleW(LPCWSTR name);
 /// The module's full path; null names the program itself. Gives the length without the NUL. A buffer that is
-/// too small holds the beginning, ended by a NUL; the result is its size then and the last error
-/// ERROR_INSUFFICIENT_BUFFER.
+/// too small holds the beginning, ended by a NUL; the result is its size then and the
+/// last error ERROR_INSUFFICIENT_BUFFER.
 BV_PLATFORM_API DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD size);
 /// No thread calls are made here in any case. FALSE for what is no loaded module.
 BV_PLATFORM_API BOOL DisableThreadLibraryCalls(HMODULE module);

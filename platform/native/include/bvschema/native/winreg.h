@@ -70,8 +70,8 @@ BV_PLATFORM_API LONG RegSetValueExA(HKEY key, LPCSTR name, DWORD reserved, DWORD
 BV_PLATFORM_API LONG RegSetValueExW(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const BYTE* data,
                                     DWORD size);
 /// *size: in: bytes in the buffer, out: bytes of the value. ERROR_MORE_DATA with *size set and the buffer
-/// untouched or unspecified when it is too small; with null data just the size. type, data and size may be
-/// null.
+/// untouched or unspecified when it is too small; with null data just the size.
+/// type, data and size may be null.
 BV_PLATFORM_API LONG RegQueryValueExA(HKEY key, LPCSTR name, LPDWORD reserved, LPDWORD type, LPBYTE data,
                                       LPDWORD size);
 BV_PLATFORM_API LONG RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD reserved, LPDWORD type, LPBYTE data,
