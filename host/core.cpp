@@ -321,28 +321,41 @@ Step JobCore::End(bool keep) {
 HRESULT JobCore::Edit(const std::string& name, IProperty* node, const std::function<HRESULT()>& change) {
     const auto alive = shared_from_this();
     Begin(name, node);
-    Remember(node);
-    const HRESULT status = change();
+    HRESULT status = E_FAIL;
+    try {
+        Remember(node);
+        status = change();
+    } catch (...) {
+        End(false);
+        throw;
+    }
     End(SUCCEEDED(status));
     return status;
 }
 
-Result<> JobCore::Transaction(const std::string& name, const std::function<Result<>()>& changes) {
-    const auto alive = shared_from_this();
-    const bool outermost = depth_ == 0;
+void JobCore::BeginTransaction(const std::string& name) {
     recording_ = true;
     Begin(name, nullptr);
-    const auto end = [&](bool keep) {
-        Step step = End(keep);
-        if (outermost) recording_ = false;
-        if (outermost && !keep) Apply(step, true);
-    };
+}
+
+void JobCore::EndTransaction(bool keep) {
+    const auto alive = shared_from_this();
+    const bool outermost = depth_ == 1;
+    const Step step = End(keep);
+    if (!outermost) return;
+    recording_ = false;
+    if (!keep) Apply(step, true);
+}
+
+Result<> JobCore::Transaction(const std::string& name, const std::function<Result<>()>& changes) {
+    const auto alive = shared_from_this();
+    BeginTransaction(name);
     try {
         const Result<> result = changes();
-        end(bool(result));
+        EndTransaction(bool(result));
         return result;
     } catch (...) {
-        end(false);
+        EndTransaction(false);
         throw;
     }
 }
@@ -588,7 +601,13 @@ HRESULT JobCore::EditList(const std::string& name, ListId list, size_t index, si
     if (Watching())
         for (size_t i = index; i < index + count && i < all; ++i)
             splice.before.push_back(XmlOf(before[i].get()));
-    const HRESULT status = change();
+    HRESULT status = E_FAIL;
+    std::exception_ptr thrown;
+    try {
+        status = change();
+    } catch (...) {  // the list may have changed before
+        thrown = std::current_exception();
+    }
     std::vector<Ref<IProperty>> after;
     for (size_t i = 0; i < CountOf(list); ++i) after.push_back(ItemAt(list, i));
     const size_t tail = all - std::min(all, index + count);
@@ -603,6 +622,7 @@ HRESULT JobCore::EditList(const std::string& name, ListId list, size_t index, si
     note(before, after, NodeChange::kGone);
     if (before != after) step_.splices.push_back(std::move(splice));
     End(before != after || SUCCEEDED(status));
+    if (thrown) std::rethrow_exception(thrown);
     return status;
 }
 

@@ -87,6 +87,8 @@ public:
     /// Runs a change of a node, tells what came of it and keeps a step. A failure keeps none.
     HRESULT Edit(const std::string& name, IProperty* node, const std::function<HRESULT()>& change);
     Result<> Transaction(const std::string& name, const std::function<Result<>()>& changes);
+    void BeginTransaction(const std::string& name);
+    void EndTransaction(bool keep);
     void Refresh();
     bool Undo();
     bool Redo();

@@ -155,6 +155,19 @@ Subscription& Subscription::operator=(Subscription&& other) noexcept {
     return *this;
 }
 
+TransactionScope::~TransactionScope() {
+    try {
+        TakeBack();
+    } catch (...) {  // memory has ended: what can't be taken back stays
+    }
+}
+void TransactionScope::Keep() {
+    if (const auto job = std::exchange(job_, nullptr)) job->EndTransaction(true);
+}
+void TransactionScope::TakeBack() {
+    if (const auto job = std::exchange(job_, nullptr)) job->EndTransaction(false);
+}
+
 Job Job::Create(JobOptions options) { return Job(std::make_shared<JobCore>(std::move(options))); }
 
 Job Job::Parse(std::string_view document, JobOptions options) {
@@ -175,7 +188,6 @@ Job Job::Load(const std::filesystem::path& file, JobOptions options) {
 Node Job::Root() const { return core_->NodeOf(Ref<IProperty>(core_->root())); }
 Node Job::operator[](std::string_view name) const { return core_->Find(name); }
 
-Input Job::AddInput(std::string_view utf8_path) { return AddInput(ToPath(utf8_path)); }
 Input Job::AddInput(const std::filesystem::path& path) { return core_->InputOf(core_->AddInput(path)); }
 
 std::vector<Input> Job::Inputs() const {
@@ -205,6 +217,10 @@ Subscription Job::Subscribe(std::function<void(const Change&)> callback) {
 void Job::Refresh() { core_->Refresh(); }
 Result<> Job::Transaction(const std::string& name, const std::function<Result<>()>& changes) {
     return core_->Transaction(name, changes);
+}
+TransactionScope Job::Begin(const std::string& name) {
+    core_->BeginTransaction(name);
+    return TransactionScope(core_);
 }
 std::vector<Refusal> Job::TakeRefusals() { return std::exchange(core_->refusals, {}); }
 

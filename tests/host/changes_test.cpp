@@ -121,6 +121,47 @@ TEST_F(ChangesTest, ATransactionIsOneStepOrNone) {
     EXPECT_EQ(job.undo_name(), "Add c.mp4");
 }
 
+TEST_F(ChangesTest, AnOpenTransactionIsKeptOrTakenBack) {
+    const std::string before = job.Xml();
+    {
+        TransactionScope outer = job.Begin("Both");
+        job["Mode"] = 2;
+        {
+            TransactionScope inner = job.Begin("Inner");
+            job["Overwrite"] = false;
+        }  // a part of the outer one, which decides
+        EXPECT_FALSE(job.Undo()) << "it is open still";
+        outer.Keep();
+    }
+    EXPECT_EQ(changes.size(), 1u);
+    EXPECT_EQ(job.undo_name(), "Both");
+    ASSERT_TRUE(job.Undo());
+    EXPECT_EQ(job.Xml(), before);
+    {
+        const TransactionScope left = job.Begin("Left open");
+        job["Mode"] = 2;
+    }
+    EXPECT_EQ(job.Xml(), before);
+    EXPECT_EQ(job.undo_name(), "");
+}
+
+TEST_F(ChangesTest, WhatThrowsInTheMiddleLeavesNothingOpen) {
+    const std::string before = job.Xml();
+    EXPECT_THROW(std::ignore = job.Transaction("Thrown",
+                                               [&]() -> Result<> {
+                                                   job["Mode"] = 2;
+                                                   throw std::bad_alloc();
+                                               }),
+                 std::bad_alloc);
+    EXPECT_EQ(job.Xml(), before);
+    changes.clear();
+    job["Mode"] = 2;
+    EXPECT_EQ(changes.size(), 1u);
+    EXPECT_TRUE(job.Undo());
+    EXPECT_EQ(job.Xml(), before);
+    EXPECT_EQ(job.AddInput("named.mp4").path().filename(), "named.mp4");
+}
+
 /// All that a person sees, so that undo brings back more than the document tells.
 std::string Seen(const Job& job) {
     std::string text = job.Xml();

@@ -126,6 +126,24 @@ private:
     std::uint64_t id_ = 0;
 };
 
+/// Several changes as one, where no single function can hold them: Job::Begin. What is still open at its end is taken
+/// back. One that begins inside of another is a part of that one, which alone keeps or takes back.
+class [[nodiscard]] TransactionScope {
+public:
+    TransactionScope(TransactionScope&&) noexcept = default;
+    TransactionScope& operator=(TransactionScope&&) = delete;
+    ~TransactionScope();
+    /// Ends it: one step to undo, one event.
+    void Keep();
+    /// Ends it: all is as it was.
+    void TakeBack();
+
+private:
+    friend class Job;
+    explicit TransactionScope(std::shared_ptr<JobCore> job) : job_(std::move(job)) {}
+    std::shared_ptr<JobCore> job_;  // null: it has ended
+};
+
 /// What became of one element of a file that was read.
 struct LoadNote {
     enum Kind { kRefused, kUnknown, kInput };
@@ -169,8 +187,12 @@ public:
     // --- Inputs
 
     /// Adds a file; the first becomes the current input. A file that can't be read is added too: Input::problem tells.
-    Input AddInput(std::string_view utf8_path);
     Input AddInput(const std::filesystem::path& path);
+    /// The same by a name in UTF-8.
+    template <std::convertible_to<std::string_view> Name>
+    Input AddInput(const Name& utf8_path) {
+        return AddInput(ToPath(std::string_view(utf8_path)));
+    }
     std::vector<Input> Inputs() const;
     Result<> RemoveInput(const Input& input);
     /// One place up (-1) or down (1).
@@ -195,6 +217,8 @@ public:
     void Refresh();
     /// Several changes as one: one step to undo, one event. A refusal, which the function returns, takes all of it back.
     Result<> Transaction(const std::string& name, const std::function<Result<>()>& changes);
+    /// The same as an object that ends it. What is begun last must end first.
+    TransactionScope Begin(const std::string& name);
     /// Refusals of job["Name"] = value since the last call.
     std::vector<Refusal> TakeRefusals();
 

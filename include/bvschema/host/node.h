@@ -49,6 +49,8 @@ public:
     bool operator==(const Node& other) const { return node_ == other.node_; }
     /// The interface for what this layer has no word for. What is set by it is found by Job::Refresh.
     IProperty* get() const { return node_.get(); }
+    /// A node of the same job that was found by its interface, such as an object that is a choice's value.
+    Node OfSameJob(IProperty* node) const { return With(Ref<IProperty>(node)); }
 
     // --- What it says of itself
 
