@@ -148,6 +148,7 @@ test_native() {
     check native wide_names tests/checks/names.sh build/native/bin
     check native schema tests/checks/schema.sh build/native/bin
     check native install tests/install/check.sh build/native
+    check native python bindings/python/tests/check.sh build/native
     check native environment tests/checks/environment.sh scripts/run-native.sh build/native/bin/platform_tests
 }
 

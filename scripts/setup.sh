@@ -11,6 +11,7 @@ packages_for() {
         demo) echo "$build $samples" ;;
         test)
             echo "$build $samples googletest libgtest-dev libgmock-dev locales sqlite3 libxml2-utils python3-jsonschema git"
+            echo "pybind11-dev python3-dev python3-pytest python3-pip python3-setuptools python3-wheel mypy"
             echo "xvfb zenity xdotool dbus-daemon at-spi2-core libglib2.0-dev"
             echo "g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools wine wine64 libwine-dev"
             ;;
