@@ -116,9 +116,22 @@ for layer in layer/build/layer layer/layer; do
     (cd "$work/layer" && BV_REGISTRY=$work/host/registry.db gives "read back, the same" "$work/$layer")
 done
 
+# The Python package, by the page's commands, with the system's own Python.
+if [ -d "$build/python" ]; then
+    mkdir "$work/python"
+    printf x >"$work/python/Übung 日本.mp4"
+    block docs/python.md example.py >"$work/python/example.py"
+    (
+        cd "$work/python"
+        { block docs/python.md install && echo python3 example.py; } |
+            PATH=/usr/bin:$PATH BV_REGISTRY=$work/python/registry.db bash -euo pipefail >"$work/log" 2>&1
+    ) || fail "$(cat "$work/log")"
+    grep -x 'Length: 250 ms' "$work/log"
+fi
+
 # Its one folder of headers offers no other library a Windows, and without C++20 one line says what is missing.
 printf '#include <bvschema/platform.h>\n#if __has_include(<windows.h>)\n#error "a <windows.h>"\n#endif\n%s\n' \
-    'const wchar_t* text = OLESTR("text");' >"$work/names.cpp"
+    'LPCOLESTR text = L"text";' >"$work/names.cpp"
 g++ -std=c++17 -fsyntax-only -I"$PREFIX/include" "$work/names.cpp"
 if g++ -std=c++17 -fsyntax-only -I"$PREFIX/include" "$work/host/host.cpp" 2>"$work/errors"; then
     fail "C++17 is enough?"
