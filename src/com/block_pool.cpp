@@ -1,7 +1,8 @@
 #include "com/block_pool.h"
 
+#include <bv_thread_stripe.h>
+
 #include <atomic>
-#include <cstdint>
 #include <cstdlib>
 
 namespace bv {
@@ -18,9 +19,8 @@ constexpr bool kKeeps = true;
 #endif
 
 constexpr std::size_t kStep = 16;      // sizes are kept apart in steps of so many bytes ...
-constexpr std::size_t kLargest = 320;  // ... up to this one
+constexpr std::size_t kLargest = 992;  // ... up to this one
 constexpr unsigned kMost = 256;        // blocks of a size
-constexpr std::size_t kStripes = 8;    // so that threads seldom meet
 
 struct Kept {
     Kept* next;
@@ -68,13 +68,9 @@ private:
     List lists_[kLargest / kStep + 1];
 };
 
-Stripe stripes[kStripes];
+Stripe stripes[16];
 
-/// The stripe of this thread: stacks lie a megabyte or more apart.
-Stripe& Mine() {
-    const auto stack = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)) >> 20;
-    return stripes[(stack * 0x9E3779B9u >> 8) % kStripes];
-}
+Stripe& Mine() { return stripes[BvThreadStripe()]; }
 
 }  // namespace
 

@@ -9,7 +9,7 @@
 
 STDAPI DllGetClassObject(REFCLSID cls, REFIID iid, void** out) { return bv::GetClassObject(cls, iid, out); }
 
-STDAPI DllCanUnloadNow() { return bv::module_locks.load(std::memory_order_acquire) == 0 ? S_OK : S_FALSE; }
+STDAPI DllCanUnloadNow() { return bv::ModuleLocks::None() ? S_OK : S_FALSE; }
 
 STDAPI DllRegisterServer() { return bv::RegisterServer(); }
 
