@@ -86,6 +86,8 @@ struct HashId {
     }
 };
 
+std::atomic<ULONGLONG> class_epoch = 1;  // see BvClassEpoch; moved with the mutex of Classes held
+
 struct Classes {
     // Taken for reading by every creation, for a look-up only: no code of a component runs under it but
     // DllCanUnloadNow.
@@ -95,8 +97,6 @@ struct Classes {
     std::unordered_multimap<CLSID, DWORD, HashId> registered;  // to the cookie
     std::unordered_map<DWORD, Registration> registrations;     // by cookie
     DWORD last_cookie = 0;
-    std::atomic<ULONGLONG> epoch = 1;  // see BvClassEpoch; moved with the mutex held
-
     static Classes& Get() {
         static auto& classes = *new Classes;  // serves modules to their end
         return classes;
@@ -365,7 +365,7 @@ HRESULT CoRegisterClassObject(REFCLSID class_id, LPUNKNOWN class_object, DWORD c
         throw;
     }
     class_object->AddRef();
-    ++classes.epoch;
+    ++class_epoch;
     *cookie = added;
     return S_OK;
 } catch (const std::bad_alloc&) {
@@ -385,7 +385,7 @@ HRESULT CoRevokeClassObject(DWORD cookie) {
         while (entry != last && entry->second != cookie) ++entry;
         if (entry != last) classes.registered.erase(entry);
         classes.registrations.erase(found);
-        ++classes.epoch;
+        ++class_epoch;
     }
     class_object->Release();
     return S_OK;
@@ -415,12 +415,12 @@ void CoFreeUnusedLibrariesEx(DWORD delay, DWORD) {
             if (now - candidate.idle_since < grace) continue;
             std::erase_if(classes.cache, [&](const auto& entry) { return entry.second == &candidate; });
             going.splice(going.end(), classes.servers, asked);
-            ++classes.epoch;
+            ++class_epoch;
         }
     }
     for (const auto& server : going)
         FreeLibrary(server->module);  // not under the lock: a module's end runs here
 }
 
-ULONGLONG BvClassEpoch() { return MayCreate() ? Classes::Get().epoch.load(std::memory_order_acquire) : 0; }
+ULONGLONG BvClassEpoch() { return MayCreate() ? class_epoch.load(std::memory_order_acquire) : 0; }
 }
