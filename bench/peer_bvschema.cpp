@@ -16,7 +16,12 @@ using bv::clsid::PropertySimple;
 /// A row of a tree, with its texts as the interfaces take them.
 struct Row {
     explicit Row(const tree::Row& source)
-        : row(source), name(source.name), title(source.title), text(source.text) {
+        : row(source),
+          // The class of the one with the hook is the server's own.
+          cls(std::string_view(source.name) == "Mode" ? bv::clsid::PropertyOutputMode : PropertySimple),
+          name(source.name),
+          title(source.title),
+          text(source.text) {
         for (const auto& entry : source.list) labels.push_back(std::make_unique<Text>(entry.label));
     }
     VARIANT Value() const {
@@ -28,6 +33,7 @@ struct Row {
         return value;
     }
     const tree::Row& row;
+    const CLSID cls;
     Text name, title, text;
     std::vector<std::unique_ptr<Text>> labels;
 };
@@ -53,11 +59,6 @@ void SetUp(IProperty* node, const Row& row) {
     if (row.row.hidden) setup->put_IsHide(1);
 }
 
-/// The class of a row: the one with the hook is the server's own.
-CLSID ClassOf(const Row& row) {
-    return std::string_view(row.row.name) == "Mode" ? bv::clsid::PropertyOutputMode : PropertySimple;
-}
-
 /// The whole tree of generic nodes, each by its own creation call.
 template <const tree::Tree& T>
 IProperty* Build() {
@@ -73,7 +74,7 @@ IProperty* Build() {
     nodes[0] = root.get();
     for (size_t i = 1; i < rows.size(); ++i) {
         const size_t above = size_t(T.links[i].parent);
-        CLSID cls = ClassOf(*rows[i]);
+        CLSID cls = rows[i]->cls;
         if (rows[i]->row.ext) {
             Ref<ISimpleInit> setup;
             Ask(nodes[above], setup);
@@ -173,7 +174,7 @@ struct BvSchema {
     static void Read(IProperty* cut, const pugi::xml_node& element) {
         for (const pugi::xml_node& below : element.children()) {
             Ref<IProperty> node;
-            if (cut->FindProperty(Text(below.name()), node.Put()) == S_OK && below.attribute("type")) {
+            if (cut->FindProperty(CallText(below.name()), node.Put()) == S_OK && below.attribute("type")) {
                 Put(node.get(), below.attribute("value"), below.attribute("type"));
                 Ref<IProperty> unit;
                 if (below.attribute("extType") && node->get_Extension(unit.Put()) == S_OK)
@@ -183,10 +184,14 @@ struct BvSchema {
         }
     }
     static void Put(IProperty* node, const pugi::xml_attribute& value, const pugi::xml_attribute& kind) {
-        const Text text(value.value());
+        CallText text(value.value());
         VARIANT given = Number(0), changed = Number(0);
         given.vt = VT_BSTR;
         given.bstrVal = text;
+        if (kind.as_int() == VT_BSTR) {
+            node->put_Value(given);
+            return;
+        }
         changed.vt = VT_EMPTY;
         if (VariantChangeType(&changed, &given, 0, VARTYPE(kind.as_int())) == S_OK) node->put_Value(changed);
         VariantClear(&changed);

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <string>
 
 #include "support/memory_stream.h"
@@ -50,9 +51,31 @@ private:
     BSTR text_;
 };
 
+/// A BSTR for one call, without a block of its own if it is short: its length stands before its characters.
+class CallText {
+public:
+    explicit CallText(const char* ascii) {
+        const size_t length = std::strlen(ascii);
+        if (length >= std::size(text_)) {
+            long_ = std::make_unique<Text>(ascii);
+            return;
+        }
+        bytes_ = std::uint32_t(length * sizeof *text_);
+        *std::copy(ascii, ascii + length, text_) = 0;
+    }
+    CallText(const CallText&) = delete;
+    CallText& operator=(const CallText&) = delete;
+    operator BSTR() { return long_ ? BSTR(*long_) : text_; }  // NOLINT
+
+private:
+    std::unique_ptr<Text> long_;
+    alignas(8) std::uint32_t before_ = 0;  // so that the length ends where the characters begin
+    std::uint32_t bytes_ = 0;
+    wchar_t text_[64];
+};
+
 inline VARIANT Number(LONG number) {
-    VARIANT value;
-    VariantInit(&value);
+    VARIANT value{};
     value.vt = VT_I4;
     value.lVal = number;
     return value;
