@@ -1,24 +1,30 @@
 #include "com/bounded_release.h"
 
-#include <vector>
-
 #include "com/byte_block.h"
 
 namespace bv {
 namespace {
 
 constexpr int kDeepest = 1000;
-thread_local int depth = 0;
-thread_local std::vector<IUnknown*>* waiting = nullptr;  // from kDeepest on
+constinit thread_local ReleaseDepth of_thread;
 
 }  // namespace
 
-void ReleaseBounded(IUnknown* reference) {
+ReleaseDepth& ReleaseDepth::OfThread() { return of_thread; }
+
+void ReleaseBounded(IUnknown* reference, ReleaseDepth& depth) {
+    if (depth.releases + 1 >= kDeepest) return depth.ReleaseDeepest(reference);
+    ++depth.releases;
+    reference->Release();
+    --depth.releases;
+}
+
+void ReleaseDepth::ReleaseDeepest(IUnknown* reference) {
     if (waiting && TryAppend(*waiting, reference)) return;
     std::vector<IUnknown*> later;
-    if (++depth == kDeepest) waiting = &later;
+    if (++releases == kDeepest) waiting = &later;
     reference->Release();
-    if (depth == kDeepest) {
+    if (releases == kDeepest) {
         while (!later.empty()) {
             IUnknown* const next = later.back();
             later.pop_back();
@@ -26,7 +32,7 @@ void ReleaseBounded(IUnknown* reference) {
         }
         waiting = nullptr;
     }
-    --depth;
+    --releases;
 }
 
 }  // namespace bv

@@ -2,6 +2,8 @@
 
 #include <bvschema/bvschema.h>
 
+#include <cstdint>
+#include <cstring>
 #include <cwchar>
 #include <iterator>
 #include <string_view>
@@ -13,8 +15,10 @@ namespace bv {
 
 /// The characters of a BSTR, which may be null.
 inline std::wstring_view View(const wchar_t* text) {
-    BSTR counted = const_cast<BSTR>(text);
-    return counted ? std::wstring_view(counted, SysStringLen(counted)) : std::wstring_view();
+    if (!text) return {};
+    std::uint32_t bytes;  // stand before the first character
+    std::memcpy(&bytes, reinterpret_cast<const char*>(text) - sizeof bytes, sizeof bytes);
+    return {text, bytes / sizeof(wchar_t)};
 }
 
 /// An owned BSTR. Null and empty read alike; null is also what stays when there is no memory.
@@ -25,7 +29,9 @@ public:
     explicit Bstr(std::wstring_view text) : text_(SysAllocStringLen(text.data(), UINT(text.size()))) {}
     Bstr(const Bstr&) = delete;
     Bstr(Bstr&& other) noexcept : text_(std::exchange(other.text_, nullptr)) {}
-    ~Bstr() { SysFreeString(text_); }
+    ~Bstr() {
+        if (text_) SysFreeString(text_);
+    }
     Bstr& operator=(const Bstr&) = delete;
     Bstr& operator=(Bstr&& other) noexcept {
         std::swap(text_, other.text_);
@@ -109,19 +115,40 @@ private:
     size_t length_;
 };
 
-/// A literal with its length, which the compiler counts.
+/// A literal with its length, and in the form in which a node keeps it, all made by the compiler: what is constant data
+/// of a class isn't made again for each of its nodes.
 struct LiteralText {
     constexpr LiteralText() = default;
     constexpr LiteralText(const wchar_t* literal)  // NOLINT: it is a literal
-        : text(literal), length(literal ? unsigned(std::char_traits<wchar_t>::length(literal)) : 0) {}
+        : text(literal), length(literal ? unsigned(std::char_traits<wchar_t>::length(literal)) : 0) {
+        Pack();
+    }
     template <size_t N>
     constexpr LiteralText(const ConstBstr<N>& literal)
-        : text(literal.text), length(N - 1) {}  // NOLINT: likewise
+        : text(literal.text), length(N - 1) {  // NOLINT: likewise
+        Pack();
+    }
     constexpr explicit operator bool() const { return text != nullptr; }
     constexpr std::wstring_view View() const { return {text ? text : L"", length}; }
 
+    constexpr bool IsPacked() const { return packed[kPacked - 1] != kNotPacked; }
+
+    static constexpr size_t kPacked = 24;
+    static constexpr char kNotPacked = 127;
     const wchar_t* text = nullptr;
     unsigned length = 0;
+    /// Up to 23 ASCII characters, a byte each, and their count in the last byte; kNotPacked there for any other text.
+    char packed[kPacked] = {};
+
+private:
+    constexpr void Pack() {
+        bool fits = length < kPacked;
+        for (unsigned i = 0; fits && i < length; ++i) {
+            fits = text[i] > 0 && text[i] <= 0x7F;
+            packed[i] = char(text[i]);
+        }
+        packed[kPacked - 1] = fits ? char(length) : kNotPacked;
+    }
 };
 
 /// Whether two texts of one length are the same name.

@@ -17,19 +17,22 @@
 
 namespace bv {
 
-struct ClassEntry;
-
 using Creator = HRESULT (*)(IUnknown* outer, REFIID iid, void** out);
 
 /// What CoCreateInstance calls CLSCTX_ALL without a handler: in this process or in another.
 inline constexpr DWORD kAnyServer = 0x17;
+
+/// The creator of our own class that the id is known to lead to; null: it has to be asked for.
+Creator KnownCreator(REFCLSID cls, DWORD context);
 
 /// Where a class id leads: to one creation, which is to follow at once.
 class Route {
 public:
     /// Asks, once: a class object that serves one creation is used up by it. Two routes are asked for before
     /// the first object is made only where the first is our own: any other may change the second.
-    Route(REFCLSID cls, DWORD context);
+    Route(REFCLSID cls, DWORD context) : own_(KnownCreator(cls, context)) {
+        if (!own_) Ask(cls, context);
+    }
     Route(const Route&) = delete;
     Route& operator=(const Route&) = delete;
 
@@ -41,8 +44,8 @@ public:
     HRESULT Make(REFIID iid, void** out);
 
 private:
-    friend HRESULT CreateByClass(REFCLSID cls, DWORD context, REFIID iid, void** out);
-    Route(const ClassEntry* entry, REFCLSID cls, DWORD context);
+    void Ask(REFCLSID cls, DWORD context);
+    HRESULT MakeForeign(REFIID iid, void** out);
 
     Creator own_ = nullptr;
     ComPtr<IClassFactory> foreign_;
@@ -92,5 +95,12 @@ private:
     static void Enter();
     static void Leave();
 };
+
+inline HRESULT Route::Make(REFIID iid, void** out) {
+    if (!own_) return MakeForeign(iid, out);
+    *out = nullptr;
+    const CreationScope scope;
+    return own_(nullptr, iid, out);
+}
 
 }  // namespace bv

@@ -120,15 +120,16 @@ struct RowOf<Held<Member>> {
 /// identity.
 template <class First, class... Rest>
 struct InterfaceMap {
+    /// Further rows, of a derived class. They come first, as they are what such an object is asked for most.
     template <class... More>
-    using With = InterfaceMap<First, Rest..., More...>;
+    using With = InterfaceMap<First, More..., Rest...>;
 
     template <class Object>
     static IUnknown* Identity(Object* object) {
         return static_cast<First*>(object);
     }
     template <class Object>
-    static HRESULT Find(Object* object, REFIID iid, void** out) {
+    [[gnu::always_inline]] static HRESULT Find(Object* object, REFIID iid, void** out) {
         HRESULT status = E_NOINTERFACE;
         if (Own<First>::Answer(object, iid, out, status) ||
             (detail::RowOf<Rest>::type::Answer(object, iid, out, status) || ...))

@@ -16,10 +16,9 @@ constexpr size_t kPlaces = 64 * std::size(kContexts);
 
 /// What is remembered of a class in a context; kPlaces: nothing is.
 size_t PlaceOf(const ClassEntry& entry, DWORD context) {
-    const auto found = std::find(std::begin(kContexts), std::end(kContexts), context);
-    if (found == std::end(kContexts)) return kPlaces;
+    if (context != kContexts[0] && context != kContexts[1]) return kPlaces;
     const size_t place = size_t(&entry - ClassTable().data()) * std::size(kContexts);
-    return std::min(place + size_t(found - std::begin(kContexts)), kPlaces);
+    return std::min(place + (context == kContexts[1]), kPlaces);
 }
 
 /// With an epoch: the one in which the class object was last seen to be our own.
@@ -69,30 +68,25 @@ void CreationScope::Leave() {
     if (--kept.depth == 0) kept.Drop();
 }
 
-Route::Route(REFCLSID cls, DWORD context) : Route(FindClass(cls), cls, context) {}
+Creator KnownCreator(REFCLSID cls, DWORD context) {
+    const ClassEntry* const entry = FindClass(cls);
+    return entry && IsKnown(PlaceOf(*entry, context), BvClassEpoch()) ? entry->create : nullptr;
+}
 
-Route::Route(const ClassEntry* entry, REFCLSID cls, DWORD context) {
-    const size_t place = entry ? PlaceOf(*entry, context) : kPlaces;
+void Route::Ask(REFCLSID cls, DWORD context) {
+    const ClassEntry* const entry = FindClass(cls);
     const ULONGLONG epoch = BvClassEpoch();  // before the look-up: what changes meanwhile is looked up again
-    if (IsKnown(place, epoch)) {
-        own_ = entry->create;
-        return;
-    }
     status_ = CoGetClassObject(cls, context, nullptr, kIid<IClassFactory>, foreign_.PutVoid());
     if (SUCCEEDED(status_) && !foreign_) status_ = E_UNEXPECTED;
     if (FAILED(status_) || !entry || !IsOwnClassObject(*entry, foreign_.get())) return;
     own_ = entry->create;
-    Remember(place, epoch, foreign_.get());
+    Remember(PlaceOf(*entry, context), epoch, foreign_.get());
     foreign_.Reset();
 }
 
-HRESULT Route::Make(REFIID iid, void** out) {
+HRESULT Route::MakeForeign(REFIID iid, void** out) {
     *out = nullptr;
     if (FAILED(status_)) return status_;
-    if (own_) {
-        const CreationScope scope;
-        return own_(nullptr, iid, out);
-    }
     const HRESULT status = foreign_->CreateInstance(nullptr, iid, out);
     if (FAILED(status)) *out = nullptr;
     ForeignCodeHasRun();
@@ -100,7 +94,7 @@ HRESULT Route::Make(REFIID iid, void** out) {
 }
 
 HRESULT CreateByClass(REFCLSID cls, DWORD context, REFIID iid, void** out) {
-    if (const ClassEntry* entry = FindClass(cls)) return Route(entry, cls, context).Make(iid, out);
+    if (FindClass(cls)) return Route(cls, context).Make(iid, out);
     const HRESULT status = CoCreateInstance(cls, nullptr, context, iid, out);
     ForeignCodeHasRun();
     return status;

@@ -41,17 +41,23 @@ STDMETHODIMP ChildList::InsertProperty(BSTR Name, GUID* pClsID, IProperty** pRet
     return AddProperty(Name, pClsID, Parent(), pRet);
 }
 
+namespace {
+[[gnu::noinline]] HRESULT SetInfoOf(const NodeRef& item, BSTR name, IDispatch* parent) {
+    return item.node()->SetInfo(name, Lend(parent));
+}
+}  // namespace
+
 STDMETHODIMP ChildList::AddProperty(BSTR Name, GUID* refclsid, IDispatch* pParent, IProperty** pRet) {
     if (!refclsid) return E_POINTER;
     const ComPtr<IProperty> kept = Owner();  // what is called may be foreign and end the node
     NodeRef item;
     RETURN_IF_FAILED(NodeRef::Create(*refclsid, item));
-    if (item.own() && owner_ && pParent == owner_)
-        item.own()->SetNameAndParent(View(Name), false, *owner_);
+    if (PropertyBase* own = item.own(); own && owner_ && pParent == owner_)
+        own->SetNameAndParent(View(Name), *owner_);
     else
-        RETURN_IF_FAILED(item.node()->SetInfo(Name, Lend(pParent)));
-    RETURN_IF_FAILED(Append(item));
-    if (pRet) *pRet = item.node().Detach();
+        RETURN_IF_FAILED(SetInfoOf(item, Name, pParent));
+    if (!items_->Append(item)) return E_OUTOFMEMORY;
+    if (pRet) *pRet = std::move(item).DetachNode();
     return S_OK;
 }
 

@@ -32,23 +32,13 @@ public:
     T* end() const { return begin() + size(); }
     T& operator[](size_t index) const { return begin()[index]; }
 
-    /// False when there is no memory.
-    bool Append(T item) {
-        if (!head_ || head_->count == head_->capacity) {
-            const std::uint32_t capacity = head_ ? head_->capacity * 2 : kFirst;
-            auto* grown = static_cast<Head*>(AllocateBlock(BytesFor(capacity)));
-            if (!grown) return false;
-            grown->count = std::uint32_t(size());
-            grown->capacity = capacity;
-            if (head_) {
-                std::memcpy(static_cast<void*>(grown + 1), head_ + 1, size() * sizeof(T));
-                FreeBlock(head_, BytesFor(head_->capacity));
-            }
-            head_ = grown;
-        }
-        new (end()) T(std::move(item));
+    /// Another item at the end, not made from one of its own; null when there is no memory.
+    template <class... From>
+    T* Append(From&&... from) {
+        if ((!head_ || head_->count == head_->capacity) && !Grow()) return nullptr;
+        T* const item = new (end()) T(std::forward<From>(from)...);
         ++head_->count;
-        return true;
+        return item;
     }
     /// Takes an item out; the caller lets it go when the list is whole again.
     T Take(size_t index) {
@@ -61,6 +51,19 @@ public:
     }
 
 private:
+    bool Grow() {
+        const std::uint32_t capacity = head_ ? head_->capacity * 2 : kFirst;
+        auto* grown = static_cast<Head*>(AllocateBlock(BytesFor(capacity)));
+        if (!grown) return false;
+        grown->count = std::uint32_t(size());
+        grown->capacity = capacity;
+        if (head_) {
+            std::memcpy(static_cast<void*>(grown + 1), head_ + 1, size() * sizeof(T));
+            FreeBlock(head_, BytesFor(head_->capacity));
+        }
+        head_ = grown;
+        return true;
+    }
     struct Head {
         std::uint32_t count, capacity;
     };

@@ -44,7 +44,7 @@ HRESULT KeptValue::SetText(const wchar_t* text, size_t bytes) {
     return S_OK;
 }
 
-HRESULT KeptValue::SetLiteral(const Literal& literal) {
+HRESULT KeptValue::SetOther(const Literal& literal) {
     if (literal.kind != VT_BSTR) return Replace(Variant(literal));
     return SetText(literal.text,
                    literal.text ? std::char_traits<wchar_t>::length(literal.text) * sizeof(wchar_t) : 0);

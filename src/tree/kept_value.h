@@ -44,7 +44,13 @@ public:
         std::memcpy(payload_, &value.llVal, sizeof payload_);
         return S_OK;
     }
-    HRESULT SetLiteral(const Literal& literal);
+    HRESULT SetLiteral(const Literal& literal) {
+        if (!IsPlain() || literal.kind != VT_I4) return SetOther(literal);
+        kind_ = VT_I4;
+        std::memset(payload_, 0, sizeof payload_);
+        std::memcpy(payload_, &literal.number, sizeof literal.number);
+        return S_OK;
+    }
     HRESULT SetText(const wchar_t* text, size_t bytes);
     /// Takes the value of another, which has none then.
     void TakeFrom(KeptValue& other) {
@@ -63,6 +69,7 @@ private:
     /// Nothing, or a number that owns nothing.
     bool IsPlain() const { return kind_ <= VT_R8 || kind_ == kNone; }
     HRESULT CopyOwned(const VARIANT& value);
+    HRESULT SetOther(const Literal& literal);
     HRESULT Replace(Variant value);
     void Clear() {
         if (!IsPlain()) ClearOwned();

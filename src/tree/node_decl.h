@@ -11,7 +11,7 @@ namespace bv {
 
 /// One entry of a value list. NodeOf(class) as value: an entry that brings its own settings.
 struct Choice {
-    const wchar_t* label;
+    LiteralText label;
     Literal value;
 };
 

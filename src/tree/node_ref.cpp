@@ -27,12 +27,20 @@ NodeRef::NodeRef(IUnknown* object) {
 
 HRESULT NodeRef::Create(REFCLSID cls, NodeRef& out) {
     out = {};
-    ComPtr<IProperty> node;
     Route route(cls, kAnyServer);
+    if (!route.own()) return CreateForeign(route, out);
+    IProperty* node = nullptr;
+    const HRESULT status = route.Make(kIid<IProperty>, reinterpret_cast<void**>(&node));
+    // Nothing of ours but a node answers IProperty.
+    if (SUCCEEDED(status)) out.bits_ = reinterpret_cast<std::uintptr_t>(node) | kOwn;
+    return status;
+}
+
+HRESULT NodeRef::CreateForeign(Route& route, NodeRef& out) {
+    ComPtr<IProperty> node;
     RETURN_IF_FAILED(route.Make(kIid<IProperty>, node.PutVoid()));
     if (!node) return E_FAIL;
-    // Nothing of ours but a node answers IProperty.
-    out = route.own() ? NodeRef(*static_cast<PropertyBase*>(node.get())) : NodeRef(node.get());
+    out = NodeRef(node.get());
     return S_OK;
 }
 
@@ -41,9 +49,10 @@ ComPtr<IProperty> NodeRef::node() const {
     return Query<IProperty>(object());
 }
 
-void NodeList::Clear() {
+void NodeList::ClearAll() {
     const NodeList gone = std::move(*this);
-    for (NodeRef& item : gone) ReleaseBounded(item.Detach());
+    ReleaseDepth& depth = ReleaseDepth::OfThread();
+    for (NodeRef& item : gone) ReleaseBounded(item.Detach(), depth);
 }
 
 NodeRef Children::NextForeign(size_t& index) const {

@@ -9,6 +9,7 @@
 namespace bv {
 
 class PropertyBase;
+class Route;
 
 /// A counted reference to an object in a tree. A node of ours that isn't aggregated can be reached directly; of an
 /// aggregated one the outer object answers first, so it counts as foreign.
@@ -34,10 +35,14 @@ public:
     PropertyBase* own() const;
     /// The object as a node, null when it isn't one.
     ComPtr<IProperty> node() const;
+    /// Gives the reference away as a node's, null when the object isn't one.
+    IProperty* DetachNode() && { return bits_ & kOwn ? static_cast<IProperty*>(Detach()) : node().Detach(); }
     /// Gives the reference away.
     IUnknown* Detach() { return reinterpret_cast<IUnknown*>(std::exchange(bits_, 0) & ~kOwn); }
 
 private:
+    static HRESULT CreateForeign(Route& route, NodeRef& out);
+
     static constexpr std::uintptr_t kOwn = 1;
     std::uintptr_t bits_ = 0;  // the object, with a mark when it is a node of ours
 };
@@ -46,7 +51,12 @@ private:
 class NodeList : public CompactList<NodeRef, 2> {
 public:
     /// Empties the list, then releases what it held, first to last.
-    void Clear();
+    void Clear() {
+        if (!empty()) ClearAll();
+    }
+
+private:
+    void ClearAll();
 };
 
 /// The items of a list of ours or of a foreign collection, in order: for (const NodeRef& child : children). The
@@ -70,7 +80,7 @@ public:
         bool operator!=(End) const { return bool(at_); }
 
     private:
-        void Fetch() {
+        [[gnu::always_inline]] void Fetch() {
             if (children_.own_)
                 at_ = index_ < children_.own_->size() ? (*children_.own_)[index_] : NodeRef();
             else

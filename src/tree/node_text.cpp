@@ -1,37 +1,60 @@
 #include "tree/node_text.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
-#include <type_traits>
 
 #include "com/block_pool.h"
 
 namespace bv {
 namespace {
 
-using Unit = std::conditional_t<sizeof(wchar_t) == 4, std::uint32_t, std::uint16_t>;
-using Four = Unit __attribute__((vector_size(4 * sizeof(Unit))));
-using FourBytes = unsigned char __attribute__((vector_size(4)));
+using Word = std::uint64_t;
+constexpr size_t kUnits = sizeof(Word) / sizeof(wchar_t);
+constexpr Word kOnes = ~Word(0) / (sizeof(wchar_t) == 4 ? 0xFFFFFFFFu : 0xFFFFu);  // 1 in each character
+static_assert(std::endian::native == std::endian::little);
+
+/// Copies characters as a byte each, and tells whether all were ASCII and none zero.
+class Packing {
+public:
+    void Four(const wchar_t* in, char* out) {
+        Word word[4 / kUnits], packed;
+        std::memcpy(word, in, sizeof word);
+        for (const Word w : word) wide_ |= w;
+        if constexpr (kUnits == 2) {
+            packed = word[0] | word[1] << 16;
+            packed |= packed >> 24;
+        } else {
+            packed = (word[0] | word[0] >> 8) & 0x0000FFFF0000FFFF;
+            packed |= packed >> 16;
+        }
+        const auto four = std::uint32_t(packed);
+        narrow_ |= four - 0x01010101u;  // the high bit of a byte, if it was 0
+        std::memcpy(out, &four, sizeof four);
+    }
+    void One(wchar_t in, char* out) {
+        wide_ |= Word(in);
+        narrow_ |= std::uint32_t(in) - 1;
+        *out = char(in);
+    }
+    bool IsGood() const { return !(wide_ & ~(kOnes * 0x7F)) && !(narrow_ & 0x80808080u); }
+
+private:
+    Word wide_ = 0;
+    std::uint32_t narrow_ = 0;
+};
 
 /// Copies what are ASCII characters without a zero, a byte each. False if one isn't.
-bool Pack(std::wstring_view text, char* out) {
-    // Four at a time; whether one was zero or above 0x7F is seen at the end, beyond the seven bits.
-    Four beyond{};
-    size_t i = 0;
-    for (; i + 4 <= text.size(); i += 4) {
-        Four four;
-        std::memcpy(&four, text.data() + i, sizeof four);
-        beyond |= four | (four - 1);
-        const auto bytes = __builtin_convertvector(four, FourBytes);
-        std::memcpy(out + i, &bytes, sizeof bytes);
+[[gnu::always_inline]] inline bool Pack(std::wstring_view text, char* out) {
+    Packing packing;
+    const size_t size = text.size();
+    if (size >= 4) {
+        for (size_t i = 0; i + 4 < size; i += 4) packing.Four(text.data() + i, out + i);
+        packing.Four(text.data() + size - 4, out + size - 4);  // some of them again
+    } else {
+        for (size_t i = 0; i < size; ++i) packing.One(text[i], out + i);
     }
-    std::uint32_t all = beyond[0] | beyond[1] | beyond[2] | beyond[3];
-    for (; i < text.size(); ++i) {
-        const auto c = std::uint32_t(text[i]);
-        all |= c | (c - 1);
-        out[i] = char(c);
-    }
-    return all < 0x80;
+    return packing.IsGood();
 }
 
 wchar_t ToUpper(wchar_t c) { return c >= L'a' && c <= L'z' ? wchar_t(c - L'a' + L'A') : c; }
@@ -40,22 +63,22 @@ wchar_t ToUpper(wchar_t c) { return c >= L'a' && c <= L'z' ? wchar_t(c - L'a' + 
 
 bool NodeText::SetShort(std::wstring_view text) {
     if (text.size() > kRoom) return false;
-    char packed[kRoom + 1];
+    if (form_ > kRoom) return SetShortForLong(text);
+    const bool packed = Pack(text, here_);  // it owns nothing, and the text isn't its own
+    form_ = packed ? static_cast<unsigned char>(text.size()) : 0;
+    return packed;
+}
+
+bool NodeText::SetShortForLong(std::wstring_view text) {
+    char packed[kRoom];
     if (!Pack(text, packed)) return false;
     Free();
-    std::memcpy(here_, packed, kRoom);
+    std::memcpy(here_, packed, text.size());
     form_ = static_cast<unsigned char>(text.size());
     return true;
 }
 
-void NodeText::SetLiteral(std::wstring_view literal) {
-    if (SetShort(literal)) return;
-    Free();
-    Set({{literal.data()}, literal.size()}, kLiteral);
-}
-
-void NodeText::SetCopy(std::wstring_view text) {
-    if (SetShort(text)) return;
+void NodeText::SetLong(std::wstring_view text) {
     Long copy{{nullptr}, text.size()};
     unsigned char form = kLongAscii;
     copy.bytes = static_cast<char*>(AllocateBlock(text.size()));
@@ -70,13 +93,26 @@ void NodeText::SetCopy(std::wstring_view text) {
     if (form == kWide ? copy.wide != nullptr : copy.bytes != nullptr) Set(copy, form);
 }
 
-void NodeText::Free() {
+void NodeText::FreeLong() {
     if (form_ == kLongAscii) FreeBlock(long_().bytes, long_().size);
     if (form_ == kWide) FreeBlock(const_cast<wchar_t*>(long_().wide), long_().size * sizeof(wchar_t));
     form_ = 0;
 }
 
-bool NodeText::IsAscii(std::wstring_view name) const {
+WantedName::WantedName(std::wstring_view name)
+    : name_(name), is_packed_(name.size() < sizeof packed_ && Pack(name, packed_)) {}
+
+bool NodeText::IsPackedShort(const char* name) const {
+    if (std::memcmp(here_, name, form_) == 0) return true;
+    for (size_t i = 0; i < form_; ++i)
+        if (here_[i] != name[i] && ToUpperAscii(static_cast<unsigned char>(here_[i])) !=
+                                       ToUpperAscii(static_cast<unsigned char>(name[i])))
+            return false;
+    return true;
+}
+
+bool NodeText::IsOther(std::wstring_view name) const {
+    if (form_ > kRoom && form_ != kLongAscii) return SameLetters(Wide(), name);
     const std::string_view bytes = Ascii();
     for (size_t i = 0; i < bytes.size(); ++i) {
         const auto own = wchar_t(bytes[i]);

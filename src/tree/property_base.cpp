@@ -36,7 +36,7 @@ PropertyBase::PropertyBase(const NodeDecl& decl)
       type_(decl.type),
       description_id_(decl.description) {
     if (decl.help)
-        if (Rare* rare = NeedRare()) rare->description.SetLiteral(decl.help.View());
+        if (Rare* rare = NeedRare()) rare->description.SetLiteral(decl.help);
 }
 
 HRESULT PropertyBase::FinalConstruct() {
@@ -84,7 +84,7 @@ void PropertyBase::FinalRelease() {
         ReleaseBounded(rare_->ex_data);
         ReleaseBounded(rare_->values);
     }
-    EndParts();
+    if (parts_ || rare_ || !children_.empty() || values_.size()) EndParts();
 }
 
 /// A part that is still held takes over what it shows; all else goes, the list before the children.
@@ -181,8 +181,12 @@ void PropertyBase::PassOn(HRESULT (STDMETHODCALLTYPE IProperty::*put)(LONG), LON
     const Visit visit(*this, walk);
     if (!visit) return;
     if (auto held = NodeOfValue(value_)) std::ignore = (held.get()->*put)(flag);
-    for (const NodeRef& child : Children())
-        if (auto node = child.node()) std::ignore = (node.get()->*put)(flag);
+    EachChild([&](const NodeRef& child) {
+        if (PropertyBase* own = child.own())
+            std::ignore = (static_cast<IProperty*>(own)->*put)(flag);
+        else if (auto node = child.node())
+            std::ignore = (node.get()->*put)(flag);
+    });
 }
 
 STDMETHODIMP PropertyBase::Hide(LONG newVal) {
@@ -241,9 +245,13 @@ HRESULT PropertyBase::StoreChecked(const VARIANT& value) {
             return RaiseMessage(ClassId(), msg::kNegativeValue);
     }
     KeptValue copy;
-    RETURN_IF_FAILED(copy.SetCopy(value));
+    const bool is_number = value.vt <= VT_R8;  // which always can be copied
+    if (!is_number) RETURN_IF_FAILED(copy.SetCopy(value));
     OnValueChanging();
-    value_.TakeFrom(copy);
+    if (is_number)
+        std::ignore = value_.SetCopy(value);
+    else
+        value_.TakeFrom(copy);
     OnValueChanged();
     return S_OK;
 }
@@ -263,6 +271,7 @@ HRESULT PropertyBase::StoreInRange(const VARIANT& value, SHORT lowest, SHORT hig
 }
 
 void PropertyBase::OnValueChanging() {
+    if (!HeldObject()) return;
     if (auto held = NodeOfValue(value_)) {
         std::ignore = held->put_Active(0);
         std::ignore = held->Hide(1);
@@ -270,6 +279,7 @@ void PropertyBase::OnValueChanging() {
 }
 
 void PropertyBase::OnValueChanged() {
+    if (!HeldObject()) return;
     if (auto held = NodeOfValue(value_)) {
         std::ignore = held->put_Active(1);
         std::ignore = held->Hide(0);
@@ -365,11 +375,16 @@ STDMETHODIMP PropertyBase::SetInfo(BSTR Name, VARIANT pVal) {
     return S_OK;
 }
 
-void PropertyBase::SetNameAndParent(std::wstring_view name, bool literal, PropertyBase& parent) {
-    if (literal)
+void PropertyBase::SetNameAndParent(const LiteralText& name, bool literal, PropertyBase& parent) {
+    if (literal || name.IsPacked())
         name_.SetLiteral(name);
     else
-        name_.SetCopy(name);
+        name_.SetCopy(name.View());
+    parent_.Set(&parent, parent);
+}
+
+void PropertyBase::SetNameAndParent(std::wstring_view name, PropertyBase& parent) {
+    name_.SetCopy(name);
     parent_.Set(&parent, parent);
 }
 
@@ -501,7 +516,7 @@ void PropertyBase::Forget(NodePart& part) {
 void PropertyBase::BuildChildren() { Build(*decl_); }
 
 void PropertyBase::AddChoice(const ValuesRef& values, const Choice& choice) {
-    CallBstr label(choice.label);
+    CallBstr label(choice.label.View());
     if (choice.value.node) {
         CLSID cls = *choice.value.node;
         std::ignore = values->AddObject2(label.get(), &cls);
@@ -512,7 +527,15 @@ void PropertyBase::AddChoice(const ValuesRef& values, const Choice& choice) {
 
 void PropertyBase::Build(const NodeDecl& decl) {
     if (!decl.value.IsNone()) std::ignore = value_.SetLiteral(decl.value);
-    for (const Choice& choice : decl.choices) AddChoice(Values(), choice);
+    if (decl.choices.count || decl.extension || decl.children.count) BuildParts(decl);
+}
+
+void PropertyBase::BuildParts(const NodeDecl& decl) {
+    for (const Choice& choice : decl.choices)
+        if (choice.value.node || HasForeignValues())
+            AddChoice(Values(), choice);
+        else
+            std::ignore = values_.AddLiteral(choice.label, choice.value);
     if (decl.extension) {
         const NodeDecl& unit = *decl.extension;
         if (ComPtr<IProperty> extension; SUCCEEDED(Create(unit.cls, extension))) {
@@ -532,9 +555,9 @@ void PropertyBase::Adopt(const NodeRef& node, const NodeDecl& decl) {
 }
 
 void PropertyBase::AdoptOwn(const NodeDecl& decl) {
-    if (decl.title) title_.SetLiteral(decl.title.View());
+    if (decl.title) title_.SetLiteral(decl.title);
     if (decl.type) type_ = decl.type;
-    if (Rare* rare = decl.help ? NeedRare() : nullptr) rare->description.SetLiteral(decl.help.View());
+    if (Rare* rare = decl.help ? NeedRare() : nullptr) rare->description.SetLiteral(decl.help);
     if (decl.description) description_id_ = decl.description;
     Build(decl);
 }
@@ -579,7 +602,7 @@ NodeRef PropertyBase::AddDeclared(const NodeDecl& decl, bool literal_name) {
     NodeRef child;
     if (FAILED(NodeRef::Create(decl.cls, child))) return {};
     if (PropertyBase* own = child.own())
-        own->SetNameAndParent(decl.name.View(), literal_name, *this);
+        own->SetNameAndParent(decl.name, literal_name, *this);
     else if (FAILED(child.node()->SetInfo(CallBstr(decl.name.View()).get(),
                                           Lend(static_cast<IProperty*>(this)))))
         return {};

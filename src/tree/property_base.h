@@ -95,8 +95,9 @@ public:
     IUnknown* HeldObject() const { return value_.object(); }
     /// Whether a walk goes on below this node.
     bool HasBelow() const { return HasChildren() || HeldObject(); }
-    /// SetInfo with a node of ours as parent. literal: the name is a constant that needn't be copied.
-    void SetNameAndParent(std::wstring_view name, bool literal, PropertyBase& parent);
+    /// SetInfo with a node of ours as parent. literal: the name lives for ever.
+    void SetNameAndParent(const LiteralText& name, bool literal, PropertyBase& parent);
+    void SetNameAndParent(std::wstring_view name, PropertyBase& parent);
     /// Gives a node what a declaration sets: a parent's say in what its child looks like.
     static void Adopt(const NodeRef& node, const NodeDecl& decl);
     /// A part that nobody holds any more goes.
@@ -139,6 +140,10 @@ protected:
     void SetType(LONG type) { type_ = type; }
     /// Takes over the reference; an extension that is there already goes.
     void SetExtension(ComPtr<IProperty> extension) { extension_ = std::move(extension); }
+    /// An entry of the value list.
+    void AddChoice(BSTR label, const VARIANT& value) {
+        std::ignore = HasForeignValues() ? Values()->AddItem(label, value) : values_.AddItem(label, value);
+    }
     ValuesRef Values() { return HasForeignValues() ? ValuesRef(rare_->values) : ValuesRef(values_); }
     IProperty* Extension() const { return extension_.get(); }
     IDispatch* Media() const { return media_.get(); }
@@ -186,6 +191,7 @@ protected:
 
 private:
     friend class Visit;
+    friend class TreeSearch;
     enum Flag { kHidden, kDisabled, kActive };
 
     /// What few nodes have.
@@ -221,6 +227,18 @@ private:
     Rare* NeedRare();
     LONG FlagValue(Flag flag) const { return flags_[flag] == kInRare ? rare_->flags[flag] : flags_[flag]; }
     void SetFlag(Flag flag, LONG value);
+    /// Calls with each child, held for the call, as a loop over Children does.
+    template <class Call>
+    void EachChild(Call call) const {
+        if (HasForeignCollection()) {
+            for (const NodeRef& child : Children()) call(child);
+        } else {
+            for (size_t i = 0; i < children_.size(); ++i) {
+                const NodeRef child = children_[i];
+                call(child);
+            }
+        }
+    }
     bool HasForeignCollection() const { return rare_ && rare_->collection; }
     bool HasForeignValues() const { return rare_ && rare_->values; }
     bool HasChildren() const { return !children_.empty() || HasForeignCollection(); }
@@ -238,6 +256,7 @@ private:
 
     /// Calls a put of a flag on the held node and on the children.
     void PassOn(HRESULT (STDMETHODCALLTYPE IProperty::*put)(LONG), LONG flag, Walk::Kind kind);
+    void BuildParts(const NodeDecl& decl);
     NodeRef AddDeclared(const NodeDecl& decl, bool literal_name);
     static NodeRef AddDeclaredTo(IEnumProperties* collection, IProperty* parent, const NodeDecl& decl);
     static void Finish(const NodeRef& child, const NodeDecl& decl);
@@ -274,6 +293,21 @@ public:
         InterfaceMap<IProperty, IBaseObj, ISupportErrorInfo, ISettingsWriter, CollectionRow, ValuesRow>;
     using AnswersAlone = NodeRow;
 };
+
+inline Visit::Visit(PropertyBase& node, const Walk& walk)
+    : node_(node), walk_(walk), outer_(*walk.innermost), depth_(outer_ ? outer_->depth_ + 1 : 0) {
+    if (depth_ >= kDeepest) return;
+    marked_ = !(node.walks_ & walk.kind);
+    if (!marked_ && IsInside()) return;
+    node.walks_ |= walk.kind;
+    *walk.innermost = this;
+    entered_ = true;
+}
+inline Visit::~Visit() {
+    if (!entered_) return;
+    *walk_.innermost = outer_;
+    if (marked_) node_.walks_ &= static_cast<unsigned char>(~walk_.kind);
+}
 
 inline NodeRef::NodeRef(PropertyBase& node)
     : bits_(reinterpret_cast<std::uintptr_t>(static_cast<IUnknown*>(static_cast<IProperty*>(&node))) | kOwn) {

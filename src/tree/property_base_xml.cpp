@@ -34,10 +34,9 @@ bool ObjectText(IProperty* node, const ValuesRef& values, IUnknown* object, Bstr
 class XmlName {
 public:
     explicit XmlName(const NodeText& text) {
-        const std::string_view ascii = text.Ascii();
-        if (ascii.data() && ascii.size() <= kRoom) {
-            std::memcpy(here_, ascii.data(), ascii.size());
-            size_ = ascii.size();
+        if (const char* block = text.Block()) {
+            std::memcpy(here_, block, sizeof here_);
+            size_ = text.size();
         } else {
             std::ignore = text.CopyTo(other_.Put());
         }
@@ -50,11 +49,13 @@ public:
         sink.Append(behind);
     }
 
+    bool IsShort() const { return !other_.get(); }
+    void AppendWith(XmlSink& sink, LONG number) const { sink.AppendNumberTag(here_, size_, number); }
+
 private:
-    static constexpr size_t kRoom = 32;
     size_t size_ = 0;
-    char here_[kRoom];  // the first of them are set
-    Bstr other_;        // a long name, or one that isn't ASCII
+    char here_[NodeText::kBlock];
+    Bstr other_;  // a long name, or one that isn't ASCII
 };
 
 void WriteChild(XmlSink& sink, IUnknown* object) {
@@ -78,15 +79,21 @@ void PropertyBase::WriteElement(XmlSink& sink, const Walk& walk) {
     WriteExtra();
 
     const XmlName name(name_);
-    name.AppendTo(sink, "<", "");
-    if (HeldObject())
-        WriteHeldText(sink);
-    else if (const VARTYPE kind = value_.kind();
-             kind != VT_EMPTY && kind != VT_DISPATCH && kind != VT_UNKNOWN) {
-        sink.AppendTyped(" value='", Stored(), "' type='");
-        if (extension_) WriteExtension(sink);
+    const VARTYPE kind = value_.kind();
+    if (kind == VT_I4 && !extension_ && name.IsShort()) {  // most values
+        name.AppendWith(sink, Stored().lVal);
+    } else if (kind == VT_EMPTY) {
+        name.AppendTo(sink, "<", ">\n");
+    } else {
+        name.AppendTo(sink, "<", "");
+        if (HeldObject()) {
+            WriteHeldText(sink);
+        } else if (kind != VT_DISPATCH && kind != VT_UNKNOWN) {
+            sink.AppendTyped(" value='", Stored(), "' type='");
+            if (extension_) WriteExtension(sink);
+        }
+        sink.Append(">\n");
     }
-    sink.Append(">\n");
 
     WriteChildrenExtra(sink);
     if (HeldObject())
@@ -96,13 +103,12 @@ void PropertyBase::WriteElement(XmlSink& sink, const Walk& walk) {
             else if (const auto node = held.node())
                 WriteChild(sink, node.get());
         }
-    if (HasChildren())
-        for (const NodeRef& child : Children()) {
-            if (PropertyBase* own = child.own())
-                own->WriteElement(sink, walk);
-            else
-                WriteChild(sink, child.object());
-        }
+    EachChild([&](const NodeRef& child) {
+        if (PropertyBase* own = child.own())
+            own->WriteElement(sink, walk);
+        else
+            WriteChild(sink, child.object());
+    });
     if (rare_)
         if (const auto extra = rare_->ex_data) WriteChild(sink, extra.get());
 

@@ -35,7 +35,7 @@ STDMETHODIMP SimpleNode::SetExtensionClass(CLSID* pClsID) {
 }
 
 STDMETHODIMP SimpleNode::AddItem(BSTR name, VARIANT value) {
-    std::ignore = Values()->AddItem(name, value);
+    AddChoice(name, value);
     return S_OK;
 }
 

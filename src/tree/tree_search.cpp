@@ -3,11 +3,19 @@
 #include "tree/property_base.h"
 
 namespace bv {
+namespace {
+
+constexpr int kDeepestOwn = 50;
+
+}  // namespace
+
+inline bool TreeSearch::IsOwn(const PropertyBase& node) const {
+    return node.NameText().Is(name_) && (walk_.kind == Walk::kSearchBelow || node.IsActive());
+}
 
 bool TreeSearch::IsIt(const NodeRef& at) const {
+    if (const PropertyBase* node = at.own()) return IsOwn(*node);
     const bool asleep_too = walk_.kind == Walk::kSearchBelow;
-    if (const PropertyBase* node = at.own())
-        return node->NameText().Is(walk_.name) && (asleep_too || node->IsActive());
     const auto node = at.node();
     LONG active = 0;
     Bstr name;
@@ -33,8 +41,33 @@ bool TreeSearch::At(const NodeRef& at) {
     return found;
 }
 
+TreeSearch::Outcome TreeSearch::BelowOwn(PropertyBase& node, int depth) {
+    const bool all = walk_.kind == Walk::kSearchBelow;
+    if (node.HasForeignCollection() || (node.walks_ & walk_.kind) || depth == kDeepestOwn)
+        return Outcome::kUnknown;
+    node.walks_ |= walk_.kind;
+    Outcome outcome = Outcome::kNone;
+    for (const NodeRef& child : node.children_) {
+        PropertyBase* const own = child.own();
+        if (!own)
+            outcome = Outcome::kUnknown;
+        else if (IsOwn(*own))
+            outcome = Found(child) ? Outcome::kFound : Outcome::kUnknown;
+        else if (all && own->HasMedia())
+            outcome = Outcome::kUnknown;
+        else if (own->HasBelow())
+            outcome = BelowOwn(*own, depth + 1);
+        if (outcome != Outcome::kNone) break;
+    }
+    node.walks_ &= static_cast<unsigned char>(~walk_.kind);
+    if (outcome == Outcome::kNone && !all && node.HeldObject()) return Outcome::kUnknown;
+    return outcome;
+}
+
 bool TreeSearch::Below(PropertyBase& node) {
     if (!node.HasBelow()) return false;
+    if (const Outcome outcome = BelowOwn(node, 0); outcome != Outcome::kUnknown)
+        return outcome == Outcome::kFound;
     const Visit visit(node, walk_);
     if (!visit) return false;
     for (const NodeRef& child : node.Children())
@@ -56,8 +89,13 @@ bool TreeSearch::BelowForeign(const NodeRef& at) {
 }
 
 bool TreeSearch::Among(const NodeList& items) {
-    for (const NodeRef& item : Children(items))
-        if (IsIt(item)) return Found(item);
+    for (size_t i = 0; i < items.size(); ++i) {
+        if (const PropertyBase* own = items[i].own()) {
+            if (IsOwn(*own)) return Found(items[i]);
+        } else if (const NodeRef foreign = items[i]; IsIt(foreign)) {
+            return Found(foreign);
+        }
+    }
     return false;
 }
 

@@ -109,24 +109,54 @@ HRESULT ValueEntries::AddNew(BSTR label, const VARIANT& value) {
     return AddItem(label, copy);
 }
 
+namespace {
+OwnWhile own_entries;
+}
+
 HRESULT ValueEntries::AddItem(BSTR label, const VARIANT& value) {
+    if (ObjectOf(value) || !own_entries.Holds(OwnWhile::Now())) return AddAsked(label, value);
+    return AddOwn(label, value);
+}
+
+HRESULT ValueEntries::AddAsked(BSTR label, const VARIANT& value) {
     if (auto node = Query<IProperty>(ObjectOf(value))) std::ignore = node->put_Active(0);
-    static OwnWhile own;
     const ULONGLONG now = OwnWhile::Now();
-    ValueEntry entry;
-    if (!own.Holds(now)) {
+    if (!own_entries.Holds(now)) {
         Route route(clsid::ListItem, kAnyServer);
         if (route.own() != CreateListItem) {
+            ValueEntry entry;
             RETURN_IF_FAILED(route.Make(kIid<IListItem>, entry.object.PutVoid()));
             if (!entry.object) return E_FAIL;
             std::ignore = entry.object->SetInfo(label, value);
             return items_.Append(std::move(entry)) ? S_OK : E_OUTOFMEMORY;
         }
-        own.Remember(now);
+        own_entries.Remember(now);
     }
-    entry.label.SetCopy(View(label));
-    RETURN_IF_FAILED(entry.value.SetCopy(value));
-    return items_.Append(std::move(entry)) ? S_OK : E_OUTOFMEMORY;
+    return AddOwn(label, value);
+}
+
+HRESULT ValueEntries::AddOwn(BSTR label, const VARIANT& value) {
+    KeptValue kept;
+    if (value.vt > VT_R8) RETURN_IF_FAILED(kept.SetCopy(value));
+    ValueEntry* const entry = items_.Append();
+    if (!entry) return E_OUTOFMEMORY;
+    if (value.vt > VT_R8)
+        entry->value.TakeFrom(kept);
+    else
+        std::ignore = entry->value.SetCopy(value);  // a number, which always can be
+    entry->label.SetCopy(View(label));
+    return S_OK;
+}
+
+HRESULT ValueEntries::AddLiteral(const LiteralText& label, const Literal& value) {
+    if (!own_entries.Holds(OwnWhile::Now())) return AddAsked(CallBstr(label.View()).get(), Variant(value));
+    KeptValue kept;
+    RETURN_IF_FAILED(kept.SetLiteral(value));
+    ValueEntry* const entry = items_.Append();
+    if (!entry) return E_OUTOFMEMORY;
+    entry->value.TakeFrom(kept);
+    entry->label.SetLiteral(label);
+    return S_OK;
 }
 
 HRESULT ValueEntries::AddObject2(BSTR label, const GUID* cls) {
@@ -153,7 +183,7 @@ HRESULT ValueEntries::Remove(int index) {
     return S_OK;
 }
 
-void ValueEntries::Clear() {
+void ValueEntries::ClearAll() {
     const auto gone = std::move(items_);  // an entry's end may ask the list, which is empty by then
     for (ValueEntry& entry : gone) {
         ReleaseBounded(entry.object);

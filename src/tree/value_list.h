@@ -26,15 +26,23 @@ public:
     HRESULT get_Text(const VARIANT& value, BSTR* out);
     HRESULT AddNew(BSTR label, const VARIANT& value);
     HRESULT AddItem(BSTR label, const VARIANT& value);
+    /// AddItem of constants.
+    HRESULT AddLiteral(const LiteralText& label, const Literal& value);
     HRESULT AddObject2(BSTR label, const GUID* cls);
     HRESULT AddObject(const GUID* cls);
     HRESULT Remove(int index);
     /// Empties the list, then lets go, first to last.
-    void Clear();
+    void Clear() {
+        if (size()) ClearAll();
+    }
     /// The value of an entry.
     HRESULT ValueAt(size_t index, Variant& value);
 
 private:
+    /// AddItem, where somebody may have to be asked.
+    HRESULT AddAsked(BSTR label, const VARIANT& value);
+    HRESULT AddOwn(BSTR label, const VARIANT& value);
+    void ClearAll();
     CompactList<ValueEntry, 2> items_;
 };
 

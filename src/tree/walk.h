@@ -44,6 +44,9 @@ public:
     static constexpr int kDeepest = 1000;  // nodes that hang or are held below each other
 
 private:
+    /// Whether this walk is inside of the node already.
+    bool IsInside() const;
+
     PropertyBase& node_;
     const Walk& walk_;
     Visit* const outer_;

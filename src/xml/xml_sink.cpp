@@ -122,14 +122,19 @@ void XmlSink::AppendName(std::wstring_view text) {
 }
 
 void XmlSink::AppendSafe(std::wstring_view text) {
+    char* out = Room(kTextLimit);
+    size_t done = 0;
+    for (const size_t most = std::min(text.size(), kTextLimit); done < most && IsPlain(text[done]); ++done)
+        out[done] = char(text[done]);
+    if (done == text.size()) {
+        used_ += done;
+        return;
+    }
     text = text.substr(0, text.find(L'\0'));  // no document can hold one
     if (text.size() > kTextLimit) return;     // a character takes a byte or more
-    char* out = Room(kTextLimit);
-    size_t bytes = 0;
+    size_t bytes = done;
     size_t added = 0;  // characters that the replacements add
     bool replaced = false;
-    size_t done = 0;
-    while (done < text.size() && IsPlain(text[done])) out[bytes++] = char(text[done++]);
     while (done < text.size()) {
         // Runs between special characters are converted as one: a character may take several units.
         const size_t special = std::min(text.find_first_of(L"&<>'", done), text.size());

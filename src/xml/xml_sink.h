@@ -45,14 +45,27 @@ public:
 
     /// Appends as it stands.
     void Append(std::string_view text);
-    /// A name between two texts. It stands at the begin of a block of 32 bytes, which is copied whole.
+    /// A name between two texts. It stands at the begin of a block of 24 bytes, which is copied whole.
     template <size_t N, size_t M>
-    void AppendTag(const char (&before)[N], const char (&block)[32], size_t size, const char (&behind)[M]) {
+    void AppendTag(const char (&before)[N], const char (&block)[24], size_t size, const char (&behind)[M]) {
         char* out = Room(N + M + sizeof block);
         std::memcpy(out, before, N - 1);
         std::memcpy(out + N - 1, block, sizeof block);
         std::memcpy(out + N - 1 + size, behind, M - 1);
         used_ += N - 1 + size + M - 1;
+    }
+    /// The begin of an element whose value is a VT_I4. Its name stands in such a block.
+    void AppendNumberTag(const char (&block)[24], size_t size, LONG number) {
+        constexpr std::string_view kValue = " value='", kType = "' type='3'>\n";
+        char* const start = Room(sizeof block + 64);
+        char* out = start;
+        *out++ = '<';
+        std::memcpy(out, block, sizeof block);
+        out += size;
+        std::memcpy(out, kValue.data(), kValue.size());
+        out = std::to_chars(out + kValue.size(), out + kValue.size() + 16, number).ptr;
+        std::memcpy(out, kType.data(), kType.size());
+        used_ += size_t(out - start) + kType.size();
     }
     template <size_t N>
     void Append(const char (&literal)[N]) {
