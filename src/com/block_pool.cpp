@@ -19,8 +19,12 @@ constexpr bool kKeeps = true;
 #endif
 
 constexpr std::size_t kStep = 16;      // sizes are kept apart in steps of so many bytes ...
-constexpr std::size_t kLargest = 992;  // ... up to this one
+constexpr std::size_t kLargest = 984;  // ... up to this one
 constexpr unsigned kMost = 256;        // blocks of a size
+
+/// 8 above a step: the heap's own 8 bytes fill the step then.
+constexpr std::size_t Rounded(std::size_t size) { return (size + 7) / kStep * kStep + 8; }
+static_assert(Rounded(kLargest) == kLargest);
 
 struct Kept {
     Kept* next;
@@ -75,14 +79,14 @@ Stripe& Mine() { return stripes[BvThreadStripe()]; }
 }  // namespace
 
 void* AllocateBlock(std::size_t size) noexcept {
-    size = (size + kStep - 1) / kStep * kStep;
+    size = Rounded(size);
     if (kKeeps && size <= kLargest)
         if (void* block = Mine().Take(size / kStep)) return block;
     return std::malloc(size);
 }
 
 void FreeBlock(void* block, std::size_t size) noexcept {
-    size = (size + kStep - 1) / kStep * kStep;
+    size = Rounded(size);
     if (block && kKeeps && size <= kLargest && Mine().Give(size / kStep, block)) return;
     std::free(block);
 }
