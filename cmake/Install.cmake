@@ -13,7 +13,8 @@ install(FILES include/bvschema/bvschema.h include/bvschema/rows.h include/bvsche
   include/bvschema/host.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/bvschema)
 if(WIN32)
-  install(FILES platform/windows/include/bvschema/platform.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/bvschema)
+  install(FILES platform/windows/include/bvschema/platform.h platform/windows/include/bvschema/registry_change.h
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/bvschema)
   install(TARGETS bv_platform EXPORT BVSchemaTargets)
   set_target_properties(bv_platform PROPERTIES EXPORT_NAME platform)
 else()

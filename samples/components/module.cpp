@@ -1,4 +1,6 @@
 // The module: what it offers, its class objects, its registration.
+#include <bvschema/registry_change.h>
+
 #include <string>
 
 #include "classes.h"
@@ -100,14 +102,26 @@ HRESULT ModulePath(std::wstring* path) {
 
 HRESULT Register() {
     std::wstring module;
+    bv::RegistryChange change;
     HRESULT status = ModulePath(&module);
+    if (SUCCEEDED(status)) status = change.Begin();
     for (const OfferedClass& offered : kClasses)
         if (SUCCEEDED(status)) status = RegisterClass(offered.id, offered.name, module.c_str());
     for (const Announcement& component : kAnnounced)
         if (SUCCEEDED(status)) status = Announce(component);
     for (const OfferedFilter& filter : kFilters)
         if (SUCCEEDED(status)) status = AnnounceFilter(filter.cls, filter.name);
-    return status;
+    return SUCCEEDED(status) ? change.Keep() : status;
+}
+
+HRESULT Unregister() {
+    bv::RegistryChange change;
+    const HRESULT status = change.Begin();
+    if (FAILED(status)) return status;
+    for (const Announcement& component : kAnnounced) Withdraw(component);
+    for (const OfferedFilter& filter : kFilters) WithdrawFilter(filter.cls);
+    for (const OfferedClass& offered : kClasses) UnregisterClass(offered.id);
+    return change.Keep();
 }
 
 }  // namespace
@@ -135,12 +149,7 @@ STDAPI DllRegisterServer() try { return sample::Register(); } catch (const std::
     return E_OUTOFMEMORY;
 }
 
-STDAPI DllUnregisterServer() try {
-    for (const auto& component : sample::kAnnounced) sample::Withdraw(component);
-    for (const auto& filter : sample::kFilters) sample::WithdrawFilter(filter.cls);
-    for (const auto& offered : sample::kClasses) sample::UnregisterClass(offered.id);
-    return S_OK;
-} catch (const std::bad_alloc&) {
+STDAPI DllUnregisterServer() try { return sample::Unregister(); } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
 }
 

@@ -1,6 +1,6 @@
 #include "module/registrar.h"
 
-#include <bv_registry_change.h>
+#include <bvschema/registry_change.h>
 
 #include <algorithm>
 #include <cstring>

@@ -61,9 +61,18 @@ constexpr FaultPlan kFilePlans[] = {
     {FaultKind::kFiles, EMFILE, false, "EMFILE"},   {FaultKind::kFiles, EINTR, false, "EINTR"},
     {FaultKind::kShort, 0, false, "a short write"}, {FaultKind::kShort, 0, true, "short writes"}};
 
-/// Every call up to this one fails in its turn, and then fewer and fewer. BV_FAILURES=all: every one.
-const long kBound = std::getenv("BV_FAILURES") ? 10'000'000 : 150;
-long After(long number) { return number < kBound ? number + 1 : number + number / 5; }
+/// Which calls fail: every one up to a bound, and then fewer and fewer. BV_FAILURES=all: every one.
+struct Density {
+    long bound;
+    long part;  // of the number, by which it grows beyond the bound
+    long After(long number) const {
+        return number < bound ? number + 1 : number + (number + part - 1) / part;
+    }
+};
+const bool kAll = std::getenv("BV_FAILURES") != nullptr;
+const Density kDense = {kAll ? 10'000'000 : 150, 5};
+// Operations that make tens of thousands of calls, a quarter of a second each.
+const Density kSparse = kAll ? Density{150, 5} : Density{4, 1};
 
 constexpr int kTimes = 8;  // what grows so often in a row isn't a cache
 
@@ -119,7 +128,7 @@ private:
             ShowWatchedBlocks();
             report(0, "memory is lost without a failure");
         }
-        for (long number = 1;; number = After(number)) {
+        for (long number = 1;; number = density_.After(number)) {
             const long before = LiveBlocks();
             const int before_reports = reports;
             if (!Try(operation, plan, number, plain, report)) break;
@@ -196,6 +205,8 @@ protected:
         CoFreeUnusedLibrariesEx(0, 0);
         FailuresTest::SetUp();
     }
+
+    Density density_ = kDense;
 
 private:
     HMODULE module_ = nullptr;
@@ -463,12 +474,12 @@ TEST_F(FailuresTest, LateBinding) {
     FailEachAnew("late binding", call);
 }
 
-/// TODO: disabled until the registry takes back what fails. They run by --gtest_also_run_disabled_tests.
 class RegistryFailuresTest : public FailuresTest {
 protected:
     using Export = HRESULT(STDAPICALLTYPE*)();
     void SetUp() override {
         FailuresTest::SetUp();
+        density_ = kSparse;
         const HMODULE module = GetModuleHandleW(kModuleFile);
         do_register =
             reinterpret_cast<Export>(reinterpret_cast<void*>(GetProcAddress(module, "DllRegisterServer")));
@@ -494,7 +505,7 @@ protected:
     std::string with, without;
 };
 
-TEST_F(RegistryFailuresTest, DISABLED_Registering) {
+TEST_F(RegistryFailuresTest, Registering) {
     const Operation register_it = [&](Attempt& run) {
         EXPECT_EQ(do_unregister(), S_OK);
         run.Call(do_register);
@@ -504,7 +515,7 @@ TEST_F(RegistryFailuresTest, DISABLED_Registering) {
     FailEach("registering", register_it, kFilePlans);
 }
 
-TEST_F(RegistryFailuresTest, DISABLED_Unregistering) {
+TEST_F(RegistryFailuresTest, Unregistering) {
     const Operation unregister = [&](Attempt& run) {
         EXPECT_EQ(do_register(), S_OK);
         run.Call(do_unregister);

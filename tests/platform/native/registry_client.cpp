@@ -1,7 +1,7 @@
 // registry_client NAME COUNT: makes COUNT keys with a value each below HKEY_CURRENT_USER,
 // Software\Client\NAME, reads them back and ends with the first status that isn't 0, or 255 for one too
 // large. With -COUNT it does all that in one change, and is killed before that is kept.
-#include <bv_registry_change.h>
+#include <bvschema/registry_change.h>
 #include <windows.h>
 
 #include <algorithm>

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <thread>
 
-#include <bv_registry_change.h>
+#include <bvschema/registry_change.h>
 
 #include "platform/probe.h"
 #include "support/environment.h"

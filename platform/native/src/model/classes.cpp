@@ -185,15 +185,19 @@ Classes::Classes() {
 
 // --- Finding a class ----------------------------------------------------------------------------------
 
-/// The path of the class's module as the registry names it; empty when it names none. False: the registry
+/// The path of the class's module as the registry names it; empty when it names none. Fails when the registry
 /// can't be read.
-bool FindModule(REFCLSID class_id, std::string& module) {
+HRESULT FindModule(REFCLSID class_id, std::string& module) {
     wchar_t id[39];
     StringFromGUID2(class_id, id, 39);
     HKEY key = nullptr;
     const std::wstring path = std::wstring(L"CLSID\\") + id + L"\\InprocServer32";
     const LSTATUS status = RegOpenKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, KEY_READ, &key);
-    if (status != ERROR_SUCCESS) return status == ERROR_FILE_NOT_FOUND || status == ERROR_PATH_NOT_FOUND;
+    const auto failure = [](LSTATUS error) {
+        return error == ERROR_OUTOFMEMORY ? E_OUTOFMEMORY : REGDB_E_READREGDB;
+    };
+    if (status == ERROR_FILE_NOT_FOUND || status == ERROR_PATH_NOT_FOUND) return S_OK;
+    if (status != ERROR_SUCCESS) return failure(status);
     DWORD type = 0;
     DWORD size = 0;
     LSTATUS read = RegQueryValueExA(key, nullptr, nullptr, &type, nullptr, &size);
@@ -207,11 +211,11 @@ bool FindModule(REFCLSID class_id, std::string& module) {
     // What has been changed in between, by another process, is asked for again with the next creation.
     if (read != ERROR_SUCCESS && read != ERROR_FILE_NOT_FOUND && read != ERROR_KEY_DELETED &&
         read != ERROR_MORE_DATA)
-        return false;
+        return failure(read);
     module.resize(std::min(module.size(), module.find('\0')));
     if (module.size() >= 2 && module.front() == '"' && module.back() == '"')
         module = module.substr(1, module.size() - 2);
-    return true;
+    return S_OK;
 }
 
 template <class Call>
@@ -222,7 +226,7 @@ Call Export(HMODULE module, const char* name) {
 /// Loads the class's module and puts the class into the cache. The result is in use already.
 HRESULT LoadServer(REFCLSID class_id, Use& result) {
     std::string path;
-    if (!FindModule(class_id, path)) return REGDB_E_READREGDB;
+    if (const HRESULT status = FindModule(class_id, path); FAILED(status)) return status;
     if (path.empty()) return REGDB_E_CLASSNOTREG;
     Classes& classes = Classes::Get();
     const auto is_known = [&path](const auto& known) { return known->path == path; };

@@ -184,7 +184,7 @@ void Database::Check(int status) {
     const int kind = status & 0xFF;
     if (kind == SQLITE_BUSY || kind == SQLITE_PROTOCOL)
         impatient_until_ = std::chrono::steady_clock::now() + kImpatience;
-    throw DatabaseError{ErrorOf(status)};
+    throw DatabaseError{ErrorOf(status), kind != SQLITE_NOMEM && kind != SQLITE_CONSTRAINT};
 }
 
 void Database::CheckPatience() const {

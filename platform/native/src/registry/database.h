@@ -32,6 +32,8 @@ enum RootKey : KeyId {
 /// A failure of the database on its way out of a call: a system error code.
 struct DatabaseError {
     LONG code;
+    /// The file or its locks have failed: what SQLite keeps of them in this process isn't to be relied upon.
+    bool reopen = false;
 };
 
 class Database {
@@ -81,6 +83,8 @@ public:
     void CommitChange();
     /// Makes the change fail.
     void Spoil(LONG error);
+    /// Whether a change has failed in such a way that the file is to be opened anew.
+    bool WantsReopening() const { return wants_reopening_; }
 
     /// Stands for what the registry holds: the same number again means that nothing has been changed. 0: that
     /// can't be told, or has not been read. Doesn't fail.
@@ -129,6 +133,7 @@ private:
             return body();
         } catch (const DatabaseError& error) {
             Spoil(error.code);
+            wants_reopening_ = wants_reopening_ || error.reopen;
             throw;
         } catch (const std::bad_alloc&) {
             Spoil(ERROR_OUTOFMEMORY);
@@ -169,6 +174,7 @@ private:
 
     bool changing_ = false;  // between BeginChange and CommitChange
     LONG spoilt_ = ERROR_SUCCESS;
+    bool wants_reopening_ = false;
     // Who has waited in vain for the file isn't made to wait again at once.
     std::chrono::steady_clock::time_point impatient_until_ = {};
 };

@@ -1,5 +1,5 @@
 // The registry calls: handles, and the narrow and wide forms of names and texts, over the database.
-#include <bv_registry_change.h>
+#include <bvschema/registry_change.h>
 #include <windows.h>
 
 #include <algorithm>
@@ -76,7 +76,12 @@ LONG Call(Body body) {
         Registry& registry = Registry::Get();
         std::lock_guard lock(registry.mutex);
         registry.database.Open();
-        return body(registry.database);
+        try {
+            return body(registry.database);
+        } catch (const DatabaseError& error) {
+            if (error.reopen) registry.database.Close();
+            throw;
+        }
     });
 }
 template <class Body>
@@ -401,10 +406,24 @@ LONG BvEndRegistryChange(BOOL keep) {
     if (!this_change) return ERROR_INVALID_HANDLE;
     if (!keep) this_change->database.Spoil(ERROR_CANCELLED);
     if (--this_change->depth > 0) return ERROR_SUCCESS;
-    const std::unique_ptr<Change> change(
-        std::exchange(this_change, nullptr));  // its end takes back what is open
-    return keep ? Guarded([&]() -> LONG { return change->database.CommitChange(), ERROR_SUCCESS; })
-                : ERROR_SUCCESS;
+    std::unique_ptr<Change> change(std::exchange(this_change, nullptr));
+    bool reopen = change->database.WantsReopening();
+    const LONG status = keep ? Guarded([&]() -> LONG {
+        try {
+            return change->database.CommitChange(), ERROR_SUCCESS;
+        } catch (const DatabaseError& error) {
+            reopen = reopen || error.reopen;
+            throw;
+        }
+    })
+                             : ERROR_SUCCESS;
+    change.reset();  // takes back what is open
+    if (reopen) {
+        Registry& registry = Registry::Get();
+        std::lock_guard lock(registry.mutex);
+        registry.database.Close();
+    }
+    return status;
 }
 
 LONG RegOpenKeyExA(HKEY key, LPCSTR path, DWORD, REGSAM, PHKEY result) { return Open(key, path, result); }

@@ -1,9 +1,8 @@
-// Several changes of the registry as one step, where the platform can do that.
+// Several changes of the registry as one step: a component's registration is there whole, or not at all.
 #pragma once
 
-#include <windows.h>
+#include <bvschema/platform.h>
 
-#ifndef _WIN32
 extern "C" {
 /// Begins a change: what this thread does in the registry from here on is one step, which others see whole or
 /// not at all, also when the process is killed in the middle. Calls of this thread see it as it grows; those
@@ -15,20 +14,15 @@ BV_PLATFORM_API LONG BvBeginRegistryChange();
 /// it goes before.
 BV_PLATFORM_API LONG BvEndRegistryChange(BOOL keep);
 }
-#endif
 
 namespace bv {
 
-/// Taken back at its end unless it is kept. On a system without such steps each call is done when it returns.
+/// Taken back at its end unless it is kept.
 class RegistryChange {
 public:
     RegistryChange() = default;
     RegistryChange(const RegistryChange&) = delete;
     RegistryChange& operator=(const RegistryChange&) = delete;
-#ifdef _WIN32
-    HRESULT Begin() { return S_OK; }
-    HRESULT Keep() { return S_OK; }
-#else
     ~RegistryChange() {
         if (open_) BvEndRegistryChange(FALSE);
     }
@@ -46,7 +40,6 @@ public:
 
 private:
     bool open_ = false;
-#endif
 };
 
 }  // namespace bv
