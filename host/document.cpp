@@ -4,6 +4,7 @@
 #include <cstring>
 #include <fstream>
 
+#include "disk.h"
 #include "document_xml.h"
 
 namespace bv::inline host {
@@ -189,7 +190,11 @@ void ReplaceFile(const std::filesystem::path& file,
     draft += ".part";
     try {
         write(draft);
+        if (const fs::file_status before = fs::status(target, error); fs::exists(before))
+            fs::permissions(draft, before.permissions(), error);
+        BringToDisk(draft);
         fs::rename(draft, target);
+        BringFolderToDisk(target.parent_path());
     } catch (const std::exception& problem) {
         fs::remove(draft, error);
         if (dynamic_cast<const Error*>(&problem)) throw;
