@@ -71,21 +71,21 @@ char32_t First(std::string_view utf8, size_t* length) {
     return c;
 }
 
-struct Range {
+struct CharacterRange {
     char32_t first, last;
 };
 
 template <size_t N>
-bool IsIn(char32_t c, const Range (&ranges)[N]) {
-    return std::any_of(ranges, ranges + N, [c](Range range) { return c >= range.first && c <= range.last; });
+bool IsIn(char32_t c, const CharacterRange (&ranges)[N]) {
+    return std::any_of(ranges, ranges + N, [c](CharacterRange range) { return c >= range.first && c <= range.last; });
 }
 
-bool IsIn(char32_t c, const Range (&ranges)[4]) {
-    return std::any_of(ranges, ranges + 4, [c](Range range) { return c >= range.first && c <= range.last; });
+bool IsIn(char32_t c, const CharacterRange (&ranges)[4]) {
+    return std::any_of(ranges, ranges + 4, [c](CharacterRange range) { return c >= range.first && c <= range.last; });
 }
 
 // A terminal obeys the first kind; the others end a line or turn the direction of what follows.
-constexpr Range kControls[] = {{0, 0x1F}, {0x7F, 0x9F}, {0x2028, 0x202E}, {0x2066, 0x2069}};
+constexpr CharacterRange kControls[] = {{0, 0x1F}, {0x7F, 0x9F}, {0x2028, 0x202E}, {0x2066, 0x2069}};
 
 wchar_t Lower(wchar_t c) { return wchar_t(std::towlower(wint_t(c))); }
 
