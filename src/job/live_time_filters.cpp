@@ -37,7 +37,16 @@ private:
 
     std::vector<ComPtr<IUnknown>> objects_;
     BackRef<IDispatch> media_;
-    bool writing_ = false;  // a list may hold itself
+    /// A call that writes the list, and where to.
+    struct Writing {
+        const XmlSink* sink;
+        const Writing* outer;
+        int depth;
+    };
+    static constexpr int kDeepest =
+        64;  // calls that a filter makes inside each other, each to a stream of its own
+    const Writing* writing_ = nullptr;
+    bool MayWrite(const XmlSink* sink) const;
 };
 
 STDMETHODIMP LiveTimeFilters::Count(LONG* pnCount) {
@@ -92,13 +101,21 @@ STDMETHODIMP LiveTimeFilters::SetMediaObject(IDispatch* ppUnk) {
     return S_OK;
 }
 
+/// Not below itself, as a list may hold itself; a filter may have it written to another stream meanwhile.
+bool LiveTimeFilters::MayWrite(const XmlSink* sink) const {
+    for (const Writing* outer = writing_; outer; outer = outer->outer)
+        if (outer->sink == sink) return false;
+    return !writing_ || writing_->depth < kDeepest;
+}
+
 STDMETHODIMP LiveTimeFilters::WriteXml(ISequentialStream* stream) {
     if (!stream) return E_POINTER;
-    if (writing_) return S_OK;
     const XmlSink::Scope scope(stream);
     XmlSink* const sink = scope.sink();
     if (!sink) return E_OUTOFMEMORY;
-    writing_ = true;
+    if (!MayWrite(sink)) return S_OK;
+    const Writing writing{sink, writing_, writing_ ? writing_->depth + 1 : 1};
+    writing_ = &writing;
     sink->Append("<EnumFilters>\n");
     for (size_t i = 0; i < objects_.size(); ++i) {
         const auto object = objects_[i];  // what it does may take it out of the list
@@ -107,7 +124,7 @@ STDMETHODIMP LiveTimeFilters::WriteXml(ISequentialStream* stream) {
         if (writer) std::ignore = writer->WriteXml(sink);
     }
     sink->Append("</EnumFilters>\n");
-    writing_ = false;
+    writing_ = writing.outer;
     return S_OK;
 }
 

@@ -67,6 +67,34 @@ TEST_F(FilterListTest, ObjectsLearnOfTheJob) {
     ASSERT_EQ(filters->put_MediaObject(nullptr), S_OK);
 }
 
+TEST_F(FilterListTest, AFilterMayHaveTheListWrittenElsewhere) {
+    /// Writes the list into a stream of its own, and into the one that it is given.
+    class Filter : public Fake<ISettingsWriter> {
+    public:
+        Ref<ISettingsWriter> list;
+        MemoryStream own;
+        bool asked = false;
+        STDMETHODIMP WriteXml(ISequentialStream* stream) override {
+            if (!std::exchange(asked, true)) {
+                EXPECT_EQ(list->WriteXml(&own), S_OK);
+            }
+            EXPECT_EQ(list->WriteXml(stream), S_OK);
+            return stream->Write("<own/>\n", 7, nullptr);
+        }
+        STDMETHODIMP ReadExtraData(IUnknown*) override { return S_OK; }
+    };
+    Filter filter;
+    filter.list = list.As<ISettingsWriter>();
+    IUnknown* object = filter.unknown();
+    ASSERT_EQ(list->Add(&object), S_OK);
+    MemoryStream stream;
+    EXPECT_EQ(filter.list->WriteXml(&stream), S_OK);
+    const std::string whole = "<EnumFilters>\n<own/>\n</EnumFilters>\n";
+    EXPECT_EQ(stream.text, whole) << "it isn't written inside itself";
+    EXPECT_EQ(filter.own.text, whole) << "another stream gets it";
+    EXPECT_EQ(list->Remove(object), S_OK);
+}
+
 TEST_F(FilterListTest, WritesWhatCanBeWritten) {
     ASSERT_EQ(filters->SetInfo(Text(L"F"), Nothing().get()), S_OK);
     EXPECT_EQ(filters.Xml(), "<F value='0' type='3'>\n<EnumFilters>\n</EnumFilters>\n</F>\n");
