@@ -18,9 +18,10 @@ public:
     PropertyTimelines() : PropertyBase(kTimelines) {}
 
 protected:
-    void BuildChildren() override {
-        Build(kTimelines);
-        std::ignore = Create(clsid::Timelines, timelines_);  // the node stands without
+    HRESULT BuildChildren() override {
+        RETURN_IF_FAILED(Build(kTimelines));
+        // Where it can't be created for another reason, the node stands without.
+        return Create(clsid::Timelines, timelines_) == E_OUTOFMEMORY ? E_OUTOFMEMORY : S_OK;
     }
     void OnMediaObjectChanged(IDispatch* media) override {
         if (timelines_) std::ignore = timelines_->SetMediaObject(Query<IMediaObject>(media).get());

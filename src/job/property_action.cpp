@@ -16,7 +16,7 @@ public:
     PropertyAction() : PropertyBase(kAction) {}
 
 protected:
-    void BuildChildren() override {
+    HRESULT BuildChildren() override {
         ForEachRegistered(category::Actions, [this](tagGUIDREG& found) {
             auto action =
                 AddChild<IActionImplInit>({.name = found.bstrName, .cls = clsid::PropertyActionImpl});
@@ -24,6 +24,7 @@ protected:
                 std::ignore =
                     action->Init(found.bstrName, found.pExtrData[0], found.pExtrData[1], &found.clsGUID);
         });
+        return S_OK;
     }
 };
 

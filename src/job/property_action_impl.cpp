@@ -34,8 +34,8 @@ public:
             root_name[prefix + text.copy(root_name + prefix, text.size())] = 0;
             std::ignore = AddChildObject(Bstr(root_name).get(), root.get());
         }
-        SetTitle(View(title));
-        SetDescriptionText(View(description));
+        RETURN_IF_FAILED(SetTitle(View(title)));
+        RETURN_IF_FAILED(SetDescriptionText(View(description)));
         return status;
     }
 

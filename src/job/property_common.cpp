@@ -14,9 +14,9 @@ public:
     PropertyCommon() : PropertyBase(kCommon) {}
 
 protected:
-    void BuildChildren() override {
-        Build(kCommon);
-        std::ignore = put_Active(1);
+    HRESULT BuildChildren() override {
+        RETURN_IF_FAILED(Build(kCommon));
+        return put_Active(1);
     }
 };
 

@@ -32,9 +32,10 @@ protected:
         const Visit visit(*this, walk);
         if (visit && filters_) std::ignore = filters_->SetMediaObject(media);
     }
-    void BuildChildren() override {
-        Build(kFilters);
-        std::ignore = Create(clsid::LiveTimeFilters, filters_);  // the node stands without
+    HRESULT BuildChildren() override {
+        RETURN_IF_FAILED(Build(kFilters));
+        // Where it can't be created for another reason, the node stands without.
+        return Create(clsid::LiveTimeFilters, filters_) == E_OUTOFMEMORY ? E_OUTOFMEMORY : S_OK;
     }
     void OnFinalRelease() override { ReleaseBounded(filters_); }
     HRESULT OnShowDialog() override { return RunEditor("Filters", this); }

@@ -13,20 +13,21 @@ public:
     PropertyListOutFormats() : PropertyBase(kFormats) {}
 
 protected:
-    void BuildChildren() override {
+    HRESULT BuildChildren() override {
         bool any = false;
         ForEachRegistered(category::OutputFormats, [&](tagGUIDREG& found) {
             std::ignore = Values()->AddObject(&found.clsGUID);
             any = true;
         });
         ComPtr<IUnknown> entry;
-        if (!any || FAILED(Values()->get_Item(0, entry.Put()))) return;
+        if (!any || FAILED(Values()->get_Item(0, entry.Put()))) return S_OK;
         Variant first;
-        if (auto item = entry.As<IListItem>(); !item || FAILED(item->get_Value(first.Put()))) return;
+        if (auto item = entry.As<IListItem>(); !item || FAILED(item->get_Value(first.Put()))) return S_OK;
         std::ignore = StoreQuietly(first);
         if (auto format = Query<IOutputFormatInfo>(ObjectOf(first));
             format && format->SetOwner(nullptr) == S_OK)
             Activate(first, 1);
+        return S_OK;
     }
 
     void OnValueChanging() override { Activate(Stored(), 0); }

@@ -32,9 +32,9 @@ public:
     PropertyOutput() : PropertyBase(kOutput) {}
 
 protected:
-    void BuildChildren() override {
-        Build(kOutput);
-        std::ignore = put_Active(1);
+    HRESULT BuildChildren() override {
+        RETURN_IF_FAILED(Build(kOutput));
+        return put_Active(1);
     }
 };
 

@@ -52,10 +52,11 @@ STDMETHODIMP ChildList::AddProperty(BSTR Name, GUID* refclsid, IDispatch* pParen
     const ComPtr<IProperty> kept = Owner();  // what is called may be foreign and end the node
     NodeRef item;
     RETURN_IF_FAILED(NodeRef::Create(*refclsid, item));
-    if (PropertyBase* own = item.own(); own && owner_ && pParent == owner_)
-        own->SetNameAndParent(View(Name), *owner_);
-    else
+    if (PropertyBase* own = item.own(); own && owner_ && pParent == owner_) {
+        if (!own->SetNameAndParent(View(Name), *owner_)) return E_OUTOFMEMORY;
+    } else {
         RETURN_IF_FAILED(SetInfoOf(item, Name, pParent));
+    }
     if (!items_->Append(item)) return E_OUTOFMEMORY;
     if (pRet) *pRet = std::move(item).DetachNode();
     return S_OK;

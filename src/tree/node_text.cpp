@@ -78,7 +78,7 @@ bool NodeText::SetShortForLong(std::wstring_view text) {
     return true;
 }
 
-void NodeText::SetLong(std::wstring_view text) {
+bool NodeText::SetLong(std::wstring_view text) {
     Long copy{{nullptr}, text.size()};
     unsigned char form = kLongAscii;
     copy.bytes = static_cast<char*>(AllocateBlock(text.size()));
@@ -89,8 +89,10 @@ void NodeText::SetLong(std::wstring_view text) {
         copy.wide = wide;
         form = kWide;
     }
+    if (form == kWide ? !copy.wide : !copy.bytes) return false;
     Free();  // the text may be its own
-    if (form == kWide ? copy.wide != nullptr : copy.bytes != nullptr) Set(copy, form);
+    Set(copy, form);
+    return true;
 }
 
 void NodeText::FreeLong() {

@@ -46,10 +46,8 @@ public:
         else
             Set({{literal.text}, literal.length}, kLiteral);
     }
-    /// Empty when there is no memory.
-    void SetCopy(std::wstring_view text) {
-        if (!SetShort(text)) SetLong(text);
-    }
+    /// False when there is no memory; the text is as it was.
+    bool SetCopy(std::wstring_view text) { return SetShort(text) || SetLong(text); }
 
     size_t size() const { return form_ <= kRoom ? form_ : long_().size; }
     bool empty() const { return form_ == 0; }
@@ -94,7 +92,7 @@ private:
     /// Takes a text that fits; false for any other.
     bool SetShort(std::wstring_view text);
     bool SetShortForLong(std::wstring_view text);
-    void SetLong(std::wstring_view text);
+    bool SetLong(std::wstring_view text);
     /// Whether it is a name of its length: a short one in ASCII, as it is ...
     bool IsPacked(const char* name) const {
         if (form_ < sizeof(std::uint64_t)) return IsPackedShort(name);

@@ -46,8 +46,8 @@ HRESULT PropertyBase::FinalConstruct() {
         RETURN_IF_FAILED(TakeForeignParts());
         if (!HasForeignValues() && !HasForeignCollection()) both.Remember(now);
     }
-    BuildChildren();
-    return S_OK;
+    if (decl_->help && !rare_) return E_OUTOFMEMORY;
+    return BuildChildren();
 }
 
 /// The list, then the collection, as if each were created; nobody is asked between two look-ups that lead to us.
@@ -124,8 +124,8 @@ STDMETHODIMP PropertyBase::get_Description(BSTR* pVal) {
 }
 
 STDMETHODIMP PropertyBase::put_Description(BSTR newVal) {
+    RETURN_IF_FAILED(SetDescriptionText(View(newVal)));
     description_id_ = 0;
-    SetDescriptionText(View(newVal));
     return S_OK;
 }
 
@@ -370,22 +370,24 @@ STDMETHODIMP PropertyBase::put_Parent(IDispatch* newVal) {
 }
 
 STDMETHODIMP PropertyBase::SetInfo(BSTR Name, VARIANT pVal) {
-    name_.SetCopy(View(Name));
+    if (!name_.SetCopy(View(Name))) return E_OUTOFMEMORY;
     if (pVal.vt == VT_DISPATCH || pVal.vt == VT_UNKNOWN) parent_.Set(ParentOf(pVal).get());
     return S_OK;
 }
 
-void PropertyBase::SetNameAndParent(const LiteralText& name, bool literal, PropertyBase& parent) {
+bool PropertyBase::SetNameAndParent(const LiteralText& name, bool literal, PropertyBase& parent) {
     if (literal || name.IsPacked())
         name_.SetLiteral(name);
-    else
-        name_.SetCopy(name.View());
+    else if (!name_.SetCopy(name.View()))
+        return false;
     parent_.Set(&parent, parent);
+    return true;
 }
 
-void PropertyBase::SetNameAndParent(std::wstring_view name, PropertyBase& parent) {
-    name_.SetCopy(name);
+bool PropertyBase::SetNameAndParent(std::wstring_view name, PropertyBase& parent) {
+    if (!name_.SetCopy(name)) return false;
     parent_.Set(&parent, parent);
+    return true;
 }
 
 STDMETHODIMP PropertyBase::get_Extension(IProperty** pVal) {
@@ -513,56 +515,70 @@ void PropertyBase::Forget(NodePart& part) {
 
 // --- Building ---
 
-void PropertyBase::BuildChildren() { Build(*decl_); }
+/// Of what a declaration asks for, a lack of memory alone is a failure.
+#define RETURN_IF_OUT_OF_MEMORY(expression)                      \
+    do {                                                         \
+        if ((expression) == E_OUTOFMEMORY) return E_OUTOFMEMORY; \
+    } while (false)
 
-void PropertyBase::AddChoice(const ValuesRef& values, const Choice& choice) {
+HRESULT PropertyBase::BuildChildren() { return Build(*decl_); }
+
+HRESULT PropertyBase::AddChoice(const ValuesRef& values, const Choice& choice) {
     CallBstr label(choice.label.View());
-    if (choice.value.node) {
-        CLSID cls = *choice.value.node;
-        std::ignore = values->AddObject2(label.get(), &cls);
-    } else {
-        std::ignore = values->AddItem(label.get(), Variant(choice.value));
-    }
+    if (!choice.value.node) return values->AddItem(label.get(), Variant(choice.value));
+    CLSID cls = *choice.value.node;
+    return values->AddObject2(label.get(), &cls);
 }
 
-void PropertyBase::Build(const NodeDecl& decl) {
-    if (!decl.value.IsNone()) std::ignore = value_.SetLiteral(decl.value);
-    if (decl.choices.count || decl.extension || decl.children.count) BuildParts(decl);
+HRESULT PropertyBase::Build(const NodeDecl& decl) {
+    if (!decl.value.IsNone()) RETURN_IF_OUT_OF_MEMORY(value_.SetLiteral(decl.value));
+    return decl.choices.count || decl.extension || decl.children.count ? BuildParts(decl) : S_OK;
 }
 
-void PropertyBase::BuildParts(const NodeDecl& decl) {
+HRESULT PropertyBase::BuildParts(const NodeDecl& decl) {
     for (const Choice& choice : decl.choices)
-        if (choice.value.node || HasForeignValues())
-            AddChoice(Values(), choice);
-        else
-            std::ignore = values_.AddLiteral(choice.label, choice.value);
+        RETURN_IF_OUT_OF_MEMORY(choice.value.node || HasForeignValues()
+                                    ? AddChoice(Values(), choice)
+                                    : values_.AddLiteral(choice.label, choice.value));
+    HRESULT status = S_OK;
     if (decl.extension) {
         const NodeDecl& unit = *decl.extension;
-        if (ComPtr<IProperty> extension; SUCCEEDED(Create(unit.cls, extension))) {
-            if (unit.name) std::ignore = extension->SetInfo(CallBstr(unit.name.View()).get(), Variant());
-            Adopt(NodeRef(extension.get()), unit);
+        ComPtr<IProperty> extension;
+        status = Create(unit.cls, extension);
+        RETURN_IF_OUT_OF_MEMORY(status);
+        if (SUCCEEDED(status)) {
+            if (unit.name)
+                RETURN_IF_OUT_OF_MEMORY(extension->SetInfo(CallBstr(unit.name.View()).get(), Variant()));
+            RETURN_IF_OUT_OF_MEMORY(Adopt(NodeRef(extension.get()), unit));
             extension_ = std::move(extension);
         }
     }
-    for (const NodeDecl& child : decl.children) AddDeclared(child, true);
+    for (const NodeDecl& child : decl.children) {
+        AddDeclared(child, true, status);
+        RETURN_IF_OUT_OF_MEMORY(status);
+    }
+    return S_OK;
 }
 
-void PropertyBase::Adopt(const NodeRef& node, const NodeDecl& decl) {
-    if (PropertyBase* own = node.own())
-        own->AdoptOwn(decl);
-    else if (const auto foreign = node.node())
-        AdoptForeign(foreign.get(), decl);
+HRESULT PropertyBase::Adopt(const NodeRef& node, const NodeDecl& decl) {
+    if (PropertyBase* own = node.own()) return own->AdoptOwn(decl);
+    const auto foreign = node.node();
+    return foreign ? AdoptForeign(foreign.get(), decl) : S_OK;
 }
 
-void PropertyBase::AdoptOwn(const NodeDecl& decl) {
+HRESULT PropertyBase::AdoptOwn(const NodeDecl& decl) {
     if (decl.title) title_.SetLiteral(decl.title);
     if (decl.type) type_ = decl.type;
-    if (Rare* rare = decl.help ? NeedRare() : nullptr) rare->description.SetLiteral(decl.help);
+    if (decl.help) {
+        Rare* const rare = NeedRare();
+        if (!rare) return E_OUTOFMEMORY;
+        rare->description.SetLiteral(decl.help);
+    }
     if (decl.description) description_id_ = decl.description;
-    Build(decl);
+    return Build(decl);
 }
 
-void PropertyBase::AdoptForeign(IProperty* node, const NodeDecl& decl) {
+HRESULT PropertyBase::AdoptForeign(IProperty* node, const NodeDecl& decl) {
     // Each of these it may refuse; it then stands without.
     const auto init = Query<ISimpleInit>(node);
     if (init && decl.title) std::ignore = init->SetTitle(CallBstr(decl.title.View()).get());
@@ -572,7 +588,7 @@ void PropertyBase::AdoptForeign(IProperty* node, const NodeDecl& decl) {
     if (!decl.value.IsNone())
         std::ignore = init ? init->put_Value(Variant(decl.value)) : node->put_Value(Variant(decl.value));
     if (const auto values = decl.choices.count ? Query<IListOfValues>(node) : nullptr)
-        for (const Choice& choice : decl.choices) AddChoice(ValuesRef(values), choice);
+        for (const Choice& choice : decl.choices) std::ignore = AddChoice(ValuesRef(values), choice);
     if (init && decl.extension) {
         const NodeDecl& unit = *decl.extension;
         CLSID cls = unit.cls;
@@ -580,34 +596,42 @@ void PropertyBase::AdoptForeign(IProperty* node, const NodeDecl& decl) {
         if (SUCCEEDED(init->SetExtensionClass(&cls)) && node->get_Extension(extension.Put()) == S_OK &&
             extension) {
             if (unit.name) std::ignore = extension->SetInfo(CallBstr(unit.name.View()).get(), Variant());
-            Adopt(NodeRef(extension.get()), unit);
+            RETURN_IF_OUT_OF_MEMORY(Adopt(NodeRef(extension.get()), unit));
         }
     }
     if (const auto children = decl.children.count ? Query<IEnumProperties>(node) : nullptr)
-        for (const NodeDecl& child : decl.children) AddDeclaredTo(children.get(), node, child);
+        for (const NodeDecl& child : decl.children) {
+            HRESULT status = S_OK;
+            AddDeclaredTo(children.get(), node, child, status);
+            RETURN_IF_OUT_OF_MEMORY(status);
+        }
+    return S_OK;
 }
 
-NodeRef PropertyBase::AddDeclaredTo(IEnumProperties* collection, IProperty* parent, const NodeDecl& decl) {
+NodeRef PropertyBase::AddDeclaredTo(IEnumProperties* collection, IProperty* parent, const NodeDecl& decl,
+                                    HRESULT& status) {
     CLSID cls = decl.cls;
     ComPtr<IProperty> node;
-    if (FAILED(collection->AddProperty(CallBstr(decl.name.View()).get(), &cls, parent, node.Put())) || !node)
-        return {};
+    status = collection->AddProperty(CallBstr(decl.name.View()).get(), &cls, parent, node.Put());
+    if (FAILED(status) || !node) return {};
     NodeRef child(node.get());
-    Finish(child, decl);
+    status = Finish(child, decl);
     return child;
 }
 
-NodeRef PropertyBase::AddDeclared(const NodeDecl& decl, bool literal_name) {
-    if (HasForeignCollection()) return AddDeclaredTo(rare_->collection.get(), this, decl);
+NodeRef PropertyBase::AddDeclared(const NodeDecl& decl, bool literal_name, HRESULT& status) {
+    if (HasForeignCollection()) return AddDeclaredTo(rare_->collection.get(), this, decl, status);
     NodeRef child;
-    if (FAILED(NodeRef::Create(decl.cls, child))) return {};
-    if (PropertyBase* own = child.own())
-        own->SetNameAndParent(decl.name, literal_name, *this);
-    else if (FAILED(child.node()->SetInfo(CallBstr(decl.name.View()).get(),
-                                          Lend(static_cast<IProperty*>(this)))))
-        return {};
-    if (!children_.Append(child)) return {};
-    Finish(child, decl);
+    status = NodeRef::Create(decl.cls, child);
+    if (FAILED(status)) return {};
+    if (PropertyBase* own = child.own()) {
+        if (!own->SetNameAndParent(decl.name, literal_name, *this)) status = E_OUTOFMEMORY;
+    } else {
+        status = child.node()->SetInfo(CallBstr(decl.name.View()).get(), Lend(static_cast<IProperty*>(this)));
+    }
+    if (SUCCEEDED(status) && !children_.Append(child)) status = E_OUTOFMEMORY;
+    if (FAILED(status)) return {};
+    status = Finish(child, decl);
     return child;
 }
 
@@ -617,11 +641,11 @@ HRESULT PropertyBase::AddChildObject(BSTR name, IUnknown* object) {
                                   : ChildList::AddObjectTo(children_, name, parent, object);
 }
 
-void PropertyBase::Finish(const NodeRef& child, const NodeDecl& decl) {
-    Adopt(child, decl);
-    if (!decl.filter && !decl.hidden && !decl.disabled) return;
+HRESULT PropertyBase::Finish(const NodeRef& child, const NodeDecl& decl) {
+    RETURN_IF_FAILED(Adopt(child, decl));
+    if (!decl.filter && !decl.hidden && !decl.disabled) return S_OK;
     const auto node = child.node();
-    if (!node) return;
+    if (!node) return S_OK;
     if (decl.filter) {
         CLSID cls = decl.filter->cls;
         // Without its filter the node stands as it was declared.
@@ -630,8 +654,12 @@ void PropertyBase::Finish(const NodeRef& child, const NodeDecl& decl) {
     }
     if (decl.hidden) std::ignore = node->put_IsHide(1);
     if (decl.disabled) std::ignore = node->put_IsDisabled(1);
+    return S_OK;
 }
 
-ComPtr<IProperty> PropertyBase::AddChild(const NodeDecl& decl) { return AddDeclared(decl, false).node(); }
+ComPtr<IProperty> PropertyBase::AddChild(const NodeDecl& decl) {
+    HRESULT status = S_OK;
+    return AddDeclared(decl, false, status).node();
+}
 
 }  // namespace bv

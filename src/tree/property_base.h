@@ -95,11 +95,13 @@ public:
     IUnknown* HeldObject() const { return value_.object(); }
     /// Whether a walk goes on below this node.
     bool HasBelow() const { return HasChildren() || HeldObject(); }
-    /// SetInfo with a node of ours as parent. literal: the name lives for ever.
-    void SetNameAndParent(const LiteralText& name, bool literal, PropertyBase& parent);
-    void SetNameAndParent(std::wstring_view name, PropertyBase& parent);
+    /// SetInfo with a node of ours as parent. literal: the name lives for ever. False when there is no memory for the
+    /// name; the node is as it was.
+    bool SetNameAndParent(const LiteralText& name, bool literal, PropertyBase& parent);
+    bool SetNameAndParent(std::wstring_view name, PropertyBase& parent);
     /// Gives a node what a declaration sets: a parent's say in what its child looks like.
-    static void Adopt(const NodeRef& node, const NodeDecl& decl);
+    /// E_OUTOFMEMORY as Build gives it, else S_OK.
+    static HRESULT Adopt(const NodeRef& node, const NodeDecl& decl);
     /// A part that nobody holds any more goes.
     void Forget(NodePart& part);
     void AddReference() { references_.Add(); }
@@ -112,7 +114,7 @@ protected:
     // The hooks of a class.
     virtual void ReadExtra() {}
     virtual void WriteExtra() {}
-    virtual void BuildChildren();
+    virtual HRESULT BuildChildren();
     virtual HRESULT OnShowDialog() { return E_NOTIMPL; }
     virtual void OnFinalRelease() {}
     virtual void OnMediaObjectChanged(IDispatch*) {}
@@ -124,8 +126,9 @@ protected:
     virtual void PropagateMediaObject(IDispatch* media, BackRefLink** referrers);
 
     // Building.
-    /// Value, value list, extension and children of the declaration.
-    void Build(const NodeDecl& decl);
+    /// Value, value list, extension and children of the declaration. E_OUTOFMEMORY when one of them found no memory,
+    /// which ends a creation. The node stands without what can't be created for any other reason: S_OK.
+    HRESULT Build(const NodeDecl& decl);
     /// A child by its name and class; null when it can't be created. What the declaration sets beside them is
     /// adopted.
     ComPtr<IProperty> AddChild(const NodeDecl& decl);
@@ -133,9 +136,10 @@ protected:
     ComPtr<I> AddChild(const NodeDecl& decl) {
         return AddChild(decl).template As<I>();
     }
-    void SetTitle(std::wstring_view title) { title_.SetCopy(title); }
-    void SetDescriptionText(std::wstring_view text) {
-        if (Rare* rare = NeedRare()) rare->description.SetCopy(text);
+    HRESULT SetTitle(std::wstring_view title) { return title_.SetCopy(title) ? S_OK : E_OUTOFMEMORY; }
+    HRESULT SetDescriptionText(std::wstring_view text) {
+        Rare* const rare = NeedRare();
+        return rare && rare->description.SetCopy(text) ? S_OK : E_OUTOFMEMORY;
     }
     void SetType(LONG type) { type_ = type; }
     /// Takes over the reference; an extension that is there already goes.
@@ -256,13 +260,14 @@ private:
 
     /// Calls a put of a flag on the held node and on the children.
     void PassOn(HRESULT (STDMETHODCALLTYPE IProperty::*put)(LONG), LONG flag, Walk::Kind kind);
-    void BuildParts(const NodeDecl& decl);
-    NodeRef AddDeclared(const NodeDecl& decl, bool literal_name);
-    static NodeRef AddDeclaredTo(IEnumProperties* collection, IProperty* parent, const NodeDecl& decl);
-    static void Finish(const NodeRef& child, const NodeDecl& decl);
-    static void AddChoice(const ValuesRef& values, const Choice& choice);
-    void AdoptOwn(const NodeDecl& decl);
-    static void AdoptForeign(IProperty* node, const NodeDecl& decl);
+    HRESULT BuildParts(const NodeDecl& decl);
+    NodeRef AddDeclared(const NodeDecl& decl, bool literal_name, HRESULT& status);
+    static NodeRef AddDeclaredTo(IEnumProperties* collection, IProperty* parent, const NodeDecl& decl,
+                                 HRESULT& status);
+    static HRESULT Finish(const NodeRef& child, const NodeDecl& decl);
+    static HRESULT AddChoice(const ValuesRef& values, const Choice& choice);
+    HRESULT AdoptOwn(const NodeDecl& decl);
+    static HRESULT AdoptForeign(IProperty* node, const NodeDecl& decl);
 
     struct CollectionRow : MapRow {
         static bool Answer(PropertyBase* node, REFIID iid, void** out, HRESULT& status) {

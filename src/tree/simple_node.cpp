@@ -7,15 +7,9 @@ STDMETHODIMP SimpleNode::SetType(LONG type) {
     return S_OK;
 }
 
-STDMETHODIMP SimpleNode::put_Description(BSTR newVal) {
-    SetDescriptionText(View(newVal));
-    return S_OK;
-}
+STDMETHODIMP SimpleNode::put_Description(BSTR newVal) { return SetDescriptionText(View(newVal)); }
 
-STDMETHODIMP SimpleNode::SetTitle(BSTR title) {
-    PropertyBase::SetTitle(View(title));
-    return S_OK;
-}
+STDMETHODIMP SimpleNode::SetTitle(BSTR title) { return PropertyBase::SetTitle(View(title)); }
 
 STDMETHODIMP SimpleNode::SetPathExtension(BSTR path) {
     ComPtr<IProperty> extension;

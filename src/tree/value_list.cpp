@@ -25,8 +25,10 @@ public:
         return value_.CopyTo(pVal);
     }
     STDMETHODIMP SetInfo(BSTR Name, VARIANT pVal) override {
+        NodeText label;
+        if (!label.SetCopy(View(Name))) return E_OUTOFMEMORY;
         RETURN_IF_FAILED(value_.SetCopy(pVal));
-        label_.SetCopy(View(Name));
+        label_.Swap(label);
         return S_OK;
     }
     void FinalRelease() {
@@ -138,13 +140,15 @@ HRESULT ValueEntries::AddAsked(BSTR label, const VARIANT& value) {
 HRESULT ValueEntries::AddOwn(BSTR label, const VARIANT& value) {
     KeptValue kept;
     if (value.vt > VT_R8) RETURN_IF_FAILED(kept.SetCopy(value));
+    NodeText text;
+    if (!text.SetCopy(View(label))) return E_OUTOFMEMORY;
     ValueEntry* const entry = items_.Append();
     if (!entry) return E_OUTOFMEMORY;
     if (value.vt > VT_R8)
         entry->value.TakeFrom(kept);
     else
         std::ignore = entry->value.SetCopy(value);  // a number, which always can be
-    entry->label.SetCopy(View(label));
+    entry->label.Swap(text);
     return S_OK;
 }
 

@@ -22,9 +22,10 @@ public:
     PropertyWatermarkSource() : PropertyBase(kSource) {}
 
 protected:
-    void BuildChildren() override {
-        Build(kSource);
+    HRESULT BuildChildren() override {
+        RETURN_IF_FAILED(Build(kSource));
         OnValueChanged();
+        return S_OK;
     }
     // Exactly one branch is shown: whatever isn't text, by kind and value, is an image.
     void OnValueChanged() override {
