@@ -131,8 +131,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::StartServer();
     if (size > 16384) return 0;
     Input input(data, size);
-    const auto root = Create<IProperty>(clsid::PropertySimple);
-    Check(bool(root));
+    ComPtr<IProperty> root;
+    Check(SUCCEEDED(Create(clsid::PropertySimple, root)));
     std::vector<Written> nodes = {SetRandom(root.get(), input, 0)};
     const auto children = root.As<IEnumProperties>();
     while (!input.Empty() && nodes.size() < 12) {
