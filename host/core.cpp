@@ -284,6 +284,7 @@ Step JobCore::End(bool keep) {
     if (--depth_ > 0) return {};
     if (!Watching()) {
         seen_is_fresh_ = false;
+        list_changes_.clear();  // their nodes hold the job
         return {};
     }
     bv::Change change = {name_, cause_ ? NodeOf(cause_) : Node(), {}};
