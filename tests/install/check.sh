@@ -131,7 +131,7 @@ fi
 
 # Its one folder of headers offers no other library a Windows, and without C++20 one line says what is missing.
 printf '#include <bvschema/platform.h>\n#if __has_include(<windows.h>)\n#error "a <windows.h>"\n#endif\n%s\n' \
-    'LPCOLESTR text = L"text";' >"$work/names.cpp"
+    'LPCOLESTR text = OLESTR("text");' >"$work/names.cpp"
 g++ -std=c++17 -fsyntax-only -I"$PREFIX/include" "$work/names.cpp"
 if g++ -std=c++17 -fsyntax-only -I"$PREFIX/include" "$work/host/host.cpp" 2>"$work/errors"; then
     fail "C++17 is enough?"

@@ -36,6 +36,7 @@ using LPWSTR = wchar_t*;
 using LPCWSTR = const wchar_t*;
 using LPOLESTR = wchar_t*;
 using LPCOLESTR = const wchar_t*;
+#define OLESTR(text) L##text
 using LPBYTE = BYTE*;
 using LPVOID = void*;
 using LPCVOID = const void*;
